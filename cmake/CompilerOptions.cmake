@@ -1,0 +1,36 @@
+# What every target of the project is compiled with: C++20 without extensions, the warnings we keep clean, and the
+# sanitizers of the chosen preset. Targets take it by linking record_converter_options.
+
+option(RECORD_CONVERTER_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+set(RECORD_CONVERTER_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_package(Threads REQUIRED)
+
+add_library(record_converter_options INTERFACE)
+target_compile_options(record_converter_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wformat=2 -Wnull-dereference -Wimplicit-fallthrough
+  $<$<BOOL:${RECORD_CONVERTER_WARNINGS_AS_ERRORS}>:-Werror>)
+target_link_libraries(record_converter_options INTERFACE Threads::Threads)
+
+# GCC 12's flow analysis reports null dereferences inside the standard library's own headers at -O2.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(record_converter_options INTERFACE -Wno-null-dereference)
+endif()
+
+if(RECORD_CONVERTER_SANITIZE)
+  add_compile_options(-fsanitize=${RECORD_CONVERTER_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${RECORD_CONVERTER_SANITIZE})
+endif()
+
+find_program(RECORD_CONVERTER_CCACHE ccache)
+if(RECORD_CONVERTER_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${RECORD_CONVERTER_CCACHE}")
+endif()

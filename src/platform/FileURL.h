@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+namespace platform {
+
+/// A file or folder on this machine, as a workspace is asked to open it. Value; any thread.
+class FileURL {
+public:
+    /// `path` is absolute, in the file system's own bytes.
+    static FileURL fileURLWithPath(std::string path, bool isDirectory);
+
+    /// The folder that holds the item, marked as a folder.
+    FileURL deletingLastPathComponent() const;
+
+    const std::string& path() const { return path_; }
+    bool isDirectory() const { return isDirectory_; }
+
+    /// "file://" and the path, every byte outside RFC 3986's unreserved set and "/" percent-encoded; a folder ends in
+    /// a slash.
+    std::string absoluteString() const;
+
+private:
+    FileURL(std::string path, bool isDirectory);
+
+    std::string path_;
+    bool isDirectory_;
+};
+
+bool operator==(const FileURL& left, const FileURL& right);
+
+}  // namespace platform

@@ -1,0 +1,25 @@
+#include "platform/StringTables.h"
+
+namespace platform {
+
+namespace {
+
+class NoStringTables final : public StringTables {
+public:
+    std::string localizedString(const std::string& key, const std::string&) const override { return key; }
+};
+
+const StringTables* installed = nullptr;
+
+}  // namespace
+
+const StringTables& StringTables::standard() {
+    static const NoStringTables none;
+    return installed != nullptr ? *installed : none;
+}
+
+void StringTables::setStandard(const StringTables* tables) {
+    installed = tables;
+}
+
+}  // namespace platform

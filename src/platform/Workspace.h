@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/FileURL.h"
+
+namespace platform {
+
+/// The user's desktop as an opener of things. Main thread.
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    /// Opens a file in the application that the user has chosen for its type, or a folder in the file browser.
+    /// Returns before that application runs; false when none could be asked.
+    virtual bool openURL(const FileURL& url) = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "platform/ui/Color.h"
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+/// The arrow by which a bubble points at what it hangs from. Lengths in points.
+struct AuroraArrowRecord {
+    std::int64_t side = 0;         ///< 6: at the top edge, pointing up, under the anchor
+    double width = 0;              ///< at its base
+    double height = 0;             ///< how far it stands out of the body
+    double leastFromLeading = 0;   ///< least distance of its tip from the body's left corner
+    double leastFromTrailing = 0;  ///< least distance of its tip from the body's right corner
+
+    friend bool operator==(const AuroraArrowRecord&, const AuroraArrowRecord&) = default;
+};
+
+/// How long a bubble takes to appear, is shown, and takes to disappear. Seconds.
+struct AuroraFadeRecord {
+    double fadeIn = 0;
+    double shown = 0;
+    double fadeOut = 0;
+
+    friend bool operator==(const AuroraFadeRecord&, const AuroraFadeRecord&) = default;
+};
+
+/// A record packed as an object, as the description's setters take it.
+using AuroraArrowDescription = std::shared_ptr<const AuroraArrowRecord>;
+using AuroraFadeDescription = std::shared_ptr<const AuroraFadeRecord>;
+
+/// How one bubble looks and behaves. Made per bubble, never shared. Main thread.
+class CAuroraBubbleDescription final {
+public:
+    /// The kit's defaults: no arrow, no fading, closable, opaque black without border, square corners.
+    static std::shared_ptr<CAuroraBubbleDescription> defaultDescription();
+
+    AuroraArrowDescription packArrowDescription(const AuroraArrowRecord& record) const;
+    AuroraFadeDescription packFadeDescription(const AuroraFadeRecord& record) const;
+
+    bool bHasArrow() const { return bHasArrow_; }
+    void setBHasArrow(bool hasArrow) { bHasArrow_ = hasArrow; }
+
+    const AuroraArrowDescription& arrowDescription() const { return arrowDescription_; }
+    void setArrowDescription(AuroraArrowDescription arrow) { arrowDescription_ = std::move(arrow); }
+
+    /// Whether the bubble fades by its fade description; without, it stays until it is closed.
+    bool bFade() const { return bFade_; }
+    void setBFade(bool fades) { bFade_ = fades; }
+
+    const AuroraFadeDescription& fadeDescription() const { return fadeDescription_; }
+    void setFadeDescription(AuroraFadeDescription fade) { fadeDescription_ = std::move(fade); }
+
+    const platform::ui::Color& bgColor() const { return bgColor_; }
+    void setBgColor(const platform::ui::Color& color) { bgColor_ = color; }
+
+    /// Points.
+    double fCornerRadius() const { return fCornerRadius_; }
+    void setFCornerRadius(double radius) { fCornerRadius_ = radius; }
+
+    const platform::ui::Color& borderColor() const { return borderColor_; }
+    void setBorderColor(const platform::ui::Color& color) { borderColor_ = color; }
+
+    /// Whether the kit adds a close button of its own.
+    bool bClosable() const { return bClosable_; }
+    void setBClosable(bool closable) { bClosable_ = closable; }
+
+    /// Whether the kit adds an information picture of its own.
+    bool bInfoImage() const { return bInfoImage_; }
+    void setBInfoImage(bool infoImage) { bInfoImage_ = infoImage; }
+
+private:
+    bool bHasArrow_ = false;
+    AuroraArrowDescription arrowDescription_;
+    bool bFade_ = false;
+    AuroraFadeDescription fadeDescription_;
+    platform::ui::Color bgColor_;
+    double fCornerRadius_ = 0;
+    platform::ui::Color borderColor_;
+    bool bClosable_ = true;
+    bool bInfoImage_ = false;
+};
