@@ -1,0 +1,74 @@
+#pragma once
+
+#include "platform/NotificationCenter.h"
+#include "uilib/CAuroraBubble.h"
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace test {
+
+/// A bubble that records what is asked of it and announces its closing when the test says so.
+class FakeAuroraBubble final : public CAuroraBubble {
+public:
+    struct Showing {
+        platform::ui::Point point;
+        std::shared_ptr<platform::ui::View> anchor;
+        int option;
+    };
+
+    FakeAuroraBubble(std::shared_ptr<const CAuroraBubbleDescription> description,
+                     std::shared_ptr<platform::ui::View> clientView)
+        : description_(std::move(description)), clientView_(std::move(clientView)) {}
+
+    void showAtAndBindInViewOption(const platform::ui::Point& point, const std::shared_ptr<platform::ui::View>& anchor,
+                                   int option) override {
+        showings_.push_back({point, anchor, option});
+    }
+
+    std::shared_ptr<platform::ui::View> clientView() const override { return clientView_; }
+
+    void close() override { ++closeCount_; }
+
+    const std::shared_ptr<const CAuroraBubbleDescription>& description() const { return description_; }
+
+    /// Every call that showed the bubble, in order.
+    const std::vector<Showing>& showings() const { return showings_; }
+
+    /// How often the bubble was told to close.
+    int closeCount() const { return closeCount_; }
+
+private:
+    const std::shared_ptr<const CAuroraBubbleDescription> description_;
+    const std::shared_ptr<platform::ui::View> clientView_;
+    std::vector<Showing> showings_;
+    int closeCount_ = 0;
+};
+
+/// Keeps every bubble within the test's reach; none closes by itself.
+class FakeAuroraBubbleMaker final : public AuroraBubbleMaker {
+public:
+    explicit FakeAuroraBubbleMaker(platform::NotificationCenter& center) : center_(center) {}
+
+    std::shared_ptr<CAuroraBubble>
+    makeBubbleWithDescriptionExternalClientView(std::shared_ptr<const CAuroraBubbleDescription> description,
+                                                std::shared_ptr<platform::ui::View> clientView) override;
+
+    /// In the order of making.
+    const std::vector<std::shared_ptr<FakeAuroraBubble>>& bubbles() const { return bubbles_; }
+
+    /// Posts the will-close notice of one bubble, whether or not it was told to close (a bubble that has faded out
+    /// closes by itself).
+    void postWillClose(const FakeAuroraBubble& bubble);
+
+    /// Posts the will-close notice, once, of every bubble that was told to close. Returns how many were announced.
+    std::size_t finishClosing();
+
+private:
+    platform::NotificationCenter& center_;
+    std::vector<std::shared_ptr<FakeAuroraBubble>> bubbles_;
+    std::vector<const FakeAuroraBubble*> announced_;
+};
+
+}  // namespace test

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/DistributedNotificationCenter.h"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace test {
+
+/// A bus of one process. What is posted is recorded and, like on a real bus, reaches this process's own observers
+/// later: when the test calls `deliverPosted`.
+class FakeDistributedNotificationCenter final : public platform::DistributedNotificationCenter {
+public:
+    void addObserver(const void* observer, const std::string& name, Callback callback) override;
+    void removeObserver(const void* observer) override;
+    void postNotification(const platform::DistributedNotification& notification) override;
+
+    /// Calls the observers of the notification's name now, as if it had come from another process.
+    void deliver(const platform::DistributedNotification& notification);
+
+    /// Delivers what was posted and not delivered yet, in order.
+    void deliverPosted();
+
+    /// Everything posted so far, in order.
+    const std::vector<platform::DistributedNotification>& posted() const { return posted_; }
+    void clearPosted();
+
+    /// Called for each post, after it was recorded.
+    void setOnPost(std::function<void(const platform::DistributedNotification&)> onPost) {
+        onPost_ = std::move(onPost);
+    }
+
+    std::size_t observerCount(const std::string& name) const;
+
+private:
+    struct Registration {
+        const void* observer;
+        std::string name;
+        Callback callback;
+        bool active = true;
+    };
+
+    std::vector<std::shared_ptr<Registration>> registrations_;
+    std::vector<platform::DistributedNotification> posted_;
+    std::vector<platform::DistributedNotification> undelivered_;
+    std::function<void(const platform::DistributedNotification&)> onPost_;
+};
+
+}  // namespace test
