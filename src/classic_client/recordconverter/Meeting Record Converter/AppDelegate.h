@@ -1,0 +1,115 @@
+#pragma once
+
+#include "KTRMeetingPool.h"
+#include "KTRMeetingRecordConvertingJobRunner.h"
+#include "platform/Application.h"
+#include "platform/Platform.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+class Timer;
+}
+
+class AuroraBubbleMaker;
+class KTRAppInlet;
+class KTRAppLaunchingEnv;
+class KTRConverterReportProtocol;
+
+/// Runs the application: owns every subsystem, starts it, turns written files into jobs and job events into bubbles,
+/// and quits once the meeting processes are gone, every job has run and every result bubble has closed. Held by the
+/// application main until the process ends. Main thread, but for the job runner's events and `setBAllTaskFinished`.
+class AppDelegate final : public platform::ApplicationDelegate,
+                          public KTRMeetingPoolDelegate,
+                          public KTRMeetingRecordConvertingJobRunnerDelegate,
+                          public std::enable_shared_from_this<AppDelegate> {
+public:
+    AppDelegate(const platform::Platform& platform, AuroraBubbleMaker& bubbleMaker);
+    ~AppDelegate() override;
+
+    void applicationDidFinishLaunching() override;
+    void applicationWillTerminate() override;
+
+    void onStartUp();
+    void notifyAppSpawnByProcess(std::int32_t pid);
+
+    /// True arms the one-second quit check, false stops it. Any thread; a check is armed by way of the main queue.
+    void setBAllTaskFinished(bool finished);
+    bool bAllTaskFinished() const { return bAllTaskFinished_; }
+
+    /// Quits when the jobs have run out and the user has no result left to see.
+    void checkNeedQuitApp();
+    void quitApp();
+
+    std::shared_ptr<platform::StatusItem> statusItem() const override { return statusItem_; }
+    void setStatusItem(std::shared_ptr<platform::StatusItem> item) { statusItem_ = std::move(item); }
+
+    // Each is made on the first read and the same ever after.
+    const std::shared_ptr<KTRMeetingRecordConvertingJobRunner>& convertingJobRunner();
+    const std::shared_ptr<KTRAppInlet>& appInlet();
+    const std::shared_ptr<KTRMeetingPool>& meetingPool();
+    const std::shared_ptr<KTRAppLaunchingEnv>& launchingEnv();
+    const std::shared_ptr<KTRConverterReportProtocol>& converterReporter();
+
+    /// True once the being-prepared bubble has been asked for; never false again.
+    bool showedFilePreparedBubble() const { return showedFilePreparedBubble_; }
+    void setShowedFilePreparedBubble(bool showed) { showedFilePreparedBubble_ = showed; }
+
+    /// The quit check; null while none is armed. Any thread.
+    std::shared_ptr<platform::Timer> checkNeedTerminateTimer() const;
+    void setCheckNeedTerminateTimer(std::shared_ptr<platform::Timer> timer);
+
+    void meetingPoolDidReceiveJobFromProcessWritingTo(KTRMeetingPool& pool, std::int32_t pid,
+                                                      const std::optional<std::string>& path) override;
+    void meetingPoolDidStashJobFromProcessSavedAt(KTRMeetingPool& pool, std::int32_t pid,
+                                                  const std::optional<std::string>& path) override;
+    void meetingPoolDidReceiveRequestFromProcessToConvertRecords(KTRMeetingPool& pool, std::int32_t pid,
+                                                                 const std::vector<std::string>& paths) override;
+    void meetingPoolDidExhaust(KTRMeetingPool& pool) override;
+
+    void
+    recordConvertingJobRunnerDidStartConvertingRecordItem(KTRMeetingRecordConvertingJobRunner& runner,
+                                                          const std::shared_ptr<KTRMeetingRecordItem>& item) override;
+    void recordConvertingJobRunnerUpdatesConvertingProgressForRecordItem(
+        KTRMeetingRecordConvertingJobRunner& runner, double progress,
+        const std::shared_ptr<KTRMeetingRecordItem>& item) override;
+    void
+    recordConvertingJobRunnerDidStopConvertingRecordItem(KTRMeetingRecordConvertingJobRunner& runner,
+                                                         const std::shared_ptr<KTRMeetingRecordItem>& item) override;
+    void recordConvertingJobRunnerHitsConvertingErrorForRecordItem(
+        KTRMeetingRecordConvertingJobRunner& runner, int error,
+        const std::shared_ptr<KTRMeetingRecordItem>& item) override;
+    void recordConvertingJobRunnerDidRunOutOfJobs(KTRMeetingRecordConvertingJobRunner& runner) override;
+    bool
+    recordConvertingJobRunnderShouldKeepIntermediateItem(KTRMeetingRecordConvertingJobRunner& runner,
+                                                         const std::shared_ptr<KTRMeetingRecordItem>& item) override;
+
+    void updateUI_ConvertingStarted(const std::shared_ptr<KTRMeetingRecordItem>& item);
+    /// Does nothing: progress is shown to nobody.
+    void updateUI_ConvertingProgressForRecordItem(double progress, const std::shared_ptr<KTRMeetingRecordItem>& item);
+    void updateUI_ConvertingStopped(const std::shared_ptr<KTRMeetingRecordItem>& item);
+    /// Code 0 shows nothing.
+    void updateUI_ConvertingErrorForRecordItem(int error, const std::shared_ptr<KTRMeetingRecordItem>& item);
+
+private:
+    const platform::Platform platform_;
+    AuroraBubbleMaker& bubbleMaker_;
+
+    std::atomic<bool> showedFilePreparedBubble_ = false;
+    std::atomic<bool> bAllTaskFinished_ = false;
+    std::shared_ptr<platform::StatusItem> statusItem_;
+    std::shared_ptr<KTRMeetingRecordConvertingJobRunner> convertingJobRunner_;
+    std::shared_ptr<KTRAppInlet> appInlet_;
+    std::shared_ptr<KTRMeetingPool> meetingPool_;
+    std::shared_ptr<KTRAppLaunchingEnv> launchingEnv_;
+    std::shared_ptr<KTRConverterReportProtocol> converterReporter_;
+
+    mutable std::mutex timerMutex_;
+    std::shared_ptr<platform::Timer> checkNeedTerminateTimer_;
+};

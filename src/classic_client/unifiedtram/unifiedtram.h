@@ -1,0 +1,81 @@
+#pragma once
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdint>
+#include <string>
+
+/// The trace facility: every diagnostic line of the application goes through here to an optional plug-in that is found
+/// once, before the entry point runs. Without the plug-in a call is one read of a pointer; nothing is formatted. All
+/// functions may be called from any thread; texts are NUL-terminated or null.
+
+/// Trace levels, one bit each.
+inline constexpr std::uint64_t kKTRTraceLevelDebug = 1;
+inline constexpr std::uint64_t kKTRTraceLevelInfo = 2;
+inline constexpr std::uint64_t kKTRTraceLevelWarning = 4;
+inline constexpr std::uint64_t kKTRTraceLevelError = 8;
+
+/// Shapes of the plug-in's three functions, looked up as "KTRTRACE", "KTRTRACERAW" and "KTRTRACEFILENAME". They must
+/// accept concurrent calls.
+using KTRTraceFunction = std::int32_t (*)(std::uint64_t level, const char* module, const char* second,
+                                          const char* format, std::va_list arguments);
+using KTRTraceRawFunction = std::int32_t (*)(std::uint64_t level, const char* first, const char* second,
+                                             const char* third);
+using KTRTraceFileNameFunction = const char* (*)();
+
+#define KTR_EXPORTED __attribute__((visibility("default")))
+#define KTR_PRINTF(formatIndex, firstArgument) __attribute__((format(printf, formatIndex, firstArgument)))
+
+/// The plug-in's functions; null where it is absent or lacks one.
+extern KTR_EXPORTED std::atomic<KTRTraceFunction> g_ktrtrace;
+extern KTR_EXPORTED std::atomic<KTRTraceRawFunction> g_ktrtraceraw;
+extern KTR_EXPORTED std::atomic<KTRTraceFileNameFunction> g_ktrtracefilename;
+
+/// Finds the plug-in and owns its handle. One instance, `ktrtra_init_instance`, is built during static initialisation.
+class ktrtra_init_class {
+public:
+    /// Looks in the folder `PlugIns` of the application folder, then beside the application folder, and takes the
+    /// entry points out of what it found.
+    ktrtra_init_class();
+
+    /// Takes the two trace entry points back and releases the plug-in. The file-name query keeps its entry point: the
+    /// plug-in's code stays in memory, so that threads still tracing while the process ends stay safe.
+    ~ktrtra_init_class();
+
+    ktrtra_init_class(const ktrtra_init_class&) = delete;
+    ktrtra_init_class& operator=(const ktrtra_init_class&) = delete;
+
+private:
+    bool LoadTraceModule();
+    bool LoadComponentBundleFromPluginFolder();
+    bool loadBundleInFolder(const std::string& folder);
+
+    const char* const bundleName_;
+    void* bundle_ = nullptr;
+};
+
+/// Results of all trace functions: the plug-in's, or -1 without its entry point.
+KTR_EXPORTED std::int32_t KTRTRACE2(std::uint64_t level, const char* module, const char* second, const char* format,
+                                    std::va_list arguments) KTR_PRINTF(4, 0);
+KTR_EXPORTED std::int32_t KTRTRACERAW(std::uint64_t level, const char* first, const char* second, const char* third);
+
+/// The plug-in's trace file name; null without its entry point.
+KTR_EXPORTED const char* KTRTRACEFILENAME2();
+
+KTR_EXPORTED std::int32_t KTRDEBUG(const char* format, ...) KTR_PRINTF(1, 2);
+KTR_EXPORTED std::int32_t KTRINFO(const char* format, ...) KTR_PRINTF(1, 2);
+KTR_EXPORTED std::int32_t KTRWARN(const char* format, ...) KTR_PRINTF(1, 2);
+KTR_EXPORTED std::int32_t KTRERROR(const char* format, ...) KTR_PRINTF(1, 2);
+
+KTR_EXPORTED std::int32_t KTRDEBUG2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+KTR_EXPORTED std::int32_t KTRINFO2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+KTR_EXPORTED std::int32_t KTRWARN2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+KTR_EXPORTED std::int32_t KTRERROR2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+
+extern "C" {
+KTR_EXPORTED std::int32_t MacDebugTrace2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+KTR_EXPORTED std::int32_t MacInfoTrace2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+KTR_EXPORTED std::int32_t MacWarnTrace2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+KTR_EXPORTED std::int32_t MacErrorTrace2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
+KTR_EXPORTED const char* MacTraceFileName2();
+}
