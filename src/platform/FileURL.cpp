@@ -10,11 +10,11 @@ namespace platform {
 FileURL::FileURL(std::string path, bool isDirectory) : path_(std::move(path)), isDirectory_(isDirectory) {}
 
 FileURL FileURL::fileURLWithPath(std::string path, bool isDirectory) {
-    return FileURL(std::move(path), isDirectory);
+    return {std::move(path), isDirectory};
 }
 
 FileURL FileURL::deletingLastPathComponent() const {
-    return FileURL(platform::deletingLastPathComponent(path_), true);
+    return {platform::deletingLastPathComponent(path_), true};
 }
 
 std::string FileURL::absoluteString() const {

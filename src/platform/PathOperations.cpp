@@ -21,7 +21,7 @@ std::string::size_type extensionDot(const std::string& component) {
 }  // namespace
 
 std::string lastPathComponent(const std::string& path) {
-    const std::string trimmed = withoutTrailingSlashes(path);
+    std::string trimmed = withoutTrailingSlashes(path);
     if (trimmed == "/") {
         return trimmed;
     }

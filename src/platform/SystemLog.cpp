@@ -9,7 +9,7 @@ namespace {
 
 class StandardErrorLog final : public SystemLog {
 public:
-    void write(const std::string& text) override { std::fprintf(stderr, "record-converter: %s\n", text.c_str()); }
+    void write(const std::string& text) override { (void)std::fprintf(stderr, "record-converter: %s\n", text.c_str()); }
 };
 
 std::atomic<SystemLog*> installed{nullptr};

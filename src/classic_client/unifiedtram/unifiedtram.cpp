@@ -27,7 +27,7 @@ Function lookUp(void* bundle, const char* name) {
 
 }  // namespace
 
-ktrtra_init_class::ktrtra_init_class() : bundleName_("ktrtrace.bundle") {
+ktrtra_init_class::ktrtra_init_class() {
     if (!LoadTraceModule()) {
         return;
     }

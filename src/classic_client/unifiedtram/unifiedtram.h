@@ -50,7 +50,7 @@ private:
     bool LoadComponentBundleFromPluginFolder();
     bool loadBundleInFolder(const std::string& folder);
 
-    const char* const bundleName_;
+    const char* const bundleName_ = "ktrtrace.bundle";
     void* bundle_ = nullptr;
 };
 

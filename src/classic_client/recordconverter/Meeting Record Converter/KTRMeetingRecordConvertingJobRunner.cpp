@@ -38,7 +38,7 @@ std::shared_ptr<KTRMeetingRecordItem> KTRMeetingRecordConvertingJobRunner::popFr
     if (jobs_.empty()) {
         return nullptr;
     }
-    const auto item = jobs_.front();
+    auto item = jobs_.front();
     std::erase(jobs_, item);
     waitingCount_ = jobs_.size();
     return item;
