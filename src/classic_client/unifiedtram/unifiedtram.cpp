@@ -81,8 +81,12 @@ const char* KTRTRACEFILENAME2() {
 }
 
 // The twelve variadic functions differ in level and module alone; a variable-argument list can only be started in the
-// function that received it, hence a macro and no function.
+// function that received it, hence a macro and no function. The test comes before the list: without a plug-in a call
+// costs little more than itself.
 #define KTR_TRACE_AND_RETURN(level, module)                                                                            \
+    if (g_ktrtrace.load(std::memory_order_acquire) == nullptr) {                                                       \
+        return -1;                                                                                                     \
+    }                                                                                                                  \
     std::va_list arguments;                                                                                            \
     va_start(arguments, format);                                                                                       \
     const std::int32_t result = KTRTRACE2(level, module, nullptr, format, arguments);                                  \
