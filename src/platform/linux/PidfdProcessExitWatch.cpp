@@ -1,0 +1,32 @@
+#include "platform/linux/PidfdProcessExitWatch.h"
+
+#include "platform/RunLoop.h"
+#include "platform/SystemLog.h"
+
+#include <cerrno>
+#include <string>
+#include <sys/pidfd.h>
+#include <system_error>
+#include <utility>
+
+namespace platform {
+
+PidfdProcessExitWatch::PidfdProcessExitWatch(RunLoop& runLoop) : runLoop_(runLoop) {}
+
+void PidfdProcessExitWatch::watch(std::int32_t processId, std::function<void(std::int32_t)> exited) {
+    if (processId <= 0) {
+        return;
+    }
+    // The kernel marks every process descriptor close-on-exec, so no child keeps one.
+    const int descriptor = pidfd_open(processId, 0);
+    if (descriptor < 0) {
+        if (errno != ESRCH) {
+            SystemLog::standard().write("can't watch the exit of process " + std::to_string(processId) + ": " +
+                                        std::generic_category().message(errno));
+        }
+        return;
+    }
+    runLoop_.addOneShotReadSource(descriptor, [processId, exited = std::move(exited)] { exited(processId); });
+}
+
+}  // namespace platform

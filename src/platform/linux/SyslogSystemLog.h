@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/SystemLog.h"
+
+namespace platform {
+
+/// The system log of a Linux desktop: standard error and, where one runs, the system's logger. Each text becomes one
+/// line in each, whatever it holds: control characters turn into blanks. Any thread.
+class SyslogSystemLog final : public SystemLog {
+public:
+    SyslogSystemLog();
+    ~SyslogSystemLog() override;
+
+    SyslogSystemLog(const SyslogSystemLog&) = delete;
+    SyslogSystemLog& operator=(const SyslogSystemLog&) = delete;
+
+    void write(const std::string& text) override;
+
+private:
+    // Standard error may already lead into the system's journal, where a second copy would only be noise.
+    const bool standardErrorIsJournal_;
+};
+
+}  // namespace platform

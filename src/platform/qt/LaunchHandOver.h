@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/qt/QtDistributedNotificationCenter.h"
+
+#include <QEventLoop>
+#include <QString>
+
+namespace platform::qt {
+
+class NotificationBus;
+
+/// One second launch that gives its arguments to the converter that runs already. Takes the bus's owner handler for
+/// its lifetime; its maker passes notifications on to `hear`. Main thread.
+class LaunchHandOver final {
+public:
+    LaunchHandOver(NotificationBus& bus, const QString& busName, const LaunchVocabulary& words,
+                   std::int32_t meetingProcessId, const std::optional<std::string>& path);
+    ~LaunchHandOver();
+
+    LaunchHandOver(const LaunchHandOver&) = delete;
+    LaunchHandOver& operator=(const LaunchHandOver&) = delete;
+
+    /// Waits in an event loop of its own.
+    QtDistributedNotificationCenter::HandOver run();
+
+    void hear(const DistributedNotification& notification, const QString& sender);
+
+private:
+    enum class Answer { none, acknowledged, holderGone, busGone };
+
+    Answer offerRecording();
+    void confirmSpawn(std::int32_t holderProcessId);
+    void ownerChanged(const QString& name, const QString& oldOwner);
+    void finish(Answer answer);
+
+    NotificationBus& bus_;
+    const QString busName_;
+    const LaunchVocabulary words_;
+    const std::int32_t meetingProcessId_;
+    const std::optional<std::string> path_;
+
+    QString holder_;
+    Answer answer_ = Answer::none;
+    QEventLoop loop_;
+};
+
+}  // namespace platform::qt

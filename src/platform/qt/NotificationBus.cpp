@@ -1,0 +1,146 @@
+#include "platform/qt/NotificationBus.h"
+
+#include "platform/SystemLog.h"
+#include "platform/qt/BusValues.h"
+#include "platform/qt/SessionBus.h"
+
+#include <QDBusArgument>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusReply>
+
+namespace platform::qt {
+
+namespace {
+
+const auto kConnectionName = QStringLiteral("record-converter notifications");
+const auto kPath = QStringLiteral("/org/recordconverter/NotificationCenter");
+const auto kInterface = QStringLiteral("org.recordconverter.NotificationCenter");
+const auto kSignal = QStringLiteral("Posted");
+const auto kBus = QStringLiteral("org.freedesktop.DBus");
+const auto kBusPath = QStringLiteral("/org/freedesktop/DBus");
+
+void sayThatThereIsNoBus(const QString& reason) {
+    SystemLog::standard().write("no session bus (" + reason.toStdString() +
+                                "): meeting clients can't be heard or answered; the command line and the exit watch "
+                                "still work");
+}
+
+DistributedNotification notificationOf(const QDBusMessage& message) {
+    const auto arguments = message.arguments();
+    DistributedNotification notification;
+    notification.name = arguments.at(0).toString().toStdString();
+    if (const auto object = arguments.at(1).toString(); !object.isEmpty()) {
+        notification.object = object.toStdString();
+    }
+    const auto values = qdbus_cast<QVariantMap>(arguments.at(2));
+    if (!values.isEmpty()) {
+        notification.userInfo = userInfo(values);
+    }
+    return notification;
+}
+
+}  // namespace
+
+NotificationBus::NotificationBus() {
+    if (!hasSessionBusAddress()) {
+        sayThatThereIsNoBus(QStringLiteral("the environment names none"));
+        return;
+    }
+    auto connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnectionName);
+    if (!connection.isConnected()) {
+        sayThatThereIsNoBus(connection.lastError().message());
+        QDBusConnection::disconnectFromBus(kConnectionName);
+        return;
+    }
+    connection_ = connection;
+    listen();
+}
+
+NotificationBus::~NotificationBus() {
+    if (connection_) {
+        connection_.reset();
+        QDBusConnection::disconnectFromBus(kConnectionName);
+    }
+}
+
+void NotificationBus::listen() {
+    // The bus handles what one connection sends in order, so these hold before any later call is answered.
+    connection_->connect({}, kPath, kInterface, kSignal, QStringLiteral("ssa{sv}"), this, SLOT(onPosted(QDBusMessage)));
+    connection_->connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), this,
+                         SLOT(onNameOwnerChanged(QString, QString, QString)));
+    connection_->connect({}, QStringLiteral("/org/freedesktop/DBus/Local"),
+                         QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                         SLOT(onDisconnected()));
+}
+
+bool NotificationBus::isConnected() const {
+    return connection_ && connection_->isConnected();
+}
+
+QString NotificationBus::ownAddress() const {
+    return connection_ ? connection_->baseService() : QString();
+}
+
+void NotificationBus::send(const DistributedNotification& notification) {
+    if (!isConnected()) {
+        return;
+    }
+    auto signal = QDBusMessage::createSignal(kPath, kInterface, kSignal);
+    signal << QString::fromStdString(notification.name) << QString::fromStdString(notification.object.value_or(""))
+           << busValues(notification.userInfo.value_or(UserInfo()));
+    connection_->send(signal);
+}
+
+void NotificationBus::flush() {
+    if (isConnected()) {
+        connection_->call(QDBusMessage::createMethodCall(kBus, kBusPath, kBus, QStringLiteral("GetId")));
+    }
+}
+
+bool NotificationBus::acquireName(const QString& busName) {
+    if (!isConnected()) {
+        return true;
+    }
+    const auto reply = connection_->interface()->registerService(busName, QDBusConnectionInterface::DontQueueService,
+                                                                 QDBusConnectionInterface::DontAllowReplacement);
+    if (!reply.isValid()) {
+        SystemLog::standard().write("the session bus refuses the name " + busName.toStdString() + ": " +
+                                    reply.error().message().toStdString());
+        return true;
+    }
+    return reply.value() == QDBusConnectionInterface::ServiceRegistered;
+}
+
+QString NotificationBus::holderOf(const QString& busName) const {
+    return isConnected() ? connection_->interface()->serviceOwner(busName).value() : QString();
+}
+
+std::optional<std::int32_t> NotificationBus::processIdOf(const QString& address) const {
+    if (!isConnected()) {
+        return std::nullopt;
+    }
+    const QDBusReply<uint> reply = connection_->interface()->servicePid(address);
+    return reply.isValid() ? std::optional(static_cast<std::int32_t>(reply.value())) : std::nullopt;
+}
+
+void NotificationBus::onPosted(const QDBusMessage& message) {
+    if (posted_) {
+        posted_(notificationOf(message), message.service());
+    }
+}
+
+void NotificationBus::onNameOwnerChanged(const QString& busName, const QString& oldOwner, const QString& newOwner) {
+    if (ownerChanged_) {
+        ownerChanged_(busName, oldOwner, newOwner);
+    }
+}
+
+void NotificationBus::onDisconnected() {
+    sayThatThereIsNoBus(QStringLiteral("it has gone"));
+    if (ownerChanged_) {
+        ownerChanged_({}, {}, {});
+    }
+}
+
+}  // namespace platform::qt

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/DistributedNotificationCenter.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace platform::qt {
+
+/// A connection of its own to the session bus that hears and sends the notification signal and knows who holds a name.
+/// Main thread.
+class NotificationBus final : public QObject {
+    Q_OBJECT
+
+public:
+    using PostedHandler = std::function<void(const DistributedNotification&, const QString& sender)>;
+    using OwnerHandler = std::function<void(const QString& busName, const QString& oldOwner, const QString& newOwner)>;
+
+    /// Connects, and listens before it returns. Says in the system log when there is no bus.
+    NotificationBus();
+    ~NotificationBus() override;
+
+    bool isConnected() const;
+
+    /// This process's own address on the bus.
+    QString ownAddress() const;
+
+    /// Called for each notification on the bus, in order, from the event loop.
+    void setPostedHandler(PostedHandler handler) { posted_ = std::move(handler); }
+
+    /// Called when a name changes hands (an empty address: nobody's), or with three empty texts when the bus is gone.
+    void setOwnerHandler(OwnerHandler handler) { ownerChanged_ = std::move(handler); }
+
+    void send(const DistributedNotification& notification);
+
+    /// Returns once the bus has taken everything that was sent.
+    void flush();
+
+    /// False only when another process holds the name.
+    bool acquireName(const QString& busName);
+
+    /// The address of the name's holder; empty when there is none.
+    QString holderOf(const QString& busName) const;
+
+    /// The process behind an address; absent when it has left the bus.
+    std::optional<std::int32_t> processIdOf(const QString& address) const;
+
+private Q_SLOTS:
+    void onPosted(const QDBusMessage& message);
+    void onNameOwnerChanged(const QString& busName, const QString& oldOwner, const QString& newOwner);
+    void onDisconnected();
+
+private:
+    void listen();
+
+    std::optional<QDBusConnection> connection_;
+    PostedHandler posted_;
+    OwnerHandler ownerChanged_;
+};
+
+}  // namespace platform::qt

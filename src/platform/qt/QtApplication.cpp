@@ -1,0 +1,122 @@
+#include "platform/qt/QtApplication.h"
+
+#include "platform/SystemLog.h"
+#include "platform/qt/DisplayChoice.h"
+#include "platform/qt/EndingSignals.h"
+#include "platform/qt/SessionBus.h"
+
+#include <QApplication>
+#include <QMetaObject>
+#include <QSessionManager>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace platform::qt {
+
+namespace {
+
+// The toolkit keeps pointers into its arguments for as long as the application object lives.
+struct ToolkitArguments {
+    ToolkitArguments(int argc, char* argv[], const std::string& platform) {
+        // Our own options are none of the toolkit's business; it would take "-path" and the like for its own.
+        texts.emplace_back(argc > 0 ? argv[0] : "record-converter");
+        if (!platform.empty()) {
+            texts.emplace_back("-platform");
+            texts.push_back(platform);
+        }
+        for (auto& text : texts) {
+            pointers.push_back(text.data());
+        }
+        count = static_cast<int>(pointers.size());
+        pointers.push_back(nullptr);
+    }
+
+    std::vector<std::string> texts;
+    std::vector<char*> pointers;
+    int count = 0;
+};
+
+void sayThatThereIsNoDisplay(const std::string& trouble) {
+    SystemLog::standard().write("no display (" + trouble + "): running off-screen");
+}
+
+}  // namespace
+
+struct QtApplication::Toolkit {
+    Toolkit(int argc, char* argv[], const DisplayChoice& choice)
+        : arguments(argc, argv, choice.platform), application(arguments.count, arguments.pointers.data()) {
+        if (!choice.trouble.empty()) {
+            sayThatThereIsNoDisplay(choice.trouble);
+        } else if (!choice.platform.empty() && QGuiApplication::platformName() == QLatin1String("offscreen")) {
+            sayThatThereIsNoDisplay("the toolkit can't use the one that answers");
+        }
+    }
+
+    ToolkitArguments arguments;
+    QApplication application;
+    EndingSignals signals{[] { QCoreApplication::exit(); }};
+};
+
+namespace {
+
+void prepareProcess() {
+    // Whoever launched us may die first; a line that nobody reads must not end a conversion.
+    std::signal(SIGPIPE, SIG_IGN);
+    if (!hasSessionBusAddress()) {
+        forbidStartingSessionBus();
+    }
+    // The desktop's widget styles are not for bubbles, and each would be one more plug-in in this process.
+    QApplication::setStyle(QStringLiteral("Fusion"));
+}
+
+}  // namespace
+
+QtApplication::QtApplication(int argc, char* argv[])
+    : toolkit_((prepareProcess(), std::make_unique<Toolkit>(argc, argv, chooseDisplay()))) {
+    QCoreApplication::setApplicationName(QStringLiteral("record-converter"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Record converter"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.recordconverter.RecordConverter"));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QCoreApplication::setQuitLockEnabled(false);
+    QObject::connect(&toolkit_->application, &QGuiApplication::saveStateRequest, &toolkit_->application,
+                     [](QSessionManager& session) {
+                         // A meeting client starts us when there is work; the next session must not.
+                         session.setRestartHint(QSessionManager::RestartNever);
+                     });
+}
+
+QtApplication::~QtApplication() = default;
+
+void QtApplication::setDelegate(std::shared_ptr<ApplicationDelegate> delegate) {
+    delegate_ = std::move(delegate);
+}
+
+std::shared_ptr<ApplicationDelegate> QtApplication::delegate() const {
+    return delegate_;
+}
+
+void QtApplication::terminate(const ApplicationDelegate*) {
+    QMetaObject::invokeMethod(
+        &toolkit_->application, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+}
+
+void QtApplication::run() {
+    QMetaObject::invokeMethod(
+        &toolkit_->application,
+        [this] {
+            if (delegate_) {
+                delegate_->applicationDidFinishLaunching();
+            }
+        },
+        Qt::QueuedConnection);
+    QCoreApplication::exec();
+    if (delegate_) {
+        delegate_->applicationWillTerminate();
+    }
+    std::exit(EXIT_SUCCESS);
+}
+
+}  // namespace platform::qt

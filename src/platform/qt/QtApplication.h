@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/Application.h"
+
+#include <memory>
+
+namespace platform::qt {
+
+/// The application main on Qt. Chooses a display that answers, or the off-screen platform, which the system log hears
+/// of; leaves this program's own options alone; never ends because a window closed; never starts a session bus.
+/// SIGTERM, SIGINT, SIGHUP and the end of the desktop session terminate it in the orderly way; a broken output pipe
+/// does not end it. One a process, on the main thread.
+class QtApplication final : public Application {
+public:
+    QtApplication(int argc, char* argv[]);
+
+    /// For tests; a running application ends with its process instead.
+    ~QtApplication() override;
+
+    void setDelegate(std::shared_ptr<ApplicationDelegate> delegate);
+    std::shared_ptr<ApplicationDelegate> delegate() const override;
+
+    void terminate(const ApplicationDelegate* sender) override;
+
+    /// Tells the delegate that launching has finished, turns the main run loop until the application is asked to
+    /// terminate, tells the delegate so, and ends the process with status 0 through its exit handlers. Nothing is
+    /// destroyed before that: other threads may still be at work.
+    [[noreturn]] void run();
+
+private:
+    struct Toolkit;
+    const std::unique_ptr<Toolkit> toolkit_;
+    std::shared_ptr<ApplicationDelegate> delegate_;
+};
+
+}  // namespace platform::qt

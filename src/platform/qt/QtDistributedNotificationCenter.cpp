@@ -1,0 +1,118 @@
+#include "platform/qt/QtDistributedNotificationCenter.h"
+
+#include "platform/qt/LaunchHandOver.h"
+#include "platform/qt/NotificationBus.h"
+
+#include <QMetaObject>
+#include <utility>
+#include <vector>
+
+namespace platform::qt {
+
+class QtDistributedNotificationCenter::Bus {
+public:
+    struct Registration {
+        const void* observer;
+        std::string name;
+        Callback callback;
+        bool active = true;
+    };
+
+    Bus() {
+        connection.setPostedHandler([this](const DistributedNotification& notification, const QString& sender) {
+            arrived(notification, sender);
+        });
+    }
+
+    void addObserver(const void* observer, const std::string& name, Callback callback) {
+        registrations.push_back(std::make_shared<Registration>(Registration{observer, name, std::move(callback)}));
+        if (std::exchange(hasObservers, true)) {
+            return;
+        }
+        // Observers come one by one; the kept ones wait until all of this turn's are there.
+        QMetaObject::invokeMethod(
+            &connection, [this] { deliverKept(); }, Qt::QueuedConnection);
+    }
+
+    void arrived(const DistributedNotification& notification, const QString& sender) {
+        if (handOver != nullptr) {
+            handOver->hear(notification, sender);
+        }
+        // Our own offer comes back like every broadcast, perhaps when this process has become the one to convert. The
+        // launch arguments say the same, so it would be a second start of the same recording.
+        if (notification.name == offered && sender == connection.ownAddress()) {
+            return;
+        }
+        if (!isDeliveringAtOnce) {
+            kept.push_back(notification);
+            return;
+        }
+        deliver(notification);
+    }
+
+    void deliverKept() {
+        isDeliveringAtOnce = true;
+        const auto notifications = std::exchange(kept, {});
+        for (const auto& notification : notifications) {
+            deliver(notification);
+        }
+    }
+
+    void deliver(const DistributedNotification& notification) {
+        // Observers may come and go while they are called.
+        const auto called = registrations;
+        for (const auto& registration : called) {
+            if (registration->active && registration->name == notification.name) {
+                registration->callback(notification);
+            }
+        }
+    }
+
+    NotificationBus connection;
+    std::vector<std::shared_ptr<Registration>> registrations;
+    std::vector<DistributedNotification> kept;
+    bool hasObservers = false;
+    bool isDeliveringAtOnce = false;
+    LaunchHandOver* handOver = nullptr;
+    // The notification that was posted for another converter; empty when none was.
+    std::string offered;
+};
+
+QtDistributedNotificationCenter::QtDistributedNotificationCenter() : bus_(std::make_unique<Bus>()) {}
+
+QtDistributedNotificationCenter::~QtDistributedNotificationCenter() = default;
+
+void QtDistributedNotificationCenter::addObserver(const void* observer, const std::string& name, Callback callback) {
+    bus_->addObserver(observer, name, std::move(callback));
+}
+
+void QtDistributedNotificationCenter::removeObserver(const void* observer) {
+    std::erase_if(bus_->registrations, [&](const auto& registration) {
+        if (registration->observer != observer) {
+            return false;
+        }
+        registration->active = false;
+        return true;
+    });
+}
+
+void QtDistributedNotificationCenter::postNotification(const DistributedNotification& notification) {
+    bus_->connection.send(notification);
+}
+
+bool QtDistributedNotificationCenter::acquireName(const std::string& busName) {
+    return bus_->connection.acquireName(QString::fromStdString(busName));
+}
+
+QtDistributedNotificationCenter::HandOver
+QtDistributedNotificationCenter::handOver(const std::string& busName, const LaunchVocabulary& words,
+                                          std::int32_t meetingProcessId, const std::optional<std::string>& path) {
+    LaunchHandOver handOver(bus_->connection, QString::fromStdString(busName), words, meetingProcessId, path);
+    bus_->handOver = &handOver;
+    bus_->offered = words.recordingStarted;
+    const auto result = handOver.run();
+    bus_->handOver = nullptr;
+    return result;
+}
+
+}  // namespace platform::qt

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/StatusBar.h"
+
+#include <memory>
+#include <optional>
+
+namespace platform::qt {
+
+/// The desktop's status area: a StatusNotifierItem where the desktop has a host for it, an XEMBED icon where X11 has a
+/// tray, nothing where there is neither; it follows them as they come and go. Needs the application object.
+class QtStatusBar final : public StatusBar {
+public:
+    QtStatusBar();
+    ~QtStatusBar() override;
+
+    std::shared_ptr<StatusItem> statusItemWithLength(double length) override;
+
+    /// Where the item that shows `view` stands on the desktop now: x and y are its top left corner, y growing downward.
+    /// Absent when `view` is in no item, or its place can't be known.
+    std::optional<ui::Rect> desktopFrameOf(const ui::View& view) const;
+
+private:
+    class Items;
+    const std::shared_ptr<Items> items_;
+};
+
+}  // namespace platform::qt

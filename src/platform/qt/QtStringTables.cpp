@@ -1,0 +1,61 @@
+#include "platform/qt/QtStringTables.h"
+
+#include "platform/UserDefaults.h"
+
+#include <QFile>
+#include <QTranslator>
+#include <utility>
+
+namespace platform::qt {
+
+namespace {
+
+constexpr const char* kPreferredLanguages = "AppleLanguages";
+constexpr const char* kLanguageOfKeys = "en";
+
+}  // namespace
+
+struct QtStringTables::Table {
+    // Empty for the language of the keys, and where no language has a table.
+    QTranslator translator;
+};
+
+QtStringTables::QtStringTables(const UserDefaults& defaults, std::string folder)
+    : defaults_(defaults), folder_(std::move(folder)) {}
+
+QtStringTables::~QtStringTables() = default;
+
+const QtStringTables::Table& QtStringTables::loaded(const std::string& table) const {
+    auto languages = defaults_.stringList(kPreferredLanguages);
+    if (languages != languages_) {
+        languages_ = std::move(languages);
+        tables_.clear();
+    }
+    auto& slot = tables_[table];
+    if (slot) {
+        return *slot;
+    }
+    slot = std::make_unique<Table>();
+    for (const auto& language : languages_) {
+        if (language == kLanguageOfKeys) {
+            break;
+        }
+        // The settings are text that anyone can edit: a language never leads out of the folder.
+        if (language.find('/') != std::string::npos) {
+            continue;
+        }
+        const auto file = QFile::decodeName((folder_ + "/" + table + "_" + language + ".qm").c_str());
+        // Asked first, because loading would otherwise try shorter names, another region's table among them.
+        if (QFile::exists(file) && slot->translator.load(file)) {
+            break;
+        }
+    }
+    return *slot;
+}
+
+std::string QtStringTables::localizedString(const std::string& key, const std::string& table) const {
+    const auto text = loaded(table).translator.translate(table.c_str(), key.c_str());
+    return text.isNull() ? key : text.toStdString();
+}
+
+}  // namespace platform::qt

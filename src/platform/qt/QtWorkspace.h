@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/Workspace.h"
+
+namespace platform::qt {
+
+/// Opens things through the desktop's own opener (xdg-open). What is opened lives on by itself: it gets its own
+/// session, and nothing of this process's output. A refusal is told to the system log.
+class QtWorkspace final : public Workspace {
+public:
+    bool openURL(const FileURL& url) override;
+};
+
+}  // namespace platform::qt

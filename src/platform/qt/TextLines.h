@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/ui/Font.h"
+
+#include <QColor>
+#include <QFont>
+#include <QRectF>
+#include <QSizeF>
+#include <QString>
+#include <QTextLayout>
+
+class QPainter;
+
+namespace platform::qt {
+
+/// The toolkit's font for a font of the view model: one point is one pixel at scale 1.
+QFont toolkitFont(const ui::Font& font);
+
+/// A text broken into lines at a width: the one way in which texts are measured and drawn, so that what was measured
+/// fits.
+class TextLines final {
+public:
+    TextLines(const QString& text, const QFont& font, double width);
+
+    QSizeF size() const { return size_; }
+
+    /// Draws from the top leading corner of `frame`.
+    void draw(QPainter& painter, const QRectF& frame, const QColor& color) const;
+
+private:
+    QTextLayout layout_;
+    QSizeF size_;
+};
+
+}  // namespace platform::qt

@@ -1,0 +1,59 @@
+#include "uilib/qt/BubbleShape.h"
+
+#include <QColor>
+#include <QPainter>
+#include <QPen>
+#include <algorithm>
+
+namespace uilib::qt {
+
+namespace {
+
+constexpr double kShadowDrop = 2;
+constexpr double kShadowDarkness = 0.36;
+
+}  // namespace
+
+QPainterPath bubbleOutline(const QRectF& body, double cornerRadius, const AuroraArrowRecord& arrow, ArrowEdge edge,
+                           double tip) {
+    QPainterPath outline;
+    outline.addRoundedRect(body, cornerRadius, cornerRadius);
+    if (edge == ArrowEdge::none) {
+        return outline;
+    }
+    const double half = arrow.width / 2;
+    const double tipX = body.left() + std::clamp(tip, 0.0, body.width());
+    const double least = body.left() + cornerRadius + half;
+    const double most = body.right() - cornerRadius - half;
+    const double base = std::max(least, std::min(tipX, most));
+    const bool isTop = edge == ArrowEdge::top;
+    // Into the body by a hair, so that no seam shows where the two meet.
+    const double baseY = isTop ? body.top() + 0.5 : body.bottom() - 0.5;
+    const double tipY = isTop ? body.top() - arrow.height : body.bottom() + arrow.height;
+
+    QPainterPath triangle;
+    triangle.moveTo(base - half, baseY);
+    triangle.lineTo(tipX, tipY);
+    triangle.lineTo(base + half, baseY);
+    triangle.closeSubpath();
+    return outline.united(triangle);
+}
+
+void drawShadow(QPainter& painter, const QPainterPath& outline) {
+    painter.save();
+    painter.translate(0, kShadowDrop);
+    painter.setBrush(Qt::NoBrush);
+    // Strokes of growing width, each faint: their sum falls off softly, without a blur to compute.
+    const double darkness = 2 * kShadowDarkness / kShadowExtent;
+    for (int width = 1; width <= kShadowExtent - static_cast<int>(kShadowDrop); ++width) {
+        const double fall = 1.0 - static_cast<double>(width) / kShadowExtent;
+        QColor shade(Qt::black);
+        shade.setAlphaF(static_cast<float>(darkness * fall * fall));
+        QPen pen(shade, 2.0 * width);
+        pen.setJoinStyle(Qt::RoundJoin);
+        painter.strokePath(outline, pen);
+    }
+    painter.restore();
+}
+
+}  // namespace uilib::qt

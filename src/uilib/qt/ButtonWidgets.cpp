@@ -1,0 +1,138 @@
+#include "uilib/qt/ButtonWidgets.h"
+
+#include "platform/qt/TextLines.h"
+#include "platform/qt/VectorPicture.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <utility>
+
+namespace uilib::qt {
+
+namespace {
+
+constexpr double kCornerRadius = 4;
+constexpr double kFocusRing = 1.5;
+
+struct Look {
+    QColor face;
+    QColor title;
+    QColor edge;
+};
+
+// Light on the bubble's black. Every enabled title keeps a contrast of at least 7 to 1 to its face.
+Look lookOf(AuroraButtonState state) {
+    const QColor white(255, 255, 255);
+    switch (state) {
+    case AuroraButtonState::disabled:
+        return {QColor(38, 38, 38), QColor(128, 128, 128), Qt::transparent};
+    case AuroraButtonState::hover:
+        return {QColor(84, 84, 84), white, Qt::transparent};
+    case AuroraButtonState::focused:
+        return {QColor(58, 58, 58), white, white};
+    case AuroraButtonState::pressed:
+        return {QColor(36, 36, 36), QColor(225, 225, 225), Qt::transparent};
+    case AuroraButtonState::normal:
+        break;
+    }
+    return {QColor(58, 58, 58), white, Qt::transparent};
+}
+
+Qt::Alignment toolkitAlignment(AuroraTextAlignment alignment) {
+    switch (alignment) {
+    case AuroraTextAlignment::right:
+        return Qt::AlignRight;
+    case AuroraTextAlignment::center:
+        return Qt::AlignHCenter;
+    case AuroraTextAlignment::left:
+        break;
+    }
+    return Qt::AlignLeft;
+}
+
+}  // namespace
+
+ControlWidget::ControlWidget(std::shared_ptr<const platform::ui::Control> control, QWidget* parent)
+    : QAbstractButton(parent), control_(std::move(control)) {
+    setEnabled(control_->isEnabled());
+    setFocusPolicy(Qt::TabFocus);
+    setAttribute(Qt::WA_Hover);
+    // The action may end this widget's bubble; its own hold on the control outlasts the call.
+    connect(this, &QAbstractButton::clicked, this, [this] {
+        const auto pressed = control_;
+        pressed->sendAction();
+    });
+}
+
+bool ControlWidget::event(QEvent* event) {
+    if (event->type() == QEvent::EnabledChange) {
+        update();
+    }
+    return QAbstractButton::event(event);
+}
+
+void ControlWidget::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        animateClick();
+        return;
+    }
+    QAbstractButton::keyPressEvent(event);
+}
+
+AuroraButtonState ControlWidget::state() const {
+    if (!isEnabled()) {
+        return AuroraButtonState::disabled;
+    }
+    if (isDown()) {
+        return AuroraButtonState::pressed;
+    }
+    if (underMouse()) {
+        return AuroraButtonState::hover;
+    }
+    return hasFocus() ? AuroraButtonState::focused : AuroraButtonState::normal;
+}
+
+RoundedButtonWidget::RoundedButtonWidget(std::shared_ptr<const AuroraRoundedButton> button, QWidget* parent)
+    : ControlWidget(button, parent), button_(std::move(button)) {
+    // An ampersand in a title is an ampersand, not a shortcut.
+    auto title = QString::fromStdString(button_->title().value_or(""));
+    setAccessibleName(title);
+    setText(title.replace(QLatin1Char('&'), QLatin1String("&&")));
+}
+
+void RoundedButtonWidget::paintEvent(QPaintEvent*) {
+    const auto look = lookOf(state());
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(look.face);
+    painter.drawRoundedRect(QRectF(rect()), kCornerRadius, kCornerRadius);
+    if (look.edge.alpha() > 0) {
+        const double inset = kFocusRing / 2;
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(look.edge, kFocusRing));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kCornerRadius, kCornerRadius);
+    }
+    painter.setFont(platform::qt::toolkitFont(button_->font()));
+    painter.setPen(look.title);
+    painter.drawText(QRectF(rect()),
+                     static_cast<int>(Qt::AlignVCenter | toolkitAlignment(button_->alignment())) | Qt::TextSingleLine,
+                     accessibleName());
+}
+
+StatesButtonWidget::StatesButtonWidget(std::shared_ptr<const AuroraXStatesButton> button, QWidget* parent)
+    : ControlWidget(button, parent), button_(std::move(button)) {
+    setAccessibleName(tr("Close"));
+}
+
+void StatesButtonWidget::paintEvent(QPaintEvent*) {
+    if (const auto image = button_->buttonImage(state())) {
+        QPainter painter(this);
+        platform::qt::VectorPicture(*image).draw(painter, rect());
+    }
+}
+
+}  // namespace uilib::qt

@@ -1,0 +1,21 @@
+#include "uilib/qt/QtAuroraBubbleMaker.h"
+
+#include "uilib/qt/BubbleStack.h"
+#include "uilib/qt/QtAuroraBubble.h"
+
+#include <utility>
+
+namespace uilib::qt {
+
+QtAuroraBubbleMaker::QtAuroraBubbleMaker(platform::NotificationCenter& center,
+                                         const platform::qt::QtStatusBar& statusBar)
+    : center_(center), stack_(std::make_shared<BubbleStack>(statusBar)) {}
+
+QtAuroraBubbleMaker::~QtAuroraBubbleMaker() = default;
+
+std::shared_ptr<CAuroraBubble> QtAuroraBubbleMaker::makeBubbleWithDescriptionExternalClientView(
+    std::shared_ptr<const CAuroraBubbleDescription> description, std::shared_ptr<platform::ui::View> clientView) {
+    return std::make_shared<QtAuroraBubble>(center_, stack_, std::move(description), std::move(clientView));
+}
+
+}  // namespace uilib::qt

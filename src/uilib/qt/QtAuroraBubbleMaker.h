@@ -1,0 +1,34 @@
+#pragma once
+
+#include "uilib/CAuroraBubble.h"
+
+#include <memory>
+
+namespace platform {
+class NotificationCenter;
+}
+namespace platform::qt {
+class QtStatusBar;
+}
+
+namespace uilib::qt {
+
+class BubbleStack;
+
+/// Bubbles as windows below the status icon. Needs the application object. Nothing wakes up while no bubble is open.
+class QtAuroraBubbleMaker final : public AuroraBubbleMaker {
+public:
+    /// Both outlive every bubble.
+    QtAuroraBubbleMaker(platform::NotificationCenter& center, const platform::qt::QtStatusBar& statusBar);
+    ~QtAuroraBubbleMaker() override;
+
+    std::shared_ptr<CAuroraBubble>
+    makeBubbleWithDescriptionExternalClientView(std::shared_ptr<const CAuroraBubbleDescription> description,
+                                                std::shared_ptr<platform::ui::View> clientView) override;
+
+private:
+    platform::NotificationCenter& center_;
+    const std::shared_ptr<BubbleStack> stack_;
+};
+
+}  // namespace uilib::qt

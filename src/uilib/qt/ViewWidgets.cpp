@@ -1,0 +1,86 @@
+#include "uilib/qt/ViewWidgets.h"
+
+#include "platform/qt/TextLines.h"
+#include "platform/qt/VectorPicture.h"
+#include "uilib/AuroraRoundedButton.h"
+#include "uilib/AuroraXStatesButton.h"
+#include "uilib/qt/ButtonWidgets.h"
+
+#include <QPainter>
+#include <utility>
+
+namespace uilib::qt {
+
+namespace {
+
+QColor toolkitColor(const platform::ui::Color& color) {
+    return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
+                            static_cast<float>(color.blue), static_cast<float>(color.alpha));
+}
+
+QWidget* makeWidgetOfKind(const std::shared_ptr<platform::ui::View>& view, QWidget* parent) {
+    if (auto field = std::dynamic_pointer_cast<platform::ui::TextField>(view)) {
+        return new TextFieldWidget(std::move(field), parent);
+    }
+    if (auto image = std::dynamic_pointer_cast<platform::ui::ImageView>(view)) {
+        return new ImageViewWidget(std::move(image), parent);
+    }
+    if (auto button = std::dynamic_pointer_cast<AuroraRoundedButton>(view)) {
+        return new RoundedButtonWidget(std::move(button), parent);
+    }
+    if (auto button = std::dynamic_pointer_cast<AuroraXStatesButton>(view)) {
+        return new StatesButtonWidget(std::move(button), parent);
+    }
+    return new QWidget(parent);
+}
+
+}  // namespace
+
+QRect widgetFrame(const platform::ui::Rect& frame, double surroundingHeight) {
+    const QPoint topLeft(qRound(frame.x), qRound(surroundingHeight - frame.y - frame.height));
+    const QPoint bottomRight(qRound(frame.x + frame.width), qRound(surroundingHeight - frame.y));
+    return {topLeft, QSize(bottomRight.x() - topLeft.x(), bottomRight.y() - topLeft.y())};
+}
+
+QWidget* makeViewWidget(const std::shared_ptr<platform::ui::View>& view, QWidget* parent) {
+    auto* const widget = makeWidgetOfKind(view, parent);
+    const auto& frame = view->frame();
+    widget->resize(qRound(frame.width), qRound(frame.height));
+    for (const auto& subview : view->subviews()) {
+        makeViewWidget(subview, widget)->setGeometry(widgetFrame(subview->frame(), frame.height));
+    }
+    return widget;
+}
+
+TextFieldWidget::TextFieldWidget(std::shared_ptr<const platform::ui::TextField> field, QWidget* parent)
+    : QLabel(parent), field_(std::move(field)) {
+    setTextFormat(Qt::PlainText);
+    setText(QString::fromStdString(field_->attributedStringValue().string));
+}
+
+void TextFieldWidget::paintEvent(QPaintEvent*) {
+    const auto& value = field_->attributedStringValue();
+    QPainter painter(this);
+    platform::qt::TextLines(text(), platform::qt::toolkitFont(value.font), field_->frame().width)
+        .draw(painter, rect(), toolkitColor(value.foregroundColor));
+}
+
+ImageViewWidget::ImageViewWidget(std::shared_ptr<const platform::ui::ImageView> view, QWidget* parent)
+    : QWidget(parent), view_(std::move(view)) {}
+
+void ImageViewWidget::paintEvent(QPaintEvent*) {
+    if (!view_->image()) {
+        return;
+    }
+    const platform::qt::VectorPicture picture(*view_->image());
+    QRectF frame(rect());
+    if (view_->imageScaling() == platform::ui::ImageScaling::none) {
+        const auto center = frame.center();
+        frame.setSize(picture.size());
+        frame.moveCenter(center);
+    }
+    QPainter painter(this);
+    picture.draw(painter, frame);
+}
+
+}  // namespace uilib::qt

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/ui/ImageView.h"
+#include "platform/ui/TextField.h"
+#include "platform/ui/View.h"
+
+#include <QLabel>
+#include <QRect>
+#include <QWidget>
+#include <memory>
+
+namespace uilib::qt {
+
+/// The frame of a view inside one of the given height, as the toolkit counts: from the top, in whole pixels. Edges are
+/// rounded one by one, so that neighbours stay neighbours.
+QRect widgetFrame(const platform::ui::Rect& frame, double surroundingHeight);
+
+/// Makes the widgets of a view and all its subviews, back to front, the view's at `parent`'s origin. The widgets keep
+/// their views alive and send presses to them.
+QWidget* makeViewWidget(const std::shared_ptr<platform::ui::View>& view, QWidget* parent);
+
+/// A text that screen readers read as one.
+class TextFieldWidget final : public QLabel {
+public:
+    TextFieldWidget(std::shared_ptr<const platform::ui::TextField> field, QWidget* parent);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const std::shared_ptr<const platform::ui::TextField> field_;
+};
+
+/// A picture that means nothing to a screen reader: the text beside it says the same.
+class ImageViewWidget final : public QWidget {
+public:
+    ImageViewWidget(std::shared_ptr<const platform::ui::ImageView> view, QWidget* parent);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const std::shared_ptr<const platform::ui::ImageView> view_;
+};
+
+}  // namespace uilib::qt
