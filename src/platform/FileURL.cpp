@@ -14,7 +14,7 @@ FileURL FileURL::fileURLWithPath(std::string path, bool isDirectory) {
 }
 
 FileURL FileURL::deletingLastPathComponent() const {
-    return {platform::deletingLastPathComponent(path_), true};
+    return {std::string(platform::deletingLastPathComponent(path_)), true};
 }
 
 std::string FileURL::absoluteString() const {

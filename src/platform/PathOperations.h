@@ -1,23 +1,25 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 /// Operations on path texts. They look at the text alone, never at the disk, and take any bytes: a path need not be
-/// valid UTF-8. Trailing slashes are not part of the last component. Any thread.
+/// valid UTF-8. Trailing slashes are not part of the last component. What is returned as a view points into the
+/// argument. Any thread.
 namespace platform {
 
 /// "/a/b/rec.tmp" gives "rec.tmp", "/a/b/" gives "b", "/" gives "/", "" gives "".
-std::string lastPathComponent(const std::string& path);
+std::string_view lastPathComponent(std::string_view path);
 
 /// "/a/b/rec.tmp" gives "/a/b", "/rec.tmp" gives "/", "rec.tmp" gives "".
-std::string deletingLastPathComponent(const std::string& path);
+std::string_view deletingLastPathComponent(std::string_view path);
 
 /// What follows the last "." of the last component, without the dot: "rec.tmp" gives "tmp". "" when there is none; a
 /// name whose only dot comes first (".hidden") has no extension.
-std::string pathExtension(const std::string& path);
+std::string_view pathExtension(std::string_view path);
 
 /// The path without its extension and the dot before it: "/a/rec.tmp" gives "/a/rec", ".hidden" stays.
-std::string deletingPathExtension(const std::string& path);
+std::string_view deletingPathExtension(std::string_view path);
 
 /// `folder` and `component` joined by exactly one slash; an empty folder gives `component` alone.
 std::string appendingPathComponent(const std::string& folder, const std::string& component);

@@ -29,6 +29,7 @@ void KTRMeetingRecordConvertingJobRunner::scheduleJob(std::shared_ptr<KTRMeeting
 
 void KTRMeetingRecordConvertingJobRunner::pushBack(std::shared_ptr<KTRMeetingRecordItem> item) {
     const std::lock_guard lock(monitor_);
+    ++timesWaiting_[item.get()];
     jobs_.push_back(std::move(item));
     waitingCount_ = jobs_.size();
 }
@@ -39,7 +40,13 @@ std::shared_ptr<KTRMeetingRecordItem> KTRMeetingRecordConvertingJobRunner::popFr
         return nullptr;
     }
     auto item = jobs_.front();
-    std::erase(jobs_, item);
+    const auto times = timesWaiting_.extract(item.get());
+    // Searching the whole list for each item would make a long list slow; nearly every item waits once.
+    if (times.mapped() == 1) {
+        jobs_.pop_front();
+    } else {
+        std::erase(jobs_, item);
+    }
     waitingCount_ = jobs_.size();
     return item;
 }

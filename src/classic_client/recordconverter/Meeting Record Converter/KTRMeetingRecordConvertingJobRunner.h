@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 
 namespace platform {
 class DispatchQueue;
@@ -106,6 +107,7 @@ private:
     std::weak_ptr<KTRMeetingRecordConvertingJobRunnerDelegate> delegate_;
     std::recursive_mutex monitor_;
     std::deque<std::shared_ptr<KTRMeetingRecordItem>> jobs_;
+    std::unordered_map<const KTRMeetingRecordItem*, std::size_t> timesWaiting_;
     std::atomic<std::size_t> waitingCount_ = 0;
     std::atomic<bool> hasJobRunning_ = false;
     std::unique_ptr<KTRMeetingRecordConverter> converter_;

@@ -3,6 +3,7 @@
 #include "platform/FileManager.h"
 #include "platform/PathOperations.h"
 
+#include <string_view>
 #include <utility>
 
 KTRMeetingRecordItem::KTRMeetingRecordItem(std::int32_t originatingProcessId, std::string sourcePath,
@@ -16,16 +17,20 @@ void KTRMeetingRecordItem::setDstPath(std::string path) {
 }
 
 void KTRMeetingRecordItem::createDstPath() {
-    std::string baseName = platform::deletingPathExtension(platform::lastPathComponent(srcPath_));
+    auto baseName = platform::deletingPathExtension(platform::lastPathComponent(srcPath_));
     // Recorders that write "talk.mp4.tmp" mean talk.mp4; any other inner extension is part of the name.
     if (platform::pathExtension(baseName) == "mp4") {
         baseName = platform::deletingPathExtension(baseName);
     }
-    const std::string stem = platform::deletingLastPathComponent(srcPath_) + '/' + baseName;
+    std::string candidate;
+    candidate.reserve(srcPath_.size() + std::string_view("(9999).mp4").size());
+    candidate.append(platform::deletingLastPathComponent(srcPath_)).append(1, '/').append(baseName);
+    const auto stemSize = candidate.size();
 
-    std::string candidate = stem + ".mp4";
+    candidate.append(".mp4");
     for (std::int64_t counter = 1; fileManager_.fileExistsAtPath(candidate, nullptr); ++counter) {
-        candidate = stem + '(' + std::to_string(counter) + ").mp4";
+        candidate.resize(stemSize);
+        candidate.append(1, '(').append(std::to_string(counter)).append(").mp4");
     }
     dstPath_ = std::move(candidate);
 }

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// Seconds that `work` takes.
+inline double secondsOf(const std::function<void()>& work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+/// The value in the middle; the lower of two.
+inline double median(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>((values.size() - 1) / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Ours and the reference, measured in turns so that whatever else the machine does meets both.
+struct Pairs {
+    std::string name;
+    double limit = 0;  ///< the ratio must not exceed it
+    std::vector<double> ours;
+    std::vector<double> reference;
+
+    double ratio() const { return median(ours) / median(reference); }
+};
+
+/// Both give seconds for one unit of the same amount of work.
+inline Pairs measure(std::string name, double limit, std::size_t pairs, const std::function<double()>& ours,
+                     const std::function<double()>& reference) {
+    Pairs result{std::move(name), limit, {}, {}};
+    for (std::size_t i = 0; i < pairs; ++i) {
+        result.reference.push_back(reference());
+        result.ours.push_back(ours());
+    }
+    return result;
+}
+
+}  // namespace bench
