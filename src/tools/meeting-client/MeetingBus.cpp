@@ -1,0 +1,101 @@
+#include "tools/meeting-client/MeetingBus.h"
+
+#include "recordmeeting/KTRMeetingRecordNotifications.h"
+
+#include <QDBusArgument>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+namespace {
+
+const QString path = QStringLiteral("/org/recordconverter/NotificationCenter");
+const QString interface = QStringLiteral("org.recordconverter.NotificationCenter");
+const QString member = QStringLiteral("Posted");
+
+// The bus handles the messages of one connection in order, so an answer from it means that it has seen all before.
+void settle(const QDBusConnection& connection) {
+    connection.call(
+        QDBusMessage::createMethodCall("org.freedesktop.DBus", "/", "org.freedesktop.DBus", QStringLiteral("GetId")));
+}
+
+pid_t senderOf(const Notification& notification) {
+    return notification.userInfo.value(kMeetingRecordNotificationKey_AckFromProcessId).toInt();
+}
+
+bool isAddressedTo(const Notification& notification, pid_t pid) {
+    const QVariant to = notification.userInfo.value(kMeetingRecordNotificationKey_AckToProcessId);
+    return to.isValid() && to.toInt() == pid;
+}
+
+}  // namespace
+
+MeetingBus::MeetingBus() : connection_(QDBusConnection::sessionBus()) {
+    if (isConnected()) {
+        connection_.connect(QString(), path, interface, member, this, SLOT(onPosted(QDBusMessage)));
+        settle(connection_);
+    }
+}
+
+bool MeetingBus::converterRuns() const {
+    return isConnected() && connection_.interface()->isServiceRegistered(kMeetingRecordConverterBundleIdentifier);
+}
+
+void MeetingBus::post(const Notification& notification) {
+    QDBusMessage signal = QDBusMessage::createSignal(path, interface, member);
+    signal << notification.name << notification.object << notification.userInfo;
+    connection_.send(signal);
+    settle(connection_);
+}
+
+bool MeetingBus::waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
+    const QDeadlineTimer deadline =
+        timeout.count() < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(timeout);
+    QEventLoop loop;
+    // Conditions beside the bus (a file that appears, a process that ends) are looked at again this often.
+    QTimer look;
+    look.start(50);
+    while (!done()) {
+        if (deadline.hasExpired()) {
+            return false;
+        }
+        loop.processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+pid_t MeetingBus::acknowledgedBy(const QString& name, pid_t pid) const {
+    for (const Notification& heard : heard_) {
+        if (heard.name == kMeetingRecordNotificationName_AckNotification && isAddressedTo(heard, pid) &&
+            heard.userInfo.value(kMeetingRecordNotificationKey_AckNotificationName) == name) {
+            return senderOf(heard);
+        }
+    }
+    return 0;
+}
+
+pid_t MeetingBus::confirmedBy(pid_t pid) const {
+    for (const Notification& heard : heard_) {
+        if (heard.name == kMeetingRecordNotificationName_AppSpawnConfirm && isAddressedTo(heard, pid)) {
+            return senderOf(heard);
+        }
+    }
+    return 0;
+}
+
+void MeetingBus::onPosted(const QDBusMessage& message) {
+    const QList<QVariant> arguments = message.arguments();
+    if (arguments.size() != 3 || message.signature() != QLatin1String("ssa{sv}")) {
+        return;
+    }
+    const Notification notification{arguments[0].toString(), arguments[1].toString(),
+                                    qdbus_cast<QVariantMap>(arguments[2])};
+    // Kept only while somebody waits for an answer; a long watch must not grow.
+    if (listener_) {
+        listener_(notification);
+    } else {
+        heard_.push_back(notification);
+    }
+}

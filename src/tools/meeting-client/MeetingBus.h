@@ -1,0 +1,53 @@
+#pragma once
+
+#include "tools/meeting-client/Notification.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+
+#include <chrono>
+#include <functional>
+#include <vector>
+
+#include <sys/types.h>
+
+/// A meeting client's end of the user's bus: posts notifications and hears those that anybody posts. Main thread.
+class MeetingBus : public QObject {
+    Q_OBJECT
+
+public:
+    /// Connects and listens; what is posted after this has returned is heard.
+    MeetingBus();
+
+    /// Whether there is a session bus; without one nothing is posted and nothing heard.
+    bool isConnected() const { return connection_.isConnected(); }
+
+    /// Whether a running converter owns its name on the bus.
+    bool converterRuns() const;
+
+    /// Told of each notification as it comes, own ones included.
+    void setListener(std::function<void(const Notification&)> listener) { listener_ = std::move(listener); }
+
+    /// Returns when the bus has taken the notification over.
+    void post(const Notification& notification);
+
+    /// Runs the event loop until `done` holds, `timeout` at most (negative: for ever). Result: whether it holds.
+    bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
+
+    /// The converter that has acknowledged `name` to `pid` since the last `forget`, or 0.
+    pid_t acknowledgedBy(const QString& name, pid_t pid) const;
+
+    /// The converter that has confirmed its start to `pid` since the last `forget`, or 0.
+    pid_t confirmedBy(pid_t pid) const;
+
+    void forget() { heard_.clear(); }
+
+private slots:
+    void onPosted(const QDBusMessage& message);
+
+private:
+    QDBusConnection connection_;
+    std::function<void(const Notification&)> listener_;
+    std::vector<Notification> heard_;
+};

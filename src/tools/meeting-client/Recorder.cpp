@@ -1,0 +1,69 @@
+#include "tools/meeting-client/Recorder.h"
+
+#include "tools/meeting-client/ChildProcess.h"
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+#include <vector>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+using namespace std::chrono_literals;
+
+Recorder::~Recorder() {
+    breakOff();
+}
+
+bool Recorder::start(const std::string& path) {
+    path_ = path;
+    // clang-format off
+    const std::vector<std::string> arguments{
+        "-nostdin", "-hide_banner", "-loglevel", "error", "-n",
+        "-re", "-f", "lavfi", "-i", "testsrc2=size=640x360:rate=25",
+        "-re", "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000",
+        "-c:v", "libx264", "-preset", "ultrafast", "-tune", "zerolatency", "-pix_fmt", "yuv420p", "-g", "25",
+        "-c:a", "aac", "-b:a", "96k",
+        // A meeting that dies without a word must not lose more than its last moments.
+        "-flush_packets", "1", "-cluster_time_limit", "250",
+        "-f", "matroska", "file:" + path};
+    // clang-format on
+    child_ = startChild(ffmpeg_, arguments);
+    return child_ > 0;
+}
+
+bool Recorder::isWriting() const {
+    struct stat status {};
+    return stat(path_.c_str(), &status) == 0 && status.st_size > 0;
+}
+
+bool Recorder::isRunning() {
+    if (child_ > 0 && waitpid(child_, nullptr, WNOHANG) == child_) {
+        child_ = -1;
+    }
+    return child_ > 0;
+}
+
+bool Recorder::finish() {
+    if (!isRunning()) {
+        return false;
+    }
+    kill(child_, SIGINT);
+    for (const auto deadline = std::chrono::steady_clock::now() + 10s; std::chrono::steady_clock::now() < deadline;) {
+        if (!isRunning()) {
+            return true;
+        }
+        std::this_thread::sleep_for(10ms);
+    }
+    breakOff();
+    return false;
+}
+
+void Recorder::breakOff() {
+    if (isRunning()) {
+        kill(child_, SIGKILL);
+        waitpid(child_, nullptr, 0);
+        child_ = -1;
+    }
+}
