@@ -5,9 +5,13 @@
 
 #include <cerrno>
 #include <string>
-#include <sys/pidfd.h>
 #include <system_error>
 #include <utility>
+
+// The C library's header (2.36) does not say that its functions are C.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 namespace platform {
 

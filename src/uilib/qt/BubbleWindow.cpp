@@ -5,6 +5,7 @@
 #include "uilib/qt/ViewWidgets.h"
 
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMetaObject>
 #include <QPainter>
@@ -120,7 +121,9 @@ void BubbleWindow::paintEvent(QPaintEvent*) {
 }
 
 void BubbleWindow::tellAttention() {
-    const bool isAttended = isPointerInside_ || isActiveWindow();
+    // The off-screen platform calls every window active; with nobody to see the bubble its time must run out.
+    static const bool isSeen = QGuiApplication::platformName() != QLatin1String("offscreen");
+    const bool isAttended = isSeen && (isPointerInside_ || isActiveWindow());
     if (std::exchange(isAttended_, isAttended) != isAttended) {
         handlers_.attended(isAttended);
     }

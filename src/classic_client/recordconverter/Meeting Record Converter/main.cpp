@@ -1,0 +1,118 @@
+// The one place that knows every concrete class: which provider answers what the application asks of a platform.
+
+#include "AppDelegate.h"
+#include "KTRAppLaunchingEnv.h"
+#include "platform/FileManager.h"
+#include "platform/IntegerReading.h"
+#include "platform/NotificationCenter.h"
+#include "platform/PathOperations.h"
+#include "platform/ProcessInformation.h"
+#include "platform/ThreadSerialQueue.h"
+#include "platform/linux/PidfdProcessExitWatch.h"
+#include "platform/linux/SyslogSystemLog.h"
+#include "platform/qt/QtApplication.h"
+#include "platform/qt/QtDistributedNotificationCenter.h"
+#include "platform/qt/QtMainQueue.h"
+#include "platform/qt/QtRunLoop.h"
+#include "platform/qt/QtStatusBar.h"
+#include "platform/qt/QtStringTables.h"
+#include "platform/qt/QtTextMeasure.h"
+#include "platform/qt/QtUserDefaults.h"
+#include "platform/qt/QtWorkspace.h"
+#include "platform/ui/Image.h"
+#include "recordmeeting/KTRMeetingRecordNotifications.h"
+#include "setAppLocale.h"
+#include "uilib/qt/QtAuroraBubbleMaker.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <system_error>
+
+namespace {
+
+/// The folder that holds bin, lib, libexec, PlugIns and Resources.
+std::string resourcesFolder() {
+    std::error_code error;
+    const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+    return platform::appendingPathComponent(executable.parent_path().parent_path().string(), "Resources");
+}
+
+/// The services that class-level operations reach without being handed them.
+struct StandardServices {
+    explicit StandardServices(const std::string& resources)
+        : stringTables(userDefaults, platform::appendingPathComponent(resources, "translations")),
+          images(platform::appendingPathComponent(resources, "images")) {
+        platform::SystemLog::setStandard(&systemLog);
+        platform::UserDefaults::setStandard(&userDefaults);
+        platform::StringTables::setStandard(&stringTables);
+        platform::ui::ImageCatalog::setStandard(&images);
+        platform::ui::TextMeasure::setStandard(&textMeasure);
+    }
+
+    platform::SyslogSystemLog systemLog;
+    platform::qt::QtUserDefaults userDefaults;
+    platform::qt::QtStringTables stringTables;
+    platform::ui::FolderImageCatalog images;
+    platform::qt::QtTextMeasure textMeasure;
+};
+
+/// Everything that the application delegate is handed.
+struct Providers {
+    Providers(int argc, char* argv[]) : application(argc, argv), processInformation(argc, argv) {}
+
+    platform::Platform asPlatform() {
+        return {application,        runLoop,   mainQueue,          serialQueueMaker, distributedCenter,
+                notificationCenter, exitWatch, processInformation, fileManager,      statusBar,
+                workspace};
+    }
+
+    platform::qt::QtApplication application;
+    platform::qt::QtRunLoop runLoop;
+    platform::qt::QtMainQueue mainQueue;
+    platform::ThreadSerialQueueMaker serialQueueMaker;
+    platform::qt::QtDistributedNotificationCenter distributedCenter;
+    platform::NotificationCenter notificationCenter;
+    platform::PidfdProcessExitWatch exitWatch{runLoop};
+    platform::MainProcessInformation processInformation;
+    platform::PosixFileManager fileManager;
+    platform::qt::QtStatusBar statusBar;
+    platform::qt::QtWorkspace workspace;
+    uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
+};
+
+/// True when another converter runs and has been given what this launch was to do.
+bool handedOver(Providers& providers) {
+    const std::string busName = kMeetingRecordConverterBundleIdentifier;
+    if (providers.distributedCenter.acquireName(busName)) {
+        return false;
+    }
+    KTRAppLaunchingEnv environment;
+    environment.parseArguments(providers.processInformation.arguments());
+    const platform::qt::LaunchVocabulary words = {
+        kMeetingRecordNotificationName_RecordingStarted,      kMeetingRecordNotificationName_AckNotification,
+        kMeetingRecordNotificationName_AppSpawnConfirm,       kMeetingRecordNotificationKey_MeetingProcessId,
+        kMeetingRecordNotificationKey_RecordIntermediatePath, kMeetingRecordNotificationKey_AckNotificationName,
+        kMeetingRecordNotificationKey_AckFromProcessId,       kMeetingRecordNotificationKey_AckToProcessId,
+    };
+    const auto parent = platform::integerReading(environment.parentProcessId());
+    return providers.distributedCenter.handOver(busName, words, parent, environment.filePath()) ==
+           platform::qt::QtDistributedNotificationCenter::HandOver::done;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    // Neither is ever destroyed: at the process's end the conversion queue may still be using them.
+    static const auto* const services = new StandardServices(resourcesFolder());
+    (void)services;
+    setAppLocale(argc, argv);
+
+    static auto& providers = *new Providers(argc, argv);
+    if (handedOver(providers)) {
+        return EXIT_SUCCESS;
+    }
+    providers.application.setDelegate(std::make_shared<AppDelegate>(providers.asPlatform(), providers.bubbleMaker));
+    providers.application.run();
+}
