@@ -1,0 +1,153 @@
+"""A private session bus, and an ear and a voice on it."""
+
+import os
+import subprocess
+import time
+
+import gi
+
+gi.require_version("Gio", "2.0")
+from gi.repository import Gio, GLib  # noqa: E402
+
+PATH = "/org/recordconverter/NotificationCenter"
+INTERFACE = "org.recordconverter.NotificationCenter"
+CONVERTER = "org.recordconverter.RecordConverter"
+
+STARTED = "kMeetingRecordNotificationName_RecordingStarted"
+STOPPED = "kMeetingRecordNotificationName_RecordingStopped"
+QUIT = "kMeetingRecordNotificationName_MeetingAppQuit"
+ACK = "kMeetingRecordNotificationName_AckNotification"
+SPAWN = "kMeetingRecordNotificationName_AppSpawnConfirm"
+
+PID = "kMeetingRecordNotificationKey_MeetingProcessId"
+FILE = "kMeetingRecordNotificationKey_RecordIntermediatePath"
+ACK_NAME = "kMeetingRecordNotificationKey_AckNotificationName"
+ACK_FROM = "kMeetingRecordNotificationKey_AckFromProcessId"
+ACK_TO = "kMeetingRecordNotificationKey_AckToProcessId"
+
+# No service can be activated on it: a test must not start anything of the machine it runs on.
+_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path={socket}</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+
+class PrivateBus:
+    def __init__(self, folder):
+        socket = os.path.join(folder, "bus")
+        configuration = os.path.join(folder, "bus.conf")
+        with open(configuration, "w", encoding="utf-8") as file:
+            file.write(_CONFIGURATION.format(socket=socket))
+        self.address = f"unix:path={socket}"
+        self.daemon = subprocess.Popen(
+            ["dbus-daemon", "--nofork", f"--config-file={configuration}", "--print-address=1"],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        if not self.daemon.stdout.readline():
+            raise AssertionError("the private bus does not start")
+
+    def stop(self):
+        self.daemon.kill()
+        self.daemon.wait()
+        self.daemon.stdout.close()
+
+
+class Notification:
+    """One notification as heard. `info` holds plain values, `types` the D-Bus type of each."""
+
+    def __init__(self, parameters):
+        self.name, self.object, entries = (parameters.get_child_value(index) for index in range(3))
+        self.name = self.name.get_string()
+        self.object = self.object.get_string()
+        self.info = {}
+        self.types = {}
+        for index in range(entries.n_children()):
+            entry = entries.get_child_value(index)
+            key = entry.get_child_value(0).get_string()
+            value = entry.get_child_value(1).get_variant()
+            self.info[key] = value.unpack()
+            self.types[key] = value.get_type_string()
+
+    def __repr__(self):
+        return f"{self.name} {self.info}"
+
+
+class Line:
+    """A connection to the bus that keeps all notifications it hears."""
+
+    def __init__(self, address):
+        self._connection = Gio.DBusConnection.new_for_address_sync(
+            address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
+        self._connection.set_exit_on_close(False)
+        self.heard = []
+        self._connection.signal_subscribe(None, INTERFACE, "Posted", PATH, None, Gio.DBusSignalFlags.NONE,
+                                          lambda *call: self.heard.append(Notification(call[5])))
+        self._ask("GetId", None)
+
+    def close(self):
+        self._connection.close_sync(None)
+
+    def _ask(self, method, arguments):
+        return self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                          method, arguments, None, Gio.DBusCallFlags.NONE, 5000, None)
+
+    def converter_runs(self):
+        return self._ask("NameHasOwner", GLib.Variant("(s)", (CONVERTER,))).unpack()[0]
+
+    def converter_pid(self):
+        return self._ask("GetConnectionUnixProcessID", GLib.Variant("(s)", (CONVERTER,))).unpack()[0]
+
+    def post(self, name, info=None, obj=""):
+        """`info` maps keys to GLib.Variant."""
+        self._connection.emit_signal(None, PATH, INTERFACE, "Posted",
+                                     GLib.Variant("(ssa{sv})", (name, obj, info or {})))
+        self._connection.flush_sync(None)
+
+    def started(self, pid, path):
+        value = GLib.Variant("ay", path) if isinstance(path, bytes) else GLib.Variant("s", path)
+        self.post(STARTED, {PID: GLib.Variant("i", pid), FILE: value})
+
+    def stopped(self, pid):
+        self.post(STOPPED, {PID: GLib.Variant("i", pid)})
+
+    def quit(self, pid):
+        self.post(QUIT, {PID: GLib.Variant("i", pid)})
+
+    def turn(self):
+        """Lets what has arrived be heard."""
+        while GLib.MainContext.default().iteration(False):
+            pass
+
+    def wait(self, condition, seconds, what):
+        """Like `processes.wait_until`, while the bus is being heard."""
+        deadline = time.monotonic() + seconds
+        while True:
+            self.turn()
+            result = condition()
+            if result:
+                return result
+            if time.monotonic() > deadline:
+                raise AssertionError(f"waited {seconds} s in vain: {what}; heard {self.heard}")
+            time.sleep(0.01)
+
+    def acknowledgements(self, pid, name=None):
+        return [n for n in self.heard if n.name == ACK and n.info[ACK_TO] == pid and name in (None, n.info[ACK_NAME])]
+
+    def wait_acknowledged(self, pid, name, times=1, seconds=20):
+        return self.wait(lambda: self.acknowledgements(pid, name)[times - 1:times], seconds,
+                         f"acknowledgement {times} of {name} to {pid}")
+
+    def confirmations(self, pid):
+        return [n for n in self.heard if n.name == SPAWN and n.info[ACK_TO] == pid]
+
+    def wait_confirmed(self, pid, seconds=20):
+        return self.wait(lambda: self.confirmations(pid), seconds, f"spawn confirmation to {pid}")[0]

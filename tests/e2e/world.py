@@ -1,0 +1,152 @@
+"""A world of its own for one test: home, settings, bus, application folder, and nothing left when it ends."""
+
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import unittest
+
+import bus
+import processes
+import recordings
+
+APPLICATION_FOLDER = os.environ.get("RECORD_CONVERTER_FOLDER", "")
+TEST_LIBRARIES = os.environ.get("RECORD_CONVERTER_TEST_LIBRARIES", "")
+
+# The kit shows a result for 15 s; ticks, fading and a slow machine come on top.
+BUBBLE_DEADLINE = 60
+
+# A test's outcome must not hang on the desktop that it is started from.
+_FOREIGN = ("DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS", "QT_QPA_PLATFORM",
+            "LD_LIBRARY_PATH", "LANGUAGE")
+
+
+class World(unittest.TestCase):
+    """Base of the scenarios. `self.folder` is where recordings go; `self.line` is an ear on the bus."""
+
+    with_bus = True
+
+    def setUp(self):
+        processes.adopt_orphans()
+        self.root = tempfile.mkdtemp(prefix="record-converter-e2e-")
+        self.addCleanup(shutil.rmtree, self.root)
+        self.addCleanup(self._nothing_left)
+        self.folder = os.path.join(self.root, "recordings")
+        self.environment = {key: value for key, value in os.environ.items()
+                            if key not in _FOREIGN and not key.startswith("XDG_")}
+        for key, name in (("HOME", "home"), ("XDG_CONFIG_HOME", "config"), ("XDG_RUNTIME_DIR", "run"),
+                          ("XDG_STATE_HOME", "state"), ("XDG_CACHE_HOME", "cache"), ("XDG_DATA_HOME", "data"),
+                          ("TMPDIR", "tmp"), ("", "recordings")):
+            path = os.path.join(self.root, name)
+            os.mkdir(path, 0o700)
+            if key:
+                self.environment[key] = path
+        self.environment["LC_ALL"] = "C.UTF-8"
+        self.application = APPLICATION_FOLDER
+        self.converters = []
+        self.line = None
+        if self.with_bus:
+            self.bus = bus.PrivateBus(self.root)
+            self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.bus.address
+            self.line = bus.Line(self.bus.address)
+            self.addCleanup(self.line.close)
+
+    def _nothing_left(self):
+        strays = [processes.command_line(pid) for pid in processes.descendants()]
+        processes.end_all()
+        for converter in self.converters:
+            converter.close()
+        if self.with_bus:
+            self.bus.stop()
+        workers = [line for line in strays if "mediaconverter-worker" in line]
+        running = [line for line in strays if "/bin/record-converter" in line]
+        if not running:
+            self.assertEqual(workers, [], "a worker has outlived its converter")
+
+    def own_application_folder(self):
+        """From here on the test uses a copy of the application folder, in a folder of its own."""
+        self.application = os.path.join(self.root, "opt", "record-converter")
+        shutil.copytree(APPLICATION_FOLDER, self.application, symlinks=True)
+        return self.application
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def program(self, name):
+        return os.path.join(self.application, "bin", name)
+
+    def recording(self, name="talk.mkv"):
+        return recordings.make(self.path(name))
+
+    def launch(self, *arguments):
+        """Starts the converter; its standard error goes to `self.log`."""
+        self.log = os.path.join(self.root, "converter.log")
+        with open(self.log, "ab") as log:
+            process = subprocess.Popen([self.program("record-converter"), *arguments], env=self.environment,
+                                       stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
+
+    def launch_for(self, meeting, path=None, *more):
+        """Starts the converter as `meeting` would, and waits until it is up."""
+        arguments = ["-pid", str(meeting.pid), "-pname", "test", "-locale", "1"]
+        if path is not None:
+            arguments += ["-path", path]
+        process = self.launch(*arguments, *more)
+        self.line.wait_confirmed(meeting.pid)
+        return process
+
+    def running_converter(self):
+        """The converter that a meeting client has launched."""
+        watched = processes.Watched(self.line.converter_pid())
+        self.converters.append(watched)
+        return watched
+
+    def meeting(self):
+        meeting = processes.Meeting()
+        self.addCleanup(meeting.die)
+        return meeting
+
+    def client(self, *arguments, **options):
+        """Runs meeting-client to its end."""
+        return subprocess.run([self.program("meeting-client"), *arguments], env=self.environment, cwd=self.folder,
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                              timeout=90, check=False, **options)
+
+    def wait_for(self, condition, seconds, what):
+        if self.line is not None:
+            return self.line.wait(condition, seconds, what)
+        return processes.wait_until(condition, seconds, what)
+
+    def wait_converted(self, source, target, seconds=40):
+        """Waits until the recording has become the MP4."""
+        self.wait_for(lambda: os.path.exists(target) and not os.path.exists(source), seconds,
+                      f"{source} becomes {target}; there are {sorted(os.listdir(self.folder))}; {self.log_text()}")
+
+    def wait_ended(self, process, seconds=BUBBLE_DEADLINE):
+        """Waits until the converter has ended by itself; its exit status."""
+        self.wait_for(lambda: process.poll() is not None, seconds, f"the converter ends; {self.log_text()}")
+        return process.returncode
+
+    def terminate(self, process, how=signal.SIGTERM):
+        process.send_signal(how)
+        return self.wait_ended(process, 20)
+
+    def log_text(self):
+        if not hasattr(self, "log"):
+            return ""
+        with open(self.log, encoding="utf-8", errors="replace") as file:
+            return file.read()
+
+    def files(self):
+        """What lies in the recordings folder, hidden files included."""
+        return sorted(os.listdir(self.folder))
+
+
+def main():
+    try:
+        unittest.main()
+    finally:
+        recordings.forget_sample()
