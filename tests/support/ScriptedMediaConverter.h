@@ -12,7 +12,7 @@ namespace support {
 /// What one conversion is to do. Progress values are reported first, in order; then the error, where there is one.
 struct ConversionScript {
     std::vector<float> progress = {0.0F, 50.0F, 100.0F};
-    std::optional<int> error;
+    std::optional<int> error = std::nullopt;
 
     /// Waits between the first progress value and the rest until ScriptedMediaConverter::unblock() or Release().
     bool blocks = false;
@@ -21,7 +21,7 @@ struct ConversionScript {
     bool onAnotherThread = false;
 
     /// Where given, the destination is made with this content before a progress of 100 or more is reported.
-    std::optional<std::string> output;
+    std::optional<std::string> output = std::nullopt;
 };
 
 /// One call of Convert, as it came.

@@ -1,0 +1,70 @@
+#pragma once
+
+namespace mediaconverter {
+
+/// Why a conversion failed: the codes that reach the sink. The numbers are published and never change their meaning.
+enum class ConversionError : int {
+    // what was asked
+    badRequest = 1,
+    abandoned = 2,
+    outOfMemory = 3,
+
+    // the source, before it is read
+    sourceMissing = 10,
+    sourceNotPermitted = 11,
+    sourceLinkLoop = 12,
+    sourceNotRegular = 13,
+    sourceNameTooLong = 14,
+    sourceNotOpened = 15,
+    sourceEmpty = 16,
+
+    // the source, while it is read
+    readFailed = 20,
+    sourceChanged = 21,
+    notARecording = 22,
+    formatRefused = 23,
+    nothingRecorded = 24,
+    indexMissing = 25,
+    encrypted = 26,
+    codecUnknown = 27,
+    limitExceeded = 28,
+    damagedCopyNotKept = 29,
+
+    // the destination
+    destinationExists = 40,
+    folderMissing = 41,
+    folderNotWritable = 42,
+    folderReadOnly = 43,
+    destinationNameTooLong = 44,
+    destinationNotOpened = 45,
+    diskFull = 46,
+    quotaExceeded = 47,
+    fileTooLarge = 48,
+    writeFailed = 49,
+    syncFailed = 50,
+    publishFailed = 51,
+    closeFailed = 52,
+
+    // the conversion itself
+    encodingFailed = 60,
+    containerFailed = 61,
+    proofFailed = 62,
+
+    // the worker
+    workerMissing = 80,
+    workerCrashed = 81,
+    workerHung = 82,
+    workerOutOfMemory = 83,
+    workerNonsense = 84,
+};
+
+/// One plain sentence without a full stop, for the system log; never null, whatever the value.
+const char* sentence(ConversionError error);
+
+/// True where `value` is one of the codes above.
+bool isConversionError(int value);
+
+/// What writing to the destination failed of, told from an errno value.
+ConversionError errorOfWriting(int number);
+
+}  // namespace mediaconverter

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "mediaconverter/job/JobOwner.h"
+#include "mediaconverter/job/OutputFile.h"
+#include "mediaconverter/job/SourceFile.h"
+#include "mediaconverter/job/WorkerProcess.h"
+
+#include <optional>
+#include <string>
+
+namespace mediaconverter {
+
+/// One recording on its way to one MP4: opens both ends, lets a worker do what touches the recording's content,
+/// and publishes the result. Lives on the converting thread.
+class ConversionJob {
+public:
+    ConversionJob(JobOwner& owner, std::string source, std::string destination);
+
+    /// Does the whole job. On return the MP4 stands, synced, under its name; when it throws JobFailure there is no
+    /// trace of it.
+    void run();
+
+private:
+    void runWorker(const SourceFile& source, const OutputFile& output);
+    bool waitForMessage(WorkerProcess& worker);
+    void requireSigns(WorkerProcess& worker);
+    void requireCleanEnd(WorkerProcess& worker, bool saidDone);
+    void take(const WorkerMessage& message);
+    void requireNotAbandoned() const;
+    void note(const std::string& text) const;
+
+    JobOwner& owner_;
+    const std::string sourcePath_;
+    const std::string destinationPath_;
+    std::optional<std::string> damage_;
+    int silentSeconds_ = 0;
+    std::optional<std::uint64_t> lastProcessorTime_;
+};
+
+}  // namespace mediaconverter

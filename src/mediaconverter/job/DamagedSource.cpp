@@ -1,0 +1,111 @@
+#include "mediaconverter/job/DamagedSource.h"
+
+#include "mediaconverter/job/JobFailure.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <vector>
+
+namespace mediaconverter {
+
+namespace {
+
+using enum ConversionError;
+
+std::string damagedName(const std::string& path, int number) {
+    const auto slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+    std::string stem = slash == std::string::npos ? path : path.substr(slash + 1);
+    std::string extension;
+    if (const auto dot = stem.rfind('.'); dot != std::string::npos && dot != 0) {
+        extension = stem.substr(dot);
+        stem.erase(dot);
+    }
+    const std::string mark = number == 1 ? " (damaged)" : " (damaged " + std::to_string(number) + ")";
+    // A name holds 255 bytes; one that is full already gives up the end of its stem.
+    if (const std::size_t length = stem.size() + mark.size() + extension.size(); length > 255) {
+        const std::size_t excess = length - 255;
+        stem.resize(stem.size() > excess ? stem.size() - excess : 0);
+    }
+    return folder + stem + mark + extension;
+}
+
+bool writeAll(int descriptor, const char* bytes, std::size_t length) {
+    while (length > 0) {
+        const ssize_t written = ::write(descriptor, bytes, length);
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        if (written > 0) {
+            bytes += written;
+            length -= static_cast<std::size_t>(written);
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+DamagedSource::DamagedSource(const SourceFile& source) {
+    for (int number = 1; number < 100; ++number) {
+        path_ = damagedName(source.path(), number);
+        if (linkTo(source, path_)) {
+            return;
+        }
+        if (errno != EEXIST &&
+            (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS || errno == EMLINK || errno == EXDEV) &&
+            copyTo(source, path_)) {
+            return;
+        }
+        if (errno != EEXIST) {
+            break;
+        }
+        // What an earlier conversion of the same file left serves as well.
+        struct stat present = {};
+        if (::stat(path_.c_str(), &present) == 0 && present.st_dev == source.status().st_dev &&
+            present.st_ino == source.status().st_ino) {
+            kept_ = true;
+            return;
+        }
+    }
+    throw JobFailure::ofSystem(damagedCopyNotKept, errno);
+}
+
+DamagedSource::~DamagedSource() {
+    if (!kept_) {
+        ::unlink(path_.c_str());
+    }
+}
+
+bool DamagedSource::linkTo(const SourceFile& source, const std::string& path) {
+    char opened[64];
+    std::snprintf(opened, sizeof opened, "/proc/self/fd/%d", source.descriptor());
+    return ::linkat(AT_FDCWD, opened, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+bool DamagedSource::copyTo(const SourceFile& source, const std::string& path) {
+    UniqueDescriptor copy(
+        ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, source.status().st_mode & 0666U));
+    if (!copy) {
+        return false;
+    }
+    std::vector<char> block(std::size_t{1} << 20U);
+    off_t position = 0;
+    bool fine = true;
+    while (fine && position < source.status().st_size) {
+        const ssize_t got = ::pread(source.descriptor(), block.data(), block.size(), position);
+        fine = got > 0 && writeAll(copy.get(), block.data(), static_cast<std::size_t>(got));
+        position += got > 0 ? got : 0;
+    }
+    fine = fine && ::fsync(copy.get()) == 0 && copy.close();
+    if (!fine) {
+        const int number = errno;
+        ::unlink(path.c_str());
+        errno = number == EEXIST ? EIO : number;
+    }
+    return fine;
+}
+
+}  // namespace mediaconverter

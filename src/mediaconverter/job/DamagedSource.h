@@ -1,0 +1,33 @@
+#pragma once
+
+#include "mediaconverter/job/SourceFile.h"
+
+#include <string>
+
+namespace mediaconverter {
+
+/// A second name for the data of a recording that could be saved only in part: `name (damaged).ext` beside it, so
+/// that the data outlives the recording's own name. Throws JobFailure when it can't be made.
+class DamagedSource {
+public:
+    /// Makes the name: a link, or a copy where the file system has no links. Never replaces a file.
+    explicit DamagedSource(const SourceFile& source);
+
+    /// Takes the name away again, unless it is to be kept.
+    ~DamagedSource();
+
+    DamagedSource(const DamagedSource&) = delete;
+    DamagedSource& operator=(const DamagedSource&) = delete;
+
+    const std::string& path() const { return path_; }
+    void keep() { kept_ = true; }
+
+private:
+    bool linkTo(const SourceFile& source, const std::string& path);
+    bool copyTo(const SourceFile& source, const std::string& path);
+
+    std::string path_;
+    bool kept_ = false;
+};
+
+}  // namespace mediaconverter

@@ -1,0 +1,120 @@
+#include "mediaconverter/job/HiddenFiles.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <mutex>
+#include <string_view>
+#include <vector>
+
+namespace mediaconverter::hiddenfiles {
+
+namespace {
+
+constexpr std::string_view prefix = ".record-converter-";
+constexpr std::string_view suffix = ".part";
+
+struct Entry {
+    int folder;
+    std::string name;
+};
+
+/// Removes what is left when the process exits in the middle of a conversion.
+class Registry {
+public:
+    ~Registry() {
+        const std::lock_guard lock(mutex_);
+        for (const Entry& entry : entries_) {
+            ::unlinkat(entry.folder, entry.name.c_str(), 0);
+        }
+    }
+
+    void add(int folder, const std::string& name) {
+        const std::lock_guard lock(mutex_);
+        entries_.push_back({folder, name});
+    }
+
+    void remove(int folder, const std::string& name) {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(entries_, [&](const Entry& entry) { return entry.folder == folder && entry.name == name; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<Entry> entries_;
+};
+
+Registry& registry() {
+    static Registry instance;
+    return instance;
+}
+
+/// A file nobody has locked belongs to nobody living.
+void removeIfLeft(int folder, const char* name) {
+    const UniqueDescriptor left(::openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (left && ::flock(left.get(), LOCK_EX | LOCK_NB) == 0) {
+        ::unlinkat(folder, name, 0);
+    }
+}
+
+void sweep(int folder) {
+    const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* const directory = copy < 0 ? nullptr : ::fdopendir(copy);
+    if (directory == nullptr) {
+        return;
+    }
+    while (const dirent* const entry = ::readdir(directory)) {
+        const std::string_view name(entry->d_name);
+        if (name.starts_with(prefix) && name.ends_with(suffix)) {
+            removeIfLeft(folder, entry->d_name);
+        }
+    }
+    ::closedir(directory);
+}
+
+std::string freshName() {
+    std::uint64_t number = 0;
+    static_cast<void>(!::getrandom(&number, sizeof number, 0));
+    char text[24];
+    std::snprintf(text, sizeof text, "%016" PRIx64, number);
+    return std::string(prefix) + text + std::string(suffix);
+}
+
+}  // namespace
+
+HiddenFile make(int folder, mode_t mode) {
+    sweep(folder);
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        HiddenFile made{UniqueDescriptor(), freshName()};
+        made.descriptor = UniqueDescriptor(
+            ::openat(folder, made.name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, mode));
+        if (!made.descriptor) {
+            if (errno == EEXIST) {
+                continue;
+            }
+            return made;
+        }
+        // Another converter's sweep may have come between the making and the locking.
+        struct stat status = {};
+        static_cast<void>(::flock(made.descriptor.get(), LOCK_EX | LOCK_NB));
+        if (::fstat(made.descriptor.get(), &status) == 0 && status.st_nlink > 0) {
+            registry().add(folder, made.name);
+            return made;
+        }
+    }
+    errno = EEXIST;
+    return {};
+}
+
+void forget(int folder, const std::string& name) {
+    registry().remove(folder, name);
+}
+
+}  // namespace mediaconverter::hiddenfiles

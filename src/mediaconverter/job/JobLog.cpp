@@ -1,0 +1,33 @@
+#include "mediaconverter/job/JobLog.h"
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace mediaconverter {
+
+std::string printable(const std::string& bytes) {
+    std::string out;
+    out.reserve(bytes.size());
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7F) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
+            out += escaped;
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+void logLine(const std::string& text) {
+    const std::string line = "mediaconverter: " + printable(text) + "\n";
+    // One write, so that lines of several threads do not mix; there is nowhere to tell of a failure.
+    static_cast<void>(!::write(STDERR_FILENO, line.data(), line.size()));
+    ::syslog(LOG_USER | LOG_NOTICE, "mediaconverter: %s", printable(text).c_str());
+}
+
+}  // namespace mediaconverter

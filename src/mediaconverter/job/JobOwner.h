@@ -1,0 +1,20 @@
+#pragma once
+
+namespace mediaconverter {
+
+/// What a job asks of whoever runs it, on the job's thread.
+class JobOwner {
+public:
+    virtual ~JobOwner() = default;
+
+    /// The job has come so far: percent, below 100.
+    virtual void jobProgress(float percent) = 0;
+
+    /// Readable once the job is to be abandoned.
+    virtual int abandonDescriptor() const = 0;
+
+    /// True once the job is to be abandoned.
+    virtual bool isAbandoned() const = 0;
+};
+
+}  // namespace mediaconverter

@@ -1,0 +1,215 @@
+#include "mediaconverter/job/OutputFile.h"
+
+#include "mediaconverter/job/HiddenFiles.h"
+#include "mediaconverter/job/JobFailure.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace mediaconverter {
+
+namespace {
+
+using enum ConversionError;
+
+ConversionError errorOfFolder(int number) {
+    switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+        return folderMissing;
+    case EACCES:
+    case EPERM:
+        return folderNotWritable;
+    case EROFS:
+        return folderReadOnly;
+    case ENAMETOOLONG:
+        return destinationNameTooLong;
+    case ENOSPC:
+        return diskFull;
+    case EDQUOT:
+        return quotaExceeded;
+    default:
+        return destinationNotOpened;
+    }
+}
+
+ConversionError errorOfPublishing(int number) {
+    switch (number) {
+    case EEXIST:
+        return destinationExists;
+    case ENAMETOOLONG:
+        return destinationNameTooLong;
+    case ENOSPC:
+        return diskFull;
+    case EDQUOT:
+        return quotaExceeded;
+    case EROFS:
+        return folderReadOnly;
+    case EACCES:
+        return folderNotWritable;
+    default:
+        return publishFailed;
+    }
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& destination, const struct stat& source) {
+    const auto slash = destination.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : destination.substr(0, slash + 1);
+    name_ = slash == std::string::npos ? destination : destination.substr(slash + 1);
+    folder_ = UniqueDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder_ && errno == EACCES) {  // a folder that may be written to and not listed
+        folder_ = UniqueDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
+    if (!folder_) {
+        throw JobFailure::ofSystem(errorOfFolder(errno), errno);
+    }
+    if (name_.empty()) {
+        throw JobFailure(destinationExists, "it is a folder");
+    }
+    struct stat present = {};
+    if (::fstatat(folder_.get(), name_.c_str(), &present, AT_SYMLINK_NOFOLLOW) == 0) {
+        throw JobFailure(destinationExists);
+    }
+    if (errno != ENOENT) {
+        throw JobFailure::ofSystem(errorOfFolder(errno), errno);
+    }
+    const mode_t mode = (source.st_mode & 0666U) | 0600U;
+    makeUnnamed(mode);
+    if (!descriptor_) {
+        makeHidden(mode);
+    }
+    if (::fstat(descriptor_.get(), &identity_) != 0) {
+        throw JobFailure::ofSystem(destinationNotOpened, errno);
+    }
+    // The mode given to open is cut by the umask, and a group other than the source's may hold other people.
+    const bool hasGroup =
+        identity_.st_gid == source.st_gid || ::fchown(descriptor_.get(), static_cast<uid_t>(-1), source.st_gid) == 0;
+    const mode_t wanted = hasGroup ? mode : (mode & ~static_cast<mode_t>(0060U));
+    // A file system without modes (FAT) refuses; the folder then decides who reads, for the source as well.
+    static_cast<void>(::fchmod(descriptor_.get(), wanted));
+}
+
+OutputFile::~OutputFile() {
+    if (!hiddenName_.empty()) {
+        ::unlinkat(folder_.get(), hiddenName_.c_str(), 0);
+        hiddenfiles::forget(folder_.get(), hiddenName_);
+    }
+}
+
+void OutputFile::makeUnnamed(mode_t mode) {
+    descriptor_ = UniqueDescriptor(::openat(folder_.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
+    if (descriptor_) {
+        return;
+    }
+    // These mean that the file system or the kernel has no unnamed files.
+    if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL && errno != ENOENT && errno != ENOSYS) {
+        throw JobFailure::ofSystem(errorOfFolder(errno), errno);
+    }
+}
+
+void OutputFile::makeHidden(mode_t mode) {
+    auto made = hiddenfiles::make(folder_.get(), mode);
+    if (!made.descriptor) {
+        throw JobFailure::ofSystem(errorOfFolder(errno), errno);
+    }
+    descriptor_ = std::move(made.descriptor);
+    hiddenName_ = std::move(made.name);
+}
+
+void OutputFile::sync(const struct stat& source) {
+    const struct timespec times[2] = {{0, UTIME_OMIT}, source.st_mtim};
+    static_cast<void>(::futimens(descriptor_.get(), times));
+    if (::fsync(descriptor_.get()) != 0) {
+        throw JobFailure::ofSystem(errno == ENOSPC || errno == EDQUOT ? errorOfWriting(errno) : syncFailed, errno);
+    }
+    // Network file systems report late errors when a descriptor is closed, and the name must not be given before.
+    UniqueDescriptor copy(::fcntl(descriptor_.get(), F_DUPFD_CLOEXEC, 0));
+    if (!copy || !copy.close()) {
+        throw JobFailure::ofSystem(closeFailed, errno);
+    }
+}
+
+void OutputFile::publish() {
+    if (hiddenName_.empty()) {
+        linkUnnamed();
+    } else {
+        renameHidden();
+    }
+    if (!descriptor_.close()) {
+        const int number = errno;
+        takeBackName();
+        throw JobFailure::ofSystem(closeFailed, number);
+    }
+    // Some file systems can't sync a folder and say so with EINVAL, and one that may not be listed can't be opened for
+    // it (EBADF); those names are as safe as they get.
+    if (::fsync(folder_.get()) != 0 && errno != EINVAL && errno != EBADF) {
+        const int number = errno;
+        takeBackName();
+        throw JobFailure::ofSystem(syncFailed, number);
+    }
+}
+
+void OutputFile::linkUnnamed() {
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor_.get());
+    if (::linkat(AT_FDCWD, path, folder_.get(), name_.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        return;
+    }
+    int number = errno;
+    // Without /proc there is the direct way, which not every kernel gives to every user.
+    if (number == ENOENT) {
+        if (::linkat(descriptor_.get(), "", folder_.get(), name_.c_str(), AT_EMPTY_PATH) == 0) {
+            return;
+        }
+        number = errno;
+    }
+    throw JobFailure::ofSystem(errorOfPublishing(number), number);
+}
+
+void OutputFile::renameHidden() {
+    const char* const hidden = hiddenName_.c_str();
+    if (::renameat2(folder_.get(), hidden, folder_.get(), name_.c_str(), RENAME_NOREPLACE) != 0) {
+        if (errno != EINVAL && errno != ENOSYS) {
+            throw JobFailure::ofSystem(errorOfPublishing(errno), errno);
+        }
+        if (::linkat(folder_.get(), hidden, folder_.get(), name_.c_str(), 0) == 0) {
+            ::unlinkat(folder_.get(), hidden, 0);
+        } else if (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) {
+            renameOverPlaceholder();
+        } else {
+            throw JobFailure::ofSystem(errorOfPublishing(errno), errno);
+        }
+    }
+    hiddenfiles::forget(folder_.get(), hiddenName_);
+    hiddenName_.clear();
+}
+
+void OutputFile::renameOverPlaceholder() {
+    // Neither a rename that keeps what is there nor links: an empty file of our own holds the name for a moment.
+    UniqueDescriptor placeholder(
+        ::openat(folder_.get(), name_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!placeholder) {
+        throw JobFailure::ofSystem(errorOfPublishing(errno), errno);
+    }
+    static_cast<void>(placeholder.close());
+    if (::renameat(folder_.get(), hiddenName_.c_str(), folder_.get(), name_.c_str()) != 0) {
+        const int number = errno;
+        ::unlinkat(folder_.get(), name_.c_str(), 0);
+        throw JobFailure::ofSystem(errorOfPublishing(number), number);
+    }
+}
+
+void OutputFile::takeBackName() {
+    struct stat named = {};
+    if (::fstatat(folder_.get(), name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && named.st_dev == identity_.st_dev &&
+        named.st_ino == identity_.st_ino) {
+        ::unlinkat(folder_.get(), name_.c_str(), 0);
+    }
+}
+
+}  // namespace mediaconverter

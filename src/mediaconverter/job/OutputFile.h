@@ -1,0 +1,48 @@
+#pragma once
+
+#include "mediaconverter/job/UniqueDescriptor.h"
+
+#include <sys/stat.h>
+
+#include <string>
+
+namespace mediaconverter {
+
+/// The MP4 in the making: a file without a name in the destination's folder, or, where the file system has no such
+/// files, a hidden one. It gets its name only through publish(); until then its end leaves nothing behind.
+/// Every operation throws JobFailure.
+class OutputFile {
+public:
+    /// Makes the file. Its mode and owner group let nobody read it who may not read `source`.
+    OutputFile(const std::string& destination, const struct stat& source);
+    ~OutputFile();
+
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    int descriptor() const { return descriptor_.get(); }
+
+    /// Takes the time of `source` and brings data and state to the disk. A failed sync is not tried again: the kernel
+    /// may have forgotten the data by then.
+    void sync(const struct stat& source);
+
+    /// Gives the file its destination name, without ever replacing what has it, closes it and brings the folder to
+    /// the disk. When that fails the name is as it was.
+    void publish();
+
+private:
+    void makeUnnamed(mode_t mode);
+    void makeHidden(mode_t mode);
+    void linkUnnamed();
+    void renameHidden();
+    void renameOverPlaceholder();
+    void takeBackName();
+
+    std::string name_;
+    std::string hiddenName_;  ///< empty for a file without a name
+    UniqueDescriptor folder_;
+    UniqueDescriptor descriptor_;
+    struct stat identity_ = {};
+};
+
+}  // namespace mediaconverter

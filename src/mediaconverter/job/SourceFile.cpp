@@ -1,0 +1,83 @@
+#include "mediaconverter/job/SourceFile.h"
+
+#include "mediaconverter/job/JobFailure.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+namespace mediaconverter {
+
+namespace {
+
+using enum ConversionError;
+
+ConversionError errorOfOpening(int number) {
+    switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+        return sourceMissing;
+    case EACCES:
+    case EPERM:
+        return sourceNotPermitted;
+    case ELOOP:
+        return sourceLinkLoop;
+    case ENAMETOOLONG:
+        return sourceNameTooLong;
+    case ENXIO:  // a socket
+    case ENODEV:
+        return sourceNotRegular;
+    default:
+        return sourceNotOpened;
+    }
+}
+
+bool isSameContent(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+           a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+}  // namespace
+
+SourceFile::SourceFile(std::string path) : path_(std::move(path)) {
+    // Opening a device can have effects of its own (a tape rewinds), so its kind is looked at first; what was opened
+    // is looked at again, because the name may lead elsewhere by then.
+    if (::stat(path_.c_str(), &status_) == 0 && !S_ISREG(status_.st_mode)) {
+        throw JobFailure(sourceNotRegular);
+    }
+    descriptor_ = UniqueDescriptor(::open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!descriptor_) {
+        throw JobFailure::ofSystem(errorOfOpening(errno), errno);
+    }
+    if (::fstat(descriptor_.get(), &status_) != 0) {
+        throw JobFailure::ofSystem(sourceNotOpened, errno);
+    }
+    if (!S_ISREG(status_.st_mode)) {
+        throw JobFailure(sourceNotRegular);
+    }
+    if (status_.st_size == 0) {
+        throw JobFailure(sourceEmpty);
+    }
+}
+
+void SourceFile::requireUnchanged() const {
+    struct stat opened = {};
+    struct stat named = {};
+    if (::fstat(descriptor_.get(), &opened) != 0 || ::stat(path_.c_str(), &named) != 0) {
+        throw JobFailure::ofSystem(sourceChanged, errno);
+    }
+    if (!isSameContent(opened, status_) || !isSameContent(named, status_)) {
+        throw JobFailure(sourceChanged);
+    }
+}
+
+bool SourceFile::isOpenForWriting() const {
+    // A read lease is granted only while nobody has the file open for writing.
+    if (::fcntl(descriptor_.get(), F_SETLEASE, F_RDLCK) == 0) {
+        ::fcntl(descriptor_.get(), F_SETLEASE, F_UNLCK);
+        return false;
+    }
+    return errno == EAGAIN;
+}
+
+}  // namespace mediaconverter

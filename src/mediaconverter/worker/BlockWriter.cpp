@@ -1,0 +1,119 @@
+#include "mediaconverter/worker/BlockWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace worker {
+
+namespace {
+
+/// How much may wait in memory before the disk is set to work on it: it then has little left to do at the sync.
+constexpr std::int64_t flushStep = 8 * 1024 * 1024;
+
+}  // namespace
+
+int writeAt(int descriptor, std::int64_t position, const std::uint8_t* bytes, std::size_t length) {
+    while (length > 0) {
+        const ssize_t written = ::pwrite(descriptor, bytes, length, position);
+        if (written < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errno;
+        }
+        if (written == 0) {
+            return ENOSPC;
+        }
+        bytes += written;
+        position += written;
+        length -= static_cast<std::size_t>(written);
+    }
+    return 0;
+}
+
+BlockWriter::BlockWriter(int descriptor) : descriptor_(descriptor) {
+    for (Block& block : ring_) {
+        block.bytes = std::make_unique<std::uint8_t[]>(blockSize);
+    }
+    thread_ = std::thread([this] { run(); });
+}
+
+BlockWriter::~BlockWriter() {
+    {
+        const std::lock_guard lock(mutex_);
+        ending_ = true;
+    }
+    changed_.notify_all();
+    thread_.join();
+}
+
+bool BlockWriter::write(std::int64_t position, const std::uint8_t* bytes, std::size_t length) {
+    while (length > 0) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return filled_ < blockCount || error_ != 0; });
+        if (error_ != 0) {
+            return false;
+        }
+        // The slot is this thread's alone until it is counted as filled.
+        Block& block = ring_[(first_ + filled_) % blockCount];
+        lock.unlock();
+        block.length = std::min(length, blockSize);
+        block.position = position;
+        std::memcpy(block.bytes.get(), bytes, block.length);
+        const std::size_t taken = block.length;
+        lock.lock();
+        ++filled_;
+        lock.unlock();
+        changed_.notify_all();
+        bytes += taken;
+        position += static_cast<std::int64_t>(taken);
+        length -= taken;
+    }
+    return true;
+}
+
+int BlockWriter::drain() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return filled_ == 0 || error_ != 0; });
+    return error_;
+}
+
+void BlockWriter::run() {
+    std::unique_lock lock(mutex_);
+    while (true) {
+        changed_.wait(lock, [this] { return filled_ > 0 || ending_; });
+        if (filled_ == 0) {
+            return;
+        }
+        const Block& block = ring_[first_];
+        const bool skip = error_ != 0;
+        lock.unlock();
+        const int error = skip ? 0 : writeOut(block);
+        lock.lock();
+        if (error != 0) {
+            error_ = error;
+        }
+        first_ = (first_ + 1) % blockCount;
+        --filled_;
+        changed_.notify_all();
+    }
+}
+
+int BlockWriter::writeOut(const Block& block) {
+    const int error = writeAt(descriptor_, block.position, block.bytes.get(), block.length);
+    unflushed_ += static_cast<std::int64_t>(block.length);
+    if (error == 0 && unflushed_ >= flushStep) {
+        const std::int64_t end = block.position + static_cast<std::int64_t>(block.length);
+        // Only a start is asked for; what it can't do the sync will do, and errors are the sync's to tell.
+        static_cast<void>(::sync_file_range(descriptor_, std::max<std::int64_t>(0, end - unflushed_), unflushed_,
+                                            SYNC_FILE_RANGE_WRITE));
+        unflushed_ = 0;
+    }
+    return error;
+}
+
+}  // namespace worker

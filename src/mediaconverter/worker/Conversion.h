@@ -1,0 +1,41 @@
+#pragma once
+
+#include "mediaconverter/worker/Mp4Writer.h"
+#include "mediaconverter/worker/Recording.h"
+#include "mediaconverter/worker/Reporter.h"
+#include "mediaconverter/worker/Timeline.h"
+#include "mediaconverter/worker/Track.h"
+
+#include <memory>
+#include <vector>
+
+namespace worker {
+
+/// The whole work of one worker: a recording in, a proved MP4 out. Throws Failure.
+class Conversion {
+public:
+    Conversion(int source, int output, Reporter& reporter);
+
+    void run();
+
+private:
+    std::int64_t estimateIndex() const;
+    void requireSpace(int output) const;
+    void addTracks();
+    void addTrack(const AVStream& stream, bool copies);
+    void copyMetadata();
+    void copyChapters();
+    void convert();
+    void prove(int output);
+
+    int output_;
+    Reporter& reporter_;
+    Recording recording_;
+    Mp4Writer writer_;
+    Timeline timeline_;
+    std::vector<std::unique_ptr<Track>> tracks_;
+    std::vector<Track*> trackOfStream_;
+    bool onlyCopies_ = true;
+};
+
+}  // namespace worker

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "mediaconverter/ConversionError.h"
+
+#include <string>
+#include <utility>
+
+namespace worker {
+
+using mediaconverter::ConversionError;
+
+/// Thrown to end the conversion: what the library is told.
+struct Failure {
+    ConversionError error;
+    std::string detail;
+
+    explicit Failure(ConversionError what, std::string more = {}) : error(what), detail(std::move(more)) {}
+
+    /// With the media library's own words for its error number as the detail. Running out of memory is told apart.
+    static Failure ofLibrary(ConversionError error, int number);
+};
+
+}  // namespace worker

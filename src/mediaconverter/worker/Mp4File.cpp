@@ -1,0 +1,239 @@
+#include "mediaconverter/worker/Mp4File.h"
+
+#include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/ChunkOffsets.h"
+#include "mediaconverter/worker/Failure.h"
+
+#include <fcntl.h>
+#include <linux/falloc.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+namespace worker {
+
+namespace {
+
+constexpr int bufferSize = 256 * 1024;
+constexpr std::int64_t boxHeader = 8;
+constexpr std::int64_t moveStep = std::int64_t{4} * 1024 * 1024;
+
+std::int64_t roundUp(std::int64_t value, std::int64_t unit) {
+    return (value + unit - 1) / unit * unit;
+}
+
+Failure failureOfWriting(int number) {
+    return Failure(mediaconverter::errorOfWriting(number), std::generic_category().message(number));
+}
+
+std::int64_t blockSizeOf(int descriptor) {
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && status.st_blksize > 0 ? std::max<std::int64_t>(status.st_blksize, 4096)
+                                                                      : 4096;
+}
+
+/// Tried out on the file itself, which is empty: file systems differ by more than their type.
+bool canInsertRange(int descriptor) {
+    const std::int64_t block = blockSizeOf(descriptor);
+    const std::array<std::uint8_t, 1> byte = {};
+    const bool can = writeAt(descriptor, block, byte.data(), byte.size()) == 0 &&
+                     ::fallocate(descriptor, FALLOC_FL_INSERT_RANGE, 0, block) == 0;
+    if (::ftruncate(descriptor, 0) != 0) {
+        throw failureOfWriting(errno);
+    }
+    return can;
+}
+
+}  // namespace
+
+Mp4File::Mp4File(int descriptor, std::int64_t reserve)
+    : descriptor_(descriptor), front_(canInsertRange(descriptor) ? 0 : roundUp(reserve, 4096)), writer_(descriptor) {
+    auto* const buffer = static_cast<unsigned char*>(present(av_malloc(bufferSize)));
+    context_ = present(avio_alloc_context(buffer, bufferSize, 1, this, nullptr, writeCallback, seekCallback));
+    // Without it the muxer has every packet written by itself.
+    context_->min_packet_size = bufferSize;
+}
+
+Mp4File::~Mp4File() {
+    av_freep(&context_->buffer);
+    avio_context_free(&context_);
+}
+
+void Mp4File::headerWritten() {
+    avio_flush(context_);
+    requireNoError();
+}
+
+void Mp4File::dataWritten() {
+    avio_flush(context_);
+    requireNoError();
+    finishing_ = true;
+    tailStart_ = position_;
+}
+
+void Mp4File::placeIndex() {
+    avio_flush(context_);
+    requireNoError();
+    const std::vector<std::uint8_t> index = takeIndex();
+    // A free box fills what is left between the index and the data, and it takes eight bytes at the least.
+    makeRoom(static_cast<std::int64_t>(largestWithShiftedChunkOffsets(index)) + boxHeader);
+    writeFront(withShiftedChunkOffsets(index, static_cast<std::uint64_t>(front_)));
+}
+
+void Mp4File::requireNoError() {
+    if (const int number = writer_.drain(); number != 0) {
+        throw failureOfWriting(number);
+    }
+    if (context_->error < 0) {
+        throw Failure::ofLibrary(ConversionError::writeFailed, context_->error);
+    }
+}
+
+int Mp4File::writeCallback(void* self, std::uint8_t* bytes, int length) {
+    return static_cast<Mp4File*>(self)->write(bytes, static_cast<std::size_t>(length));
+}
+
+int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
+    const int result = static_cast<int>(length);
+    if (position_ < 64 && fileType_.size() < 64) {
+        fileType_.insert(fileType_.end(), bytes, bytes + std::min<std::size_t>(length, 64 - fileType_.size()));
+    }
+    if (finishing_ && position_ >= tailStart_) {
+        return keep(bytes, length) ? result : AVERROR(ENOMEM);
+    }
+    if (finishing_) {
+        // The data box gets its size: what is written next is the index.
+        indexStart_ = -2;
+    }
+    if (!writer_.write(front_ + position_, bytes, length)) {
+        return AVERROR(EIO);
+    }
+    position_ += static_cast<std::int64_t>(length);
+    end_ = std::max(end_, position_);
+    return result;
+}
+
+bool Mp4File::keep(const std::uint8_t* bytes, std::size_t length) {
+    try {
+        if (indexStart_ == -2) {
+            indexStart_ = position_;
+        }
+        const auto offset = static_cast<std::size_t>(position_ - tailStart_);
+        tail_.resize(std::max(tail_.size(), offset + length));
+        std::memcpy(tail_.data() + offset, bytes, length);
+        position_ += static_cast<std::int64_t>(length);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+std::int64_t Mp4File::seekCallback(void* self, std::int64_t offset, int whence) {
+    auto& file = *static_cast<Mp4File*>(self);
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return std::max(file.end_, file.tailStart_ + static_cast<std::int64_t>(file.tail_.size()));
+    case SEEK_SET:
+        break;
+    case SEEK_CUR:
+        offset += file.position_;
+        break;
+    default:
+        return AVERROR(EINVAL);
+    }
+    file.position_ = offset;
+    return offset;
+}
+
+std::vector<std::uint8_t> Mp4File::takeIndex() {
+    const auto dataLength = static_cast<std::size_t>(std::max<std::int64_t>(0, indexStart_ - tailStart_));
+    if (indexStart_ < tailStart_ || dataLength + 8 > tail_.size() ||
+        std::memcmp(tail_.data() + dataLength + 4, "moov", 4) != 0) {
+        throw Failure(ConversionError::containerFailed, "the index is not where it should be");
+    }
+    // What comes before the index are the last samples, which the muxer makes when it finishes.
+    writeNow(front_ + tailStart_, tail_.data(), dataLength);
+    end_ = std::max(end_, tailStart_ + static_cast<std::int64_t>(dataLength));
+    tail_.erase(tail_.begin(), tail_.begin() + static_cast<std::ptrdiff_t>(dataLength));
+    return std::move(tail_);
+}
+
+void Mp4File::makeRoom(std::int64_t needed) {
+    if (needed <= front_) {
+        return;
+    }
+    const std::int64_t more = roundUp(needed - front_, blockSizeOf(descriptor_));
+    if (!insertRange(more)) {
+        moveUp(more);
+    }
+    front_ += more;
+}
+
+bool Mp4File::insertRange(std::int64_t length) {
+    int result = 0;
+    do {
+        result = ::fallocate(descriptor_, FALLOC_FL_INSERT_RANGE, 0, length);
+    } while (result != 0 && errno == EINTR);
+    if (result != 0 && errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL) {
+        throw failureOfWriting(errno);
+    }
+    return result == 0;
+}
+
+void Mp4File::moveUp(std::int64_t by) {
+    const auto block = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(moveStep));
+    for (std::int64_t end = front_ + end_; end > 0;) {
+        const std::int64_t start = std::max<std::int64_t>(0, end - moveStep);
+        for (std::int64_t have = start; have < end;) {
+            const ssize_t got =
+                ::pread(descriptor_, block.get() + (have - start), static_cast<std::size_t>(end - have), have);
+            if (got <= 0 && !(got < 0 && errno == EINTR)) {
+                throw failureOfWriting(got == 0 ? EIO : errno);
+            }
+            have += std::max<ssize_t>(got, 0);
+        }
+        writeNow(start + by, block.get(), static_cast<std::size_t>(end - start));
+        end = start;
+    }
+}
+
+void Mp4File::writeFront(const std::vector<std::uint8_t>& index) {
+    const std::int64_t typeLength = fileType_.size() < 8
+                                        ? 0
+                                        : std::int64_t{fileType_[0]} << 24U | std::int64_t{fileType_[1]} << 16U |
+                                              std::int64_t{fileType_[2]} << 8U | fileType_[3];
+    if (typeLength < boxHeader || typeLength > static_cast<std::int64_t>(fileType_.size())) {
+        throw Failure(ConversionError::containerFailed, "the file type is not where it should be");
+    }
+    const auto indexLength = static_cast<std::int64_t>(index.size());
+    writeNow(0, fileType_.data(), static_cast<std::size_t>(typeLength));
+    writeNow(typeLength, index.data(), index.size());
+    // The free box reaches over the muxer's own file type box, up to the data.
+    writeFreeBox(typeLength + indexLength, front_ - indexLength);
+}
+
+void Mp4File::writeFreeBox(std::int64_t position, std::int64_t length) {
+    const auto size = static_cast<std::uint32_t>(length);
+    const std::array<std::uint8_t, 8> header = {static_cast<std::uint8_t>(size >> 24U),
+                                                static_cast<std::uint8_t>(size >> 16U),
+                                                static_cast<std::uint8_t>(size >> 8U),
+                                                static_cast<std::uint8_t>(size),
+                                                'f',
+                                                'r',
+                                                'e',
+                                                'e'};
+    writeNow(position, header.data(), header.size());
+}
+
+void Mp4File::writeNow(std::int64_t position, const std::uint8_t* bytes, std::size_t length) {
+    if (const int number = writeAt(descriptor_, position, bytes, length); number != 0) {
+        throw failureOfWriting(number);
+    }
+}
+
+}  // namespace worker

@@ -1,0 +1,110 @@
+#include "mediaconverter/worker/Mp4Writer.h"
+
+#include "mediaconverter/worker/Failure.h"
+
+#include <algorithm>
+
+namespace worker {
+
+namespace {
+
+using enum ConversionError;
+
+/// How far one track may be behind another before players would have to seek to and fro.
+constexpr std::int64_t mostBehind = AV_TIME_BASE;
+
+}  // namespace
+
+Mp4Writer::Mp4Writer(int descriptor, std::int64_t indexEstimate) : file_(descriptor, indexEstimate) {
+    AVFormatContext* context = nullptr;
+    if (const int made = avformat_alloc_output_context2(&context, nullptr, "mp4", nullptr); made < 0) {
+        throw Failure::ofLibrary(containerFailed, made);
+    }
+    format_.reset(context);
+    context->pb = file_.context();
+    context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context->flush_packets = 0;
+    // What the muxer still calls experimental (FLAC, for one) is read by every player of today.
+    context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
+}
+
+AVStream& Mp4Writer::addTrack() {
+    tallies_.emplace_back();
+    return *present(avformat_new_stream(format_.get(), nullptr));
+}
+
+void Mp4Writer::start(bool keepOrder) {
+    keepOrder_ = keepOrder;
+    if (const int written = avformat_write_header(format_.get(), nullptr); written < 0) {
+        file_.requireNoError();
+        throw Failure::ofLibrary(containerFailed, written);
+    }
+    file_.headerWritten();
+}
+
+void Mp4Writer::write(AVPacket& packet) {
+    TrackTally& tally = tallies_[static_cast<std::size_t>(packet.stream_index)];
+    repairTimes(packet, tally);
+    ++tally.packets;
+    tally.bytes += packet.size;
+    const std::int64_t step = tally.lastDecodingTime == AV_NOPTS_VALUE ? 0 : packet.dts - tally.lastDecodingTime;
+    tally.longestStep = std::max({tally.longestStep, step, packet.duration});
+    tally.lastDecodingTime = packet.dts;
+    tally.firstTime = tally.firstTime == AV_NOPTS_VALUE ? packet.pts : std::min(tally.firstTime, packet.pts);
+    tally.endTime = std::max(tally.endTime, packet.pts + packet.duration);
+
+    if (keepOrder_ && isOutOfOrder(packet)) {
+        keepOrder_ = false;
+    }
+    int written = 0;
+    if (keepOrder_) {
+        written = av_write_frame(format_.get(), &packet);
+        av_packet_unref(&packet);
+    } else {
+        written = av_interleaved_write_frame(format_.get(), &packet);
+    }
+    if (written < 0 || format_->pb->error < 0) {
+        file_.requireNoError();
+        throw Failure::ofLibrary(containerFailed, written);
+    }
+}
+
+void Mp4Writer::finish() {
+    if (!keepOrder_) {
+        if (const int flushed = av_interleaved_write_frame(format_.get(), nullptr); flushed < 0) {
+            file_.requireNoError();
+            throw Failure::ofLibrary(containerFailed, flushed);
+        }
+    }
+    file_.dataWritten();
+    if (const int ended = av_write_trailer(format_.get()); ended < 0) {
+        file_.requireNoError();
+        throw Failure::ofLibrary(containerFailed, ended);
+    }
+    file_.placeIndex();
+}
+
+void Mp4Writer::repairTimes(AVPacket& packet, TrackTally& tally) const {
+    packet.duration = std::max<std::int64_t>(packet.duration, 0);
+    if (packet.dts == AV_NOPTS_VALUE) {
+        packet.dts = packet.pts;
+    }
+    if (packet.dts == AV_NOPTS_VALUE) {
+        packet.dts = tally.lastDecodingTime == AV_NOPTS_VALUE ? 0 : tally.lastDecodingTime + 1;
+    }
+    if (tally.lastDecodingTime != AV_NOPTS_VALUE) {
+        packet.dts = std::max(packet.dts, tally.lastDecodingTime + 1);
+    }
+    if (packet.pts == AV_NOPTS_VALUE || packet.pts < packet.dts) {
+        packet.pts = packet.dts;
+    }
+}
+
+bool Mp4Writer::isOutOfOrder(const AVPacket& packet) {
+    const std::int64_t time =
+        av_rescale_q(packet.dts, format_->streams[packet.stream_index]->time_base, AV_TIME_BASE_Q);
+    furthest_ = std::max(furthest_, time);
+    return time < furthest_ - mostBehind;
+}
+
+}  // namespace worker

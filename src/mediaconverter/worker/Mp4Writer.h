@@ -1,0 +1,54 @@
+#pragma once
+
+#include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/Mp4File.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace worker {
+
+/// What went into one track, for the proof.
+struct TrackTally {
+    std::int64_t packets = 0;
+    std::int64_t bytes = 0;
+    std::int64_t firstTime = AV_NOPTS_VALUE;  ///< lowest presentation time, in the track's time base
+    std::int64_t endTime = AV_NOPTS_VALUE;    ///< highest presentation time with its duration
+    std::int64_t lastDecodingTime = AV_NOPTS_VALUE;
+    std::int64_t longestStep = 0;  ///< between two packets, or of one
+};
+
+/// The muxer. Packets arrive with the times of their track in its time base and leave with times that an MP4 can
+/// hold. Throws Failure.
+class Mp4Writer {
+public:
+    Mp4Writer(int descriptor, std::int64_t indexEstimate);
+
+    AVFormatContext& format() { return *format_; }
+
+    /// A new track, to be described before start().
+    AVStream& addTrack();
+
+    /// Writes the header. `keepOrder` tells that packets come interleaved, as the source has them.
+    void start(bool keepOrder);
+
+    /// Takes the packet's content and leaves it blank.
+    void write(AVPacket& packet);
+
+    /// Ends the file: samples, index in front.
+    void finish();
+
+    const std::vector<TrackTally>& tallies() const { return tallies_; }
+
+private:
+    void repairTimes(AVPacket& packet, TrackTally& tally) const;
+    bool isOutOfOrder(const AVPacket& packet);
+
+    Mp4File file_;
+    OutputPointer format_;
+    std::vector<TrackTally> tallies_;
+    bool keepOrder_ = false;
+    std::int64_t furthest_ = INT64_MIN;
+};
+
+}  // namespace worker

@@ -1,0 +1,132 @@
+#include "mediaconverter/worker/Proof.h"
+
+#include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/SourceReader.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+namespace worker {
+
+namespace {
+
+bool isCover(const AVStream& stream) {
+    return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
+[[noreturn]] void disprove(const AVStream& stream, const std::string& what) {
+    throw Failure(ConversionError::proofFailed, "track " + std::to_string(stream.index) + ": " + what);
+}
+
+class Proof {
+public:
+    explicit Proof(int descriptor);
+
+    void compare(const AVStream& written, const TrackTally& tally);
+
+private:
+    AVStream& nextTrack(const AVStream& written);
+    void comparePackets(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
+    void compareDuration(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
+    void readAt(AVStream& read, int entry);
+
+    SourceReader reader_;
+    InputPointer format_;
+    unsigned next_ = 0;
+};
+
+Proof::Proof(int descriptor) : reader_(descriptor) {
+    AVFormatContext* context = present(avformat_alloc_context());
+    context->pb = reader_.context();
+    context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    AVDictionary* options = nullptr;
+    // The samples that are there count, not those that the edit list shows.
+    av_dict_set(&options, "advanced_editlist", "0", 0);
+    const int opened = avformat_open_input(&context, "", av_find_input_format("mp4"), &options);
+    av_dict_free(&options);
+    if (opened < 0) {
+        throw Failure::ofLibrary(ConversionError::proofFailed, opened);
+    }
+    format_.reset(context);
+}
+
+void Proof::compare(const AVStream& written, const TrackTally& tally) {
+    if (isCover(written)) {
+        return;
+    }
+    AVStream& read = nextTrack(written);
+    comparePackets(read, written, tally);
+    if (tally.packets == 0 || written.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
+        return;
+    }
+    compareDuration(read, written, tally);
+    const int entries = avformat_index_get_entries_count(&read);
+    for (const int entry : {0, entries / 2, entries - 1}) {
+        readAt(read, entry);
+    }
+}
+
+AVStream& Proof::nextTrack(const AVStream& written) {
+    while (next_ < format_->nb_streams && isCover(*format_->streams[next_])) {
+        ++next_;
+    }
+    if (next_ >= format_->nb_streams) {
+        disprove(written, "it is missing");
+    }
+    AVStream& read = *format_->streams[next_++];
+    if (read.codecpar->codec_type != written.codecpar->codec_type ||
+        read.codecpar->codec_id != written.codecpar->codec_id) {
+        disprove(written, "it became another");
+    }
+    return read;
+}
+
+void Proof::comparePackets(const AVStream& read, const AVStream& written, const TrackTally& tally) const {
+    const std::int64_t found = avformat_index_get_entries_count(&read);
+    const AVCodecID codec = written.codecpar->codec_id;
+    // These the muxer joins (frames that are not shown, sub-streams); texts it ends with empty samples.
+    const bool joins = codec == AV_CODEC_ID_VP9 || codec == AV_CODEC_ID_EAC3;
+    const bool adds = written.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE;
+    if ((found > tally.packets && !adds) || (found < tally.packets && !joins) || (found == 0 && tally.packets > 0)) {
+        disprove(written, std::to_string(tally.packets) + " packets went in, " + std::to_string(found) + " are there");
+    }
+}
+
+void Proof::compareDuration(const AVStream& read, const AVStream& written, const TrackTally& tally) const {
+    const std::int64_t expected = tally.endTime - tally.firstTime;
+    const std::int64_t found = av_rescale_q(read.duration, read.time_base, written.time_base);
+    const std::int64_t frame =
+        std::max<std::int64_t>({expected / std::max<std::int64_t>(tally.packets, 1), tally.longestStep,
+                                av_rescale_q(1, AVRational{1, 10}, written.time_base)});
+    if (std::llabs(found - expected) > frame) {
+        disprove(written, "it lasts " + std::to_string(found) + " instead of " + std::to_string(expected) + " ticks");
+    }
+}
+
+void Proof::readAt(AVStream& read, int entry) {
+    const AVIndexEntry* const wanted = avformat_index_get_entry(&read, entry);
+    const int sought = wanted == nullptr ? AVERROR_INVALIDDATA
+                                         : av_seek_frame(format_.get(), read.index, wanted->timestamp,
+                                                         AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+    const PacketPointer packet = newPacket();
+    int result = sought;
+    do {
+        av_packet_unref(packet.get());
+        result = result < 0 ? result : av_read_frame(format_.get(), packet.get());
+    } while (result >= 0 && packet->stream_index != read.index);
+    if (result < 0 || packet->size == 0 || (packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
+        disprove(read, "packet " + std::to_string(entry) + " cannot be read");
+    }
+}
+
+}  // namespace
+
+void proveMp4(int descriptor, const AVFormatContext& written, const std::vector<TrackTally>& tallies) {
+    Proof proof(descriptor);
+    for (std::size_t index = 0; index < tallies.size(); ++index) {
+        proof.compare(*written.streams[index], tallies[index]);
+    }
+}
+
+}  // namespace worker

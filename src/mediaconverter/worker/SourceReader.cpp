@@ -1,0 +1,98 @@
+#include "mediaconverter/worker/SourceReader.h"
+
+#include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/Failure.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+namespace worker {
+
+namespace {
+
+/// Larger ones gain nothing: the copy then no longer fits the processor's cache.
+constexpr int bufferSize = 256 * 1024;
+
+}  // namespace
+
+SourceReader::SourceReader(int descriptor) : descriptor_(descriptor) {
+    struct stat status = {};
+    if (::fstat(descriptor_, &status) != 0) {
+        throw Failure(ConversionError::readFailed, std::generic_category().message(errno));
+    }
+    size_ = status.st_size;
+    static_cast<void>(::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL));
+    auto* const buffer = static_cast<unsigned char*>(present(av_malloc(bufferSize)));
+    context_ = present(avio_alloc_context(buffer, bufferSize, 0, this, readCallback, nullptr, seekCallback));
+}
+
+SourceReader::~SourceReader() {
+    av_freep(&context_->buffer);
+    avio_context_free(&context_);
+}
+
+void SourceReader::requireNoError() const {
+    if (error_ != 0) {
+        throw Failure(ConversionError::readFailed, std::generic_category().message(error_));
+    }
+    if (shrunk_) {
+        throw Failure(ConversionError::sourceChanged, "it became shorter");
+    }
+}
+
+int SourceReader::readCallback(void* self, std::uint8_t* buffer, int length) {
+    return static_cast<SourceReader*>(self)->read(buffer, length);
+}
+
+int SourceReader::read(std::uint8_t* buffer, int length) {
+    // What is appended after the start belongs to no recording that was handed over as finished.
+    const std::int64_t left = size_ - position_;
+    if (left <= 0 || length <= 0) {
+        return AVERROR_EOF;
+    }
+    const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(length, left));
+    ssize_t got = 0;
+    do {
+        got = ::pread(descriptor_, buffer, wanted, position_);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) {
+        error_ = errno;
+        return AVERROR(error_);
+    }
+    if (got == 0) {
+        shrunk_ = true;
+        return AVERROR(EIO);
+    }
+    position_ += got;
+    return static_cast<int>(got);
+}
+
+std::int64_t SourceReader::seekCallback(void* self, std::int64_t offset, int whence) {
+    auto& reader = *static_cast<SourceReader*>(self);
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return reader.size_;
+    case SEEK_SET:
+        break;
+    case SEEK_CUR:
+        offset += reader.position_;
+        break;
+    case SEEK_END:
+        offset += reader.size_;
+        break;
+    default:
+        return AVERROR(EINVAL);
+    }
+    if (offset < 0) {
+        return AVERROR(EINVAL);
+    }
+    reader.position_ = offset;
+    return offset;
+}
+
+}  // namespace worker

@@ -1,0 +1,54 @@
+#pragma once
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include <cstdint>
+#include <vector>
+
+namespace worker {
+
+/// The one timeline of a recording: it starts at 0 and never jumps back, whatever the recording's own clocks do. All
+/// tracks share it, so that they stay in step across a jump.
+class Timeline {
+public:
+    /// `origin` is the recording's time, in microseconds, that becomes 0. `clocksAreReset` tells that the format's
+    /// clocks may start anew at any time (broadcast streams), so that a leap forward is no pause either.
+    Timeline(std::int64_t origin, bool clocksAreReset) : origin_(origin), clocksAreReset_(clocksAreReset) {}
+
+    std::int64_t origin() const { return origin_; }
+
+private:
+    friend class TrackClock;
+
+    struct Jump {
+        std::int64_t size;  ///< added to what comes after it, in microseconds
+    };
+
+    std::int64_t origin_;
+    bool clocksAreReset_;
+    std::vector<Jump> jumps_;
+};
+
+/// One track's place on the timeline.
+class TrackClock {
+public:
+    TrackClock(Timeline& timeline, const AVStream& stream);
+
+    /// Gives the packet's times, still in the stream's time base, as times of the timeline. Missing ones are made up
+    /// from those before; none is missing afterwards but a presentation time that only the decoder knows.
+    void place(AVPacket& packet);
+
+private:
+    std::int64_t offset() const;
+    void followJump(std::int64_t time, std::int64_t expected);
+
+    Timeline& timeline_;
+    const AVStream& stream_;
+    std::size_t jumpsFollowed_ = 0;
+    std::int64_t jumped_ = 0;
+    std::int64_t expected_ = AV_NOPTS_VALUE;
+};
+
+}  // namespace worker

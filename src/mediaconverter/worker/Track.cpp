@@ -1,0 +1,87 @@
+#include "mediaconverter/worker/Track.h"
+
+#include "mediaconverter/worker/Failure.h"
+
+#include <algorithm>
+
+namespace worker {
+
+namespace {
+
+/// The tag that players expect where there are several for one codec; 0 lets the muxer choose.
+unsigned tagFor(AVCodecID codec) {
+    // Players of Apple's take HEVC only with its parameter sets in the header, which this tag promises.
+    return codec == AV_CODEC_ID_HEVC ? MKTAG('h', 'v', 'c', '1') : 0;
+}
+
+/// What belongs to a stream whatever becomes of its packets.
+void copyDescription(const AVStream& source, AVStream& target) {
+    av_dict_copy(&target.metadata, source.metadata, 0);
+    target.disposition = source.disposition;
+    target.sample_aspect_ratio = source.sample_aspect_ratio;
+    target.avg_frame_rate = source.avg_frame_rate;
+    target.r_frame_rate = source.r_frame_rate;
+    for (int index = 0; index < source.nb_side_data; ++index) {
+        const AVPacketSideData& data = source.side_data[index];
+        std::uint8_t* const copy = present(av_stream_new_side_data(&target, data.type, data.size));
+        std::copy_n(data.data, data.size, copy);
+    }
+}
+
+}  // namespace
+
+Track::Track(const AVStream& source, AVStream& target, Timeline& timeline)
+    : source_(source), target_(target), clock_(timeline, source) {
+    copyDescription(source, target);
+}
+
+void Track::send(AVPacket& packet, AVRational base, Mp4Writer& writer) {
+    av_packet_rescale_ts(&packet, base, target_.time_base);
+    packet.stream_index = target_.index;
+    packet.pos = -1;
+    writer.write(packet);
+}
+
+CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline)
+    : Track(source, target, timeline),
+      countsSamples_(source.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && source.codecpar->sample_rate > 0 &&
+                     source.time_base.den != source.codecpar->sample_rate) {
+    if (const int copied = avcodec_parameters_copy(target.codecpar, source.codecpar); copied < 0) {
+        throw Failure::ofLibrary(ConversionError::containerFailed, copied);
+    }
+    target.codecpar->codec_tag = tagFor(source.codecpar->codec_id);
+    target.time_base = source.time_base;
+    target.start_time = AV_NOPTS_VALUE;
+}
+
+void CopiedTrack::accept(AVPacket& packet, Mp4Writer& writer) {
+    clock().place(packet);
+    if (countsSamples_) {
+        placeSamples(packet);
+    } else {
+        send(packet, source().time_base, writer);
+        return;
+    }
+    packet.stream_index = target().index;
+    packet.pos = -1;
+    writer.write(packet);
+}
+
+void CopiedTrack::placeSamples(AVPacket& packet) {
+    // A container that counts milliseconds rounds every time of sound; counting samples makes them exact again.
+    AVCodecParameters* const parameters = source().codecpar;
+    int samples = av_get_audio_frame_duration2(parameters, packet.size);
+    if (samples <= 0) {
+        samples = parameters->frame_size;
+    }
+    if (samples <= 0) {
+        av_packet_rescale_ts(&packet, source().time_base, target().time_base);
+        return;
+    }
+    packet.dts = av_rescale_delta(source().time_base, packet.dts, AVRational{1, parameters->sample_rate}, samples,
+                                  &lastSample_, target().time_base);
+    packet.pts = packet.dts;
+    packet.duration = av_rescale_q(samples, AVRational{1, parameters->sample_rate}, target().time_base);
+}
+
+}  // namespace worker

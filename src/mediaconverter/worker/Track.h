@@ -1,0 +1,67 @@
+#pragma once
+
+#include "mediaconverter/worker/Mp4Writer.h"
+#include "mediaconverter/worker/Timeline.h"
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include <memory>
+#include <string>
+
+namespace worker {
+
+/// One stream of the recording on its way to one track of the MP4. Throws Failure.
+class Track {
+public:
+    Track(const AVStream& source, AVStream& target, Timeline& timeline);
+    virtual ~Track() = default;
+
+    Track(const Track&) = delete;
+    Track& operator=(const Track&) = delete;
+
+    /// One packet of the source's stream; its content may be taken.
+    virtual void accept(AVPacket& packet, Mp4Writer& writer) = 0;
+
+    /// Nothing more comes.
+    virtual void finish(Mp4Writer&) {}
+
+    /// True where packets leave in the order and number in which they come.
+    virtual bool isCopy() const { return false; }
+
+    /// Packets that could not be decoded and were passed over.
+    std::int64_t undecodable() const { return undecodable_; }
+
+protected:
+    const AVStream& source() const { return source_; }
+    AVStream& target() { return target_; }
+    TrackClock& clock() { return clock_; }
+    void countUndecodable() { ++undecodable_; }
+
+    /// Gives the packet to the writer as one of this track; its times are in `base`.
+    void send(AVPacket& packet, AVRational base, Mp4Writer& writer);
+
+private:
+    const AVStream& source_;
+    AVStream& target_;
+    TrackClock clock_;
+    std::int64_t undecodable_ = 0;
+};
+
+/// A stream that MP4 holds as it is: every packet's payload stays what it was.
+class CopiedTrack final : public Track {
+public:
+    CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline);
+
+    void accept(AVPacket& packet, Mp4Writer& writer) override;
+    bool isCopy() const override { return true; }
+
+private:
+    void placeSamples(AVPacket& packet);
+
+    bool countsSamples_;
+    std::int64_t lastSample_ = AV_NOPTS_VALUE;
+};
+
+}  // namespace worker

@@ -1,0 +1,24 @@
+#pragma once
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include <string>
+
+namespace worker {
+
+/// What becomes of one stream of the recording.
+enum class Treatment {
+    copy,       ///< MP4 holds it as it is
+    transcode,  ///< MP4 does not; decoded and encoded anew
+    leave,      ///< data that an MP4 has no place for; named in the log
+};
+
+/// The treatment of a stream. Throws Failure where it is sound or picture that nobody here can read, or encrypted.
+Treatment treatmentOf(const AVStream& stream);
+
+/// The stream in words for the log: "audio stream 2 (vorbis)".
+std::string describe(const AVStream& stream);
+
+}  // namespace worker

@@ -1,0 +1,90 @@
+#include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/TranscodedTrack.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+namespace worker {
+
+namespace {
+
+/// Bits a second and channel: beyond this nobody hears a difference.
+constexpr std::int64_t rateOfChannel = 96000;
+
+/// The rate that the coder has and that comes next to the source's.
+int nearestRate(const AVCodec& codec, int wanted) {
+    int best = 48000;
+    for (const int* rate = codec.supported_samplerates; rate != nullptr && *rate != 0; ++rate) {
+        if (std::abs(*rate - wanted) < std::abs(best - wanted)) {
+            best = *rate;
+        }
+    }
+    return best;
+}
+
+std::string layoutText(const AVChannelLayout& layout) {
+    std::array<char, 128> text{};
+    av_channel_layout_describe(&layout, text.data(), text.size());
+    return text.data();
+}
+
+/// Sound without a layout gets the usual one of its number of channels.
+void copyLayout(AVChannelLayout& to, const AVChannelLayout& from) {
+    if (from.order == AV_CHANNEL_ORDER_UNSPEC) {
+        av_channel_layout_default(&to, from.nb_channels);
+    } else {
+        av_channel_layout_copy(&to, &from);
+    }
+}
+
+}  // namespace
+
+TranscodedAudio::TranscodedAudio(const AVStream& source, AVStream& target, Timeline& timeline)
+    : TranscodedTrack(source, target, timeline) {
+    makeEncoder("aac");
+    AVCodecContext& aac = encoder();
+    const AVChannelLayout& layout =
+        decoder().ch_layout.nb_channels > 0 ? decoder().ch_layout : source.codecpar->ch_layout;
+    if (layout.nb_channels <= 0 || decoder().sample_rate <= 0) {
+        throw Failure(ConversionError::codecUnknown, "sound without channels or rate");
+    }
+    copyLayout(aac.ch_layout, layout);
+    aac.sample_rate = nearestRate(*aac.codec, decoder().sample_rate);
+    aac.sample_fmt = AV_SAMPLE_FMT_FLTP;
+    aac.bit_rate = rateOfChannel * aac.ch_layout.nb_channels;
+    aac.time_base = {1, aac.sample_rate};
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "aac_coder", "fast", 0);
+    openEncoder(options);
+}
+
+std::string TranscodedAudio::filters(const AVFrame&) const {
+    // Sound that has gaps is filled up, else it would run ahead of the picture; rounded times are not touched.
+    return "aresample=async=1:min_hard_comp=0.1,aformat=sample_fmts=fltp:sample_rates=" +
+           std::to_string(encoder().sample_rate) + ":channel_layouts=" + layoutText(encoder().ch_layout);
+}
+
+std::string TranscodedAudio::sourceArguments(const AVFrame& frame) const {
+    AVChannelLayout layout = {};
+    copyLayout(layout, frame.ch_layout);
+    const AVRational base = source().time_base;
+    std::array<char, 256> text{};
+    std::snprintf(text.data(), text.size(), "sample_rate=%d:sample_fmt=%d:channel_layout=%s:time_base=%d/%d",
+                  frame.sample_rate, frame.format, layoutText(layout).c_str(), base.num, base.den);
+    av_channel_layout_uninit(&layout);
+    return text.data();
+}
+
+bool TranscodedAudio::isLike(const AVFrame& frame) const {
+    return frame.sample_rate == rate_ && frame.format == format_ && layoutText(frame.ch_layout) == layout_;
+}
+
+void TranscodedAudio::remember(const AVFrame& frame) {
+    rate_ = frame.sample_rate;
+    format_ = frame.format;
+    layout_ = layoutText(frame.ch_layout);
+}
+
+}  // namespace worker
