@@ -1,0 +1,125 @@
+#include "mediaconverter/Converters.h"
+#include "mediaconverter/RecordingSink.h"
+#include "mediaconverter/Samples.h"
+#include "mediaconverter/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+// Every recording becomes an MP4: what MP4 holds bit for bit, the rest encoded anew.
+
+namespace {
+
+using namespace mediatest;
+
+using Words = std::vector<std::string>;
+
+const Words h264Aac = {"-c:v", "libx264", "-preset", "veryfast", "-c:a", "aac"};
+
+Words plus(Words words, const Words& more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
+struct Format {
+    const char* name;
+    const char* extension;
+    Words codecs;
+    Words expected;  ///< of the MP4's tracks
+    bool isCopied;   ///< all of it, bit for bit
+};
+
+std::ostream& operator<<(std::ostream& out, const Format& format) {
+    return out << format.name;
+}
+
+const std::vector<Format> formats = {
+    {"Matroska", "mkv", h264Aac, {"h264", "aac"}, true},
+    {"FragmentedMp4", "mp4", plus(h264Aac, {"-movflags", "frag_keyframe+empty_moov"}), {"h264", "aac"}, true},
+    {"PlainMp4", "mp4", h264Aac, {"h264", "aac"}, true},
+    {"Mov", "mov", h264Aac, {"h264", "aac"}, true},
+    {"Flv", "flv", h264Aac, {"h264", "aac"}, true},
+    {"HevcEac3",
+     "mkv",
+     {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=0", "-c:a", "eac3"},
+     {"hevc", "eac3"},
+     true},
+    {"Av1Mp3",
+     "mkv",
+     {"-c:v", "libaom-av1", "-cpu-used", "8", "-usage", "realtime", "-c:a", "libmp3lame"},
+     {"av1", "mp3"},
+     true},
+    {"Vp9Opus",
+     "webm",
+     {"-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline", "realtime", "-c:a", "libopus"},
+     {"vp9", "opus"},
+     true},
+    {"Mpeg4Ac3", "mkv", {"-c:v", "mpeg4", "-c:a", "ac3"}, {"mpeg4", "ac3"}, true},
+    {"H264Alac", "mov", {"-c:v", "libx264", "-preset", "veryfast", "-c:a", "alac"}, {"h264", "alac"}, true},
+    {"H264Flac", "mkv", {"-c:v", "libx264", "-preset", "veryfast", "-c:a", "flac"}, {"h264", "flac"}, true},
+    {"Vp8Vorbis", "webm", {"-c:v", "libvpx", "-deadline", "realtime", "-c:a", "libvorbis"}, {"h264", "aac"}, false},
+    {"TheoraVorbis", "ogg", {"-c:v", "libtheora", "-c:a", "libvorbis"}, {"h264", "aac"}, false},
+    {"MjpegPcm", "avi", {"-c:v", "mjpeg", "-c:a", "pcm_s16le"}, {"h264", "aac"}, false},
+    {"RawVideo", "nut", {"-c:v", "rawvideo", "-pix_fmt", "rgb24", "-c:a", "aac"}, {"h264", "aac"}, false},
+    {"Wav", "wav", {"-vn", "-c:a", "pcm_s16le"}, {"aac"}, false},
+    {"VideoOnly", "mkv", {"-an", "-c:v", "libx264", "-preset", "veryfast"}, {"h264"}, true},
+    {"AudioOnly", "mka", {"-vn", "-c:a", "aac"}, {"aac"}, true},
+};
+
+class FormatsTest : public testing::TestWithParam<Format> {
+protected:
+    RecordingSink sink_;
+    TemporaryFolder folder_;
+};
+
+TEST_P(FormatsTest, BecomesAnMp4WithTheTracksExpected) {
+    const std::string source = samples::make(GetParam().extension, GetParam().codecs);
+    const std::string before = contentOf(source);
+    const std::string result = folder_.file("out.mp4");
+    convert(source, result, sink_);
+    ASSERT_TRUE(sink_.isSuccess());
+    EXPECT_EQ(probe(result, "stream=codec_name"), GetParam().expected);
+    EXPECT_EQ(contentOf(source), before);
+    EXPECT_EQ(folder_.names(), Words{"out.mp4"});
+    if (GetParam().isCopied) {
+        EXPECT_EQ(packetHashes(result), packetHashes(source));
+    }
+}
+
+TEST_P(FormatsTest, StartsAtZeroAndLastsAsLong) {
+    const std::string result = folder_.file("out.mp4");
+    convert(samples::make(GetParam().extension, GetParam().codecs), result, sink_);
+    ASSERT_TRUE(sink_.isSuccess());
+    const auto times = probe(result, "format=start_time,duration");
+    ASSERT_EQ(times.size(), 1U);
+    std::istringstream fields(times.front());
+    double start = -1;
+    double duration = -1;
+    char comma = 0;
+    fields >> start >> comma >> duration;
+    EXPECT_NEAR(start, 0, 0.001);
+    EXPECT_NEAR(duration, 3, 0.1);
+}
+
+TEST_P(FormatsTest, PlaysWithoutAnError) {
+    const std::string result = folder_.file("out.mp4");
+    convert(samples::make(GetParam().extension, GetParam().codecs), result, sink_);
+    ASSERT_TRUE(sink_.isSuccess());
+    EXPECT_EQ(runQuietly({"ffmpeg", "-v", "error", "-xerror", "-i", result, "-f", "null", "-"}), 0);
+}
+
+TEST_P(FormatsTest, HasItsIndexInFront) {
+    const std::string result = folder_.file("out.mp4");
+    convert(samples::make(GetParam().extension, GetParam().codecs), result, sink_);
+    ASSERT_TRUE(sink_.isSuccess());
+    const std::string bytes = contentOf(result);
+    EXPECT_LT(bytes.find("moov"), bytes.find("mdat"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Recordings, FormatsTest, testing::ValuesIn(formats),
+                         [](const auto& test) { return test.param.name; });
+
+}  // namespace

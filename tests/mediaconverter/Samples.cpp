@@ -1,0 +1,133 @@
+#include "mediaconverter/Samples.h"
+
+#include "mediaconverter/TemporaryFolder.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <map>
+#include <mutex>
+#include <sstream>
+#include <stdexcept>
+
+namespace mediatest {
+
+namespace {
+
+pid_t start(const std::vector<std::string>& command, int output) {
+    std::vector<char*> arguments;
+    for (const std::string& word : command) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (output >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    pid_t pid = -1;
+    const int failed = ::posix_spawnp(&pid, arguments[0], &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (failed != 0) {
+        throw std::runtime_error("cannot start " + command.front());
+    }
+    return pid;
+}
+
+int statusOf(pid_t pid) {
+    int status = 0;
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        // ffprobe ends the line with a comma where a stream has side data.
+        line.erase(line.find_last_not_of(',') + 1);
+        if (!line.empty()) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::string outputOf(const std::vector<std::string>& command) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    const pid_t pid = start(command, ends[1]);
+    ::close(ends[1]);
+    std::string output;
+    char block[4096];
+    for (ssize_t got = 0; (got = ::read(ends[0], block, sizeof block)) > 0;) {
+        output.append(block, static_cast<std::size_t>(got));
+    }
+    ::close(ends[0]);
+    if (const int status = statusOf(pid); status != 0) {
+        throw std::runtime_error(command.front() + " ended with " + std::to_string(status));
+    }
+    return output;
+}
+
+int runQuietly(const std::vector<std::string>& command) {
+    return statusOf(start(command, -1));
+}
+
+namespace samples {
+
+std::string make(const std::string& extension, const std::vector<std::string>& codecs, double seconds) {
+    static std::mutex mutex;
+    static TemporaryFolder folder;
+    static std::map<std::string, std::string> made;
+    const std::lock_guard lock(mutex);
+    std::string key = extension + " " + std::to_string(seconds);
+    for (const std::string& option : codecs) {
+        key += " " + option;
+    }
+    std::string& path = made[key];
+    if (path.empty()) {
+        const std::string file = folder.file(std::to_string(made.size()) + "." + extension);
+        std::vector<std::string> command = {"ffmpeg", "-v",
+                                            "error",  "-y",
+                                            "-f",     "lavfi",
+                                            "-i",     "testsrc2=size=320x240:rate=25",
+                                            "-f",     "lavfi",
+                                            "-i",     "sine=frequency=440:sample_rate=48000",
+                                            "-t",     std::to_string(seconds)};
+        command.insert(command.end(), codecs.begin(), codecs.end());
+        command.push_back(file);
+        if (runQuietly(command) != 0) {
+            throw std::runtime_error("ffmpeg made no " + key);
+        }
+        path = file;
+    }
+    return path;
+}
+
+std::string matroska() {
+    return make("mkv", {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-c:a", "aac"});
+}
+
+}  // namespace samples
+
+std::vector<std::string> probe(const std::string& path, const std::string& entries) {
+    return linesOf(outputOf({"ffprobe", "-v", "error", "-show_entries", entries, "-of", "csv=p=0", path}));
+}
+
+std::vector<std::string> packetHashes(const std::string& path) {
+    return linesOf(outputOf({"ffmpeg", "-v", "error", "-i", path, "-map", "0", "-c", "copy", "-f", "streamhash", "-"}));
+}
+
+}  // namespace mediatest

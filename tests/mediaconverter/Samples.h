@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace mediatest {
+
+/// Runs a program and gives back what it wrote to its standard output. Throws when it fails.
+std::string outputOf(const std::vector<std::string>& command);
+
+/// Runs a program; its exit status, or 128 + the signal that ended it. Its output is thrown away.
+int runQuietly(const std::vector<std::string>& command);
+
+/// Small recordings made by the ffmpeg program: moving picture and a tone, made once a process for each name and kept
+/// until it ends.
+namespace samples {
+
+/// `seconds` long; `codecs` are the ffmpeg program's options that choose them, `extension` the container.
+std::string make(const std::string& extension, const std::vector<std::string>& codecs, double seconds = 3);
+
+/// H.264 and AAC in Matroska, what a meeting client writes.
+std::string matroska();
+
+}  // namespace samples
+
+/// What ffprobe says of `entries` ("stream=codec_name"), one line a stream, values parted by commas.
+std::vector<std::string> probe(const std::string& path, const std::string& entries);
+
+/// A hash of each stream's packets as they are stored, in the order of the streams.
+std::vector<std::string> packetHashes(const std::string& path);
+
+}  // namespace mediatest
