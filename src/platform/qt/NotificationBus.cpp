@@ -13,7 +13,6 @@ namespace platform::qt {
 
 namespace {
 
-const auto kConnectionName = QStringLiteral("record-converter notifications");
 const auto kPath = QStringLiteral("/org/recordconverter/NotificationCenter");
 const auto kInterface = QStringLiteral("org.recordconverter.NotificationCenter");
 const auto kSignal = QStringLiteral("Posted");
@@ -24,6 +23,12 @@ void sayThatThereIsNoBus(const QString& reason) {
     SystemLog::standard().write("no session bus (" + reason.toStdString() +
                                 "): meeting clients can't be heard or answered; the command line and the exit watch "
                                 "still work");
+}
+
+// Two connections of one name would be one and the same.
+QString newConnectionName() {
+    static int count = 0;
+    return QStringLiteral("record-converter notifications %1").arg(++count);
 }
 
 DistributedNotification notificationOf(const QDBusMessage& message) {
@@ -42,15 +47,15 @@ DistributedNotification notificationOf(const QDBusMessage& message) {
 
 }  // namespace
 
-NotificationBus::NotificationBus() {
+NotificationBus::NotificationBus() : connectionName_(newConnectionName()) {
     if (!hasSessionBusAddress()) {
         sayThatThereIsNoBus(QStringLiteral("the environment names none"));
         return;
     }
-    auto connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnectionName);
+    auto connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName_);
     if (!connection.isConnected()) {
         sayThatThereIsNoBus(connection.lastError().message());
-        QDBusConnection::disconnectFromBus(kConnectionName);
+        QDBusConnection::disconnectFromBus(connectionName_);
         return;
     }
     connection_ = connection;
@@ -60,7 +65,7 @@ NotificationBus::NotificationBus() {
 NotificationBus::~NotificationBus() {
     if (connection_) {
         connection_.reset();
-        QDBusConnection::disconnectFromBus(kConnectionName);
+        QDBusConnection::disconnectFromBus(connectionName_);
     }
 }
 

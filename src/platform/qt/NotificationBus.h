@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
+#include <QString>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -57,6 +58,7 @@ private Q_SLOTS:
 private:
     void listen();
 
+    const QString connectionName_;
     std::optional<QDBusConnection> connection_;
     PostedHandler posted_;
     OwnerHandler ownerChanged_;

@@ -1,0 +1,59 @@
+#include "contract/PrivateBus.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace test {
+
+namespace {
+
+std::string readLine(int descriptor) {
+    std::string line;
+    char c = 0;
+    while (read(descriptor, &c, 1) == 1 && c != '\n') {
+        line += c;
+    }
+    return line;
+}
+
+}  // namespace
+
+PrivateBus::PrivateBus() {
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    daemon_ = fork();
+    if (daemon_ == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        dup2(ends[1], STDOUT_FILENO);
+        execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1", nullptr);
+        _exit(127);
+    }
+    close(ends[1]);
+    const auto address = readLine(ends[0]);
+    close(ends[0]);
+    if (address.empty()) {
+        throw std::runtime_error("dbus-daemon did not start");
+    }
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+}
+
+PrivateBus::~PrivateBus() {
+    stop();
+}
+
+void PrivateBus::stop() {
+    if (daemon_ > 0) {
+        kill(daemon_, SIGKILL);
+        waitpid(daemon_, nullptr, 0);
+        daemon_ = -1;
+    }
+}
+
+}  // namespace test

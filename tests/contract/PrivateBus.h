@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+namespace test {
+
+/// A session bus for this process and its children alone, named in the environment. The bus library looks there only
+/// once a process, so a process has one such bus. Ends with this object.
+class PrivateBus final {
+public:
+    PrivateBus();
+    ~PrivateBus();
+
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    /// Ends the bus under its users.
+    void stop();
+
+private:
+    pid_t daemon_ = -1;
+};
+
+}  // namespace test
