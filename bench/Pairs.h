@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -42,6 +43,18 @@ inline Pairs measure(std::string name, double limit, std::size_t pairs, const st
         result.ours.push_back(ours());
     }
     return result;
+}
+
+/// One member of a JSON list of figures.
+inline void print(const Pairs& pairs, bool last = false, const char* unit = "s") {
+    const auto [oursLeast, oursMost] = std::minmax_element(pairs.ours.begin(), pairs.ours.end());
+    const auto [referenceLeast, referenceMost] = std::minmax_element(pairs.reference.begin(), pairs.reference.end());
+    std::printf("  {\"name\": \"%s\", \"unit\": \"%s\", \"pairs\": %zu, \"ours\": %.4g, \"oursLeast\": %.4g, "
+                "\"oursMost\": %.4g, \"reference\": %.4g, \"referenceLeast\": %.4g, \"referenceMost\": %.4g, "
+                "\"ratio\": %.3f, \"limit\": %.2f}%s\n",
+                pairs.name.c_str(), unit, pairs.ours.size(), median(pairs.ours), *oursLeast, *oursMost,
+                median(pairs.reference), *referenceLeast, *referenceMost, pairs.ratio(), pairs.limit, last ? "" : ",");
+    std::fflush(stdout);
 }
 
 }  // namespace bench

@@ -232,17 +232,6 @@ bench::Pairs destinationName(const Settings& settings, std::size_t taken) {
     return result;
 }
 
-void print(const bench::Pairs& pairs, bool last = false) {
-    const auto [oursLeast, oursMost] = std::minmax_element(pairs.ours.begin(), pairs.ours.end());
-    const auto [referenceLeast, referenceMost] = std::minmax_element(pairs.reference.begin(), pairs.reference.end());
-    std::printf("  {\"name\": \"%s\", \"unit\": \"s\", \"pairs\": %zu, \"ours\": %.4g, \"oursLeast\": %.4g, "
-                "\"oursMost\": %.4g, \"reference\": %.4g, \"referenceLeast\": %.4g, \"referenceMost\": %.4g, "
-                "\"ratio\": %.3f, \"limit\": %.2f}%s\n",
-                pairs.name.c_str(), pairs.ours.size(), bench::median(pairs.ours), *oursLeast, *oursMost,
-                bench::median(pairs.reference), *referenceLeast, *referenceMost, pairs.ratio(), pairs.limit,
-                last ? "" : ",");
-}
-
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -251,10 +240,10 @@ int main(int argc, char* argv[]) {
         settings = {1, 1000, 10, 100};
     }
     std::printf("{\"figures\": [\n");
-    print(traceCall(settings));
-    print(scheduleToStart(settings));
+    bench::print(traceCall(settings));
+    bench::print(scheduleToStart(settings));
     for (const std::size_t taken : {0U, 10U, 1000U}) {
-        print(destinationName(settings, taken), taken == 1000U);
+        bench::print(destinationName(settings, taken), taken == 1000U);
     }
     std::printf("],\n\"traceAllocations\": %zu,\n\"waitingItemBytes\": %.1f,\n\"waitingItemSeconds\": {",
                 traceAllocations(), waitingListBytes(settings.longList));

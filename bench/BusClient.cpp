@@ -1,0 +1,59 @@
+#include "BusClient.h"
+
+#include <QCoreApplication>
+#include <QDBusArgument>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+namespace bench {
+
+namespace {
+
+const QString path = QStringLiteral("/org/recordconverter/NotificationCenter");
+const QString interface = QStringLiteral("org.recordconverter.NotificationCenter");
+const QString member = QStringLiteral("Posted");
+
+}  // namespace
+
+BusClient::BusClient(int senders) {
+    for (int i = 0; i < senders; ++i) {
+        connections_.push_back(
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("client-%1").arg(i)));
+    }
+    connections_.front().connect(QString(), path, interface, member, this, SLOT(hear(QDBusMessage)));
+}
+
+BusClient::~BusClient() {
+    for (const auto& connection : connections_) {
+        QDBusConnection::disconnectFromBus(connection.name());
+    }
+}
+
+void BusClient::post(const QString& name, int meetingProcessId, int sender) {
+    auto signal = QDBusMessage::createSignal(path, interface, member);
+    const QVariantMap userInfo = {{QStringLiteral("kMeetingRecordNotificationKey_MeetingProcessId"), meetingProcessId}};
+    signal << name << QString() << userInfo;
+    connections_.at(static_cast<std::size_t>(sender)).send(signal);
+}
+
+bool BusClient::waitUntil(const std::function<bool()>& condition, double seconds) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!condition()) {
+        if (static_cast<double>(clock.elapsed()) > seconds * 1000) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
+    }
+    return true;
+}
+
+void BusClient::hear(const QDBusMessage& message) {
+    const auto arguments = message.arguments();
+    if (heard_) {
+        heard_(arguments.value(0).toString(), qdbus_cast<QVariantMap>(arguments.value(2)));
+    }
+}
+
+}  // namespace bench

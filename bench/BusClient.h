@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <QVariantMap>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace bench {
+
+/// A meeting client on the bus: posts notifications and hears every one, on the thread that made it.
+class BusClient final : public QObject {
+    Q_OBJECT
+
+public:
+    using Heard = std::function<void(const QString& name, const QVariantMap& userInfo)>;
+
+    /// `senders` connections to post from, each a sender of its own.
+    explicit BusClient(int senders = 1);
+    ~BusClient() override;
+
+    /// Who hears the notifications from now on.
+    void setHeard(Heard heard) { heard_ = std::move(heard); }
+
+    void post(const QString& name, int meetingProcessId, int sender = 0);
+
+    /// Turns the event loop until `condition` holds; false when `seconds` have passed first.
+    static bool waitUntil(const std::function<bool()>& condition, double seconds);
+
+private Q_SLOTS:
+    void hear(const QDBusMessage& message);
+
+private:
+    std::vector<QDBusConnection> connections_;
+    Heard heard_;
+};
+
+}  // namespace bench

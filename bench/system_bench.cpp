@@ -1,0 +1,270 @@
+// Measures the whole converter as another process, on the session bus that it finds, against bare programs beside it.
+// Writes one JSON object. `--smoke` runs each measurement once, small, and judges nothing.
+//
+//   system-bench APPLICATION-FOLDER REFERENCE-FOLDER MEETING-CLIPS... [--smoke]
+
+#include "BusClient.h"
+#include "Child.h"
+#include "Pairs.h"
+
+#include <QCoreApplication>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+const QString spawnConfirm = QStringLiteral("kMeetingRecordNotificationName_AppSpawnConfirm");
+const QString acknowledgement = QStringLiteral("kMeetingRecordNotificationName_AckNotification");
+const QString recordingStopped = QStringLiteral("kMeetingRecordNotificationName_RecordingStopped");
+const QString ackToProcessId = QStringLiteral("kMeetingRecordNotificationKey_AckToProcessId");
+
+struct Settings {
+    std::size_t pairs = 11;
+    int notifications = 2000;
+    int burst = 10'000;
+    int senders = 10;
+    double idleSeconds = 60;
+    bool meetings = true;
+};
+
+struct Programs {
+    std::vector<std::string> converter;
+    std::vector<std::string> bare;
+    std::vector<std::string> echo;
+};
+
+[[noreturn]] void fail(const std::string& what) {
+    std::fprintf(stderr, "system-bench: %s\n", what.c_str());
+    std::exit(EXIT_FAILURE);
+}
+
+/// Starts `command`; returns once its spawn confirmation has been heard.
+std::unique_ptr<bench::Child> launch(bench::BusClient& client, const std::vector<std::string>& command,
+                                     double* seconds = nullptr) {
+    bool confirmed = false;
+    client.setHeard([&](const QString& name, const QVariantMap&) { confirmed = confirmed || name == spawnConfirm; });
+    const auto begin = Clock::now();
+    auto child = std::make_unique<bench::Child>(command);
+    if (!bench::BusClient::waitUntil([&] { return confirmed; }, 10)) {
+        fail("no spawn confirmation from " + command.front());
+    }
+    if (seconds != nullptr) {
+        *seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    }
+    client.setHeard(nullptr);
+    return child;
+}
+
+double launchSeconds(bench::BusClient& client, const std::vector<std::string>& command) {
+    double seconds = 0;
+    launch(client, command, &seconds)->end();
+    return seconds;
+}
+
+void letSettle() {
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+}
+
+double idlePrivateKiB(bench::BusClient& client, const std::vector<std::string>& command) {
+    const auto child = launch(client, command);
+    letSettle();
+    const double result = child->privateKiB();
+    child->end();
+    return result;
+}
+
+struct Latencies {
+    double median = 0;
+    double percentile99 = 0;
+};
+
+Latencies acknowledgementSeconds(bench::BusClient& client, const std::vector<std::string>& command, int count) {
+    const auto child = launch(client, command);
+    std::vector<double> seconds;
+    int awaited = 0;
+    bool acknowledged = false;
+    client.setHeard([&](const QString& name, const QVariantMap& userInfo) {
+        acknowledged = acknowledged || (name == acknowledgement && userInfo.value(ackToProcessId).toInt() == awaited);
+    });
+    for (int i = 0; i < count; ++i) {
+        awaited = 1'000'000 + i % 100;
+        acknowledged = false;
+        const auto begin = Clock::now();
+        client.post(recordingStopped, awaited);
+        if (!bench::BusClient::waitUntil([&] { return acknowledged; }, 10)) {
+            fail("no acknowledgement from " + command.front());
+        }
+        seconds.push_back(std::chrono::duration<double>(Clock::now() - begin).count());
+    }
+    client.setHeard(nullptr);
+    child->end();
+    std::sort(seconds.begin(), seconds.end());
+    return {seconds[seconds.size() / 2], seconds[seconds.size() * 99 / 100]};
+}
+
+struct Burst {
+    double seconds = 0;
+    bool inOrder = true;
+    int lost = 0;
+};
+
+/// Every sender counts its own process ids upwards, so that the answers tell the order.
+Burst burstSeconds(bench::BusClient& client, const std::vector<std::string>& command, const Settings& settings) {
+    const auto child = launch(client, command);
+    const int each = settings.burst / settings.senders;
+    std::vector<int> next(static_cast<std::size_t>(settings.senders), 0);
+    Burst result;
+    int arrived = 0;
+    client.setHeard([&](const QString& name, const QVariantMap& userInfo) {
+        if (name == acknowledgement) {
+            const int id = userInfo.value(ackToProcessId).toInt() - 1'000'000;
+            auto& expected = next.at(static_cast<std::size_t>(id / each));
+            result.inOrder = result.inOrder && id % each == expected;
+            ++expected;
+            ++arrived;
+        }
+    });
+    const auto begin = Clock::now();
+    for (int i = 0; i < each; ++i) {
+        for (int sender = 0; sender < settings.senders; ++sender) {
+            client.post(recordingStopped, 1'000'000 + sender * each + i, sender);
+        }
+    }
+    bench::BusClient::waitUntil([&] { return arrived == settings.burst; }, 60);
+    result.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    result.lost = settings.burst - arrived;
+    client.setHeard(nullptr);
+    child->end();
+    return result;
+}
+
+/// CPU of everything that a meeting of these recordings costs, from the converter's start to its own end.
+double meetingCpuSeconds(const std::vector<std::string>& converter, const std::vector<fs::path>& clips,
+                         const fs::path& folder) {
+    fs::create_directories(folder);
+    const double before = bench::cpuSecondsOfEndedChildren();
+    bench::Child meeting({"sleep", "1000"});
+    auto command = converter;
+    const auto first = folder / "first.mkv";
+    fs::copy_file(clips.at(0), first);
+    command.insert(command.end(), {"-pid", std::to_string(meeting.pid()), "-path", first.string()});
+    bench::BusClient client;
+    const auto child = launch(client, command);
+    client.post(recordingStopped, meeting.pid());
+    // The second recording is the meeting's too; its path goes with the started notification.
+    const auto second = folder / "second.mkv";
+    fs::copy_file(clips.at(1), second);
+    std::system(("gdbus emit --session --object-path /org/recordconverter/NotificationCenter --signal "
+                 "org.recordconverter.NotificationCenter.Posted kMeetingRecordNotificationName_RecordingStarted '' "
+                 "\"{'kMeetingRecordNotificationKey_MeetingProcessId': <" +
+                 std::to_string(meeting.pid()) + ">, 'kMeetingRecordNotificationKey_RecordIntermediatePath': <'" +
+                 second.string() + "'>}\"")
+                    .c_str());
+    const double helpers = bench::cpuSecondsOfEndedChildren() - before;
+    meeting.end();
+    child->wait();
+    if (!fs::exists(folder / "first.mp4") || !fs::exists(folder / "second.mp4")) {
+        fail("the meeting's recordings were not converted");
+    }
+    fs::remove_all(folder);
+    return bench::cpuSecondsOfEndedChildren() - before - helpers;
+}
+
+double referenceMeetingCpuSeconds(bench::BusClient& client, const std::vector<std::string>& bare,
+                                  const std::vector<fs::path>& clips, const fs::path& folder) {
+    fs::create_directories(folder);
+    const double before = bench::cpuSecondsOfEndedChildren();
+    for (const auto& clip : clips) {
+        bench::Child ffmpeg({"ffmpeg", "-v", "error", "-i", clip.string(), "-map", "0", "-c", "copy", "-movflags",
+                             "+faststart", (folder / (clip.stem().string() + ".mp4")).string()});
+        ffmpeg.wait();
+    }
+    launch(client, bare)->end();
+    fs::remove_all(folder);
+    return bench::cpuSecondsOfEndedChildren() - before;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    QCoreApplication application(argc, argv);
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    Settings settings;
+    if (std::erase(arguments, "--smoke") > 0) {
+        settings = {1, 20, 100, 10, 1, false};
+    }
+    if (arguments.size() < 2) {
+        fail("usage: system-bench APPLICATION-FOLDER REFERENCE-FOLDER [MEETING-CLIP MEETING-CLIP] [--smoke]");
+    }
+    const Programs programs = {{arguments[0] + "/bin/record-converter"},
+                               {arguments[1] + "/bare-reference"},
+                               {arguments[1] + "/echo-reference"}};
+    bench::BusClient client(settings.senders);
+
+    std::printf("{\"figures\": [\n");
+    launchSeconds(client, programs.converter);
+    launchSeconds(client, programs.bare);
+    bench::print(bench::measure(
+        "launch to spawn confirmation", 1.25, settings.pairs, [&] { return launchSeconds(client, programs.converter); },
+        [&] { return launchSeconds(client, programs.bare); }));
+
+    bench::Pairs latency{"recording-stopped to acknowledgement, median", 1.3, {}, {}};
+    bench::Pairs latency99{"recording-stopped to acknowledgement, 99th percentile", 1.3, {}, {}};
+    bench::Pairs burst{"burst of notifications", 1.3, {}, {}};
+    bool inOrder = true;
+    int lost = 0;
+    for (std::size_t i = 0; i < settings.pairs; ++i) {
+        for (const bool isOurs : {false, true}) {
+            const auto& command = isOurs ? programs.converter : programs.echo;
+            const auto one = acknowledgementSeconds(client, command, settings.notifications);
+            (isOurs ? latency.ours : latency.reference).push_back(one.median);
+            (isOurs ? latency99.ours : latency99.reference).push_back(one.percentile99);
+            const auto many = burstSeconds(client, command, settings);
+            (isOurs ? burst.ours : burst.reference).push_back(many.seconds);
+            if (isOurs) {
+                inOrder = inOrder && many.inOrder;
+                lost += many.lost;
+            }
+        }
+    }
+    bench::print(latency);
+    bench::print(latency99);
+    bench::print(burst);
+
+    if (settings.meetings && arguments.size() >= 4) {
+        const std::vector<fs::path> clips = {arguments[2], arguments[3]};
+        const auto folder =
+            fs::temp_directory_path() / ("system-bench-" + std::to_string(application.applicationPid()));
+        bench::print(bench::measure(
+            "a whole meeting of two recordings, CPU", 1.3, std::min<std::size_t>(settings.pairs, 9),
+            [&] { return meetingCpuSeconds(programs.converter, clips, folder); },
+            [&] { return referenceMeetingCpuSeconds(client, programs.bare, clips, folder); }));
+    }
+
+    bench::print(bench::measure(
+                     "private memory, idle", 0, std::min<std::size_t>(settings.pairs, 9),
+                     [&] { return idlePrivateKiB(client, programs.converter); },
+                     [&] { return idlePrivateKiB(client, programs.bare); }),
+                 true, "KiB");
+
+    const auto idle = launch(client, programs.converter);
+    letSettle();
+    const auto before = idle->activity();
+    std::this_thread::sleep_for(std::chrono::duration<double>(settings.idleSeconds));
+    const auto after = idle->activity();
+    std::printf("],\n\"burstInOrder\": %s, \"burstLost\": %d,\n\"idleSeconds\": %.0f, \"idleWakeUps\": %lu, "
+                "\"idleCpuSeconds\": %.6f}\n",
+                inOrder ? "true" : "false", lost, settings.idleSeconds, after.wakeUps - before.wakeUps,
+                after.cpuSeconds - before.cpuSeconds);
+    return EXIT_SUCCESS;
+}
