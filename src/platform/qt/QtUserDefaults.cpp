@@ -24,6 +24,10 @@ std::string QtUserDefaults::standardFile() {
 }
 
 void QtUserDefaults::setStringList(const std::string& key, const std::vector<std::string>& list) {
+    // Most starts set what is there already; rewriting and syncing the file would only cost them time.
+    if (settings_->ini.contains(QString::fromStdString(key)) && stringList(key) == list) {
+        return;
+    }
     QStringList texts;
     for (const auto& text : list) {
         texts.append(QString::fromStdString(text));
