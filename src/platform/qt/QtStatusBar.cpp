@@ -1,8 +1,11 @@
 #include "platform/qt/QtStatusBar.h"
 
+#include "platform/qt/StatusNotifierItem.h"
+#include "platform/qt/TrayWindow.h"
 #include "platform/qt/VectorPicture.h"
 #include "platform/ui/ImageView.h"
 
+#include <QGuiApplication>
 #include <QSystemTrayIcon>
 #include <utility>
 #include <vector>
@@ -13,42 +16,74 @@ namespace {
 
 const auto kToolTip = QStringLiteral("Record converter");
 
+bool canBeEmbedded() {
+    return QGuiApplication::platformName() == QLatin1String("xcb");
+}
+
 }  // namespace
 
-class QtStatusBar::Items {
-public:
-    class Item;
+struct QtStatusBar::Items {
+    void tellMoved() const {
+        if (moved) {
+            moved();
+        }
+    }
 
     std::vector<std::weak_ptr<Item>> made;
+    std::function<void()> moved;
 };
 
-class QtStatusBar::Items::Item final : public StatusItem {
+// The bus comes first: where a host keeps such icons, an embedded one would be a second. The toolkit's tray icon would
+// look for the bus too, but only once; made only while no host is there, it is always the embedded one.
+class QtStatusBar::Item final : public StatusItem {
 public:
+    explicit Item(std::shared_ptr<Items> items) : items_(std::move(items)) {}
+
     std::shared_ptr<ui::View> view() const override { return view_; }
 
     void setView(std::shared_ptr<ui::View> view) override {
         view_ = std::move(view);
         const auto* const imageView = dynamic_cast<const ui::ImageView*>(view_.get());
-        icon_.setIcon(imageView != nullptr && imageView->image() ? vectorIcon(*imageView->image()) : QIcon());
-        icon_.setToolTip(kToolTip);
-        icon_.setVisible(view_ != nullptr);
+        icon_ = imageView != nullptr && imageView->image() ? vectorIcon(*imageView->image()) : QIcon();
+        embedded_.reset();
+        overBus_.reset();
+        if (view_ == nullptr) {
+            return;
+        }
+        overBus_ = std::make_unique<StatusNotifierItem>(icon_, kToolTip, [this] { chooseFace(); });
     }
 
     // No desktop draws its icons pressed by the application's wish.
     void setHighlightMode(bool) override {}
 
-    std::optional<ui::Rect> desktopFrame() const {
-        const auto frame = icon_.geometry();
-        if (!icon_.isVisible() || frame.isEmpty()) {
-            return std::nullopt;
-        }
-        return ui::Rect{static_cast<double>(frame.x()), static_cast<double>(frame.y()),
-                        static_cast<double>(frame.width()), static_cast<double>(frame.height())};
-    }
+    std::optional<ui::Rect> desktopFrame() { return embedded_ ? embedded_->window.desktopFrame() : std::nullopt; }
 
 private:
+    struct Embedded {
+        explicit Embedded(const std::function<void()>& moved) : window(moved) {}
+
+        QSystemTrayIcon icon;
+        TrayWindow window;
+    };
+
+    void chooseFace() {
+        const bool isEmbedded = !overBus_->isShown() && canBeEmbedded();
+        if (isEmbedded && !embedded_) {
+            embedded_ = std::make_unique<Embedded>([items = items_] { items->tellMoved(); });
+            embedded_->icon.setIcon(icon_);
+            embedded_->icon.setToolTip(kToolTip);
+            embedded_->icon.show();
+        } else if (!isEmbedded) {
+            embedded_.reset();
+        }
+        items_->tellMoved();
+    }
+
+    const std::shared_ptr<Items> items_;
     std::shared_ptr<ui::View> view_;
-    QSystemTrayIcon icon_;
+    QIcon icon_;
+    std::unique_ptr<StatusNotifierItem> overBus_;
+    std::unique_ptr<Embedded> embedded_;
 };
 
 QtStatusBar::QtStatusBar() : items_(std::make_shared<Items>()) {}
@@ -56,7 +91,7 @@ QtStatusBar::QtStatusBar() : items_(std::make_shared<Items>()) {}
 QtStatusBar::~QtStatusBar() = default;
 
 std::shared_ptr<StatusItem> QtStatusBar::statusItemWithLength(double) {
-    auto item = std::make_shared<Items::Item>();
+    auto item = std::make_shared<Item>(items_);
     items_->made.push_back(item);
     return item;
 }
@@ -69,6 +104,10 @@ std::optional<ui::Rect> QtStatusBar::desktopFrameOf(const ui::View& view) const 
         }
     }
     return std::nullopt;
+}
+
+void QtStatusBar::setItemsMovedHandler(std::function<void()> moved) {
+    items_->moved = std::move(moved);
 }
 
 }  // namespace platform::qt

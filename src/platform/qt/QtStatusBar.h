@@ -2,6 +2,7 @@
 
 #include "platform/StatusBar.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -20,8 +21,12 @@ public:
     /// Absent when `view` is in no item, or its place can't be known.
     std::optional<ui::Rect> desktopFrameOf(const ui::View& view) const;
 
+    /// Calls `moved` whenever the place of an item may have changed; an empty function ends that.
+    void setItemsMovedHandler(std::function<void()> moved);
+
 private:
-    class Items;
+    class Item;
+    struct Items;
     const std::shared_ptr<Items> items_;
 };
 

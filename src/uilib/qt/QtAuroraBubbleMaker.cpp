@@ -1,5 +1,6 @@
 #include "uilib/qt/QtAuroraBubbleMaker.h"
 
+#include "platform/qt/QtStatusBar.h"
 #include "uilib/qt/BubbleStack.h"
 #include "uilib/qt/QtAuroraBubble.h"
 
@@ -7,11 +8,14 @@
 
 namespace uilib::qt {
 
-QtAuroraBubbleMaker::QtAuroraBubbleMaker(platform::NotificationCenter& center,
-                                         const platform::qt::QtStatusBar& statusBar)
-    : center_(center), stack_(std::make_shared<BubbleStack>(statusBar)) {}
+QtAuroraBubbleMaker::QtAuroraBubbleMaker(platform::NotificationCenter& center, platform::qt::QtStatusBar& statusBar)
+    : center_(center), statusBar_(statusBar), stack_(std::make_shared<BubbleStack>(statusBar)) {
+    statusBar_.setItemsMovedHandler([stack = stack_] { stack->arrange(); });
+}
 
-QtAuroraBubbleMaker::~QtAuroraBubbleMaker() = default;
+QtAuroraBubbleMaker::~QtAuroraBubbleMaker() {
+    statusBar_.setItemsMovedHandler(nullptr);
+}
 
 std::shared_ptr<CAuroraBubble> QtAuroraBubbleMaker::makeBubbleWithDescriptionExternalClientView(
     std::shared_ptr<const CAuroraBubbleDescription> description, std::shared_ptr<platform::ui::View> clientView) {

@@ -18,8 +18,8 @@ class BubbleStack;
 /// Bubbles as windows below the status icon. Needs the application object. Nothing wakes up while no bubble is open.
 class QtAuroraBubbleMaker final : public AuroraBubbleMaker {
 public:
-    /// Both outlive every bubble.
-    QtAuroraBubbleMaker(platform::NotificationCenter& center, const platform::qt::QtStatusBar& statusBar);
+    /// Both outlive every bubble. Takes the status bar's items-moved handler.
+    QtAuroraBubbleMaker(platform::NotificationCenter& center, platform::qt::QtStatusBar& statusBar);
     ~QtAuroraBubbleMaker() override;
 
     std::shared_ptr<CAuroraBubble>
@@ -28,6 +28,7 @@ public:
 
 private:
     platform::NotificationCenter& center_;
+    platform::qt::QtStatusBar& statusBar_;
     const std::shared_ptr<BubbleStack> stack_;
 };
 

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QDBusServiceWatcher>
+#include <QIcon>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <optional>
+
+namespace platform::qt {
+
+/// One size of an icon as the bus carries it: width, height, 32-bit ARGB in network byte order.
+struct IconPixels {
+    int width = 0;
+    int height = 0;
+    QByteArray bytes;
+};
+using IconPixelsList = QList<IconPixels>;
+
+/// What a panel shows while the pointer rests on the icon.
+struct IconToolTip {
+    QString iconName;
+    IconPixelsList iconPixels;
+    QString title;
+    QString text;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const IconPixels& pixels);
+const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixels& pixels);
+QDBusArgument& operator<<(QDBusArgument& argument, const IconToolTip& toolTip);
+const QDBusArgument& operator>>(const QDBusArgument& argument, IconToolTip& toolTip);
+
+/// An icon for desktops that keep their status icons over the bus: registers with the watcher that is there, and again
+/// with each that comes. Such a desktop does not tell where it draws the icon. Main thread.
+class StatusNotifierItem final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
+    Q_PROPERTY(QString Category READ category)
+    Q_PROPERTY(QString Id READ id)
+    Q_PROPERTY(QString Title READ title)
+    Q_PROPERTY(QString Status READ status)
+    Q_PROPERTY(int WindowId READ windowId)
+    Q_PROPERTY(QString IconName READ none)
+    Q_PROPERTY(platform::qt::IconPixelsList IconPixmap READ iconPixmap)
+    Q_PROPERTY(QString OverlayIconName READ none)
+    Q_PROPERTY(QString AttentionIconName READ none)
+    Q_PROPERTY(platform::qt::IconToolTip ToolTip READ toolTip)
+    Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
+    Q_PROPERTY(QDBusObjectPath Menu READ menu)
+
+public:
+    /// `hostChanged` is called once it is known whether a host shows such icons, and when one has come or gone; never
+    /// from inside this call.
+    StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged);
+    ~StatusNotifierItem() override;
+
+    /// Whether a host shows this icon now.
+    bool isShown() const { return isShown_.value_or(false); }
+
+    QString category() const { return QStringLiteral("ApplicationStatus"); }
+    QString id() const { return QStringLiteral("record-converter"); }
+    QString title() const { return title_; }
+    QString status() const { return QStringLiteral("Active"); }
+    int windowId() const { return 0; }
+    QString none() const { return {}; }
+    IconPixelsList iconPixmap() const;
+    IconToolTip toolTip() const { return {{}, {}, title_, {}}; }
+    bool itemIsMenu() const { return false; }
+    QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
+
+public Q_SLOTS:
+    // The icon shows nothing but itself, so presses do nothing.
+    void Activate(int, int) {}
+    void SecondaryActivate(int, int) {}
+    void ContextMenu(int, int) {}
+    void Scroll(int, const QString&) {}
+
+Q_SIGNALS:
+    void NewIcon();
+    void NewStatus(const QString& status);
+
+private Q_SLOTS:
+    void askWatcher();
+    void watcherGone();
+
+private:
+    void setShown(bool isShown);
+
+    const QIcon icon_;
+    const QString title_;
+    const std::function<void()> hostChanged_;
+    QDBusConnection connection_;
+    QDBusServiceWatcher watcher_;
+    QString service_;
+    std::optional<bool> isShown_;
+};
+
+}  // namespace platform::qt
+
+Q_DECLARE_METATYPE(platform::qt::IconPixels)
+Q_DECLARE_METATYPE(platform::qt::IconToolTip)
