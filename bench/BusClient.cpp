@@ -30,9 +30,12 @@ BusClient::~BusClient() {
     }
 }
 
-void BusClient::post(const QString& name, int meetingProcessId, int sender) {
+void BusClient::post(const QString& name, int meetingProcessId, int sender, const QString& intermediatePath) {
     auto signal = QDBusMessage::createSignal(path, interface, member);
-    const QVariantMap userInfo = {{QStringLiteral("kMeetingRecordNotificationKey_MeetingProcessId"), meetingProcessId}};
+    QVariantMap userInfo = {{QStringLiteral("kMeetingRecordNotificationKey_MeetingProcessId"), meetingProcessId}};
+    if (!intermediatePath.isEmpty()) {
+        userInfo.insert(QStringLiteral("kMeetingRecordNotificationKey_RecordIntermediatePath"), intermediatePath);
+    }
     signal << name << QString() << userInfo;
     connections_.at(static_cast<std::size_t>(sender)).send(signal);
 }

@@ -24,7 +24,7 @@ public:
     /// Who hears the notifications from now on.
     void setHeard(Heard heard) { heard_ = std::move(heard); }
 
-    void post(const QString& name, int meetingProcessId, int sender = 0);
+    void post(const QString& name, int meetingProcessId, int sender = 0, const QString& intermediatePath = {});
 
     /// Turns the event loop until `condition` holds; false when `seconds` have passed first.
     static bool waitUntil(const std::function<bool()>& condition, double seconds);

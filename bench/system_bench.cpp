@@ -25,7 +25,9 @@ using Clock = std::chrono::steady_clock;
 
 const QString spawnConfirm = QStringLiteral("kMeetingRecordNotificationName_AppSpawnConfirm");
 const QString acknowledgement = QStringLiteral("kMeetingRecordNotificationName_AckNotification");
+const QString recordingStarted = QStringLiteral("kMeetingRecordNotificationName_RecordingStarted");
 const QString recordingStopped = QStringLiteral("kMeetingRecordNotificationName_RecordingStopped");
+const QString meetingAppQuit = QStringLiteral("kMeetingRecordNotificationName_MeetingAppQuit");
 const QString ackToProcessId = QStringLiteral("kMeetingRecordNotificationKey_AckToProcessId");
 
 struct Settings {
@@ -161,23 +163,57 @@ double meetingCpuSeconds(const std::vector<std::string>& converter, const std::v
     bench::BusClient client;
     const auto child = launch(client, command);
     client.post(recordingStopped, meeting.pid());
-    // The second recording is the meeting's too; its path goes with the started notification.
     const auto second = folder / "second.mkv";
     fs::copy_file(clips.at(1), second);
-    std::system(("gdbus emit --session --object-path /org/recordconverter/NotificationCenter --signal "
-                 "org.recordconverter.NotificationCenter.Posted kMeetingRecordNotificationName_RecordingStarted '' "
-                 "\"{'kMeetingRecordNotificationKey_MeetingProcessId': <" +
-                 std::to_string(meeting.pid()) + ">, 'kMeetingRecordNotificationKey_RecordIntermediatePath': <'" +
-                 second.string() + "'>}\"")
-                    .c_str());
-    const double helpers = bench::cpuSecondsOfEndedChildren() - before;
+    client.post(recordingStarted, meeting.pid(), 0, QString::fromStdString(second.string()));
+    bench::BusClient::waitUntil([] { return false; }, 0.5);
     meeting.end();
     child->wait();
     if (!fs::exists(folder / "first.mp4") || !fs::exists(folder / "second.mp4")) {
         fail("the meeting's recordings were not converted");
     }
     fs::remove_all(folder);
-    return bench::cpuSecondsOfEndedChildren() - before - helpers;
+    return bench::cpuSecondsOfEndedChildren() - before;
+}
+
+/// Private memory after each of `rounds` rounds of 100 conversions, once every bubble has gone.
+std::vector<double> privateKiBAfterConversions(bench::BusClient& client, const std::vector<std::string>& converter,
+                                               const fs::path& clip, const fs::path& folder, int rounds) {
+    constexpr int conversions = 100;
+    fs::create_directories(folder);
+    // A meeting that goes on keeps the converter from quitting in between.
+    bench::Child meeting({"sleep", "1000"});
+    auto command = converter;
+    command.insert(command.end(), {"-pid", std::to_string(meeting.pid()), "-path", (folder / "on.mkv").string()});
+    const auto child = launch(client, command);
+    std::vector<double> result;
+    for (int round = 0; round < rounds; ++round) {
+        for (int i = 0; i < conversions; ++i) {
+            const auto source = folder / ("talk" + std::to_string(i) + ".mkv");
+            fs::copy_file(clip, source);
+            client.post(recordingStarted, 1'000'000 + i, 0, QString::fromStdString(source.string()));
+            client.post(meetingAppQuit, 1'000'000 + i);
+        }
+        const auto converted = [&] {
+            for (int i = 0; i < conversions; ++i) {
+                if (fs::exists(folder / ("talk" + std::to_string(i) + ".mkv"))) {
+                    return false;
+                }
+            }
+            return true;
+        };
+        if (!bench::BusClient::waitUntil(converted, 120)) {
+            fail("100 recordings were not converted");
+        }
+        std::this_thread::sleep_for(std::chrono::seconds(18));
+        result.push_back(child->privateKiB());
+        for (int i = 0; i < conversions; ++i) {
+            fs::remove(folder / ("talk" + std::to_string(i) + ".mp4"));
+        }
+    }
+    child->end();
+    fs::remove_all(folder);
+    return result;
 }
 
 double referenceMeetingCpuSeconds(bench::BusClient& client, const std::vector<std::string>& bare,
@@ -262,9 +298,18 @@ int main(int argc, char* argv[]) {
     const auto before = idle->activity();
     std::this_thread::sleep_for(std::chrono::duration<double>(settings.idleSeconds));
     const auto after = idle->activity();
-    std::printf("],\n\"burstInOrder\": %s, \"burstLost\": %d,\n\"idleSeconds\": %.0f, \"idleWakeUps\": %lu, "
+    idle->end();
+    double growth = 0;
+    if (settings.meetings && arguments.size() >= 4) {
+        const auto folder =
+            fs::temp_directory_path() / ("system-bench-" + std::to_string(application.applicationPid()));
+        const auto after100 = privateKiBAfterConversions(client, programs.converter, arguments[2], folder, 3);
+        growth = after100.back() - after100.front();
+    }
+    std::printf("],\n\"growthKiB\": %.0f, \"burstInOrder\": %s, \"burstLost\": %d,\n\"idleSeconds\": %.0f, "
+                "\"idleWakeUps\": %lu, "
                 "\"idleCpuSeconds\": %.6f}\n",
-                inOrder ? "true" : "false", lost, settings.idleSeconds, after.wakeUps - before.wakeUps,
+                growth, inOrder ? "true" : "false", lost, settings.idleSeconds, after.wakeUps - before.wakeUps,
                 after.cpuSeconds - before.cpuSeconds);
     return EXIT_SUCCESS;
 }
