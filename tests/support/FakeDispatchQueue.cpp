@@ -1,5 +1,6 @@
 #include "support/FakeDispatchQueue.h"
 
+#include <chrono>
 #include <stdexcept>
 #include <utility>
 
@@ -23,6 +24,12 @@ private:
 void FakeDispatchQueue::async(std::function<void()> task) {
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));
+    changed_.notify_all();
+}
+
+bool FakeDispatchQueue::waitForTask() {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(10), [this] { return !tasks_.empty(); });
 }
 
 std::size_t FakeDispatchQueue::pendingCount() const {

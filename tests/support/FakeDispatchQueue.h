@@ -2,6 +2,7 @@
 
 #include "platform/DispatchQueue.h"
 
+#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -20,6 +21,9 @@ public:
 
     std::size_t pendingCount() const;
 
+    /// Waits until a task is there to run; false when none came within ten seconds.
+    bool waitForTask();
+
     /// Runs the oldest task; false when there is none.
     bool runNext();
 
@@ -28,6 +32,7 @@ public:
 
 private:
     mutable std::mutex mutex_;
+    std::condition_variable changed_;
     std::deque<std::function<void()>> tasks_;
 };
 
