@@ -1,0 +1,279 @@
+#include "AppDelegate.h"
+#include "KTRMeetingRecordingSavedBubbleView.h"
+#include "platform/ThreadSerialQueue.h"
+#include "recordmeeting/KTRMeetingRecordNotifications.h"
+#include "setAppLocale.h"
+#include "support/FakePlatform.h"
+#include "support/RecordingTrace.h"
+#include "support/ScriptedMediaConverter.h"
+
+#include <chrono>
+#include <future>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using support::ScriptedMediaConverter;
+using test::error;
+using test::info;
+using test::Log;
+
+/// A real serial queue that waits at a gate before its first task, so that a test decides when the conversion thread
+/// sets out.
+class GatedSerialQueueMaker final : public platform::SerialQueueMaker {
+public:
+    std::unique_ptr<platform::DispatchQueue> makeSerialQueue(const std::string& label) override {
+        auto queue = std::make_unique<platform::ThreadSerialQueue>(label);
+        queue->async([opened = gate_.get_future().share()] { opened.wait(); });
+        made_ = queue.get();
+        return queue;
+    }
+
+    void open() {
+        if (!std::exchange(isOpen_, true)) {
+            gate_.set_value();
+        }
+    }
+
+    /// Returns once everything that was put on the queue so far has run.
+    void settle() {
+        std::promise<void> reached;
+        made_->async([&reached] { reached.set_value(); });
+        reached.get_future().wait();
+    }
+
+private:
+    std::promise<void> gate_;
+    bool isOpen_ = false;
+    platform::DispatchQueue* made_ = nullptr;
+};
+
+/// A whole meeting in one process, the conversion on a thread of its own, every line of the trace accounted for.
+class MeetingTraceTest : public testing::Test {
+protected:
+    MeetingTraceTest() {
+        ScriptedMediaConverter::reset();
+        app = std::make_shared<AppDelegate>(fake.platformWith(queues), fake.bubbleMaker);
+        fake.application.setDelegate(app);
+        fake.processInformation.setProcessIdentifier(500);
+    }
+
+    ~MeetingTraceTest() override { queues.open(); }
+
+    void launch(const std::vector<std::string>& arguments) {
+        std::vector<const char*> vector;
+        for (const auto& argument : arguments) {
+            vector.push_back(argument.c_str());
+        }
+        setAppLocale(static_cast<int>(vector.size()), vector.data());
+        fake.processInformation.setArguments(arguments);
+        app->applicationDidFinishLaunching();
+    }
+
+    void deliver(const char* name, const std::string& path = {}) {
+        platform::UserInfo userInfo{{kMeetingRecordNotificationKey_MeetingProcessId, std::int32_t{4711}}};
+        if (!path.empty()) {
+            userInfo[kMeetingRecordNotificationKey_RecordIntermediatePath] = path;
+        }
+        fake.distributedCenter.deliver({name, std::nullopt, userInfo});
+    }
+
+    void convertEverything() {
+        queues.open();
+        ASSERT_TRUE(trace.waitFor("-[AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:]: "));
+        queues.settle();
+    }
+
+    Log mainThread() const { return trace.log(std::this_thread::get_id()); }
+    Log conversionThread() const { return trace.logWithout(std::this_thread::get_id()); }
+
+    GatedSerialQueueMaker queues;
+    test::RecordingTrace trace;
+    test::FakePlatform fake;
+    std::shared_ptr<AppDelegate> app;
+};
+
+TEST_F(MeetingTraceTest, AStartUpWithAFirstMeetingIsTracedLineByLine) {
+    launch({"/opt/bin/record-converter", "-pid", "4711", "-pname", "meeting", "-locale", "9", "-path", "/rec/one.rec"});
+    queues.open();
+    const Log expected = {
+        info("[App setAppLocale:]: (9)"),
+        info("-[AppDelegate applicationDidFinishLaunching:]: begin"),
+        info("-[KTRMeetingRecordConvertingJobRunner init]: "),
+        info("-[KTRMeetingPool init]: "),
+        info("-[KTRAppInlet init]: "),
+        info("-[AppDelegate onStartUp], begin"),
+        info("-[AppDelegate onStartUp]: localeId = 9"),
+        info("-[AppDelegate onStartUp]: parent pid = 4711"),
+        info("-[KTRProcessGuard guardProcessWithPid:]: process guard for pid = 4711"),
+        info("-[KTRMeetingPool meetingAppRepresentativeForProcess:]: instanticating new App Rep for pid = 4711"),
+        info("-[KTRMeetingAppRepresentative initWithMeetingAppProcessId:]: pid = 4711"),
+        info("-[KTRMeetingAppRepresentative startsLocalRecordingWithIntermediateFile:]: path = /rec/one.rec"),
+        info("-[AppDelegate meetingPool:didReceiveJobFromProcess:writingTo:]: Received Job, src_pid = 4711, src_path = "
+             "/rec/one.rec"),
+        info("-[AppDelegate onStartUp]: FIRST file in FIRST meeting, /rec/one.rec"),
+        info("-[AppDelegate onStartUp]: end"),
+        info("-[AppDelegate applicationDidFinishLaunching:]: end"),
+    };
+    EXPECT_EQ(mainThread(), expected);
+    EXPECT_EQ(conversionThread(), Log{});
+}
+
+TEST_F(MeetingTraceTest, AMeetingOfTwoRecordingsIsTracedLineByLineOnBothThreads) {
+    fake.fileManager.addFile("/rec/one.rec");
+    fake.fileManager.addFile("/rec/two.rec");
+    ScriptedMediaConverter::script({.progress = {0.0F, 33.333F, 100.0F}, .error = {}, .output = {}});
+    ScriptedMediaConverter::script({.progress = {100.0F}, .error = {}, .output = {}});
+    launch({"/opt/bin/record-converter", "-pid", "4711", "-path", "/rec/one.rec"});
+    trace.clear();
+
+    deliver(kMeetingRecordNotificationName_RecordingStopped);
+    deliver(kMeetingRecordNotificationName_RecordingStarted, "/rec/two.rec");
+    deliver(kMeetingRecordNotificationName_RecordingStopped);
+    deliver(kMeetingRecordNotificationName_MeetingAppQuit);
+    const Log meeting = {
+        info("-[KTRAppInlet onExternalNotification:]: kMeetingRecordNotificationName_RecordingStopped"),
+        info("-[KTRAppInlet ackNotification:]: kMeetingRecordNotificationName_RecordingStopped, from p_id = 500, to "
+             "p_id = 4711"),
+        info("-[KTRMeetingAppRepresentative stopsLocalRecording]: "),
+        info("-[AppDelegate meetingPool:didStashJobFromProcess:savedAt:]: Stashed Job, src_pid = 4711, src_path = "
+             "/rec/one.rec"),
+        info("-[KTRAppInlet onExternalNotification:]: kMeetingRecordNotificationName_RecordingStarted"),
+        info("-[KTRAppInlet ackNotification:]: kMeetingRecordNotificationName_RecordingStarted, from p_id = 500, to "
+             "p_id = 4711"),
+        info("-[KTRProcessGuard guardProcessWithPid:]: process guard for pid = 4711"),
+        info("-[KTRMeetingAppRepresentative startsLocalRecordingWithIntermediateFile:]: path = /rec/two.rec"),
+        info("-[AppDelegate meetingPool:didReceiveJobFromProcess:writingTo:]: Received Job, src_pid = 4711, src_path = "
+             "/rec/two.rec"),
+        info("-[KTRAppInlet onExternalNotification:]: kMeetingRecordNotificationName_RecordingStopped"),
+        info("-[KTRAppInlet ackNotification:]: kMeetingRecordNotificationName_RecordingStopped, from p_id = 500, to "
+             "p_id = 4711"),
+        info("-[KTRMeetingAppRepresentative stopsLocalRecording]: "),
+        info("-[AppDelegate meetingPool:didStashJobFromProcess:savedAt:]: Stashed Job, src_pid = 4711, src_path = "
+             "/rec/two.rec"),
+        info("-[KTRAppInlet onExternalNotification:]: kMeetingRecordNotificationName_MeetingAppQuit"),
+        info("-[KTRAppInlet ackNotification:]: kMeetingRecordNotificationName_MeetingAppQuit, from p_id = 500, to p_id "
+             "= 4711"),
+        info("-[KTRProcessGuard removeGuardProcessWithPid:]: remove process guard for pid = 4711"),
+        info("-[KTRMeetingAppRepresentative commencesConverting]: pid = 4711"),
+        info("-[AppDelegate meetingPool:didReceiveRequestFromProcess:toConvertRecords:]: Scheduling Jobs, src_pid = "
+             "4711"),
+        info("-[KTRMeetingRecordConvertingJobRunner scheduleJob:]: src_pid = 4711, src_path = /rec/one.rec"),
+        info("-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "),
+        info("-[AppDelegate meetingPool:didReceiveRequestFromProcess:toConvertRecords:]_block_invoke: Scheduling Job, "
+             "src_path = /rec/one.rec"),
+        info("-[KTRMeetingRecordConvertingJobRunner scheduleJob:]: src_pid = 4711, src_path = /rec/two.rec"),
+        info("-[AppDelegate meetingPool:didReceiveRequestFromProcess:toConvertRecords:]_block_invoke: Scheduling Job, "
+             "src_path = /rec/two.rec"),
+    };
+    EXPECT_EQ(mainThread(), meeting);
+    EXPECT_EQ(fake.systemLog.lines(), Log{"Meeting App Quit"});
+
+    trace.clear();
+    convertEverything();
+    const std::string progress =
+        "-[AppDelegate recordConvertingJobRunner:updatesConvertingProgress:forRecordItem:]: cvt_progress = ";
+    const Log conversion = {
+        info("-[KTRMeetingRecordConvertingJobRunner convertItem:]: src_pid = 4711, src_path = /rec/one.rec"),
+        info("-[AppDelegate recordConvertingJobRunner:didStartConvertingRecordItem:]: src_pid = 4711, src_path = "
+             "/rec/one.rec"),
+        info(progress + "0.00%"),
+        info(progress + "33.33%"),
+        info(progress + "100.00%"),
+        info("-[KTRMeetingRecordConverter deleteIntermediateItem:]: "),
+        info("-[AppDelegate recordConvertingJobRunner:didStopConvertingRecordItem:]: src_pid = 4711, src_path = "
+             "/rec/one.rec"),
+        info("-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "),
+        info("-[KTRMeetingRecordConvertingJobRunner convertItem:]: src_pid = 4711, src_path = /rec/two.rec"),
+        info("-[AppDelegate recordConvertingJobRunner:didStartConvertingRecordItem:]: src_pid = 4711, src_path = "
+             "/rec/two.rec"),
+        info(progress + "100.00%"),
+        info("-[KTRMeetingRecordConverter deleteIntermediateItem:]: "),
+        info("-[AppDelegate recordConvertingJobRunner:didStopConvertingRecordItem:]: src_pid = 4711, src_path = "
+             "/rec/two.rec"),
+        info("-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "),
+        info("-[AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:]: "),
+    };
+    EXPECT_EQ(conversionThread(), conversion);
+    EXPECT_EQ(mainThread(), Log{}) << "nothing of the conversion is traced on the main thread before its queue runs";
+
+    trace.clear();
+    fake.mainQueue.drain();
+    fake.runLoop.advance(1s);
+    const auto bubbles = fake.bubbleMaker.bubbles();
+    ASSERT_EQ(bubbles.size(), 3U);
+    auto& first = dynamic_cast<KTRMeetingRecordingSavedBubbleView&>(*bubbles[1]->clientView());
+    first.buttonsArray().at(0)->sendAction();
+    fake.bubbleMaker.finishClosing();
+    fake.bubbleMaker.postWillClose(*bubbles[2]);
+    fake.runLoop.advance(1s);
+    app->applicationWillTerminate();
+    const Log ending = {
+        info("-[KTRConverterProcessNotificationMgr showFilesPreparedBubble]"),
+        info("-[KTRConverterProcessNotificationMgr showConvertSucceedBubbleWithFilePath:] : /rec/one.mp4"),
+        info("-[KTRConverterProcessNotificationMgr showConvertSucceedBubbleWithFilePath:] : /rec/two.mp4"),
+        info("-[AppDelegate checkNeedQuitApp]: check all task finish 1, check report handled: 0"),
+        info("-[KTRConverterProcessNotificationMgr meetingRecordingSavedBubbleViewRequestToClose:], bubble closed by "
+             "user"),
+        info("-[KTRConverterProcessNotificationMgr closeBubbleWithNotification:], remove bubble from bubbleArray"),
+        info("-[KTRConverterProcessNotificationMgr closeBubbleWithNotification:], remove bubble from bubbleArray"),
+        info("-[AppDelegate checkNeedQuitApp]: check all task finish 1, check report handled: 1"),
+        info("-[AppDelegate quitApp]: "),
+        info("-[AppDelegate applicationWillTerminate:]: begin"),
+        info("-[AppDelegate applicationWillTerminate:]: doing nothing"),
+        info("-[AppDelegate applicationWillTerminate:]: end"),
+    };
+    EXPECT_EQ(mainThread(), ending);
+    EXPECT_EQ(conversionThread(), Log{});
+    EXPECT_EQ(fake.application.terminateSenders().size(), 1U);
+}
+
+TEST_F(MeetingTraceTest, ADeathWithoutAWordAndAFailingConversionAreTracedLineByLine) {
+    fake.fileManager.addFile("/rec/one.rec");
+    ScriptedMediaConverter::script({.progress = {0.0F}, .error = 12, .output = {}});
+    launch({"/opt/bin/record-converter", "-pid", "4711", "-path", "/rec/one.rec"});
+    trace.clear();
+
+    fake.exitWatch.exit(4711);
+    const Log death = {
+        info("NoteExitKQueueCallback: observe process exit pid 4711"),
+        info("-[KTRMeetingAppRepresentative commencesConverting]: pid = 4711"),
+        info("-[AppDelegate meetingPool:didReceiveRequestFromProcess:toConvertRecords:]: Scheduling Jobs, src_pid = "
+             "4711"),
+        info("-[KTRMeetingRecordConvertingJobRunner scheduleJob:]: src_pid = 4711, src_path = /rec/one.rec"),
+        info("-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "),
+        info("-[AppDelegate meetingPool:didReceiveRequestFromProcess:toConvertRecords:]_block_invoke: Scheduling Job, "
+             "src_path = /rec/one.rec"),
+    };
+    EXPECT_EQ(mainThread(), death);
+
+    trace.clear();
+    convertEverything();
+    const Log conversion = {
+        info("-[KTRMeetingRecordConvertingJobRunner convertItem:]: src_pid = 4711, src_path = /rec/one.rec"),
+        info("-[AppDelegate recordConvertingJobRunner:didStartConvertingRecordItem:]: src_pid = 4711, src_path = "
+             "/rec/one.rec"),
+        info("-[AppDelegate recordConvertingJobRunner:updatesConvertingProgress:forRecordItem:]: cvt_progress = "
+             "0.00%"),
+        error("-[AppDelegate recordConvertingJobRunner:hitsConvertingError:forRecordItem:]: src_pid = 4711, src_path = "
+              "/rec/one.rec, error = 12"),
+        info("-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "),
+        info("-[AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:]: "),
+    };
+    EXPECT_EQ(conversionThread(), conversion);
+    EXPECT_EQ(fake.systemLog.lines(), Log{"convert error 12"});
+    EXPECT_TRUE(fake.fileManager.removed().empty()) << "a failed conversion's source stays";
+
+    trace.clear();
+    fake.mainQueue.drain();
+    EXPECT_EQ(mainThread(), (Log{info("-[KTRConverterProcessNotificationMgr showFilesPreparedBubble]"),
+                                 info("-[KTRConverterProcessNotificationMgr showConvertFailedBubble]")}));
+}
+
+}  // namespace
