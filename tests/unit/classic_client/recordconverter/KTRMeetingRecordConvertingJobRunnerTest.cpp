@@ -354,7 +354,7 @@ TEST_F(KTRMeetingRecordConvertingJobRunnerTest, ASecondStepQueuedBetweenTakingAn
 TEST_F(KTRMeetingRecordConvertingJobRunnerTest, ProgressFromAnotherThreadIsForwardedOnThatThread) {
     ScriptedMediaConverter::script({.progress = {0.0F, 100.0F}, .error = {}, .onAnotherThread = true, .output = {}});
     runner->scheduleJob(itemFor("/a.rec"));
-    queues.last().drain();
+    ASSERT_TRUE(queues.last().runNext());
     ASSERT_TRUE(queues.last().waitForTask());
     EXPECT_NE(trace.lines().back().thread, std::this_thread::get_id());
     queues.last().drain();
