@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+
+namespace platform {
+
+/// The applications that the logged-in user runs.
+class RunningApplications {
+public:
+    virtual ~RunningApplications() = default;
+
+    /// Whether the user runs an application with this process id now. False for processes of other users, for ids that
+    /// name none, and for a process that has ended even if its parent has not heard of it yet. Any thread.
+    virtual bool isRunning(std::int32_t processId) const = 0;
+};
+
+}  // namespace platform
