@@ -1,0 +1,168 @@
+#include "platform/linux/LinuxBackgroundExecutor.h"
+#include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/ProcProcessTable.h"
+
+#include "KTRRunningProcesses.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <variant>
+#include <vector>
+
+namespace {
+
+/// A child that lives until it is told to end.
+class Child {
+public:
+    Child() : id_(::fork()) {
+        if (id_ == 0) {
+            for (;;) {
+                ::pause();
+            }
+        }
+    }
+    ~Child() {
+        kill();
+        reap();
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    std::int32_t id() const { return id_; }
+
+    /// Ends it and waits until it is a zombie.
+    void kill() const {
+        if (!isReaped_) {
+            ::kill(id_, SIGKILL);
+            siginfo_t information{};
+            ::waitid(P_PID, static_cast<::id_t>(id_), &information, WEXITED | WNOWAIT);
+        }
+    }
+    void reap() {
+        if (!isReaped_) {
+            ::waitpid(id_, nullptr, 0);
+            isReaped_ = true;
+        }
+    }
+
+private:
+    const std::int32_t id_;
+    bool isReaped_ = false;
+};
+
+TEST(LinuxRunningApplicationsTest, AProcessOfThisUserRunsUntilItEndsAndAZombieHasEnded) {
+    const platform::LinuxRunningApplications applications;
+    Child child;
+    EXPECT_TRUE(applications.isRunning(child.id()));
+    child.kill();
+    EXPECT_FALSE(applications.isRunning(child.id())) << "a zombie";
+    child.reap();
+    EXPECT_FALSE(applications.isRunning(child.id()));
+}
+
+TEST(LinuxRunningApplicationsTest, ThisProcessRuns) {
+    EXPECT_TRUE(platform::LinuxRunningApplications().isRunning(::getpid()));
+}
+
+TEST(LinuxRunningApplicationsTest, IdsThatNameNoProcessDoNotRun) {
+    const platform::LinuxRunningApplications applications;
+    for (const std::int32_t id : {0, -1, 2147483647, -2147483647 - 1}) {
+        EXPECT_FALSE(applications.isRunning(id)) << id;
+    }
+}
+
+TEST(ProcProcessTableTest, ListsThisProcessWithItsNameAndUser) {
+    const platform::ProcProcessTable table;
+    std::size_t bytes = 0;
+    ASSERT_EQ(table.size(bytes), 0);
+    EXPECT_GT(bytes, 0U);
+    bytes += 64 * sizeof(platform::KernelProcess);
+    std::vector<platform::KernelProcess> records(bytes / sizeof(platform::KernelProcess));
+    ASSERT_EQ(table.read(records.data(), bytes), 0);
+    records.resize(bytes / sizeof(platform::KernelProcess));
+    const auto own =
+        std::find_if(records.begin(), records.end(), [](const auto& record) { return record.processId == ::getpid(); });
+    ASSERT_NE(own, records.end());
+    EXPECT_EQ(std::string(own->command.data()), std::string("linux_provider_tests").substr(0, 15));
+    EXPECT_EQ(own->effectiveUserId, ::geteuid());
+    EXPECT_TRUE(std::is_sorted(records.begin(), records.end(),
+                               [](const auto& left, const auto& right) { return left.processId < right.processId; }));
+}
+
+TEST(ProcProcessTableTest, ATableThatOutgrowsItsRoomSaysSo) {
+    std::size_t bytes = 0;
+    platform::KernelProcess one{};
+    EXPECT_EQ(platform::ProcProcessTable().read(&one, bytes), ENOMEM);
+}
+
+TEST(ProcProcessTableTest, IdsAreGivenAsFarAsTheRoomGoes) {
+    const platform::ProcProcessTable table;
+    EXPECT_GE(table.listProcessIds(nullptr, 0), sizeof(std::int32_t));
+    std::int32_t first = 0;
+    EXPECT_EQ(table.listProcessIds(&first, sizeof first), sizeof first);
+    EXPECT_GT(first, 0);
+}
+
+TEST(ProcProcessTableTest, KnowsWhatThisProcessExecutesAndNothingOfNoProcess) {
+    const platform::ProcProcessTable table;
+    EXPECT_EQ(table.executablePath(::getpid()), std::filesystem::read_symlink("/proc/self/exe").string());
+    EXPECT_EQ(table.executablePath(0), "");
+    EXPECT_EQ(table.executablePath(-1), "");
+}
+
+TEST(ProcProcessTableTest, KnowsUsersByTheUserDatabase) {
+    const platform::ProcProcessTable table;
+    EXPECT_EQ(table.loginName(0), "root");
+    EXPECT_EQ(table.loginName(4294967000U), std::nullopt);
+}
+
+class KTRRunningProcessesOnLinuxTest : public testing::Test {
+protected:
+    KTRRunningProcessesOnLinuxTest() { platform::ProcessTable::setStandard(&table_); }
+    ~KTRRunningProcessesOnLinuxTest() override { platform::ProcessTable::setStandard(nullptr); }
+
+private:
+    const platform::ProcProcessTable table_;
+};
+
+TEST_F(KTRRunningProcessesOnLinuxTest, TheListHasARecordOfThisProcessWithItsOwnId) {
+    const auto records = KTRRunningProcesses::getBSDProcessList();
+    const KTRRunningProcesses::Value own = std::int32_t{::getpid()};
+    EXPECT_EQ(std::count_if(records.begin(), records.end(),
+                            [&](const auto& record) { return record.at("processID") == own; }),
+              1);
+}
+
+TEST_F(KTRRunningProcessesOnLinuxTest, ThePathsHoldThisProgram) {
+    testing::internal::CaptureStdout();
+    KTRRunningProcesses::printProcesses();
+    const std::string own = "path: " + std::filesystem::read_symlink("/proc/self/exe").string() + '\n';
+    EXPECT_NE(testing::internal::GetCapturedStdout().find(own), std::string::npos);
+}
+
+TEST(LinuxBackgroundExecutorTest, RunsTasksElsewhereAtTheLowestPriorityAndWaitsForThemAtItsEnd) {
+    std::thread::id thread;
+    int priority = 0;
+    {
+        platform::LinuxBackgroundExecutor executor;
+        executor.async([&] {
+            executor.sleep(std::chrono::duration<double>(0));
+            thread = std::this_thread::get_id();
+            priority = ::getpriority(PRIO_PROCESS, 0);
+        });
+    }
+    EXPECT_NE(thread, std::thread::id());
+    EXPECT_NE(thread, std::this_thread::get_id());
+    EXPECT_EQ(priority, 19);
+    EXPECT_NE(::getpriority(PRIO_PROCESS, 0), 19) << "the priority of its thread alone";
+}
+
+}  // namespace
