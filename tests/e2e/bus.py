@@ -94,7 +94,8 @@ class Line:
         self._ask("GetId", None)
 
     def close(self):
-        self._connection.close_sync(None)
+        if not self._connection.is_closed():
+            self._connection.close_sync(None)
 
     def _ask(self, method, arguments):
         return self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",

@@ -34,6 +34,14 @@ def make(path):
     return path
 
 
+def make_slow(path):
+    """Puts a recording at `path` that no MP4 can hold as it is: its conversion takes seconds. Returns the path."""
+    subprocess.run(
+        ["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", "testsrc2=size=1280x720:rate=30:duration=20",
+         "-c:v", "wmv2", "-b:v", "4M", path], check=True)
+    return path
+
+
 def probe(path):
     output = subprocess.run(
         ["ffprobe", "-v", "error", "-of", "json", "-show_format", "-show_streams", "-count_packets", path],

@@ -1,0 +1,83 @@
+"""Ends that come from outside."""
+
+import os
+import signal
+import time
+
+import processes
+import recordings
+import world
+
+
+class Endings(world.World):
+    def _worker(self):
+        found = [pid for pid in processes.descendants()
+                 if "mediaconverter-worker" in processes.command_line(pid)]
+        return found[0] if found else None
+
+    def _in_the_middle_of_a_conversion(self):
+        meeting = self.meeting()
+        self.source = recordings.make_slow(self.path("slow.avi"))
+        with open(self.source, "rb") as file:
+            self.content = file.read()
+        converter = self.launch_for(meeting, self.source)
+        meeting.die()
+        worker = processes.Watched(processes.wait_until(self._worker, 20, "a worker"))
+        self.addCleanup(worker.close)
+        return converter, worker
+
+    def _check_source_intact_and_nothing_else(self):
+        self.assertEqual(self.files(), ["slow.avi"])
+        with open(self.source, "rb") as file:
+            self.assertEqual(file.read(), self.content)
+
+    def _ends_within_two_seconds(self, how):
+        converter, worker = self._in_the_middle_of_a_conversion()
+        begun = time.monotonic()
+        self.terminate(converter, how)
+        self.assertLess(time.monotonic() - begun, 2.0)
+        self.assertTrue(worker.ends_within(1), "the worker dies with its parent")
+        self._check_source_intact_and_nothing_else()
+
+    def test_sigterm_abandons_the_conversion(self):
+        self._ends_within_two_seconds(signal.SIGTERM)
+
+    def test_sigint_abandons_the_conversion(self):
+        self._ends_within_two_seconds(signal.SIGINT)
+
+    def test_sighup_abandons_the_conversion(self):
+        self._ends_within_two_seconds(signal.SIGHUP)
+
+    def test_sigkill_takes_the_worker_along(self):
+        converter, worker = self._in_the_middle_of_a_conversion()
+        converter.kill()
+        self.assertTrue(worker.ends_within(2), "the worker dies with its parent")
+        self._check_source_intact_and_nothing_else()
+
+    def test_a_worker_that_dies_is_a_failed_conversion(self):
+        converter, worker = self._in_the_middle_of_a_conversion()
+        os.kill(worker.pid, signal.SIGKILL)
+        self.assertEqual(self.wait_ended(converter), 0)
+        self.assertRegex(self.log_text(), r"convert error [1-9]")
+        self._check_source_intact_and_nothing_else()
+
+    def test_idle_it_ends_at_once_and_cleanly(self):
+        for how in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            converter = self.launch()
+            self.line.wait_confirmed(0)
+            self.line.heard.clear()
+            self.line.wait(self.line.converter_runs, 10, "the name on the bus")
+            begun = time.monotonic()
+            self.assertEqual(self.terminate(converter, how), 0)
+            self.assertLess(time.monotonic() - begun, 2.0)
+            self.line.wait(lambda: not self.line.converter_runs(), 10, "the name is free again")
+
+    def test_the_end_of_the_starters_session_is_not_its_end(self):
+        # The client's process group and session die with it; what it has launched has its own.
+        result = self.client("record", "--out", "talk.mkv", "--seconds", "1", "--crash", start_new_session=True)
+        self.assertEqual(result.returncode, -signal.SIGKILL)
+        self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
+
+
+if __name__ == "__main__":
+    world.main()

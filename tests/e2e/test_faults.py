@@ -1,0 +1,142 @@
+"""What goes wrong around the converter, and what it does then."""
+
+import os
+import re
+import subprocess
+
+import bus
+import recordings
+import world
+
+
+class FailingConversions(world.World):
+    def test_junk_is_left_as_it_is(self):
+        meeting = self.meeting()
+        with open(self.path("junk.mkv"), "wb") as file:
+            file.write(b"this is no recording\n" * 1000)
+        converter = self.launch_for(meeting, self.path("junk.mkv"))
+        meeting.die()
+        self.assertEqual(self.wait_ended(converter), 0)
+        self.assertEqual(self.files(), ["junk.mkv"])
+        with open(self.path("junk.mkv"), "rb") as file:
+            self.assertEqual(file.read(), b"this is no recording\n" * 1000)
+        self.assertRegex(self.log_text(), r"convert error [1-9]")
+
+    def test_a_failure_does_not_stop_what_comes_after(self):
+        meeting = self.meeting()
+        converter = self.launch_for(meeting, self.path("missing.mkv"))
+        self.line.stopped(meeting.pid)
+        self.line.started(meeting.pid, self.recording("good.mkv"))
+        self.line.quit(meeting.pid)
+        self.wait_converted(self.path("good.mkv"), self.path("good.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+        self.assertEqual(self.files(), ["good.mp4"])
+        self.assertEqual(len(re.findall("convert error", self.log_text())), 1)
+
+    def test_a_meeting_that_is_gone_at_the_launch_can_still_quit(self):
+        meeting = self.meeting()
+        meeting.die()
+        source = self.recording()
+        converter = self.launch_for(meeting, source)
+        self.assertEqual(self.files(), ["talk.mkv"], "an exit that nobody reports")
+        self.line.quit(meeting.pid)
+        self.wait_converted(source, self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_a_launch_without_a_path_serves_the_meeting(self):
+        meeting = self.meeting()
+        converter = self.launch_for(meeting)
+        self.line.started(meeting.pid, self.recording())
+        self.line.wait_acknowledged(meeting.pid, bus.STARTED)
+        meeting.die()
+        self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_a_bus_that_goes_away_does_not_stop_the_work(self):
+        meeting = self.meeting()
+        source = self.recording()
+        converter = self.launch_for(meeting, source)
+        self.bus.stop()
+        self.line = None
+        meeting.die()
+        self.wait_converted(source, self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+
+class NoBus(world.World):
+    with_bus = False
+
+    def _converts(self):
+        meeting = self.meeting()
+        source = self.recording()
+        converter = self.launch("-pid", str(meeting.pid), "-path", source)
+        self.wait_for(lambda: "bus" in self.log_text(), 20, "the system log tells of the bus")
+        meeting.die()
+        self.wait_converted(source, self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_the_command_line_and_the_exit_watch_still_work(self):
+        self._converts()
+
+    def test_an_address_that_leads_nowhere_is_no_bus(self):
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.root}/nowhere"
+        self._converts()
+
+    def test_a_meeting_client_says_so_and_its_death_is_noticed(self):
+        result = self.client("record", "--out", "talk.mkv", "--seconds", "1", "--crash")
+        self.assertIn("no session bus", result.stdout)
+        self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
+
+
+class NoDisplay(world.World):
+    def _says_so_and_converts(self):
+        meeting = self.meeting()
+        source = self.recording()
+        converter = self.launch_for(meeting, source)
+        self.assertRegex(self.log_text(), "display")
+        meeting.die()
+        self.wait_converted(source, self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_without_one(self):
+        self._says_so_and_converts()
+
+    def test_one_that_does_not_answer(self):
+        self.environment["DISPLAY"] = ":4711"
+        self._says_so_and_converts()
+
+    def test_a_wayland_socket_that_is_not_there(self):
+        self.environment["WAYLAND_DISPLAY"] = "wayland-4711"
+        self._says_so_and_converts()
+
+    def test_with_hardly_any_environment(self):
+        self.environment = {"DBUS_SESSION_BUS_ADDRESS": self.bus.address, "HOME": os.path.join(self.root, "home")}
+        self._says_so_and_converts()
+
+
+class AnotherUser(world.World):
+    def test_any_user_can_run_it(self):
+        if os.getuid() != 0:
+            return  # every other scenario is this one then
+        # The whole world belongs to somebody else, the application folder to root.
+        self.line.close()
+        self.bus.stop()
+        subprocess.run(["chown", "-R", "nobody", self.root], check=True)
+        self.own_application_folder()
+        os.chmod(os.path.join(self.root, "opt"), 0o755)
+        script = ('"$1" --nofork --config-file="$2" --print-address=1 >"$3/address" 2>/dev/null & '
+                  'while [ ! -s "$3/address" ]; do sleep 0.05; done; '
+                  'DBUS_SESSION_BUS_ADDRESS=$(head -n 1 "$3/address") "$4" record --out "$3/talk.mkv" --seconds 1')
+        os.remove(os.path.join(self.root, "bus"))
+        result = subprocess.run(
+            ["setpriv", "--reuid=nobody", "--clear-groups", "sh", "-c", script, "sh", "dbus-daemon",
+             os.path.join(self.root, "bus.conf"), self.folder, self.program("meeting-client")],
+            env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=90, check=False)
+        self.line = None
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
+        recordings.check_mp4(self, self.path("talk.mp4"), seconds=1.3, tolerance=0.6)
+
+
+if __name__ == "__main__":
+    world.main()

@@ -1,0 +1,75 @@
+"""Between its tasks the converter sleeps: no thread of it wakes up."""
+
+import os
+import re
+import shutil
+import subprocess
+import time
+
+import trace
+
+
+class Idle(trace.TracedWorld):
+    SECONDS = 20
+
+    def _sleeping_after_its_bubbles(self):
+        """A converter that has shown a result, and still knows a meeting that goes on."""
+        self.install_inside()
+        gone, going_on = self.meeting(), self.meeting()
+        converter = self.launch_for(gone, self.recording())
+        self.line.started(going_on.pid, self.path("later.mkv"))
+        gone.die()
+        self.line.wait(lambda: self.trace.holds("remove bubble from bubbleArray"), 60, "the bubble has closed")
+        # The toolkit's drawing threads end half a minute after the last picture. Then one second in which no thread
+        # runs tells that fading and bus have settled.
+        self.line.wait(lambda: not self._draws(converter.pid), 60, "the drawing threads end")
+        self.line.wait(lambda: self._wake_ups_in(converter.pid, 1) == 0, 20, "the process comes to rest")
+        return converter
+
+    def _draws(self, pid):
+        return any(self._read(pid, task, "comm") == "Thread (pooled)\n" for task in os.listdir(f"/proc/{pid}/task"))
+
+    def _read(self, pid, task, name):
+        try:
+            with open(f"/proc/{pid}/task/{task}/{name}", encoding="ascii", errors="replace") as file:
+                return file.read()
+        except FileNotFoundError:
+            return ""
+
+    def _wake_ups(self, pid):
+        total = 0
+        for task in os.listdir(f"/proc/{pid}/task"):
+            total += sum(int(count) for count in re.findall(r"ctxt_switches:\s+(\d+)",
+                                                            self._read(pid, task, "status")))
+        return total
+
+    def _wake_ups_in(self, pid, seconds):
+        before = self._wake_ups(pid)
+        time.sleep(seconds)
+        return self._wake_ups(pid) - before
+
+    def test_makes_no_wake_ups(self):
+        converter = self._sleeping_after_its_bubbles()
+        lines = len(self.trace.lines())
+        self.assertEqual(self._wake_ups_in(converter.pid, self.SECONDS), 0)
+        self.assertEqual(len(self.trace.lines()), lines)
+
+    def test_makes_no_system_calls(self):
+        self.assertIsNotNone(shutil.which("strace"))
+        converter = self._sleeping_after_its_bubbles()
+        log = os.path.join(self.root, "strace")
+        strace = subprocess.Popen(["strace", "-f", "-qq", "-o", log, "-p", str(converter.pid)],
+                                  stderr=subprocess.PIPE)
+        self.addCleanup(strace.stderr.close)
+        time.sleep(self.SECONDS)
+        strace.terminate()
+        self.assertEqual(strace.wait(10) in (0, 143, -15), True, strace.stderr.read())
+        with open(log, encoding="utf-8", errors="replace") as file:
+            calls = file.read().splitlines()
+        # A thread that sleeps shows the one call it sleeps in, which the end of the watch breaks off.
+        self.assertTrue(calls, "every thread is seen sleeping")
+        self.assertEqual([call for call in calls if not call.endswith(("<detached ...>", "<unfinished ...>"))], [])
+
+
+if __name__ == "__main__":
+    trace.world.main()
