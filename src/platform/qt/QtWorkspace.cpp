@@ -1,9 +1,12 @@
 #include "platform/qt/QtWorkspace.h"
 
 #include "platform/SystemLog.h"
+#include "platform/qt/ActivationToken.h"
+#include "platform/qt/SessionBus.h"
 
 #include <QDesktopServices>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -11,10 +14,23 @@ namespace platform::qt {
 
 namespace {
 
+QProcessEnvironment environmentOfOpened() {
+    auto environment = QProcessEnvironment::systemEnvironment();
+    const auto address = QStringLiteral("DBUS_SESSION_BUS_ADDRESS");
+    if (environment.value(address) == QLatin1String(kNoSessionBusAddress)) {
+        environment.remove(address);
+    }
+    if (const auto token = takeActivationToken(); !token.isEmpty()) {
+        environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), token);
+    }
+    return environment;
+}
+
 bool startOpener(const QString& opener, const std::string& url) {
     QProcess process;
     process.setProgram(opener);
     process.setArguments({QString::fromStdString(url)});
+    process.setProcessEnvironment(environmentOfOpened());
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());

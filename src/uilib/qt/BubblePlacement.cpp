@@ -34,7 +34,8 @@ public:
         widest_ = std::max(widest_, body.width);
         const double top = growsUp_ ? next_ - body.height : next_;
         next_ = growsUp_ ? top - kBubbleGap : top + body.height + kBubbleGap;
-        return {pushedInside(wantedLeft - shift_, body.width, available_), top, body.width, body.height};
+        const double left = pushedInside(wantedLeft, body.width, available_) - shift_;
+        return {pushedInside(left, body.width, available_), top, body.width, body.height};
     }
 
 private:

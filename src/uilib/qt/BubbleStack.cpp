@@ -2,6 +2,7 @@
 
 #include "platform/qt/QtStatusBar.h"
 #include "uilib/qt/QtAuroraBubble.h"
+#include "uilib/qt/ScreenWatch.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -24,18 +25,31 @@ Rect availableAt(const QPoint& point) {
 
 }  // namespace
 
+BubbleStack::BubbleStack(const platform::qt::QtStatusBar& statusBar) : statusBar_(statusBar) {}
+
+BubbleStack::~BubbleStack() = default;
+
 void BubbleStack::add(std::shared_ptr<QtAuroraBubble> bubble) {
+    if (!screenWatch_) {
+        screenWatch_ = std::make_unique<ScreenWatch>([this](bool isVisible) {
+            for (const auto& open : bubbles_) {
+                open->setScreenVisible(isVisible);
+            }
+        });
+    }
+    bubble->setScreenVisible(screenWatch_->isVisible());
     bubbles_.push_back(std::move(bubble));
-    arrange();
 }
 
 void BubbleStack::remove(const QtAuroraBubble& bubble) {
     std::erase_if(bubbles_, [&](const auto& held) { return held.get() == &bubble; });
+    if (bubbles_.empty()) {
+        screenWatch_.reset();
+    }
     arrange();
 }
 
-Surroundings BubbleStack::surroundings() const {
-    const auto& first = *bubbles_.front();
+Surroundings BubbleStack::surroundings(const QtAuroraBubble& first) const {
     const auto icon = first.anchor() ? statusBar_.desktopFrameOf(*first.anchor()) : std::nullopt;
     if (!icon) {
         return {std::nullopt, availableAt(QCursor::pos())};
@@ -48,17 +62,22 @@ Surroundings BubbleStack::surroundings() const {
 }
 
 void BubbleStack::arrange() {
-    if (bubbles_.empty()) {
-        return;
-    }
+    std::vector<QtAuroraBubble*> placed;
     std::vector<Size> bodies;
     for (const auto& bubble : bubbles_) {
-        bodies.push_back(bubble->window().bodySize());
+        if (bubble->window() != nullptr) {
+            placed.push_back(bubble.get());
+            bodies.push_back(bubble->window()->bodySize());
+        }
     }
-    const auto arrow = bubbles_.front()->description()->arrowDescription();
-    const auto places = placeBubbles(surroundings(), arrow ? *arrow : AuroraArrowRecord(), bodies);
-    for (std::size_t i = 0; i < bubbles_.size(); ++i) {
-        bubbles_[i]->window().moveTo(places[i]);
+    if (placed.empty()) {
+        return;
+    }
+    const auto& first = *placed.front();
+    const auto arrow = first.description()->arrowDescription();
+    const auto places = placeBubbles(surroundings(first), arrow ? *arrow : AuroraArrowRecord(), bodies);
+    for (std::size_t i = 0; i < placed.size(); ++i) {
+        placed[i]->window()->moveTo(places[i]);
     }
 }
 

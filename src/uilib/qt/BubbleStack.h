@@ -12,12 +12,18 @@ class QtStatusBar;
 namespace uilib::qt {
 
 class QtAuroraBubble;
+class ScreenWatch;
 
-/// The bubbles on the screen, the longest shown first: keeps them alive and in their places. Main thread.
+/// The open bubbles, the longest shown first: keeps them alive, and those that are windows in their places. Main
+/// thread.
 class BubbleStack final {
 public:
     /// `statusBar` outlives every bubble.
-    explicit BubbleStack(const platform::qt::QtStatusBar& statusBar) : statusBar_(statusBar) {}
+    explicit BubbleStack(const platform::qt::QtStatusBar& statusBar);
+    ~BubbleStack();
+
+    BubbleStack(const BubbleStack&) = delete;
+    BubbleStack& operator=(const BubbleStack&) = delete;
 
     void add(std::shared_ptr<QtAuroraBubble> bubble);
     void remove(const QtAuroraBubble& bubble);
@@ -26,10 +32,12 @@ public:
     void arrange();
 
 private:
-    Surroundings surroundings() const;
+    Surroundings surroundings(const QtAuroraBubble& first) const;
 
     const platform::qt::QtStatusBar& statusBar_;
     std::vector<std::shared_ptr<QtAuroraBubble>> bubbles_;
+    // Only while a bubble is open.
+    std::unique_ptr<ScreenWatch> screenWatch_;
 };
 
 }  // namespace uilib::qt

@@ -37,19 +37,31 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
       handlers_(std::move(handlers)),
       bodySize_{clientView->frame().width, clientView->frame().height},
       arrow_(arrowOf(*description_)),
-      isComposited_(isDesktopComposited()) {
+      isComposited_(isDesktopComposited()),
+      canFade_(canFadeWindows()) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_X11NetWmWindowTypeNotification);
     setAttribute(Qt::WA_TranslucentBackground);
+    // Off-screen there is nothing to show it on, only to draw it for.
+    setAttribute(Qt::WA_DontShowOnScreen, QGuiApplication::platformName() == QLatin1String("offscreen"));
     setWindowTitle(QStringLiteral("Record converter"));
+    setObjectName(QStringLiteral("bubble"));
 
     auto* const client = makeViewWidget(clientView_, this);
+    client->setObjectName(QStringLiteral("client"));
     client->move(bodyInWindow().topLeft().toPoint());
     const int arrowRoom = qRound(arrow_.height);
     resize(client->width() + 2 * kShadowExtent, client->height() + 2 * (kShadowExtent + arrowRoom));
 
     connect(&animation_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { setWindowOpacity(value.toDouble()); });
+}
+
+void BubbleWindow::Retirement::operator()(BubbleWindow* window) const {
+    window->handlers_ = {};
+    window->animation_.stop();
+    window->hide();
+    window->deleteLater();
 }
 
 QRectF BubbleWindow::bodyInWindow() const {
@@ -79,7 +91,7 @@ void BubbleWindow::reshape() {
 }
 
 void BubbleWindow::fadeIn(double seconds, std::function<void()> then) {
-    if (isComposited_ && seconds > 0) {
+    if (canFade_ && seconds > 0) {
         setWindowOpacity(0);
     }
     show();
@@ -96,7 +108,7 @@ void BubbleWindow::fadeOut(double seconds, std::function<void()> then) {
 void BubbleWindow::fade(double from, double to, double seconds, std::function<void()> then) {
     animation_.stop();
     animation_.disconnect(SIGNAL(finished()));
-    if (!isComposited_ || seconds <= 0) {
+    if (!canFade_ || seconds <= 0) {
         QMetaObject::invokeMethod(this, std::move(then), Qt::QueuedConnection);
         return;
     }
@@ -121,11 +133,15 @@ void BubbleWindow::paintEvent(QPaintEvent*) {
 }
 
 void BubbleWindow::tellAttention() {
-    // The off-screen platform calls every window active; with nobody to see the bubble its time must run out.
-    static const bool isSeen = QGuiApplication::platformName() != QLatin1String("offscreen");
-    const bool isAttended = isSeen && (isPointerInside_ || isActiveWindow());
-    if (std::exchange(isAttended_, isAttended) != isAttended) {
+    const bool isAttended = isPointerInside_ || isActiveWindow();
+    if (std::exchange(isAttended_, isAttended) != isAttended && handlers_.attended) {
         handlers_.attended(isAttended);
+    }
+}
+
+void BubbleWindow::dismiss() {
+    if (handlers_.dismissed) {
+        handlers_.dismissed();
     }
 }
 
@@ -147,7 +163,7 @@ void BubbleWindow::mousePressEvent(QMouseEvent*) {
 
 void BubbleWindow::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) {
-        handlers_.dismissed();
+        dismiss();
         return;
     }
     QWidget::keyPressEvent(event);
@@ -156,7 +172,7 @@ void BubbleWindow::keyPressEvent(QKeyEvent* event) {
 void BubbleWindow::closeEvent(QCloseEvent* event) {
     // The window manager's wish is the user's; the bubble takes its own time to go.
     event->ignore();
-    handlers_.dismissed();
+    dismiss();
 }
 
 void BubbleWindow::changeEvent(QEvent* event) {

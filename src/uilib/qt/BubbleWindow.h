@@ -23,6 +23,12 @@ public:
         std::function<void()> dismissed;
     };
 
+    /// Lets go of a window, perhaps from inside one of its own events: nothing is handled any more, and the window ends
+    /// with a later turn of the loop.
+    struct Retirement {
+        void operator()(BubbleWindow* window) const;
+    };
+
     BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> description,
                  const std::shared_ptr<platform::ui::View>& clientView, Handlers handlers);
 
@@ -51,13 +57,15 @@ private:
     void fade(double from, double to, double seconds, std::function<void()> then);
     void reshape();
     void tellAttention();
+    void dismiss();
 
     const std::shared_ptr<const CAuroraBubbleDescription> description_;
     const std::shared_ptr<platform::ui::View> clientView_;
-    const Handlers handlers_;
+    Handlers handlers_;
     const Size bodySize_;
     const AuroraArrowRecord arrow_;
     const bool isComposited_;
+    const bool canFade_;
     Place place_;
     QVariantAnimation animation_;
     bool isPointerInside_ = false;

@@ -41,6 +41,10 @@ bool isDesktopComposited() {
     return isOwned;
 }
 
+bool canFadeWindows() {
+    return x11Connection() != nullptr && isDesktopComposited();
+}
+
 void setInputRegion(const QWindow& window, const QRegion& region) {
     auto* const connection = x11Connection();
     if (connection == nullptr) {

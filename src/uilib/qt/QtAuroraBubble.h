@@ -4,15 +4,18 @@
 #include "uilib/CAuroraBubble.h"
 #include "uilib/qt/BubbleClock.h"
 #include "uilib/qt/BubbleWindow.h"
+#include "uilib/qt/DesktopNotification.h"
 
 #include <memory>
+#include <string>
 
 namespace uilib::qt {
 
 class BubbleStack;
 
-/// One bubble: fades in, is shown for its time, fades out, announces its closing. Reports to the stack that holds it
-/// while it is open. Main thread.
+/// One bubble: fades in, is shown for its time, fades out, announces its closing. A window of our own where windows can
+/// be placed, else the desktop's notification, else a window all the same; each bubble finds out for itself. Reports to
+/// the stack that holds it while it is open. Main thread.
 class QtAuroraBubble final : public CAuroraBubble, public std::enable_shared_from_this<QtAuroraBubble> {
 public:
     /// `center` outlives every bubble.
@@ -25,7 +28,12 @@ public:
     std::shared_ptr<platform::ui::View> clientView() const override { return clientView_; }
     void close() override;
 
-    BubbleWindow& window() { return window_; }
+    /// No result is shown to an empty chair: the time stands still while the screen is covered.
+    void setScreenVisible(bool isVisible);
+
+    /// Null while the bubble has none.
+    BubbleWindow* window() { return window_.get(); }
+
     const std::shared_ptr<const CAuroraBubbleDescription>& description() const { return description_; }
     const platform::ui::Point& point() const { return point_; }
     const std::shared_ptr<platform::ui::View>& anchor() const { return anchor_; }
@@ -33,7 +41,12 @@ public:
 private:
     enum class Phase { made, shown, closing, closed };
 
+    void showAsWindow();
+    void showAsNotification();
     void startClock();
+    void timeIsUp();
+    void hold();
+    void leaveSoon();
     void announceAndLeave();
 
     platform::NotificationCenter& center_;
@@ -44,8 +57,11 @@ private:
     platform::ui::Point point_;
     std::shared_ptr<platform::ui::View> anchor_;
     Phase phase_ = Phase::made;
+    bool isAttended_ = false;
+    bool isScreenVisible_ = true;
     BubbleClock clock_;
-    BubbleWindow window_;
+    std::unique_ptr<BubbleWindow, BubbleWindow::Retirement> window_;
+    std::unique_ptr<DesktopNotification> notification_;
 };
 
 }  // namespace uilib::qt

@@ -1,0 +1,36 @@
+#include "uilib/qt/BubbleContent.h"
+
+#include "platform/ui/ImageView.h"
+#include "platform/ui/TextField.h"
+#include "uilib/AuroraRoundedButton.h"
+
+namespace uilib::qt {
+
+namespace {
+
+void gather(const std::shared_ptr<platform::ui::View>& view, BubbleContent& content) {
+    if (const auto field = std::dynamic_pointer_cast<platform::ui::TextField>(view)) {
+        content.text += (content.text.empty() ? "" : "\n") + field->attributedStringValue().string;
+    } else if (const auto button = std::dynamic_pointer_cast<AuroraRoundedButton>(view)) {
+        content.buttons.push_back({button->title().value_or(""), button});
+    } else if (const auto image = std::dynamic_pointer_cast<platform::ui::ImageView>(view); image && image->image()) {
+        if (image->image()->name == "icn_check") {
+            content.kind = BubbleContent::Kind::success;
+        } else if (image->image()->name == "icn_error") {
+            content.kind = BubbleContent::Kind::failure;
+        }
+    }
+    for (const auto& subview : view->subviews()) {
+        gather(subview, content);
+    }
+}
+
+}  // namespace
+
+BubbleContent contentOf(const std::shared_ptr<platform::ui::View>& view) {
+    BubbleContent content;
+    gather(view, content);
+    return content;
+}
+
+}  // namespace uilib::qt

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "uilib/qt/BubbleContent.h"
+
+#include <QDBusConnection>
+#include <QDBusPendingCall>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <chrono>
+#include <functional>
+
+namespace uilib::qt {
+
+/// One bubble's content as a notification of the desktop (org.freedesktop.Notifications). Main thread.
+class DesktopNotification final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Handlers {
+        /// The desktop shows it.
+        std::function<void()> shown;
+        /// There is nobody to show it, for this reason; nothing else follows.
+        std::function<void(const std::string& reason)> refused;
+        /// The desktop has put it away, or has gone itself; nothing else follows. Presses come before.
+        std::function<void()> closed;
+    };
+
+    /// `time` is how long it should be shown. None of the handlers is called from inside this or another call.
+    DesktopNotification(BubbleContent content, std::chrono::milliseconds time, Handlers handlers);
+
+    /// Takes it off the screen. No handler follows.
+    void close();
+
+    /// Lets go of it after its time: a desktop that keeps notifications for later goes on keeping it. No handler
+    /// follows.
+    void letGo();
+
+private Q_SLOTS:
+    void onClosed(uint id, uint reason);
+    void onActivationToken(uint id, const QString& token);
+    void onActionInvoked(uint id, const QString& key);
+    void onServerGone();
+
+private:
+    void listen();
+    void ask();
+    void notify(const QStringList& capabilities);
+    void end(const std::function<void()>& last);
+    QStringList actions() const;
+    QVariantMap hints() const;
+
+    const BubbleContent content_;
+    const std::chrono::milliseconds time_;
+    Handlers handlers_;
+    QDBusConnection bus_;
+    QDBusServiceWatcher serverWatch_;
+    QStringList capabilities_;
+    uint id_ = 0;
+    bool hasEnded_ = false;
+};
+
+}  // namespace uilib::qt

@@ -1,0 +1,229 @@
+#include "contract/BubbleKit.h"
+#include "contract/EventLoop.h"
+#include "uilib/AuroraRoundedButton.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QCoreApplication>
+#include <QEnterEvent>
+#include <QKeyEvent>
+#include <QLabel>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string kSaved = "Your recording has been saved to your computer.";
+
+class AuroraBubble : public test::BubbleKit {
+protected:
+    QWidget* onlyWindow() {
+        const auto all = windows();
+        EXPECT_EQ(all.size(), 1U);
+        return all.empty() ? nullptr : all.front();
+    }
+
+    static QAbstractButton* button(QWidget* window, const QString& name) {
+        for (auto* candidate : window->findChildren<QAbstractButton*>()) {
+            if (candidate->accessibleName() == name) {
+                return candidate;
+            }
+        }
+        return nullptr;
+    }
+
+    static void enter(QWidget* window) {
+        QEnterEvent event(QPointF(100, 40), QPointF(100, 40), QPointF(100, 40));
+        QCoreApplication::sendEvent(window, &event);
+    }
+
+    static void leave(QWidget* window) {
+        QEvent event(QEvent::Leave);
+        QCoreApplication::sendEvent(window, &event);
+    }
+
+    static void press(QWidget* window, int key) {
+        QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(window, &down);
+    }
+
+    bool waitUntilClosed(std::size_t count, std::chrono::milliseconds limit = 10s) {
+        return test::turnUntil([&] { return closed.size() >= count; }, limit);
+    }
+};
+
+TEST_F(AuroraBubble, PutsEveryPartWhereTheViewSaysToThePixel) {
+    const auto view = makeView(kSaved, {"Open", "View in Folder"});
+    show(view);
+    auto* const window = onlyWindow();
+    ASSERT_NE(window, nullptr);
+    auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
+    ASSERT_NE(client, nullptr);
+    EXPECT_EQ(client->size(), QSize(static_cast<int>(view->bubbleWidth()), static_cast<int>(view->bubbleHeight())));
+
+    const auto height = static_cast<double>(view->bubbleHeight());
+    const auto widgets = client->findChildren<QWidget*>(Qt::FindDirectChildrenOnly);
+    ASSERT_EQ(static_cast<std::size_t>(widgets.size()), view->subviews().size());
+    for (std::size_t i = 0; i < view->subviews().size(); ++i) {
+        const auto& frame = view->subviews()[i]->frame();
+        const auto geometry = widgets[static_cast<int>(i)]->geometry();
+        EXPECT_EQ(geometry.left(), std::lround(frame.x)) << i;
+        EXPECT_EQ(geometry.top(), std::lround(height - frame.y - frame.height)) << i;
+        EXPECT_EQ(geometry.left() + geometry.width(), std::lround(frame.x + frame.width)) << i;
+        EXPECT_EQ(geometry.top() + geometry.height(), std::lround(height - frame.y)) << i;
+    }
+}
+
+TEST_F(AuroraBubble, IsAnnouncedOnceAndOnlyAfterTheCallThatAskedHasReturned) {
+    const auto bubble = show(makeView(kSaved)).lock();
+    bubble->close();
+    bubble->close();
+    EXPECT_TRUE(closed.empty());
+    ASSERT_TRUE(waitUntilClosed(1));
+    test::turnFor(200ms);
+    EXPECT_EQ(closed, std::vector<const void*>{bubble.get()});
+    EXPECT_TRUE(windows().empty());
+}
+
+TEST_F(AuroraBubble, LivesUntilItHasClosedWhoeverLetsGoOfIt) {
+    const auto bubble = show(makeView(kSaved));
+    ASSERT_FALSE(bubble.expired());
+    bubble.lock()->close();
+    ASSERT_TRUE(waitUntilClosed(1));
+    EXPECT_TRUE(test::turnUntil([&] { return bubble.expired(); }));
+}
+
+TEST_F(AuroraBubble, GoesByItselfWhenItsTimeHasCome) {
+    const auto begin = std::chrono::steady_clock::now();
+    show(makeView(kSaved), 0.6);
+    ASSERT_TRUE(waitUntilClosed(1));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 600ms);
+}
+
+TEST_F(AuroraBubble, StaysWhileThePointerIsOverItAndThreeSecondsLonger) {
+    show(makeView(kSaved), 0.5);
+    auto* const window = onlyWindow();
+    enter(window);
+    test::turnFor(1500ms);
+    EXPECT_TRUE(closed.empty());
+    leave(window);
+    const auto left = std::chrono::steady_clock::now();
+    ASSERT_TRUE(waitUntilClosed(1));
+    EXPECT_GE(std::chrono::steady_clock::now() - left, 2850ms);
+}
+
+TEST_F(AuroraBubble, NeverAsksForTheKeyboardWhenItShowsItself) {
+    show(makeView(kSaved, {"Open"}));
+    const auto* const window = onlyWindow();
+    EXPECT_TRUE(window->windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus));
+    EXPECT_TRUE(window->testAttribute(Qt::WA_ShowWithoutActivating));
+    EXPECT_FALSE(window->isActiveWindow());
+    EXPECT_FALSE(window->windowFlags().testFlag(Qt::X11BypassWindowManagerHint));
+}
+
+TEST_F(AuroraBubble, EscapeClosesItOnceItHasTheKeyboard) {
+    show(makeView(kSaved));
+    press(onlyWindow(), Qt::Key_Escape);
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(waitUntilClosed(1));
+}
+
+TEST_F(AuroraBubble, TheWindowManagersCloseFadesItOutLikeAnyOther) {
+    show(makeView(kSaved));
+    onlyWindow()->close();
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(waitUntilClosed(1));
+}
+
+TEST_F(AuroraBubble, APressRunsItsOwnButtonOnce) {
+    show(makeView(kSaved, {"Open", "View in Folder"}));
+    button(onlyWindow(), QStringLiteral("View in Folder"))->click();
+    EXPECT_EQ(pressed, std::vector<std::string>{"View in Folder"});
+}
+
+TEST_F(AuroraBubble, AButtonMayCloseItsOwnBubble) {
+    const auto view = makeView(kSaved, {"Open"});
+    const auto bubble = show(view);
+    view->buttonsArray().front()->setAction([&] { bubble.lock()->close(); });
+    button(onlyWindow(), QStringLiteral("Open"))->click();
+    EXPECT_TRUE(waitUntilClosed(1));
+}
+
+TEST_F(AuroraBubble, ADisabledButtonTakesNoPresses) {
+    const auto view = makeView(kSaved, {"Open"});
+    view->buttonsArray().front()->setEnabled(false);
+    show(view);
+    button(onlyWindow(), QStringLiteral("Open"))->click();
+    EXPECT_TRUE(pressed.empty());
+}
+
+TEST_F(AuroraBubble, ReturnAndSpacePressTheFocusedButton) {
+    show(makeView(kSaved, {"Open"}));
+    auto* const open = button(onlyWindow(), QStringLiteral("Open"));
+    press(open, Qt::Key_Return);
+    EXPECT_TRUE(test::turnUntil([&] { return pressed.size() == 1; }));
+    press(open, Qt::Key_Space);
+    QKeyEvent up(QEvent::KeyRelease, Qt::Key_Space, Qt::NoModifier);
+    QCoreApplication::sendEvent(open, &up);
+    EXPECT_TRUE(test::turnUntil([&] { return pressed.size() == 2; }));
+}
+
+TEST_F(AuroraBubble, SeveralStandApartAndCloseUpWhenOneLeaves) {
+    const auto first = show(makeView(kSaved)).lock();
+    show(makeView(kSaved));
+    auto both = windows();
+    ASSERT_EQ(both.size(), 2U);
+    std::sort(both.begin(), both.end(), [](auto* a, auto* b) { return a->y() < b->y(); });
+    const auto bodyOf = [](QWidget* window) {
+        auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
+        return QRect(client->mapToGlobal(QPoint()), client->size());
+    };
+    EXPECT_FALSE(bodyOf(both[0]).intersects(bodyOf(both[1])));
+    const auto top = bodyOf(both[0]).topLeft();
+    first->close();
+    ASSERT_TRUE(waitUntilClosed(1));
+    EXPECT_TRUE(test::turnUntil([&] { return bodyOf(onlyWindow()).topLeft() == top; }));
+}
+
+TEST_F(AuroraBubble, SpeaksToScreenReadersInTextsAndNamedButtons) {
+    show(makeView(kSaved, {"Open", "Save & Quit"}));
+    std::vector<std::pair<QAccessible::Role, QString>> said;
+    const std::function<void(QAccessibleInterface*)> walk = [&](QAccessibleInterface* part) {
+        said.emplace_back(part->role(), part->text(QAccessible::Name));
+        for (int i = 0; i < part->childCount(); ++i) {
+            walk(part->child(i));
+        }
+    };
+    walk(QAccessible::queryAccessibleInterface(onlyWindow()));
+    const auto has = [&](QAccessible::Role role, const char* name) {
+        return std::count(said.begin(), said.end(), std::pair(role, QString::fromUtf8(name))) == 1;
+    };
+    EXPECT_TRUE(has(QAccessible::StaticText, kSaved.c_str()));
+    EXPECT_TRUE(has(QAccessible::PushButton, "Open"));
+    EXPECT_TRUE(has(QAccessible::PushButton, "Save & Quit"));
+    EXPECT_TRUE(has(QAccessible::PushButton, "Close"));
+}
+
+TEST_F(AuroraBubble, AMissingImageShowsNothingAndHarmsNothing) {
+    show(makeView(kSaved, {"Open"}, "no such picture"));
+    EXPECT_FALSE(onlyWindow()->grab().isNull());
+}
+
+TEST_F(AuroraBubble, AFileNameOfFourThousandCharactersStaysInsideItsBubble) {
+    const auto view = makeView("FilePath = /home/u/" + std::string(4000, 'x') + ".mkv");
+    show(view);
+    const auto* const text = onlyWindow()->findChild<QLabel*>();
+    EXPECT_EQ(text->width(), 199);
+    EXPECT_GT(text->height(), 16 * 50);
+    EXPECT_FALSE(onlyWindow()->grab().isNull());
+}
+
+}  // namespace

@@ -1,0 +1,78 @@
+#include "contract/BubbleKit.h"
+
+#include "KTRMeetingRecordingBubbleButtonModel.h"
+
+#include "contract/EventLoop.h"
+
+#include <QApplication>
+
+namespace test {
+
+BubbleKit::BubbleKit() : maker(std::make_unique<uilib::qt::QtAuroraBubbleMaker>(center, statusBar)) {
+    platform::ui::TextMeasure::setStandard(&measure);
+    platform::ui::ImageCatalog::setStandard(&images);
+    center.addObserver(this, platform::WindowWillCloseNotification,
+                       [this](const platform::Notification& notice) { closed.push_back(notice.object); });
+}
+
+BubbleKit::~BubbleKit() {
+    // Every window gets out of the next test's way.
+    for (auto* window : windows()) {
+        window->close();
+    }
+    turnUntil([] { return windows().empty(); });
+    center.removeObserver(this);
+    platform::ui::TextMeasure::setStandard(nullptr);
+    platform::ui::ImageCatalog::setStandard(nullptr);
+}
+
+std::shared_ptr<KTRMeetingRecordingSavedBubbleView>
+BubbleKit::makeView(const std::string& text, const std::vector<std::string>& buttons, const std::string& icon) {
+    auto view = std::make_shared<KTRMeetingRecordingSavedBubbleView>();
+    view->setContentString(text);
+    view->setIconImage(images.imageNamed(icon));
+    std::vector<std::shared_ptr<KTRMeetingRecordingBubbleButtonModel>> models;
+    for (const auto& title : buttons) {
+        auto model = std::make_shared<KTRMeetingRecordingBubbleButtonModel>();
+        model->setButtonTitle(title);
+        model->setFunction([this, title] { pressed.push_back(title); });
+        models.push_back(model);
+    }
+    view->setButtonModelArray(models);
+    view->spawnUI();
+    return view;
+}
+
+std::shared_ptr<CAuroraBubbleDescription> BubbleKit::makeDescription(const AuroraFadeRecord& fade) {
+    auto description = CAuroraBubbleDescription::defaultDescription();
+    description->setBHasArrow(true);
+    description->setArrowDescription(description->packArrowDescription({6, 20, 10, 40, 40}));
+    description->setBFade(true);
+    description->setFadeDescription(description->packFadeDescription(fade));
+    description->setBgColor({0, 0, 0, 1});
+    description->setFCornerRadius(4);
+    description->setBorderColor(platform::ui::Color::clearColor());
+    return description;
+}
+
+std::weak_ptr<CAuroraBubble> BubbleKit::show(const std::shared_ptr<platform::ui::View>& view, double shown) {
+    const auto count = windows().size();
+    const auto bubble = maker->makeBubbleWithDescriptionExternalClientView(makeDescription({0.05, shown, 0.05}), view);
+    bubble->showAtAndBindInViewOption({0, 0}, nullptr, CAuroraBubble::hangBelow);
+    EXPECT_TRUE(turnUntil([&] { return windows().size() == count + 1; }));
+    turnFor(std::chrono::milliseconds(100));
+    return bubble;
+}
+
+std::vector<QWidget*> BubbleKit::windows() {
+    std::vector<QWidget*> visible;
+    const auto widgets = QApplication::topLevelWidgets();
+    for (auto* widget : widgets) {
+        if (widget->isVisible() && widget->objectName() == QLatin1String("bubble")) {
+            visible.push_back(widget);
+        }
+    }
+    return visible;
+}
+
+}  // namespace test

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "KTRMeetingRecordingSavedBubbleView.h"
+#include "platform/NotificationCenter.h"
+#include "platform/qt/QtStatusBar.h"
+#include "platform/qt/QtTextMeasure.h"
+#include "platform/ui/Image.h"
+#include "uilib/CAuroraBubble.h"
+#include "uilib/qt/QtAuroraBubbleMaker.h"
+
+#include <QWidget>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test {
+
+/// The real kit with the application's own bubble view, and what it announces.
+class BubbleKit : public ::testing::Test {
+protected:
+    BubbleKit();
+    ~BubbleKit() override;
+
+    /// A bubble view as the application makes it; one button for each title, which notes its title when pressed.
+    std::shared_ptr<KTRMeetingRecordingSavedBubbleView> makeView(const std::string& text,
+                                                                 const std::vector<std::string>& buttons = {},
+                                                                 const std::string& icon = "icn_check");
+
+    /// The application's look, but with these times in seconds.
+    static std::shared_ptr<CAuroraBubbleDescription> makeDescription(const AuroraFadeRecord& fade);
+
+    /// Makes and shows a bubble that stays for `shown` seconds; the test holds it only weakly.
+    std::weak_ptr<CAuroraBubble> show(const std::shared_ptr<platform::ui::View>& view, double shown = 60);
+
+    /// The windows of the bubbles now on the screen.
+    static std::vector<QWidget*> windows();
+
+    platform::qt::QtTextMeasure measure;
+    platform::ui::FolderImageCatalog images{RESOURCES "/images"};
+    platform::NotificationCenter center;
+    platform::qt::QtStatusBar statusBar;
+    std::unique_ptr<uilib::qt::QtAuroraBubbleMaker> maker;
+    std::vector<const void*> closed;
+    std::vector<std::string> pressed;
+};
+
+}  // namespace test

@@ -1,0 +1,116 @@
+#include "uilib/qt/BubblePlacement.h"
+
+#include <gtest/gtest.h>
+#include <optional>
+#include <vector>
+
+namespace {
+
+using namespace uilib::qt;
+
+const AuroraArrowRecord kArrow{6, 20, 10, 40, 40};
+const Rect kScreen{0, 0, 1280, 800};
+const Size kSaved{255, 81};
+const Size kFailed{255, 59};
+
+/// An icon as wide as nothing: its middle is at `x`.
+Surroundings iconAt(double x, double y, const Rect& available = kScreen) {
+    return {Rect{x - 10, y, 20, 20}, available};
+}
+
+double tipOf(const Place& place) {
+    return place.body.x + place.arrowTip;
+}
+
+bool overlap(const Rect& a, const Rect& b) {
+    return a.x < b.x + b.width && b.x < a.x + a.width && a.y < b.y + b.height && b.y < a.y + a.height;
+}
+
+TEST(BubblePlacement, HangsBelowTheIconAndPointsAtTheMiddleOfItsLowerEdge) {
+    const auto places = placeBubbles(iconAt(640, 2), kArrow, {kSaved});
+    ASSERT_EQ(places.size(), 1U);
+    EXPECT_EQ(places[0].arrow, ArrowEdge::top);
+    EXPECT_EQ(tipOf(places[0]), 640);
+    EXPECT_EQ(places[0].body.y, 22 + kArrow.height) << "the arrow's tip touches the icon";
+    EXPECT_EQ(places[0].body.x, 640 - 255.0 / 2);
+}
+
+TEST(BubblePlacement, IsPushedInsideTheScreenWhileTheArrowStillPointsAtTheIcon) {
+    for (const double x : {12.0, 60.0, 1220.0, 1268.0}) {
+        const auto place = placeBubbles(iconAt(x, 2), kArrow, {kSaved}).front();
+        EXPECT_EQ(tipOf(place), x);
+        EXPECT_GE(place.body.x, kBubbleGap);
+        EXPECT_LE(place.body.x + place.body.width, kScreen.width - kBubbleGap);
+    }
+}
+
+TEST(BubblePlacement, KeepsTheArrowsLeastDistanceFromTheCornersAwayFromTheScreensEdges) {
+    const auto place = placeBubbles(iconAt(200, 2), kArrow, {kSaved}).front();
+    EXPECT_GE(place.arrowTip, kArrow.leastFromLeading);
+    EXPECT_GE(place.body.width - place.arrowTip, kArrow.leastFromTrailing);
+}
+
+TEST(BubblePlacement, OpensUpwardAtABottomPanelWithTheArrowBelow) {
+    const auto place = placeBubbles(iconAt(640, 776), kArrow, {kSaved}).front();
+    EXPECT_EQ(place.arrow, ArrowEdge::bottom);
+    EXPECT_EQ(place.body.y + place.body.height + kArrow.height, 776);
+    EXPECT_EQ(tipOf(place), 640);
+}
+
+TEST(BubblePlacement, WithoutAnIconStandsInTheTopRightCornerOfTheFreeArea) {
+    const auto place = placeBubbles({std::nullopt, {100, 30, 1000, 700}}, kArrow, {kSaved}).front();
+    EXPECT_EQ(place.arrow, ArrowEdge::none);
+    EXPECT_EQ(place.body.x + place.body.width, 1100 - kBubbleGap);
+    EXPECT_EQ(place.body.y, 30 + kBubbleGap);
+}
+
+TEST(BubblePlacement, StacksWithAGapAndOnlyTheNearestPoints) {
+    const auto places = placeBubbles(iconAt(640, 2), kArrow, {kSaved, kFailed, kSaved});
+    ASSERT_EQ(places.size(), 3U);
+    EXPECT_EQ(places[0].arrow, ArrowEdge::top);
+    EXPECT_EQ(places[1].arrow, ArrowEdge::none);
+    EXPECT_EQ(places[1].body.y, places[0].body.y + kSaved.height + kBubbleGap);
+    EXPECT_EQ(places[2].body.y, places[1].body.y + kFailed.height + kBubbleGap);
+}
+
+TEST(BubblePlacement, ClosesUpWhenOneLeaves) {
+    const auto before = placeBubbles(iconAt(640, 2), kArrow, {kSaved, kFailed});
+    const auto after = placeBubbles(iconAt(640, 2), kArrow, {kFailed});
+    EXPECT_EQ(after[0].body.y, before[0].body.y);
+    EXPECT_EQ(after[0].arrow, ArrowEdge::top);
+}
+
+TEST(BubblePlacement, StacksUpwardAtABottomPanel) {
+    const auto places = placeBubbles(iconAt(640, 776), kArrow, {kSaved, kFailed});
+    EXPECT_EQ(places[1].body.y + kFailed.height + kBubbleGap, places[0].body.y);
+}
+
+TEST(BubblePlacement, AFullColumnGoesOnBesideIt) {
+    const std::vector<Size> many(12, kSaved);
+    const auto places = placeBubbles(iconAt(1268, 2), kArrow, many);
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        EXPECT_LE(places[i].body.y + places[i].body.height, kScreen.height) << i;
+        EXPECT_GE(places[i].body.x, 0) << i;
+        for (std::size_t j = 0; j < i; ++j) {
+            EXPECT_FALSE(overlap(places[i].body, places[j].body)) << i << " covers " << j;
+        }
+    }
+}
+
+TEST(BubblePlacement, ABubbleLargerThanTheScreenKeepsItsLeftEdgeOnIt) {
+    const auto place = placeBubbles(iconAt(640, 2), kArrow, {Size{2000, 81}}).front();
+    EXPECT_EQ(place.body.x, kBubbleGap);
+}
+
+TEST(BubblePlacement, StaysOnItsOwnScreen) {
+    const Rect right{1280, 0, 1920, 1080};
+    const auto place = placeBubbles(iconAt(1290, 2, right), kArrow, {kSaved}).front();
+    EXPECT_GE(place.body.x, 1280 + kBubbleGap);
+    EXPECT_EQ(tipOf(place), 1290);
+}
+
+TEST(BubblePlacement, NothingToPlaceGivesNothing) {
+    EXPECT_TRUE(placeBubbles(iconAt(640, 2), kArrow, {}).empty());
+}
+
+}  // namespace
