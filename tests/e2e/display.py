@@ -1,0 +1,130 @@
+"""A virtual display with a window manager and a tray, and hands and eyes on it."""
+
+import re
+import subprocess
+
+import processes
+import world
+
+WIDTH, HEIGHT = 1280, 800
+
+# What the bubble kit leaves around the bubble's body: room for the shadow on every side, and for the arrow.
+SHADOW = 12
+ARROW = 10
+
+
+class Rectangle:
+    def __init__(self, x, y, width, height):
+        self.x, self.y, self.width, self.height = x, y, width, height
+
+    @property
+    def right(self):
+        return self.x + self.width
+
+    @property
+    def bottom(self):
+        return self.y + self.height
+
+    @property
+    def middle(self):
+        return self.x + self.width / 2
+
+    def overlaps(self, other):
+        return (self.x < other.right and other.x < self.right
+                and self.y < other.bottom and other.y < self.bottom)
+
+    def __repr__(self):
+        return f"{self.width}x{self.height}+{self.x}+{self.y}"
+
+
+class Bubble:
+    """A bubble on the screen, as its window shows it."""
+
+    def __init__(self, window, rectangle):
+        self.window = window
+        self.body = Rectangle(rectangle.x + SHADOW, rectangle.y + SHADOW + ARROW,
+                              rectangle.width - 2 * SHADOW, rectangle.height - 2 * (SHADOW + ARROW))
+        self.arrow_tip = rectangle.y + SHADOW
+
+    # The places of the buttons, from the corners that they hang from.
+    def open_button(self):
+        return self.body.right - 20, self.body.bottom - 28
+
+    def folder_button(self):
+        return self.body.right - 120, self.body.bottom - 28
+
+    def close_button(self):
+        return self.body.right - 12, self.body.y + 12
+
+
+class DisplayWorld(world.World):
+    """A world that has a display. Without `with_tray` nobody takes the status icon."""
+
+    with_tray = True
+
+    def setUp(self):
+        super().setUp()
+        xvfb = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-noreset",
+                                  "-nolisten", "tcp", stdout=subprocess.PIPE)
+        self.addCleanup(xvfb.stdout.close)
+        self.environment["DISPLAY"] = ":" + xvfb.stdout.readline().decode().strip()
+        self.start_program("openbox", "--sm-disable")
+        # Trayer tells nobody that it is ready, but owns the tray's selection from then on.
+        if self.with_tray:
+            self.start_program("trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
+                               "--height", "28")
+            processes.wait_until(lambda: self.windows("--class", "trayer"), 30, "the tray")
+        processes.wait_until(lambda: "window id" in self.ask("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), 30,
+                             "the window manager")
+
+    def start_program(self, *command, stdout=subprocess.DEVNULL):
+        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout,
+                                   stderr=subprocess.DEVNULL)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
+
+    def ask(self, *command):
+        return subprocess.run(command, env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                              text=True, check=False).stdout
+
+    def windows(self, *criteria):
+        return self.ask("xdotool", "search", "--onlyvisible", *criteria).split()
+
+    def rectangle(self, window):
+        """Place and size of a window on the screen; None when it has gone."""
+        text = self.ask("xwininfo", "-id", window)
+        found = [re.search(rf"{key}:\s+(-?\d+)", text)
+                 for key in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")]
+        return Rectangle(*(int(match.group(1)) for match in found)) if all(found) else None
+
+    def _own_windows(self):
+        for window in self.windows("--class", "record-converter"):
+            rectangle = self.rectangle(window)
+            if rectangle:
+                yield window, rectangle
+
+    def bubbles(self):
+        """The bubbles on the screen, from top to bottom."""
+        found = [Bubble(window, rectangle) for window, rectangle in self._own_windows() if rectangle.width > 200]
+        return sorted(found, key=lambda bubble: bubble.body.y)
+
+    def icon(self):
+        """Where the status icon stands in the tray; None when it doesn't."""
+        found = [rectangle for _, rectangle in self._own_windows() if 8 <= rectangle.width <= 64]
+        return found[0] if found else None
+
+    def wait_for_bubbles(self, count, height, seconds=30):
+        """Waits for `count` bubbles that are at least so high, at rest; returns them."""
+        def at_rest():
+            first = [bubble for bubble in self.bubbles() if bubble.body.height >= height]
+            second = [bubble for bubble in self.bubbles() if bubble.body.height >= height]
+            same = [str(bubble.body) for bubble in first] == [str(bubble.body) for bubble in second]
+            return first if same and len(first) == count else None
+
+        return self.wait_for(at_rest, seconds, f"{count} bubbles on the screen")
+
+    def click(self, place):
+        x, y = (str(int(value)) for value in place)
+        self.ask("xdotool", "mousemove", x, y)
+        self.ask("xdotool", "click", "1")

@@ -1,0 +1,164 @@
+"""Bubbles on a real display: where they stand, what their buttons do, and when the application quits."""
+
+import os
+import time
+
+import display
+import recordings
+import trace
+
+# A saved bubble has a row of buttons, which makes it at least so high.
+SAVED = 80
+PLAIN = 40
+
+OPENER = """#!/bin/sh
+printf '%s\\n' "$@" >>"{log}"
+"""
+
+
+class BubbleWorld(display.DisplayWorld):
+    def setUp(self):
+        super().setUp()
+        # What the desktop is asked to open is written down, and nothing is opened.
+        programs = os.path.join(self.root, "programs")
+        os.mkdir(programs)
+        self.opened_log = os.path.join(self.root, "opened")
+        with open(os.path.join(programs, "xdg-open"), "w", encoding="utf-8") as script:
+            script.write(OPENER.format(log=self.opened_log))
+        os.chmod(os.path.join(programs, "xdg-open"), 0o755)
+        self.environment["PATH"] = programs + ":" + self.environment["PATH"]
+
+    def opened(self):
+        if not os.path.exists(self.opened_log):
+            return []
+        with open(self.opened_log, encoding="utf-8") as file:
+            return file.read().splitlines()
+
+    def converts(self, *names):
+        meeting = self.meeting()
+        converter = self.launch_for(meeting)
+        for name in names:
+            self.line.started(meeting.pid, self.recording(name))
+            self.line.stopped(meeting.pid)
+        self.line.quit(meeting.pid)
+        return converter
+
+    def check_quits_soon(self, converter):
+        """Within three seconds of the last bubble's end."""
+        self.wait_for(lambda: not self.bubbles(), 10, "the bubble has closed")
+        begun = time.monotonic()
+        self.assertEqual(self.wait_ended(converter, 10), 0)
+        self.assertLess(time.monotonic() - begun, 3.0)
+
+
+class Bubbles(BubbleWorld):
+    def _check_below(self, bubble, icon):
+        self.assertLessEqual(abs(bubble.arrow_tip - icon.bottom), 8, "the arrow's tip stands at the icon's lower edge")
+        self.assertLess(bubble.body.x, icon.middle)
+        self.assertGreater(bubble.body.right, icon.x)
+        self.assertGreaterEqual(bubble.body.x, 0)
+        self.assertLessEqual(bubble.body.right, display.WIDTH, "the bubble stays on the screen")
+
+    def test_stands_below_the_icon(self):
+        self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        self._check_below(bubble, self.icon())
+
+    def test_a_failure_stands_below_the_icon_too(self):
+        meeting = self.meeting()
+        self.launch_for(meeting, self.path("missing.mkv"))
+        meeting.die()
+        bubble = self.wait_for_bubbles(1, PLAIN)[0]
+        self._check_below(bubble, self.icon())
+
+    def test_takes_no_focus(self):
+        self.start_program("xev")
+        window = self.wait_for(lambda: self.windows("--name", "Event Tester"), 20, "a window")[0]
+        self.ask("xdotool", "windowfocus", "--sync", window)
+        self.wait_for(lambda: self.ask("xdotool", "getwindowfocus").strip() == window, 10, "it has the focus")
+        self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        self.assertEqual(self.ask("xdotool", "getwindowfocus").strip(), window)
+        self.click(bubble.close_button())
+        self.wait_for(lambda: not self.bubbles(), 10, "the bubble has closed")
+        self.assertEqual(self.ask("xdotool", "getwindowfocus").strip(), window)
+
+    def test_open_opens_the_file_and_closes(self):
+        converter = self.converts("a talk.mkv")
+        self.click(self.wait_for_bubbles(1, SAVED)[0].open_button())
+        self.wait_for(self.opened, 10, "xdg-open runs")
+        self.assertEqual(self.opened(), [f"file://{self.folder}/a%20talk.mp4"])
+        self.check_quits_soon(converter)
+
+    def test_view_in_folder_opens_the_folder_and_closes(self):
+        converter = self.converts("talk.mkv")
+        self.click(self.wait_for_bubbles(1, SAVED)[0].folder_button())
+        self.wait_for(self.opened, 10, "xdg-open runs")
+        self.assertEqual(self.opened()[0].rstrip("/"), f"file://{self.folder}")
+        self.check_quits_soon(converter)
+
+    def test_the_close_button_closes(self):
+        converter = self.converts("talk.mkv")
+        self.click(self.wait_for_bubbles(1, SAVED)[0].close_button())
+        self.check_quits_soon(converter)
+        self.assertEqual(self.opened(), [])
+
+    def test_fades_after_its_time_and_the_application_quits(self):
+        converter = self.converts("talk.mkv")
+        self.wait_for_bubbles(1, SAVED)
+        begun = time.monotonic()
+        self.wait_for(lambda: not self.bubbles(), 40, "the bubble fades")
+        self.assertGreater(time.monotonic() - begun, 12.0)
+        self.check_quits_soon(converter)
+
+    def test_several_stand_beside_each_other(self):
+        converter = self.converts("one.mkv", "two.mkv", "three.mkv")
+        bubbles = self.wait_for_bubbles(3, SAVED)
+        for index, bubble in enumerate(bubbles):
+            for other in bubbles[index + 1:]:
+                self.assertFalse(bubble.body.overlaps(other.body), bubbles)
+        for count in (2, 1, 0):
+            self.click(self.bubbles()[-1].close_button())
+            self.wait_for(lambda left=count: len(self.bubbles()) == left, 10, f"{count} are left")
+        self.check_quits_soon(converter)
+
+    def test_with_the_session_of_a_desktop(self):
+        self.environment.update({"XDG_CURRENT_DESKTOP": "XFCE", "XDG_SESSION_TYPE": "x11", "DESKTOP_SESSION": "xfce"})
+        converter = self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        self._check_below(bubble, self.icon())
+        self.click(bubble.open_button())
+        self.wait_for(self.opened, 10, "xdg-open runs")
+        self.check_quits_soon(converter)
+
+
+class BeingPrepared(BubbleWorld, trace.TracedWorld):
+    def test_its_close_button_does_nothing(self):
+        self.install_inside()
+        meeting = self.meeting()
+        slow = recordings.make_slow(self.path("slow.avi"))
+        self.launch_for(meeting, slow)
+        meeting.die()
+        prepared = self.wait_for_bubbles(1, PLAIN)[0]
+        self.assertLess(prepared.body.height, SAVED)
+        self.click(prepared.close_button())
+        self.wait_for(lambda: self.trace.holds("bubble closed by user"), 10, "the press has been dealt with")
+        self.assertEqual([bubble.window for bubble in self.bubbles()], [prepared.window])
+        self.assertTrue(os.path.exists(slow), "the conversion is still under way")
+
+
+class NoTray(BubbleWorld):
+    with_tray = False
+
+    def test_stands_in_the_corner(self):
+        converter = self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        self.assertGreater(bubble.body.x, display.WIDTH * 2 / 3)
+        self.assertLessEqual(bubble.body.right, display.WIDTH)
+        self.assertLess(bubble.body.y, display.HEIGHT / 4)
+        self.click(bubble.close_button())
+        self.check_quits_soon(converter)
+
+
+if __name__ == "__main__":
+    display.world.main()
