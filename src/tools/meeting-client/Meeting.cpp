@@ -3,7 +3,6 @@
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "tools/meeting-client/ChildProcess.h"
 #include "tools/meeting-client/MeetingBus.h"
-#include "tools/meeting-client/Recorder.h"
 
 #include <cerrno>
 #include <csignal>
@@ -46,7 +45,7 @@ ExitStatus Meeting::run() {
     }
     for (int number = 1; number <= plan_.recordings; ++number) {
         const std::string path = pathOfRecording(number);
-        Recorder recorder(plan_.ffmpeg);
+        Recorder recorder(plan_.ffmpeg, plan_.picture);
         if (!record(recorder, path)) {
             return ExitStatus::failed;
         }

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "tools/meeting-client/ExitStatus.h"
+#include "tools/meeting-client/Recorder.h"
 
 #include <chrono>
 #include <string>
 #include <vector>
 
 class MeetingBus;
-class Recorder;
 
 /// How a played meeting goes.
 struct MeetingPlan {
@@ -21,6 +21,7 @@ struct MeetingPlan {
     std::string locale = "1";
     std::string keep;  ///< value of "-keepsIntermediateFile"; empty: the option is not given
     std::string ffmpeg = "ffmpeg";
+    PictureCodec picture = PictureCodec::h264;
     std::chrono::milliseconds wait{5000};  ///< for each answer
 };
 

@@ -19,16 +19,19 @@ Recorder::~Recorder() {
 bool Recorder::start(const std::string& path) {
     path_ = path;
     // clang-format off
-    const std::vector<std::string> arguments{
+    std::vector<std::string> arguments{
         "-nostdin", "-hide_banner", "-loglevel", "error", "-n",
         "-re", "-f", "lavfi", "-i", "testsrc2=size=640x360:rate=25",
         "-re", "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000",
-        "-c:v", "libx264", "-preset", "ultrafast", "-tune", "zerolatency", "-pix_fmt", "yuv420p", "-g", "25",
-        "-c:a", "aac", "-b:a", "96k",
+        "-pix_fmt", "yuv420p", "-g", "25", "-c:a", "aac", "-b:a", "96k",
         // A meeting that dies without a word must not lose more than its last moments.
-        "-flush_packets", "1", "-cluster_time_limit", "250",
-        "-f", "matroska", "file:" + path};
+        "-flush_packets", "1", "-cluster_time_limit", "250"};
+    const std::vector<std::string> picture = codec_ == PictureCodec::h264
+        ? std::vector<std::string>{"-c:v", "libx264", "-preset", "ultrafast", "-tune", "zerolatency"}
+        : std::vector<std::string>{"-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8", "-b:v", "2M"};
     // clang-format on
+    arguments.insert(arguments.end(), picture.begin(), picture.end());
+    arguments.insert(arguments.end(), {"-f", "matroska", "file:" + path});
     child_ = startChild(ffmpeg_, arguments);
     return child_ > 0;
 }

@@ -4,11 +4,17 @@
 
 #include <sys/types.h>
 
+/// What a recording's picture is made with.
+enum class PictureCodec {
+    h264,  ///< goes into an MP4 as it is
+    vp8    ///< has to be transcoded, as recordings made in browsers have
+};
+
 /// Writes a recording in real time, as a meeting client does: a moving test picture and a tone into a Matroska file.
 /// The work is done by an ffmpeg program, which dies with this process. Owned by the meeting; main thread.
 class Recorder {
 public:
-    explicit Recorder(std::string ffmpeg) : ffmpeg_(std::move(ffmpeg)) {}
+    Recorder(std::string ffmpeg, PictureCodec codec) : ffmpeg_(std::move(ffmpeg)), codec_(codec) {}
     ~Recorder();
 
     Recorder(const Recorder&) = delete;
@@ -31,6 +37,7 @@ public:
 
 private:
     std::string ffmpeg_;
+    PictureCodec codec_;
     std::string path_;
     pid_t child_ = -1;
 };

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <string>
 
 namespace {
@@ -116,6 +117,9 @@ void addRecord(CLI::App& app, MeetingPlan& plan, double& wait, ExitStatus& statu
     sub->add_option("--keep", plan.keep, "Value of -keepsIntermediateFile; 1 keeps the recordings");
     sub->add_option("--locale", plan.locale, "The user's language, 1 to 20")->capture_default_str();
     sub->add_option("--pname", plan.processName, "Name of this meeting process")->capture_default_str();
+    sub->add_option("--picture", plan.picture, "h264 goes into the MP4 as it is, vp8 has to be transcoded")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, PictureCodec>{{"h264", PictureCodec::h264}, {"vp8", PictureCodec::vp8}}));
     sub->add_option("--ffmpeg", plan.ffmpeg, "The program that records")->capture_default_str();
     sub->add_option("--wait", wait, "Seconds to wait for each answer")->capture_default_str();
     sub->callback([&plan, &wait, &status] {
