@@ -71,7 +71,7 @@ WorkerProcess::WorkerProcess(const std::string& program, int source, int output)
     report_ = UniqueDescriptor(ends[0]);
     const UniqueDescriptor writeEnd(ends[1]);
     const UniqueDescriptor movedSource = movedUp(source);
-    const UniqueDescriptor movedOutput = movedUp(output);
+    UniqueDescriptor movedOutput = movedUp(output);
     const UniqueDescriptor movedReport = movedUp(writeEnd.get());
 
     SpawnActions spawn;
@@ -92,6 +92,12 @@ WorkerProcess::WorkerProcess(const std::string& program, int source, int output)
     if (failed != 0) {
         pid_ = -1;
         throw JobFailure::ofSystem(ConversionError::workerMissing, failed);
+    }
+    if (!movedOutput.close()) {
+        const int number = errno;
+        kill();
+        wait();
+        throw JobFailure::ofSystem(ConversionError::closeFailed, number);
     }
 }
 

@@ -8,9 +8,12 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 #include <system_error>
 
 namespace worker::barriers {
@@ -20,19 +23,54 @@ namespace {
 /// Address space, libraries included: enough for the largest pictures there are, too little to harm a desktop.
 constexpr rlim_t mostMemory = rlim_t{4} << 30U;
 
+/// Sound and picture encoded anew can take more room than before, but not any room.
+constexpr rlim_t mostGrowth = 64;
+constexpr rlim_t leastOutputLimit = rlim_t{1} << 30U;
+
 // The kernel's interface has no header for these.
 constexpr int ioprioWhoProcess = 1;
 constexpr int ioprioBestEffortLowest = 2 << 13 | 7;
 
+std::string systemText(int number) {
+    return std::generic_category().message(number);
+}
+
 void limit(Reporter& reporter, __rlimit_resource resource, rlim_t value, const char* name) {
     rlimit present = {};
     ::getrlimit(resource, &present);
-    const rlim_t lowered = present.rlim_max < value ? present.rlim_max : value;
+    const rlim_t lowered = std::min(present.rlim_cur, value);
     const rlimit wanted = {lowered, lowered};
     if (::setrlimit(resource, &wanted) != 0) {
-        reporter.note(std::string("the limit of ") + name +
-                      " could not be set: " + std::generic_category().message(errno));
+        reporter.note(std::string("the limit of ") + name + " could not be set: " + systemText(errno));
     }
+}
+
+/// The kernel's structure as of its sixth version; older kernels are given as much of it as they know.
+struct LandlockRules {
+    std::uint64_t files;
+    std::uint64_t network;
+    std::uint64_t scopes;
+};
+
+struct LandlockVersion {
+    std::size_t structureSize;
+    LandlockRules all;
+};
+
+/// What a version of Landlock can forbid, all of it.
+LandlockVersion landlockVersion(long version) {
+    constexpr std::array<unsigned, 5> fileRights = {13, 14, 15, 15, 16};
+    const auto index = static_cast<std::size_t>(std::clamp(version, 1L, 5L)) - 1;
+    LandlockVersion known = {sizeof(std::uint64_t), {(std::uint64_t{1} << fileRights[index]) - 1, 0, 0}};
+    if (version >= 4) {
+        known.structureSize = 2 * sizeof(std::uint64_t);
+        known.all.network = 3;  // binding and connecting
+    }
+    if (version >= 6) {
+        known.structureSize = sizeof(LandlockRules);
+        known.all.scopes = 3;  // abstract sockets, signals to others
+    }
+    return known;
 }
 
 }  // namespace
@@ -45,20 +83,38 @@ void bindToParent(int reportDescriptor) {
     }
 }
 
-void limitResources(Reporter& reporter) {
+void limitResources(Reporter& reporter, std::int64_t sourceSize) {
     // A broken pipe and a file size limit are told by the failing call, which knows what it was doing.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     ::setpriority(PRIO_PROCESS, 0, 10);
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioBestEffortLowest);
     limit(reporter, RLIMIT_CORE, 0, "core files");
     limit(reporter, RLIMIT_NOFILE, mediaconverter::descriptor::report + 1, "open files");
-#ifndef __SANITIZE_ADDRESS__  // its shadow memory takes all the address space there is
-#ifndef __SANITIZE_THREAD__
+    limit(reporter, RLIMIT_FSIZE,
+          std::max(leastOutputLimit, static_cast<rlim_t>(std::max<std::int64_t>(sourceSize, 0)) * mostGrowth),
+          "the file size");
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // whose shadows take all the address space
     limit(reporter, RLIMIT_AS, mostMemory, "memory");
 #endif
-#endif
+}
+
+void closeFileSystem(Reporter& reporter) {
+    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    constexpr unsigned askVersion = 1;
+    const long version = ::syscall(SYS_landlock_create_ruleset, nullptr, 0, askVersion);
+    if (version < 1) {
+        reporter.note("this kernel cannot close the file system to a program (Landlock): " + systemText(errno));
+        return;
+    }
+    const LandlockVersion known = landlockVersion(version);
+    const auto rules = static_cast<int>(::syscall(SYS_landlock_create_ruleset, &known.all, known.structureSize, 0));
+    if (rules < 0 || ::syscall(SYS_landlock_restrict_self, rules, 0) != 0) {
+        reporter.note("the file system could not be closed (Landlock): " + systemText(errno));
+    }
+    if (rules >= 0) {
+        ::close(rules);
+    }
 }
 
 }  // namespace worker::barriers

@@ -6,9 +6,12 @@
 #include "mediaconverter/worker/TranscodedText.h"
 #include "mediaconverter/worker/TranscodedTrack.h"
 
+#include <fcntl.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <system_error>
 
 namespace worker {
 
@@ -23,12 +26,44 @@ std::int64_t originOf(const AVFormatContext& format) {
     return format.start_time == AV_NOPTS_VALUE ? 0 : format.start_time;
 }
 
+/// How much is looked at, at the most, to find a stream that comes late. It is held in memory.
+constexpr std::int64_t mostThorough = std::int64_t{512} << 20U;
+constexpr int mostAttempts = 5;
+
+/// True where the muxer can describe the stream: broadcast streams may name ones that have not been seen yet.
+bool isKnown(const AVStream& stream) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    switch (parameters.codec_type) {
+    case AVMEDIA_TYPE_VIDEO:
+        return parameters.width > 0 && parameters.height > 0;
+    case AVMEDIA_TYPE_AUDIO:
+        return parameters.sample_rate > 0 && parameters.ch_layout.nb_channels > 0;
+    default:
+        return true;
+    }
+}
+
 }  // namespace
 
-Conversion::Conversion(int source, int output, Reporter& reporter)
+void convertRecording(int source, int output, Reporter& reporter) {
+    std::int64_t thorough = 0;
+    for (int attempt = 1;; ++attempt) {
+        try {
+            Conversion(source, output, reporter, thorough).run();
+            return;
+        } catch (const LateStream& late) {
+            if (attempt == mostAttempts || late.position <= thorough || late.position > mostThorough) {
+                throw Failure(codecUnknown, late.name);
+            }
+            thorough = late.position;
+        }
+    }
+}
+
+Conversion::Conversion(int source, int output, Reporter& reporter, std::int64_t thorough)
     : output_(output),
       reporter_(reporter),
-      recording_(source),
+      recording_(source, thorough),
       writer_(output, estimateIndex()),
       timeline_(originOf(recording_.format()), (recording_.format().iformat->flags & AVFMT_TS_DISCONT) != 0) {}
 
@@ -67,6 +102,14 @@ std::int64_t Conversion::estimateIndex() const {
 
 void Conversion::requireSpace(int output) const {
     struct statvfs space = {};
+    // Reserved where the file system can; what is not used is given back at the end.
+    if (::fallocate(output, FALLOC_FL_KEEP_SIZE, 0, recording_.size()) == 0) {
+        return;
+    }
+    const int number = errno;
+    if (number != EOPNOTSUPP && number != ENOSYS && number != EINTR) {
+        throw Failure(mediaconverter::errorOfWriting(number), std::generic_category().message(number));
+    }
     if (::fstatvfs(output, &space) == 0 && static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize) <
                                                static_cast<double>(recording_.size())) {
         throw Failure(diskFull, "the recording alone needs " + std::to_string(recording_.size()) + " bytes");
@@ -79,6 +122,9 @@ void Conversion::addTracks() {
     bool hasContent = false;
     for (unsigned index = 0; index < format.nb_streams; ++index) {
         AVStream& stream = *format.streams[index];
+        if (!isKnown(stream) && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
+            continue;  // it is asked about when it has a packet
+        }
         const Treatment treatment = treatmentOf(stream);
         if (treatment == Treatment::leave) {
             stream.discard = AVDISCARD_ALL;
@@ -144,27 +190,60 @@ void Conversion::copyChapters() {
 
 void Conversion::convert() {
     const PacketPointer packet = newPacket();
-    std::int64_t packets = 0;
-    while (recording_.read(*packet)) {
-        const auto stream = static_cast<std::size_t>(packet->stream_index);
-        Track* const track = stream < trackOfStream_.size() ? trackOfStream_[stream] : nullptr;
-        if (track != nullptr) {
-            track->accept(*packet, writer_);
-            ++packets;
-        }
+    for (std::int64_t count = 0; recording_.read(*packet); ++count) {
+        take(*packet);
         av_packet_unref(packet.get());
-        if (packets % 64 == 0) {
+        if (count % 64 == 0) {
             reporter_.progress(recording_.fractionRead() * conversionShare);
         }
     }
-    if (packets == 0) {
-        throw Failure(nothingRecorded);
-    }
     for (const auto& track : tracks_) {
         track->finish(writer_);
-        if (track->undecodable() > 0) {
-            recording_.addDamage(std::to_string(track->undecodable()) + " packets that could not be decoded");
+    }
+    requireContent();
+    reportUndecodable();
+}
+
+void Conversion::take(AVPacket& packet) {
+    const auto index = static_cast<std::size_t>(packet.stream_index);
+    const AVStream& stream = *recording_.format().streams[index];
+    if (Track* const track = index < trackOfStream_.size() ? trackOfStream_[index] : nullptr) {
+        if (av_packet_get_side_data(&packet, AV_PKT_DATA_ENCRYPTION_INFO, nullptr) != nullptr) {
+            throw Failure(encrypted, describe(stream));
         }
+        track->accept(packet, writer_);
+        return;
+    }
+    const AVMediaType type = stream.codecpar->codec_type;
+    const bool isWanted = type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO;
+    if (isWanted && (index >= trackOfStream_.size() || stream.discard != AVDISCARD_ALL)) {
+        throw LateStream{recording_.position(), describe(stream)};
+    }
+}
+
+void Conversion::reportUndecodable() {
+    for (const auto& track : tracks_) {
+        if (track->undecodable() > 0) {
+            recording_.addDamage(std::to_string(track->undecodable()) + " packets could not be decoded");
+        }
+    }
+}
+
+void Conversion::requireContent() {
+    bool hasContent = false;
+    for (std::size_t index = 0; index < tracks_.size(); ++index) {
+        const AVStream& written = *writer_.format().streams[index];
+        const AVMediaType type = written.codecpar->codec_type;
+        const bool isContent = (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
+                               (written.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+        const bool isEmpty = writer_.tallies()[index].packets == 0;
+        hasContent = hasContent || (isContent && !isEmpty);
+        if (isEmpty) {
+            reporter_.note(describe(tracks_[index]->source()) + " holds nothing");
+        }
+    }
+    if (!hasContent) {
+        throw Failure(nothingRecorded);
     }
 }
 

@@ -12,9 +12,21 @@
 namespace worker {
 
 /// The whole work of one worker: a recording in, a proved MP4 out. Throws Failure.
+void convertRecording(int source, int output, Reporter& reporter);
+
+/// Thrown when sound or picture shows up of which nothing was known when the MP4 was begun.
+struct LateStream {
+    std::int64_t position;  ///< in bytes
+    std::string name;
+};
+
+/// One attempt at it.
 class Conversion {
 public:
-    Conversion(int source, int output, Reporter& reporter);
+    /// `thorough` bytes more than usual are looked at before the MP4 is begun.
+    Conversion(int source, int output, Reporter& reporter, std::int64_t thorough);
+
+    /// Throws LateStream when it has to be begun anew, knowing more.
 
     void run();
 
@@ -26,6 +38,9 @@ private:
     void copyMetadata();
     void copyChapters();
     void convert();
+    void take(AVPacket& packet);
+    void reportUndecodable();
+    void requireContent();
     void prove(int output);
 
     int output_;

@@ -5,11 +5,25 @@ extern "C" {
 }
 
 #include <array>
+#include <cstdlib>
 
 namespace worker {
 
+namespace {
+
+/// An encoder that can't start does not say why. It is memory where a large block is not to be had either.
+bool isMemoryShort() {
+    constexpr std::size_t largeBlock = std::size_t{64} << 20U;
+    void* const block = std::malloc(largeBlock);
+    const bool isShort = block == nullptr;
+    std::free(block);
+    return isShort;
+}
+
+}  // namespace
+
 Failure Failure::ofLibrary(ConversionError error, int number) {
-    if (number == AVERROR(ENOMEM)) {
+    if (number == AVERROR(ENOMEM) || (number == AVERROR_EXTERNAL && isMemoryShort())) {
         return Failure(ConversionError::workerOutOfMemory);
     }
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};

@@ -41,8 +41,10 @@ std::int64_t blockSizeOf(int descriptor) {
 bool canInsertRange(int descriptor) {
     const std::int64_t block = blockSizeOf(descriptor);
     const std::array<std::uint8_t, 1> byte = {};
-    const bool can = writeAt(descriptor, block, byte.data(), byte.size()) == 0 &&
-                     ::fallocate(descriptor, FALLOC_FL_INSERT_RANGE, 0, block) == 0;
+    if (const int number = writeAt(descriptor, block, byte.data(), byte.size()); number != 0) {
+        throw failureOfWriting(number);
+    }
+    const bool can = ::fallocate(descriptor, FALLOC_FL_INSERT_RANGE, 0, block) == 0;
     if (::ftruncate(descriptor, 0) != 0) {
         throw failureOfWriting(errno);
     }
@@ -83,6 +85,10 @@ void Mp4File::placeIndex() {
     // A free box fills what is left between the index and the data, and it takes eight bytes at the least.
     makeRoom(static_cast<std::int64_t>(largestWithShiftedChunkOffsets(index)) + boxHeader);
     writeFront(withShiftedChunkOffsets(index, static_cast<std::uint64_t>(front_)));
+    // Gives back what was reserved and not used.
+    if (::ftruncate(descriptor_, front_ + end_) != 0) {
+        throw failureOfWriting(errno);
+    }
 }
 
 void Mp4File::requireNoError() {

@@ -50,8 +50,10 @@ void Mp4Writer::write(AVPacket& packet) {
     const std::int64_t step = tally.lastDecodingTime == AV_NOPTS_VALUE ? 0 : packet.dts - tally.lastDecodingTime;
     tally.longestStep = std::max({tally.longestStep, step, packet.duration});
     tally.lastDecodingTime = packet.dts;
-    tally.firstTime = tally.firstTime == AV_NOPTS_VALUE ? packet.pts : std::min(tally.firstTime, packet.pts);
-    tally.endTime = std::max(tally.endTime, packet.pts + packet.duration);
+    tally.lastDuration = packet.duration;
+    if (tally.firstDecodingTime == AV_NOPTS_VALUE) {
+        tally.firstDecodingTime = packet.dts;
+    }
 
     if (keepOrder_ && isOutOfOrder(packet)) {
         keepOrder_ = false;

@@ -12,9 +12,9 @@ namespace worker {
 struct TrackTally {
     std::int64_t packets = 0;
     std::int64_t bytes = 0;
-    std::int64_t firstTime = AV_NOPTS_VALUE;  ///< lowest presentation time, in the track's time base
-    std::int64_t endTime = AV_NOPTS_VALUE;    ///< highest presentation time with its duration
+    std::int64_t firstDecodingTime = AV_NOPTS_VALUE;  ///< in the track's time base
     std::int64_t lastDecodingTime = AV_NOPTS_VALUE;
+    std::int64_t lastDuration = 0;
     std::int64_t longestStep = 0;  ///< between two packets, or of one
 };
 

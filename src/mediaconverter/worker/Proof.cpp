@@ -25,6 +25,9 @@ public:
 
     void compare(const AVStream& written, const TrackTally& tally);
 
+    /// A read that failed on the way disproves all, even where another try went well.
+    void requireReadable() const;
+
 private:
     AVStream& nextTrack(const AVStream& written);
     void comparePackets(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
@@ -52,18 +55,27 @@ Proof::Proof(int descriptor) : reader_(descriptor) {
 }
 
 void Proof::compare(const AVStream& written, const TrackTally& tally) {
-    if (isCover(written)) {
+    // Tracks without a packet are not written, covers are no tracks.
+    if (isCover(written) || tally.packets == 0) {
         return;
     }
     AVStream& read = nextTrack(written);
     comparePackets(read, written, tally);
-    if (tally.packets == 0 || written.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
+    if (written.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
         return;
     }
     compareDuration(read, written, tally);
     const int entries = avformat_index_get_entries_count(&read);
     for (const int entry : {0, entries / 2, entries - 1}) {
         readAt(read, entry);
+    }
+}
+
+void Proof::requireReadable() const {
+    try {
+        reader_.requireNoError();
+    } catch (const Failure& failure) {
+        throw Failure(ConversionError::proofFailed, failure.detail);
     }
 }
 
@@ -94,7 +106,7 @@ void Proof::comparePackets(const AVStream& read, const AVStream& written, const 
 }
 
 void Proof::compareDuration(const AVStream& read, const AVStream& written, const TrackTally& tally) const {
-    const std::int64_t expected = tally.endTime - tally.firstTime;
+    const std::int64_t expected = tally.lastDecodingTime + tally.lastDuration - tally.firstDecodingTime;
     const std::int64_t found = av_rescale_q(read.duration, read.time_base, written.time_base);
     const std::int64_t frame =
         std::max<std::int64_t>({expected / std::max<std::int64_t>(tally.packets, 1), tally.longestStep,
@@ -127,6 +139,7 @@ void proveMp4(int descriptor, const AVFormatContext& written, const std::vector<
     for (std::size_t index = 0; index < tallies.size(); ++index) {
         proof.compare(*written.streams[index], tallies[index]);
     }
+    proof.requireReadable();
 }
 
 }  // namespace worker

@@ -1,12 +1,16 @@
 #include "mediaconverter/worker/Recording.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/FragmentGaps.h"
 
 extern "C" {
 #include <libavutil/avstring.h>
 }
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
 #include <string>
 
 namespace worker {
@@ -33,6 +37,16 @@ constexpr int leastScore = AVPROBE_SCORE_RETRY;
 constexpr std::int64_t probeBytes = std::int64_t{5} * 1024 * 1024;
 constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
+constexpr int mostThoroughSeconds = 7 * 24 * 3600;
+
+/// A demuxer that fails this often without a packet between has lost its way for good.
+constexpr int mostErrorsInARow = 256;
+
+/// What is missing at the very end is what the writer had no time for, not damage.
+constexpr std::int64_t tailBytes = 64 * 1024;
+
+/// The recording whose demuxer's complaints are listened to.
+std::atomic<Recording*> listening{nullptr};
 
 int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
     return AVERROR(EPERM);
@@ -43,6 +57,9 @@ bool isListed(const AVInputFormat& format, const char* list) {
 }
 
 Failure failureOfOpening(const AVInputFormat& format, int number) {
+    if (number == AVERROR_EOF) {
+        return Failure(nothingRecorded);
+    }
     if (number == AVERROR_INVALIDDATA && isListed(format, "mov")) {
         return Failure(indexMissing);
     }
@@ -51,11 +68,17 @@ Failure failureOfOpening(const AVInputFormat& format, int number) {
 
 }  // namespace
 
-Recording::Recording(int descriptor) : reader_(descriptor) {
-    open();
+Recording::Recording(int descriptor, std::int64_t thorough) : reader_(descriptor) {
+    av_log_set_callback(logCallback);
+    open(thorough);
+    listening = this;
 }
 
-void Recording::open() {
+Recording::~Recording() {
+    listening = nullptr;
+}
+
+void Recording::open(std::int64_t thorough) {
     AVIOContext* const bytes = reader_.context();
     const AVInputFormat* found = nullptr;
     const int score = av_probe_input_buffer2(bytes, &found, "", nullptr, 0, 1U << 20U);
@@ -67,15 +90,21 @@ void Recording::open() {
         throw Failure(notARecording, found == nullptr ? "" : found->name);
     }
 
+    if (isListed(*found, "mov")) {
+        coverGaps();
+    }
     AVFormatContext* context = present(avformat_alloc_context());
     context->pb = bytes;
     context->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_GENPTS;
     context->io_open = refuseToOpen;
-    context->probesize = probeBytes;
-    context->max_analyze_duration = std::int64_t{mostAnalyzedSeconds} * AV_TIME_BASE;
+    context->probesize = probeBytes + thorough;
+    context->max_analyze_duration =
+        std::int64_t{thorough > 0 ? mostThoroughSeconds : mostAnalyzedSeconds} * AV_TIME_BASE;
     context->max_streams = mostStreams;
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "none", 0);
+    // A broadcast stream goes on behind a hole of any length.
+    av_dict_set(&options, "resync_size", "2147483647", 0);
     const int opened = avformat_open_input(&context, "", found, &options);
     av_dict_free(&options);
     reader_.requireNoError();
@@ -91,18 +120,68 @@ void Recording::open() {
 }
 
 bool Recording::read(AVPacket& packet) {
-    const int result = av_read_frame(format_.get(), &packet);
-    if (result >= 0) {
-        return true;
+    while (true) {
+        const int result = av_read_frame(format_.get(), &packet);
+        if (result >= 0) {
+            errorsInARow_ = 0;
+            if ((packet.flags & AV_PKT_FLAG_CORRUPT) == 0) {
+                return true;
+            }
+            if (isNearEnd()) {
+                // Cut short by the end of the recording.
+                av_packet_unref(&packet);
+                continue;
+            }
+            hear("a damaged packet");
+            return true;
+        }
+        reader_.requireNoError();
+        if (result == AVERROR(ENOMEM)) {
+            throw Failure(workerOutOfMemory);
+        }
+        if (result == AVERROR_EOF || isNearEnd()) {
+            return false;
+        }
+        hear("it cannot be read on");
+        if (++errorsInARow_ > mostErrorsInARow) {
+            return false;
+        }
     }
-    reader_.requireNoError();
-    if (result == AVERROR(ENOMEM)) {
-        throw Failure(workerOutOfMemory);
+}
+
+void Recording::coverGaps() {
+    for (const FragmentGap& gap : findFragmentGaps(reader_)) {
+        reader_.coverWithFreeBox(gap.start, gap.end);
+        if (gap.end == reader_.size() && gap.end - gap.start <= tailBytes) {
+            continue;
+        }
+        addDamage("bytes " + std::to_string(gap.start) + " to " + std::to_string(gap.end) + " are no fragment");
     }
-    if (result != AVERROR_EOF) {
-        addDamage("the end from byte " + std::to_string(reader_.position()) + " on");
+    // What the probing has buffered is from before.
+    avio_seek(reader_.context(), 0, SEEK_SET);
+    avio_flush(reader_.context());
+}
+
+bool Recording::isNearEnd() const {
+    return avio_tell(format_->pb) + tailBytes >= reader_.size();
+}
+
+void Recording::hear(const std::string& complaint) {
+    if (!isNearEnd()) {
+        addDamage("near byte " + std::to_string(avio_tell(format_->pb)) + ": " + complaint);
     }
-    return false;
+}
+
+void Recording::logCallback(void* object, int level, const char* format, va_list arguments) {
+    Recording* const recording = listening.load();
+    if (recording == nullptr || level > AV_LOG_ERROR || object != recording->format_.get()) {
+        return;
+    }
+    std::array<char, 256> text{};
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    std::string line = text.data();
+    line.erase(line.find_last_not_of("\n.") + 1);
+    recording->hear(line);
 }
 
 double Recording::fractionRead() const {

@@ -3,7 +3,9 @@
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/SourceReader.h"
 
+#include <cstdarg>
 #include <cstdint>
+#include <string>
 
 namespace worker {
 
@@ -11,7 +13,12 @@ namespace worker {
 /// it, and they can open nothing else. Throws Failure.
 class Recording {
 public:
-    explicit Recording(int descriptor);
+    /// The first megabytes tell what streams there are, and `thorough` bytes more where given.
+    explicit Recording(int descriptor, std::int64_t thorough = 0);
+    ~Recording();
+
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
 
     AVFormatContext& format() { return *format_; }
     const AVFormatContext& format() const { return *format_; }
@@ -22,6 +29,9 @@ public:
     /// How much of the recording has been read, 0 to 1.
     double fractionRead() const;
 
+    /// Where the demuxer is, in bytes.
+    std::int64_t position() const { return avio_tell(format_->pb); }
+
     std::int64_t size() const { return reader_.size(); }
 
     /// What could not be read and was passed over, in words; empty where all was well.
@@ -31,11 +41,16 @@ public:
     void addDamage(const std::string& what);
 
 private:
-    void open();
+    void open(std::int64_t thorough);
+    void coverGaps();
+    bool isNearEnd() const;
+    void hear(const std::string& complaint);
+    static void logCallback(void* object, int level, const char* format, va_list arguments);
 
     SourceReader reader_;
     InputPointer format_;
     std::string damage_;
+    int errorsInARow_ = 0;
 };
 
 }  // namespace worker

@@ -68,8 +68,44 @@ int SourceReader::read(std::uint8_t* buffer, int length) {
         shrunk_ = true;
         return AVERROR(EIO);
     }
+    applyCovers(position_, buffer, static_cast<std::size_t>(got));
     position_ += got;
     return static_cast<int>(got);
+}
+
+void SourceReader::coverWithFreeBox(std::int64_t start, std::int64_t end) {
+    Cover cover = {start, {0, 0, 0, 1, 'f', 'r', 'e', 'e'}};
+    const auto length = static_cast<std::uint64_t>(end - start);
+    for (unsigned index = 0; index < 8; ++index) {
+        cover.header[8 + index] = static_cast<std::uint8_t>(length >> (56U - 8U * index));
+    }
+    covers_.push_back(cover);
+}
+
+void SourceReader::applyCovers(std::int64_t position, std::uint8_t* bytes, std::size_t length) const {
+    for (const Cover& cover : covers_) {
+        const std::int64_t end = std::min(cover.start + static_cast<std::int64_t>(cover.header.size()),
+                                          position + static_cast<std::int64_t>(length));
+        for (std::int64_t at = std::max(cover.start, position); at < end; ++at) {
+            bytes[at - position] = cover.header[static_cast<std::size_t>(at - cover.start)];
+        }
+    }
+}
+
+std::size_t SourceReader::peek(std::int64_t position, std::uint8_t* bytes, std::size_t length) const {
+    std::size_t have = 0;
+    while (have < length) {
+        const ssize_t got =
+            ::pread(descriptor_, bytes + have, length - have, position + static_cast<std::int64_t>(have));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            break;
+        }
+        have += static_cast<std::size_t>(got);
+    }
+    return have;
 }
 
 std::int64_t SourceReader::seekCallback(void* self, std::int64_t offset, int whence) {

@@ -4,7 +4,10 @@ extern "C" {
 #include <libavformat/avio.h>
 }
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace worker {
 
@@ -25,6 +28,13 @@ public:
     /// Where the last read ended, in bytes.
     std::int64_t position() const { return position_; }
 
+    /// From here on the bytes from `start` to `end`, sixteen at the least, read as one box that a demuxer of MP4
+    /// passes over.
+    void coverWithFreeBox(std::int64_t start, std::int64_t end);
+
+    /// Reads from the file itself, apart from what the media library reads; how many bytes there were.
+    std::size_t peek(std::int64_t position, std::uint8_t* bytes, std::size_t length) const;
+
     /// Throws Failure where a read has failed or the file has become shorter than it was.
     void requireNoError() const;
 
@@ -32,8 +42,15 @@ private:
     static int readCallback(void* self, std::uint8_t* buffer, int length);
     static std::int64_t seekCallback(void* self, std::int64_t offset, int whence);
     int read(std::uint8_t* buffer, int length);
+    void applyCovers(std::int64_t position, std::uint8_t* bytes, std::size_t length) const;
+
+    struct Cover {
+        std::int64_t start;
+        std::array<std::uint8_t, 16> header;
+    };
 
     int descriptor_;
+    std::vector<Cover> covers_;
     std::int64_t size_ = 0;
     std::int64_t position_ = 0;
     int error_ = 0;

@@ -33,8 +33,9 @@ public:
     /// Packets that could not be decoded and were passed over.
     std::int64_t undecodable() const { return undecodable_; }
 
-protected:
     const AVStream& source() const { return source_; }
+
+protected:
     AVStream& target() { return target_; }
     TrackClock& clock() { return clock_; }
     void countUndecodable() { ++undecodable_; }

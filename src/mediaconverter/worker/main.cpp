@@ -4,9 +4,7 @@
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/Reporter.h"
 
-extern "C" {
-#include <libavutil/log.h>
-}
+#include <sys/stat.h>
 
 #include <new>
 
@@ -16,10 +14,17 @@ int main() {
     namespace given = mediaconverter::descriptor;
     worker::barriers::bindToParent(given::report);
     worker::Reporter reporter(given::report);
-    worker::barriers::limitResources(reporter);
-    av_log_set_level(AV_LOG_QUIET);
+    struct stat source = {};
+    const bool known = ::fstat(given::source, &source) == 0;
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which need more of the system than the work does
+    worker::barriers::closeFileSystem(reporter);
+    worker::barriers::limitResources(reporter, known ? source.st_size : 0);
+    worker::barriers::closeSystemCalls(reporter);
+#else
+    worker::barriers::limitResources(reporter, known ? source.st_size : 0);
+#endif
     try {
-        worker::Conversion(given::source, given::output, reporter).run();
+        worker::convertRecording(given::source, given::output, reporter);
         reporter.done();
     } catch (const worker::Failure& failure) {
         reporter.failed(failure.error, failure.detail);
