@@ -47,6 +47,8 @@ int statusOf(pid_t pid) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+}  // namespace
+
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
@@ -60,22 +62,24 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-}  // namespace
-
-std::string outputOf(const std::vector<std::string>& command) {
+int runFor(const std::vector<std::string>& command, std::string& output) {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
     const pid_t pid = start(command, ends[1]);
     ::close(ends[1]);
-    std::string output;
     char block[4096];
     for (ssize_t got = 0; (got = ::read(ends[0], block, sizeof block)) > 0;) {
         output.append(block, static_cast<std::size_t>(got));
     }
     ::close(ends[0]);
-    if (const int status = statusOf(pid); status != 0) {
+    return statusOf(pid);
+}
+
+std::string outputOf(const std::vector<std::string>& command) {
+    std::string output;
+    if (const int status = runFor(command, output); status != 0) {
         throw std::runtime_error(command.front() + " ended with " + std::to_string(status));
     }
     return output;

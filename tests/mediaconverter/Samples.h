@@ -5,8 +5,13 @@
 
 namespace mediatest {
 
+std::vector<std::string> linesOf(const std::string& text);
+
 /// Runs a program and gives back what it wrote to its standard output. Throws when it fails.
 std::string outputOf(const std::vector<std::string>& command);
+
+/// Runs a program and adds what it wrote to its standard output to `output`. Its exit status, or 128 + the signal.
+int runFor(const std::vector<std::string>& command, std::string& output);
 
 /// Runs a program; its exit status, or 128 + the signal that ended it. Its output is thrown away.
 int runQuietly(const std::vector<std::string>& command);

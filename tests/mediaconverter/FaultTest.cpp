@@ -1,0 +1,84 @@
+#include "mediaconverter/FaultTest.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+
+namespace mediatest {
+
+namespace {
+
+/// The regular files of a folder and what they hold.
+std::map<std::string, std::string> contentsOf(const TemporaryFolder& folder) {
+    std::map<std::string, std::string> contents;
+    for (const std::string& name : folder.names()) {
+        const std::string path = folder.file(name);
+        std::error_code ignored;
+        contents[name] = std::filesystem::is_regular_file(std::filesystem::symlink_status(path, ignored))
+                             ? contentOf(path)
+                             : std::string("(not a file)");
+    }
+    return contents;
+}
+
+}  // namespace
+
+std::string FaultTest::put(const std::string& name, const std::string& content) {
+    writeFile(folder_.file(name), content);
+    return folder_.file(name);
+}
+
+void FaultTest::expectError(const std::string& source, const std::string& target, ConversionError error) {
+    const auto before = contentsOf(folder_);
+    RecordingSink sink;
+    testing::internal::CaptureStderr();
+    convert(source, target, sink);
+    const std::string log = testing::internal::GetCapturedStderr();
+    ASSERT_TRUE(sink.onlyError().has_value()) << log;
+    EXPECT_EQ(*sink.onlyError(), static_cast<int>(error)) << log;
+    EXPECT_NE(log.find(mediaconverter::sentence(error)), std::string::npos) << log;
+    EXPECT_EQ(contentsOf(folder_), before);
+}
+
+std::string FaultTest::expectSuccess(const std::string& source, const std::vector<std::string>& more) {
+    auto names = folder_.names();
+    const std::string before = contentOf(source);
+    RecordingSink sink;
+    testing::internal::CaptureStderr();
+    convert(source, destination(), sink);
+    std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(sink.isSuccess()) << log;
+    names.push_back("out.mp4");
+    names.insert(names.end(), more.begin(), more.end());
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(folder_.names(), names) << log;
+    EXPECT_TRUE(contentOf(source) == before) << "the source was changed";
+    return log;
+}
+
+std::vector<int> FaultTest::packetCounts(const std::string& path) {
+    std::vector<int> counts;
+    for (const std::string& line : linesOf(outputOf({"ffprobe", "-v", "quiet", "-count_packets", "-show_entries",
+                                                     "stream=nb_read_packets", "-of", "csv=p=0", path}))) {
+        counts.push_back(std::atoi(line.c_str()));
+    }
+    return counts;
+}
+
+bool ProcessResult::saidError(ConversionError error) const {
+    return output.find("error " + std::to_string(static_cast<int>(error)) + "\n") != std::string::npos;
+}
+
+ProcessResult convertInProcess(const std::string& source, const std::string& destination,
+                               const std::vector<std::string>& environment, const std::vector<std::string>& before) {
+    std::vector<std::string> command = {"env"};
+    command.insert(command.end(), environment.begin(), environment.end());
+    command.insert(command.end(), before.begin(), before.end());
+    command.insert(command.end(), {convertOne(), shippedLibrary(), source, destination});
+    ProcessResult result;
+    result.status = runFor(command, result.output);
+    return result;
+}
+
+}  // namespace mediatest

@@ -1,0 +1,176 @@
+// A library to preload: lets the n-th call of one function fail, in the converting process or in its worker.
+//   FAULT=who:call:n:errno[:all]   who is "library" or "worker", "all" lets every call from the n-th on fail
+//   FAULT_HIT=path                 a file that gets a byte for every fault that has happened
+// Only calls on regular files and pipes that the conversion itself makes are counted.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+// The C library's own, by the names that it keeps for interposers.
+extern "C" {
+void* __libc_malloc(size_t size) noexcept;
+void* __libc_memalign(size_t alignment, size_t size) noexcept;
+void* __libc_realloc(void* block, size_t size) noexcept;
+}
+
+#define INTERPOSE extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+struct Fault {
+    char call[32] = {};
+    long number = 0;
+    int error = 0;
+    bool all = false;
+    int hit = -1;
+    std::atomic<long> count{0};
+};
+
+Fault fault;
+
+__attribute__((constructor)) void readFault() {
+    const char* const text = std::getenv("FAULT");
+    if (text == nullptr) {
+        return;
+    }
+    const bool isWorker = std::strstr(program_invocation_short_name, "worker") != nullptr;
+    const bool isOther = std::strcmp(program_invocation_short_name, "convert-one") != 0;
+    const char* const wanted = isWorker ? "worker:" : isOther ? "nobody:" : "library:";
+    if (std::strncmp(text, wanted, std::strlen(wanted)) != 0) {
+        return;
+    }
+    const char* const call = text + std::strlen(wanted);
+    const char* const end = std::strchr(call, ':');
+    std::memcpy(fault.call, call, static_cast<std::size_t>(end - call));
+    char* rest = nullptr;
+    fault.number = std::strtol(end + 1, &rest, 10);
+    fault.error = static_cast<int>(std::strtol(rest + 1, &rest, 10));
+    fault.all = *rest == ':';
+    // Opened now: the worker may open nothing later. The number is beyond what it uses.
+    if (const char* const path = std::getenv("FAULT_HIT"); path != nullptr) {
+        const auto made = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, O_CREAT | O_WRONLY, 0600));
+        fault.hit = static_cast<int>(::syscall(SYS_fcntl, made, F_DUPFD_CLOEXEC, 900));
+        ::syscall(SYS_close, made);
+    }
+}
+
+/// True when this call is the one to fail; sets errno.
+bool strikes(const char* call) {
+    if (fault.number == 0 || std::strcmp(call, fault.call) != 0) {
+        return false;
+    }
+    const long count = ++fault.count;
+    if (count != fault.number && !(fault.all && count > fault.number)) {
+        return false;
+    }
+    if (fault.hit >= 0) {
+        ::syscall(SYS_write, fault.hit, "x", 1);
+    }
+    errno = fault.error;
+    return true;
+}
+
+bool isWrittenFile(int descriptor) {
+    struct stat status = {};
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY && ::fstat(descriptor, &status) == 0 &&
+           S_ISREG(status.st_mode);
+}
+
+}  // namespace
+
+INTERPOSE ssize_t pread(int descriptor, void* bytes, size_t length, off_t position) {
+    if (strikes("pread")) {
+        return -1;
+    }
+    return ::syscall(SYS_pread64, descriptor, bytes, length, position);
+}
+
+INTERPOSE ssize_t pwrite(int descriptor, const void* bytes, size_t length, off_t position) {
+    if (strikes("pwrite")) {
+        return -1;
+    }
+    return ::syscall(SYS_pwrite64, descriptor, bytes, length, position);
+}
+
+INTERPOSE int ftruncate(int descriptor, off_t length) noexcept {
+    return strikes("ftruncate") ? -1 : static_cast<int>(::syscall(SYS_ftruncate, descriptor, length));
+}
+
+INTERPOSE int fallocate(int descriptor, int mode, off_t position, off_t length) {
+    if (std::strcmp(fault.call, "insert") == 0 && (mode & 0x20) != 0 && strikes("insert")) {
+        return -1;
+    }
+    return strikes("fallocate") ? -1 : static_cast<int>(::syscall(SYS_fallocate, descriptor, mode, position, length));
+}
+
+INTERPOSE int fsync(int descriptor) {
+    return strikes("fsync") ? -1 : static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+INTERPOSE int close(int descriptor) {
+    if (std::strcmp(fault.call, "close") == 0 && isWrittenFile(descriptor) && strikes("close")) {
+        ::syscall(SYS_close, descriptor);
+        errno = fault.error;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_close, descriptor));
+}
+
+INTERPOSE int linkat(int from, const char* name, int to, const char* target, int flags) noexcept {
+    return strikes("linkat") ? -1 : static_cast<int>(::syscall(SYS_linkat, from, name, to, target, flags));
+}
+
+INTERPOSE int renameat2(int from, const char* name, int to, const char* target, unsigned flags) noexcept {
+    // A second switch, so that a file system without either can be played.
+    if (std::getenv("NO_RENAME_NOREPLACE") != nullptr && flags != 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    return strikes("renameat2") ? -1 : static_cast<int>(::syscall(SYS_renameat2, from, name, to, target, flags));
+}
+
+INTERPOSE int openat(int folder, const char* name, int flags, ...) {
+    va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    if (std::getenv("NO_UNNAMED_FILES") != nullptr && (flags & O_TMPFILE) == O_TMPFILE) {
+        errno = EOPNOTSUPP;
+        return -1;
+    }
+    if ((flags & (O_CREAT | O_TMPFILE)) != 0 && strikes("openat")) {
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_openat, folder, name, flags, mode));
+}
+
+INTERPOSE void* malloc(size_t size) {
+    if (fault.number != 0 && strikes("malloc")) {
+        return nullptr;
+    }
+    return __libc_malloc(size);
+}
+
+INTERPOSE int posix_memalign(void** result, size_t alignment, size_t size) noexcept {
+    if (fault.number != 0 && strikes("malloc")) {
+        return ENOMEM;
+    }
+    *result = __libc_memalign(alignment, size);
+    return *result == nullptr ? ENOMEM : 0;
+}
+
+INTERPOSE void* realloc(void* block, size_t size) {
+    if (fault.number != 0 && strikes("malloc")) {
+        return nullptr;
+    }
+    return __libc_realloc(block, size);
+}

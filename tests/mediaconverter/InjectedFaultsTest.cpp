@@ -1,0 +1,168 @@
+#include "mediaconverter/FaultTest.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <set>
+
+// A system call that fails, whichever and whenever: an error and nothing left, or a whole MP4.
+
+namespace {
+
+using namespace mediatest;
+using enum ConversionError;
+namespace fs = std::filesystem;
+
+class InjectedFaultsTest : public FaultTest {
+protected:
+    InjectedFaultsTest() : source_(put("a.mkv", contentOf(samples::matroska()))), content_(contentOf(source_)) {}
+
+    /// Some megabytes: more calls than the buffers' first.
+    void useLargerSource() {
+        source_ = put("a.mkv",
+                      contentOf(samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac"}, 20)));
+        content_ = contentOf(source_);
+    }
+
+    struct Outcome {
+        ProcessResult result;
+        std::size_t hits = 0;
+    };
+
+    /// Converts with the fault; what must hold whatever comes of it is checked here.
+    Outcome convertWith(const std::string& fault, std::vector<std::string> environment = {}) {
+        const TemporaryFolder scratch;
+        const std::string hit = scratch.file("hit");
+        environment.insert(environment.end(),
+                           {"LD_PRELOAD=" MEDIACONVERTER_FAULTS, "FAULT=" + fault, "FAULT_HIT=" + hit});
+        fs::remove(destination());
+        Outcome outcome{convertInProcess(source_, destination(), environment), 0};
+        outcome.hits = contentOf(hit).size();
+        const bool published = fs::exists(destination());
+        EXPECT_EQ(published, outcome.result.saidHundred()) << fault << "\n" << outcome.result.output;
+        EXPECT_NE(outcome.result.saidHundred(), outcome.result.output.find("error ") != std::string::npos) << fault;
+        EXPECT_EQ(folder_.names().size(), published ? 2U : 1U) << fault;
+        EXPECT_TRUE(contentOf(source_) == content_) << fault;
+        if (published) {
+            EXPECT_EQ(packetHashes(destination()), packetHashes(source_)) << fault;
+        }
+        return outcome;
+    }
+
+    /// Lets every call of the function fail in turn and wants an error of `expected` each time. How many there were.
+    int expectErrorForEachCall(const std::string& call, int number, const std::set<ConversionError>& expected,
+                               const std::vector<std::string>& environment = {}) {
+        for (int n = 1; n < 200; ++n) {
+            const auto outcome =
+                convertWith(call + ":" + std::to_string(n) + ":" + std::to_string(number), environment);
+            if (outcome.hits == 0) {
+                EXPECT_TRUE(outcome.result.saidHundred());
+                return n - 1;
+            }
+            bool said = false;
+            for (const ConversionError error : expected) {
+                said = said || outcome.result.saidError(error);
+            }
+            EXPECT_TRUE(said) << call << " " << n << ": " << outcome.result.output;
+        }
+        ADD_FAILURE() << "no end of " << call;
+        return 0;
+    }
+
+    std::string source_;
+    std::string content_;
+};
+
+TEST_F(InjectedFaultsTest, EveryReadThatFails) {
+    useLargerSource();
+    EXPECT_GE(expectErrorForEachCall("worker:pread", EIO, {readFailed, proofFailed}), 8);
+}
+
+TEST_F(InjectedFaultsTest, EveryWriteThatFails) {
+    useLargerSource();
+    EXPECT_GE(expectErrorForEachCall("worker:pwrite", EIO, {writeFailed}), 8);
+    EXPECT_GE(expectErrorForEachCall("worker:pwrite", ENOSPC, {diskFull}), 4);
+}
+
+TEST_F(InjectedFaultsTest, QuotaAndFileSizeLimitsAreToldApart) {
+    EXPECT_GE(expectErrorForEachCall("worker:pwrite", EDQUOT, {quotaExceeded}), 4);
+    EXPECT_GE(expectErrorForEachCall("worker:pwrite", EFBIG, {fileTooLarge}), 4);
+}
+
+TEST_F(InjectedFaultsTest, EveryTruncationThatFails) {
+    EXPECT_GE(expectErrorForEachCall("worker:ftruncate", EIO, {writeFailed}), 2);
+}
+
+TEST_F(InjectedFaultsTest, EverySyncThatFailsIsAnErrorAndIsNotTriedAgain) {
+    EXPECT_EQ(expectErrorForEachCall("library:fsync", EIO, {syncFailed}), 2) << "the file's and the folder's";
+}
+
+TEST_F(InjectedFaultsTest, ASyncThatFindsTheDiskFull) {
+    EXPECT_TRUE(convertWith("library:fsync:1:" + std::to_string(ENOSPC)).result.saidError(diskFull));
+}
+
+TEST_F(InjectedFaultsTest, EveryCloseThatFails) {
+    EXPECT_GE(expectErrorForEachCall("library:close", EIO, {closeFailed}), 2);
+}
+
+TEST_F(InjectedFaultsTest, EveryLinkThatFails) {
+    EXPECT_EQ(expectErrorForEachCall("library:linkat", EIO, {publishFailed}), 1);
+    EXPECT_EQ(expectErrorForEachCall("library:linkat", ENOSPC, {diskFull}), 1);
+}
+
+TEST_F(InjectedFaultsTest, ADiskThatIsFullWhenRoomIsReserved) {
+    // The first call tries out what the file system can; the second reserves.
+    EXPECT_TRUE(convertWith("worker:fallocate:2:" + std::to_string(ENOSPC)).result.saidError(diskFull));
+}
+
+TEST_F(InjectedFaultsTest, WithoutInsertingRangesTheIndexGoesIntoReservedRoom) {
+    const auto outcome = convertWith("worker:insert:1:" + std::to_string(EOPNOTSUPP) + ":all");
+    EXPECT_TRUE(outcome.result.saidHundred());
+    EXPECT_EQ(outcome.hits, 1U) << "the room reserved was enough";
+    const std::string bytes = contentOf(destination());
+    EXPECT_LT(bytes.find("moov"), bytes.find("mdat"));
+}
+
+TEST_F(InjectedFaultsTest, WithoutUnnamedFilesAHiddenOneIsRenamed) {
+    const auto outcome = convertWith("nobody:none:1:1", {"NO_UNNAMED_FILES=1"});
+    EXPECT_TRUE(outcome.result.saidHundred());
+}
+
+TEST_F(InjectedFaultsTest, WithoutUnnamedFilesAndNoReplaceTheHiddenOneIsLinked) {
+    const auto outcome = convertWith("nobody:none:1:1", {"NO_UNNAMED_FILES=1", "NO_RENAME_NOREPLACE=1"});
+    EXPECT_TRUE(outcome.result.saidHundred());
+}
+
+TEST_F(InjectedFaultsTest, WithoutUnnamedFilesNoReplaceAndLinksTheNameIsStillNobodyElses) {
+    const std::string noLinks = "library:linkat:1:" + std::to_string(EPERM) + ":all";
+    const std::vector<std::string> poor = {"NO_UNNAMED_FILES=1", "NO_RENAME_NOREPLACE=1"};
+    EXPECT_TRUE(convertWith(noLinks, poor).result.saidHundred());
+}
+
+TEST_F(InjectedFaultsTest, AHiddenFileIsGoneAfterEveryFault) {
+    const std::vector<std::string> poor = {"NO_UNNAMED_FILES=1"};
+    EXPECT_GE(expectErrorForEachCall("worker:pwrite", ENOSPC, {diskFull}, poor), 4);
+    EXPECT_EQ(expectErrorForEachCall("library:fsync", EIO, {syncFailed}, poor), 2);
+    EXPECT_EQ(expectErrorForEachCall("library:renameat2", EIO, {publishFailed}, poor), 1);
+}
+
+TEST_F(InjectedFaultsTest, AllocationsThatFailInTheWorkerEndInAnErrorOrAWholeMp4) {
+    int errors = 0;
+    for (int n = 1; n < 6000; n = n * 5 / 3 + 1) {
+        errors += convertWith("worker:malloc:" + std::to_string(n) + ":" + std::to_string(ENOMEM) + ":all")
+                          .result.saidHundred()
+                      ? 0
+                      : 1;
+    }
+    EXPECT_GE(errors, 10);
+}
+
+TEST_F(InjectedFaultsTest, FileSizeLimitIsAnErrorAndNoDeath) {
+    fs::remove(destination());
+    const auto result = convertInProcess(source_, destination(), {}, {"prlimit", "--fsize=20000"});
+    EXPECT_EQ(result.status, 0) << "no death by signal";
+    EXPECT_TRUE(result.saidError(fileTooLarge)) << result.output;
+    EXPECT_EQ(folder_.names().size(), 1U);
+}
+
+}  // namespace

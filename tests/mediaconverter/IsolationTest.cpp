@@ -1,0 +1,210 @@
+#include "mediaconverter/FaultTest.h"
+#include "mediaconverter/Processes.h"
+#include "mediaconverter/worker/Barriers.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <thread>
+
+// What the worker has given up before it looks at a recording, tried from inside.
+
+namespace {
+
+using namespace mediatest;
+using enum ConversionError;
+namespace fs = std::filesystem;
+
+/// Runs `inside` in a process of its own; true when it says true there.
+bool holdsInside(const std::function<bool(worker::Reporter&)>& inside) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        worker::Reporter reporter(::open("/dev/null", O_WRONLY));
+        ::_exit(inside(reporter) ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+bool isRefused(long result) {
+    return result < 0 && (errno == EPERM || errno == EACCES);
+}
+
+bool filesAreRefused(worker::Reporter& reporter, const std::string& folder) {
+    worker::barriers::closeFileSystem(reporter);
+    return isRefused(::open("/etc/passwd", O_RDONLY)) && isRefused(::open(folder.c_str(), O_RDONLY | O_DIRECTORY)) &&
+           isRefused(::open((folder + "/new").c_str(), O_CREAT | O_WRONLY, 0600)) &&
+           isRefused(::mkdir((folder + "/sub").c_str(), 0700)) && ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
+}
+
+TEST(IsolationTest, LandlockClosesTheFileSystem) {
+    const TemporaryFolder folder;
+    EXPECT_TRUE(holdsInside([&](worker::Reporter& reporter) { return filesAreRefused(reporter, folder.path()); }));
+}
+
+TEST(IsolationTest, WhatIsOpenStaysUsableBehindLandlock) {
+    const TemporaryFolder folder;
+    writeFile(folder.file("a"), "content");
+    EXPECT_TRUE(holdsInside([&](worker::Reporter& reporter) {
+        const int file = ::open(folder.file("a").c_str(), O_RDWR);
+        worker::barriers::closeFileSystem(reporter);
+        char byte = 0;
+        return ::pread(file, &byte, 1, 0) == 1 && byte == 'c' && ::pwrite(file, &byte, 1, 20) == 1 &&
+               ::ftruncate(file, 4) == 0;
+    }));
+}
+
+/// Each with seccomp alone, so that no other barrier can be what refuses.
+bool isRefusedBySeccomp(const std::function<long()>& attempt) {
+    return holdsInside([&](worker::Reporter& reporter) {
+        worker::barriers::closeSystemCalls(reporter);
+        return isRefused(attempt());
+    });
+}
+
+TEST(IsolationTest, SeccompRefusesFiles) {
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_open, "/etc/passwd", O_RDONLY); }));
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_openat, AT_FDCWD, "/etc/passwd", O_RDONLY); }));
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_unlink, "/nothing"); }));
+}
+
+TEST(IsolationTest, SeccompRefusesTheNetwork) {
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::socket(AF_INET, SOCK_STREAM, 0); }));
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::socket(AF_UNIX, SOCK_STREAM, 0); }));
+}
+
+TEST(IsolationTest, SeccompRefusesProcesses) {
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_fork); }));
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0); }));
+    EXPECT_TRUE(isRefusedBySeccomp([] {
+        char name[] = "/bin/true";
+        char* arguments[] = {name, nullptr};
+        return ::execve(name, arguments, nullptr);
+    }));
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::kill(::getppid(), 0); }));
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::ptrace(PTRACE_ATTACH, ::getppid(), nullptr, nullptr); }));
+}
+
+TEST(IsolationTest, SeccompLetsThreadsAndMemoryBe) {
+    EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
+        worker::barriers::closeSystemCalls(reporter);
+        int value = 0;
+        std::thread([&] { value = 7; }).join();
+        void* const memory = ::mmap(nullptr, 1U << 20U, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        return value == 7 && memory != MAP_FAILED;
+    }));
+}
+
+TEST(IsolationTest, ResourcesAreLimited) {
+    EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
+        worker::barriers::limitResources(reporter, 1000);
+        const auto limitOf = [](__rlimit_resource resource) {
+            rlimit limit = {};
+            ::getrlimit(resource, &limit);
+            return limit.rlim_max;
+        };
+        return limitOf(RLIMIT_NOFILE) <= 16 && limitOf(RLIMIT_CORE) == 0 && limitOf(RLIMIT_FSIZE) == 1U << 30U &&
+               limitOf(RLIMIT_AS) <= rlim_t{4} << 30U && ::getpriority(PRIO_PROCESS, 0) == 10 &&
+               ::syscall(SYS_ioprio_get, 1, 0) == (2 << 13 | 7);
+    }));
+}
+
+TEST(IsolationTest, DiesWithItsParent) {
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    const pid_t parent = ::fork();
+    if (parent == 0) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            worker::barriers::bindToParent(ends[1]);
+            const pid_t self = ::getpid();
+            static_cast<void>(!::write(ends[1], &self, sizeof self));
+            ::pause();
+        }
+        ::pause();
+    }
+    pid_t child = 0;
+    ASSERT_EQ(::read(ends[0], &child, sizeof child), static_cast<ssize_t>(sizeof child));
+    ::kill(parent, SIGKILL);
+    ::waitpid(parent, nullptr, 0);
+    EXPECT_TRUE(waitUntilGone(child));
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+TEST(IsolationTest, AWorkerAtWorkHasThreeDescriptorsAndStandsBehindEveryBarrier) {
+    const TemporaryFolder folder;
+    const std::string source = samples::make("nut", {"-an", "-c:v", "rawvideo"}, 8);
+    RecordingSink sink;
+    std::string descriptors;
+    std::string seccomp;
+    std::string privileges;
+    sink.inCallback = [&] {
+        const auto worker = workerOf(::getpid());
+        // By the second report it reads the recording, so all barriers are up.
+        if (!worker || sink.count() != 2) {
+            return;
+        }
+        seccomp = statusLine(*worker, "Seccomp");
+        privileges = statusLine(*worker, "NoNewPrivs");
+        for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(*worker) + "/fd")) {
+            descriptors += entry.path().filename().string() + " ";
+        }
+    };
+    convert(source, folder.file("out.mp4"), sink);
+    ASSERT_TRUE(sink.isSuccess());
+    EXPECT_EQ(seccomp, "2");
+    EXPECT_EQ(privileges, "1");
+    std::istringstream words(descriptors);
+    std::vector<std::string> sorted;
+    for (std::string word; words >> word;) {
+        sorted.push_back(word);
+    }
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(sorted, (std::vector<std::string>{"0", "1", "2", "3", "4", "5"})) << "0 to 2 lead nowhere";
+}
+
+TEST(IsolationTest, NoOtherFileAndNoSocketIsOpenedWhateverAPlaylistSays) {
+    const TemporaryFolder folder;
+    for (const std::string& content :
+         {std::string("#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:9,\n/etc/passwd\n#EXT-X-ENDLIST\n"),
+          std::string("ffconcat version 1.0\nfile '/etc/passwd'\n"), contentOf(samples::matroska())}) {
+        const std::string source = folder.file("a.mkv");
+        writeFile(source, content);
+        const std::string trace = folder.file("trace");
+        runQuietly({"strace", "-f", "-o", trace, "-e", "trace=open,openat,socket,connect,seccomp", convertOne(),
+                    shippedLibrary(), source, folder.file("out.mp4")});
+        std::ifstream lines(trace);
+        std::string application;
+        bool isClosed = false;
+        for (std::string line; std::getline(lines, line);) {
+            const std::string process = line.substr(0, line.find(' '));
+            application = application.empty() ? process : application;
+            isClosed = isClosed || line.find("seccomp(SECCOMP_SET_MODE_FILTER") != std::string::npos;
+            const bool opens = line.find("open") != std::string::npos || line.find("socket(") != std::string::npos;
+            if (isClosed && process != application && opens) {
+                EXPECT_NE(line.find(" = -1 "), std::string::npos) << line;
+            }
+        }
+        EXPECT_TRUE(isClosed);
+        fs::remove(folder.file("out.mp4"));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+#include "mediaconverter/FaultTest.h"
+#include "mediaconverter/Processes.h"
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+
+// A worker that is missing, dies, hangs, talks nonsense or needs too much: the application hears one error.
+
+namespace {
+
+using namespace mediatest;
+using enum ConversionError;
+namespace fs = std::filesystem;
+
+/// An application folder of its own, with a worker that a test writes.
+class WorkerFaultsTest : public FaultTest {
+protected:
+    WorkerFaultsTest() : source_(put("a.mkv", contentOf(samples::matroska()))) {
+        fs::create_directories(application_.file("lib"));
+        fs::create_directories(application_.file("libexec"));
+        fs::copy_file(shippedLibrary(), application_.file("lib/libmediaconverter.so"));
+    }
+
+    ~WorkerFaultsTest() override {
+        if (library_ != nullptr) {
+            dlclose(library_);
+        }
+    }
+
+    std::string worker() const { return application_.file("libexec/mediaconverter-worker"); }
+
+    void writeWorker(const std::string& script) {
+        writeFile(worker(), "#!/bin/sh\n" + script + "\n");
+        ASSERT_EQ(::chmod(worker().c_str(), 0755), 0);
+    }
+
+    void expectErrorOfWorker(ConversionError error) {
+        library_ = dlopen(application_.file("lib/libmediaconverter.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library_, nullptr);
+        const auto create = reinterpret_cast<CreateFunction>(dlsym(library_, "CreateMediaConverter"));
+        testing::internal::CaptureStderr();
+        make(create, sink_)->Convert(source_.c_str(), destination().c_str(), 3, 4);
+        const std::string log = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(sink_.onlyError(), static_cast<int>(error)) << log;
+        EXPECT_NE(log.find(mediaconverter::sentence(error)), std::string::npos) << log;
+        EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
+        EXPECT_EQ(contentOf(source_), contentOf(samples::matroska()));
+    }
+
+    TemporaryFolder application_;
+    std::string source_;
+    void* library_ = nullptr;
+};
+
+TEST_F(WorkerFaultsTest, Missing) {
+    expectErrorOfWorker(workerMissing);
+}
+
+TEST_F(WorkerFaultsTest, NotAProgram) {
+    writeFile(worker(), "no program");
+    expectErrorOfWorker(workerMissing);
+}
+
+TEST_F(WorkerFaultsTest, ALibraryOfItsIsMissing) {
+    writeWorker("exit 127");
+    expectErrorOfWorker(workerMissing);
+}
+
+TEST_F(WorkerFaultsTest, Crashes) {
+    writeWorker("kill -SEGV $$");
+    expectErrorOfWorker(workerCrashed);
+}
+
+TEST_F(WorkerFaultsTest, CrashesAfterItHasBegunToWrite) {
+    writeWorker("head -c 100000 /dev/zero >&4; kill -ABRT $$");
+    expectErrorOfWorker(workerCrashed);
+}
+
+TEST_F(WorkerFaultsTest, EndsWithoutAWord) {
+    writeWorker("exit 0");
+    expectErrorOfWorker(workerCrashed);
+}
+
+TEST_F(WorkerFaultsTest, TalksNonsense) {
+    writeWorker("head -c 2000 /dev/urandom >&5");
+    expectErrorOfWorker(workerNonsense);
+}
+
+TEST_F(WorkerFaultsTest, ReportsACodeThatIsNone) {
+    // Kind 5 (failed) with code 9999, little-endian.
+    writeWorker("printf '\\005\\000\\000\\000\\017\\047\\000\\000' >&5; head -c 504 /dev/zero >&5");
+    expectErrorOfWorker(workerNonsense);
+}
+
+TEST_F(WorkerFaultsTest, SaysDoneAndCrashes) {
+    writeWorker("printf '\\004\\000\\000\\000' >&5; head -c 508 /dev/zero >&5; kill -SEGV $$");
+    expectErrorOfWorker(workerCrashed);
+}
+
+TEST_F(WorkerFaultsTest, SaysDoneAndGoesOnTalking) {
+    writeWorker("printf '\\004\\000\\000\\000' >&5; head -c 1020 /dev/zero >&5");
+    expectErrorOfWorker(workerNonsense);
+}
+
+TEST_F(WorkerFaultsTest, NeedsMoreMemoryThanItMayUse) {
+    source_ =
+        put("a.mkv", contentOf(samples::make(
+                         "nut", {"-an", "-c:v", "rawvideo", "-vf", "scale=4096:4096", "-pix_fmt", "yuv420p"}, 0.2)));
+    fs::create_symlink(applicationFolder() + "/libexec/mediaconverter-worker", application_.file("libexec/real"));
+    writeWorker("ulimit -v 400000; exec \"$(dirname \"$0\")/real\"");
+    library_ = dlopen(application_.file("lib/libmediaconverter.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library_, nullptr);
+    const auto create = reinterpret_cast<CreateFunction>(dlsym(library_, "CreateMediaConverter"));
+    make(create, sink_)->Convert(source_.c_str(), destination().c_str(), 3, 4);
+    EXPECT_EQ(sink_.onlyError(), static_cast<int>(workerOutOfMemory));
+    EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
+}
+
+TEST_F(WorkerFaultsTest, HangsForThirtySeconds) {
+    writeWorker("exec sleep 300");
+    const auto start = std::chrono::steady_clock::now();
+    expectErrorOfWorker(workerHung);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::seconds(29));
+    EXPECT_LE(taken, std::chrono::seconds(45));
+}
+
+TEST_F(WorkerFaultsTest, TheLibraryFindsTheWorkerBesideItselfWhereverItStands) {
+    fs::create_symlink(applicationFolder() + "/libexec/mediaconverter-worker", worker());
+    library_ = dlopen(application_.file("lib/libmediaconverter.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library_, nullptr);
+    const auto create = reinterpret_cast<CreateFunction>(dlsym(library_, "CreateMediaConverter"));
+    make(create, sink_)->Convert(source_.c_str(), destination().c_str(), 3, 4);
+    EXPECT_TRUE(sink_.isSuccess());
+}
+
+}  // namespace
