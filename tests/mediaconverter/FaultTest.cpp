@@ -59,9 +59,13 @@ std::string FaultTest::expectSuccess(const std::string& source, const std::vecto
 
 std::vector<int> FaultTest::packetCounts(const std::string& path) {
     std::vector<int> counts;
-    for (const std::string& line : linesOf(outputOf({"ffprobe", "-v", "quiet", "-count_packets", "-show_entries",
-                                                     "stream=nb_read_packets", "-of", "csv=p=0", path}))) {
-        counts.push_back(std::atoi(line.c_str()));
+    std::string output;
+    // What ffprobe refuses altogether has no packets for it; ours may do better.
+    runFor({"ffprobe", "-v", "quiet", "-show_entries", "packet=stream_index", "-of", "csv=p=0", path}, output);
+    for (const std::string& line : linesOf(output)) {
+        const auto stream = static_cast<std::size_t>(std::atoi(line.c_str()));
+        counts.resize(std::max(counts.size(), stream + 1));
+        ++counts[stream];
     }
     return counts;
 }

@@ -201,7 +201,7 @@ TEST_P(CutRecordingTest, EveryCompletePacketBeforeTheCutIsSaved) {
         const auto have = packetCounts(destination());
         const auto complete = packetCounts(source);
         for (std::size_t stream = 0; stream < have.size(); ++stream) {
-            EXPECT_GE(have[stream], complete.at(stream) - 1) << percent << " % " << stream;
+            EXPECT_GE(have[stream], stream < complete.size() ? complete[stream] - 1 : 1) << percent << " %";
         }
         EXPECT_EQ(folder_.names(), (std::vector<std::string>{"cut.rec", "out.mp4"})) << "a cut end is no damage";
     }
