@@ -5,6 +5,7 @@
 #include "contract/EventLoop.h"
 
 #include <QApplication>
+#include <algorithm>
 
 namespace test {
 
@@ -16,11 +17,15 @@ BubbleKit::BubbleKit() : maker(std::make_unique<uilib::qt::QtAuroraBubbleMaker>(
 }
 
 BubbleKit::~BubbleKit() {
-    // Every window gets out of the next test's way.
-    for (auto* window : windows()) {
-        window->close();
+    // The kit's parts outlive every bubble.
+    for (const auto& opened : opened_) {
+        if (const auto bubble = opened.lock()) {
+            bubble->close();
+        }
     }
-    turnUntil([] { return windows().empty(); });
+    turnUntil([this] {
+        return std::all_of(opened_.begin(), opened_.end(), [](const auto& opened) { return opened.expired(); });
+    });
     center.removeObserver(this);
     platform::ui::TextMeasure::setStandard(nullptr);
     platform::ui::ImageCatalog::setStandard(nullptr);
@@ -55,10 +60,17 @@ std::shared_ptr<CAuroraBubbleDescription> BubbleKit::makeDescription(const Auror
     return description;
 }
 
+std::shared_ptr<CAuroraBubble> BubbleKit::open(const std::shared_ptr<platform::ui::View>& view,
+                                               const AuroraFadeRecord& fade) {
+    const auto bubble = maker->makeBubbleWithDescriptionExternalClientView(makeDescription(fade), view);
+    bubble->showAtAndBindInViewOption({0, 0}, nullptr, CAuroraBubble::hangBelow);
+    opened_.push_back(bubble);
+    return bubble;
+}
+
 std::weak_ptr<CAuroraBubble> BubbleKit::show(const std::shared_ptr<platform::ui::View>& view, double shown) {
     const auto count = windows().size();
-    const auto bubble = maker->makeBubbleWithDescriptionExternalClientView(makeDescription({0.05, shown, 0.05}), view);
-    bubble->showAtAndBindInViewOption({0, 0}, nullptr, CAuroraBubble::hangBelow);
+    const auto bubble = open(view, {0.05, shown, 0.05});
     EXPECT_TRUE(turnUntil([&] { return windows().size() == count + 1; }));
     turnFor(std::chrono::milliseconds(100));
     return bubble;

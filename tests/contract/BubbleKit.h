@@ -30,7 +30,10 @@ protected:
     /// The application's look, but with these times in seconds.
     static std::shared_ptr<CAuroraBubbleDescription> makeDescription(const AuroraFadeRecord& fade);
 
-    /// Makes and shows a bubble that stays for `shown` seconds; the test holds it only weakly.
+    /// Makes a bubble with the application's look and these times, and shows it.
+    std::shared_ptr<CAuroraBubble> open(const std::shared_ptr<platform::ui::View>& view, const AuroraFadeRecord& fade);
+
+    /// Opens a bubble and waits for its window. It stays for `shown` seconds; the test holds it only weakly.
     std::weak_ptr<CAuroraBubble> show(const std::shared_ptr<platform::ui::View>& view, double shown = 60);
 
     /// The windows of the bubbles now on the screen.
@@ -43,6 +46,9 @@ protected:
     std::unique_ptr<uilib::qt::QtAuroraBubbleMaker> maker;
     std::vector<const void*> closed;
     std::vector<std::string> pressed;
+
+private:
+    std::vector<std::weak_ptr<CAuroraBubble>> opened_;
 };
 
 }  // namespace test

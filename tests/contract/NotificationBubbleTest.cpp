@@ -1,0 +1,173 @@
+/// Bubbles where no window can be placed: the desktop's notification server shows them.
+
+#include "contract/BubbleKit.h"
+#include "contract/EventLoop.h"
+#include "contract/NotificationServer.h"
+#include "platform/qt/ActivationToken.h"
+#include "support/FakeSystemLog.h"
+#include "uilib/AuroraRoundedButton.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string kSaved = "Your recording has been saved to your computer.";
+
+class NotificationBubble : public test::BubbleKit {
+protected:
+    std::shared_ptr<CAuroraBubble> notify(const std::shared_ptr<platform::ui::View>& view, double seconds = 60) {
+        const auto before = server->shown.size();
+        auto bubble = open(view, {0.1, seconds, 0.1});
+        EXPECT_TRUE(test::turnUntil([&] { return server->shown.size() > before && log.lines().size() > before; }));
+        return bubble;
+    }
+
+    const test::NotificationServer::Shown& last() const { return server->shown.back(); }
+
+    bool waitUntilClosed(std::size_t count = 1) {
+        return test::turnUntil([&] { return closed.size() >= count; });
+    }
+
+    std::unique_ptr<test::NotificationServer> server = std::make_unique<test::NotificationServer>();
+    test::FakeSystemLog log;
+};
+
+TEST_F(NotificationBubble, SaysTheTextWithItsButtonsTimeAndKind) {
+    notify(makeView(kSaved, {"Open", "View in Folder"}), 15);
+    EXPECT_EQ(last().summary, QStringLiteral("Record converter"));
+    EXPECT_EQ(last().body.toStdString(), kSaved);
+    EXPECT_EQ(last().actions, (QStringList{"default", "Open", "0", "Open", "1", "View in Folder"}));
+    EXPECT_EQ(last().timeout, 15000);
+    EXPECT_EQ(last().hints.value("category").toString(), QStringLiteral("transfer.complete"));
+    EXPECT_EQ(last().hints.value("desktop-entry").toString(), QStringLiteral("org.recordconverter.RecordConverter"));
+    EXPECT_TRUE(last().hints.contains("urgency"));
+    EXPECT_TRUE(windows().empty());
+}
+
+TEST_F(NotificationBubble, TellsAFailureApart) {
+    notify(makeView("We had a problem.", {}, "icn_error"));
+    EXPECT_EQ(last().hints.value("category").toString(), QStringLiteral("transfer.error"));
+    EXPECT_TRUE(last().actions.empty());
+}
+
+TEST_F(NotificationBubble, KeepsMarkupInATextFromBeingMarkup) {
+    notify(makeView("<b>& a \"name\"</b>"));
+    EXPECT_EQ(last().body, QStringLiteral("&lt;b&gt;&amp; a &quot;name&quot;&lt;/b&gt;"));
+}
+
+TEST_F(NotificationBubble, LeavesOutWhatTheServerCannotShow) {
+    server.reset();
+    server = std::make_unique<test::NotificationServer>(QStringList());
+    notify(makeView(kSaved, {"Open"}));
+    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_TRUE(last().body.isEmpty());
+    EXPECT_TRUE(last().actions.empty());
+}
+
+TEST_F(NotificationBubble, AnActionPressesItsButtonAndTheBubbleCloses) {
+    const auto bubble = notify(makeView(kSaved, {"Open", "View in Folder"}));
+    server->press(last().id, QStringLiteral("1"));
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_EQ(pressed, std::vector<std::string>{"View in Folder"});
+    EXPECT_EQ(closed, std::vector<const void*>{bubble.get()});
+}
+
+TEST_F(NotificationBubble, APressOnTheNotificationItselfIsTheFirstButton) {
+    notify(makeView(kSaved, {"Open", "View in Folder"}));
+    server->press(last().id, QStringLiteral("default"));
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_EQ(pressed, std::vector<std::string>{"Open"});
+}
+
+TEST_F(NotificationBubble, HandsTheActivationTokenToWhatThePressOpens) {
+    const auto view = makeView(kSaved, {"Open"});
+    QString token;
+    view->buttonsArray().front()->setAction([&] { token = platform::qt::takeActivationToken(); });
+    notify(view);
+    server->press(last().id, QStringLiteral("0"), QStringLiteral("token-7"));
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_EQ(token, QStringLiteral("token-7"));
+    EXPECT_TRUE(platform::qt::takeActivationToken().isEmpty());
+}
+
+TEST_F(NotificationBubble, ClosesWhenTheServerPutsItAway) {
+    const auto bubble = notify(makeView(kSaved));
+    server->expire(last().id);
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_EQ(closed, std::vector<const void*>{bubble.get()});
+}
+
+TEST_F(NotificationBubble, PaysNoHeedToOtherNotifications) {
+    notify(makeView(kSaved, {"Open"}));
+    server->press(last().id + 1, QStringLiteral("0"));
+    server->expire(last().id + 1);
+    test::turnFor(200ms);
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(pressed.empty());
+}
+
+TEST_F(NotificationBubble, PaysNoHeedToSignalsOfAnotherSender) {
+    notify(makeView(kSaved, {"Open"}));
+    auto forged =
+        QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/Notifications"),
+                                   QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
+    forged << last().id << QStringLiteral("0");
+    QDBusConnection::sessionBus().send(forged);
+    test::turnFor(200ms);
+    EXPECT_TRUE(pressed.empty());
+}
+
+TEST_F(NotificationBubble, TakesItsNotificationAwayWhenItIsClosed) {
+    const auto bubble = notify(makeView(kSaved));
+    bubble->close();
+    EXPECT_TRUE(closed.empty());
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_TRUE(test::turnUntil([&] { return server->closedByClient.size() == 1; }));
+    EXPECT_EQ(server->closedByClient.front(), last().id);
+    test::turnFor(100ms);
+    EXPECT_EQ(closed.size(), 1U);
+}
+
+TEST_F(NotificationBubble, EndsByItselfWhenTheServerForgetsToEndIt) {
+    notify(makeView(kSaved), 0.4);
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_TRUE(test::turnUntil([&] { return server->closedByClient.size() == 1; }));
+}
+
+TEST_F(NotificationBubble, LeavesItsNotificationToAServerThatKeepsThemForLater) {
+    server.reset();
+    server = std::make_unique<test::NotificationServer>(QStringList{QStringLiteral("persistence")});
+    notify(makeView(kSaved), 0.4);
+    ASSERT_TRUE(waitUntilClosed());
+    test::turnFor(100ms);
+    EXPECT_TRUE(server->closedByClient.empty());
+}
+
+TEST_F(NotificationBubble, AServerThatVanishesClosesTheBubble) {
+    notify(makeView(kSaved));
+    server.reset();
+    EXPECT_TRUE(waitUntilClosed());
+}
+
+TEST_F(NotificationBubble, EachBubbleLooksForAServerAnew) {
+    server.reset();
+    const auto text = kSaved;
+    show(makeView(text));
+    EXPECT_EQ(windows().size(), 1U);
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_EQ(log.lines().front(), text) << "without display and server the log says it in one sentence";
+    server = std::make_unique<test::NotificationServer>();
+    open(makeView(kSaved), {0.1, 60, 0.1});
+    EXPECT_TRUE(test::turnUntil([&] { return server->shown.size() == 1; }));
+    EXPECT_EQ(windows().size(), 1U);
+}
+
+}  // namespace

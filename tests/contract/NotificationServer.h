@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <vector>
+
+namespace test {
+
+/// A desktop's notification server, on a bus connection of its own, that shows nothing and records everything.
+class NotificationServer final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+
+public:
+    struct Shown {
+        uint id;
+        QString summary;
+        QString body;
+        QStringList actions;
+        QVariantMap hints;
+        int timeout;
+    };
+
+    explicit NotificationServer(QStringList capabilities = {QStringLiteral("body"), QStringLiteral("body-markup"),
+                                                            QStringLiteral("actions")});
+    ~NotificationServer() override;
+
+    std::vector<Shown> shown;
+    std::vector<uint> closedByClient;
+
+    void press(uint id, const QString& key, const QString& token = {});
+    void expire(uint id);
+
+public Q_SLOTS:
+    QStringList GetCapabilities() { return capabilities_; }
+    uint Notify(const QString& application, uint replaces, const QString& icon, const QString& summary,
+                const QString& body, const QStringList& actions, const QVariantMap& hints, int timeout);
+    void CloseNotification(uint id);
+
+Q_SIGNALS:
+    void NotificationClosed(uint id, uint reason);
+    void ActionInvoked(uint id, const QString& key);
+    void ActivationToken(uint id, const QString& token);
+
+private:
+    const QStringList capabilities_;
+    const QString connectionName_;
+    QDBusConnection connection_;
+    uint lastId_ = 40;
+};
+
+}  // namespace test
