@@ -1,0 +1,49 @@
+#include "contract/StatusWatcher.h"
+
+#include "contract/EventLoop.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+
+namespace test {
+
+namespace {
+
+const auto kName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const auto kPath = QStringLiteral("/StatusNotifierWatcher");
+
+QString newConnectionName() {
+    static int count = 0;
+    return QStringLiteral("status watcher %1").arg(++count);
+}
+
+}  // namespace
+
+StatusWatcher::StatusWatcher()
+    : connectionName_(newConnectionName()),
+      connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName_)) {
+    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
+    connection_.registerService(kName);
+}
+
+StatusWatcher::~StatusWatcher() {
+    connection_.unregisterService(kName);
+    connection_.unregisterObject(kPath);
+    QDBusConnection::disconnectFromBus(connectionName_);
+}
+
+QVariant StatusWatcher::property(const QString& item, const QString& name) {
+    auto question =
+        QDBusMessage::createMethodCall(item, QStringLiteral("/StatusNotifierItem"),
+                                       QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    question << QStringLiteral("org.kde.StatusNotifierItem") << name;
+    // Answered by this very thread, so it must not wait for itself.
+    const QDBusPendingCallWatcher watcher(connection_.asyncCall(question));
+    turnUntil([&] { return watcher.isFinished(); });
+    const QDBusPendingReply<QDBusVariant> answer = watcher;
+    return answer.isValid() ? answer.value().variant() : QVariant();
+}
+
+}  // namespace test
