@@ -7,7 +7,9 @@
 #include "support/RecordingTrace.h"
 #include "support/ScriptedMediaConverter.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <future>
 #include <gtest/gtest.h>
 #include <memory>
@@ -76,8 +78,8 @@ protected:
         app->applicationDidFinishLaunching();
     }
 
-    void deliver(const char* name, const std::string& path = {}) {
-        platform::UserInfo userInfo{{kMeetingRecordNotificationKey_MeetingProcessId, std::int32_t{4711}}};
+    void deliver(const char* name, const std::string& path = {}, std::int32_t pid = 4711) {
+        platform::UserInfo userInfo{{kMeetingRecordNotificationKey_MeetingProcessId, pid}};
         if (!path.empty()) {
             userInfo[kMeetingRecordNotificationKey_RecordIntermediatePath] = path;
         }
@@ -274,6 +276,59 @@ TEST_F(MeetingTraceTest, ADeathWithoutAWordAndAFailingConversionAreTracedLineByL
     fake.mainQueue.drain();
     EXPECT_EQ(mainThread(), (Log{info("-[KTRConverterProcessNotificationMgr showFilesPreparedBubble]"),
                                  info("-[KTRConverterProcessNotificationMgr showConvertFailedBubble]")}));
+}
+
+TEST_F(MeetingTraceTest, AJobScheduledBetweenTakingAndStartLosesNoRecordingAndTheApplicationEndsOnce) {
+    fake.fileManager.addFile("/rec/one.rec");
+    fake.fileManager.addFile("/rec/two.rec");
+    launch({"/opt/bin/record-converter", "-pid", "4711", "-path", "/rec/one.rec"});
+    deliver(kMeetingRecordNotificationName_RecordingStarted, "/rec/two.rec", 4712);
+
+    // The conversion thread has taken the first item and stands still before it reports the start.
+    std::promise<void> taken;
+    std::promise<void> scheduled;
+    trace.setOnLine([this, &taken, &scheduled](const test::TraceLine& line) {
+        if (line.text.ends_with("convertItem:]: src_pid = 4711, src_path = /rec/one.rec")) {
+            trace.setOnLine(nullptr);
+            taken.set_value();
+            scheduled.get_future().wait();
+        }
+    });
+    fake.exitWatch.exit(4711);
+    queues.open();
+    taken.get_future().wait();
+    trace.clear();
+    fake.exitWatch.exit(4712);
+    const auto queuedSteps = mainThread();
+    EXPECT_EQ(std::count(queuedSteps.begin(), queuedSteps.end(),
+                         info("-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... ")),
+              1)
+        << "nothing waits and nothing runs yet, so a second step is queued";
+    scheduled.set_value();
+
+    const std::string ranOut = "-[AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:]: ";
+    ASSERT_TRUE(trace.waitFor(ranOut, 2));
+    queues.settle();
+    const auto conversion = conversionThread();
+    EXPECT_EQ(std::count(conversion.begin(), conversion.end(), info(ranOut)), 2) << "twice, and never more";
+    const auto requests = ScriptedMediaConverter::requests();
+    ASSERT_EQ(requests.size(), 2U) << "each recording is converted once";
+    EXPECT_EQ(requests[0].source, "/rec/one.rec");
+    EXPECT_EQ(requests[1].source, "/rec/two.rec");
+    EXPECT_EQ(fake.fileManager.removed(), (std::vector<std::string>{"/rec/one.rec", "/rec/two.rec"}));
+
+    fake.mainQueue.drain();
+    EXPECT_EQ(fake.bubbleMaker.bubbles().size(), 3U) << "the being-prepared bubble and two saved ones";
+    fake.runLoop.advance(5s);
+    EXPECT_TRUE(fake.application.terminateSenders().empty()) << "not before the user has seen both";
+    fake.bubbleMaker.postWillClose(*fake.bubbleMaker.bubbles()[1]);
+    fake.bubbleMaker.postWillClose(*fake.bubbleMaker.bubbles()[2]);
+    fake.runLoop.advance(0.999s);
+    EXPECT_TRUE(fake.application.terminateSenders().empty());
+    fake.runLoop.advance(0.001s);
+    // Two run-outs may have made two timers. Both ask in the very same turn of the loop, which then ends, once.
+    ASSERT_FALSE(fake.application.terminateSenders().empty());
+    EXPECT_LE(fake.application.terminateSenders().size(), 2U);
 }
 
 }  // namespace
