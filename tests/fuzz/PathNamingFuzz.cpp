@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (std::size_t i = 0; i + 1 < folder.asked.size(); ++i) {
         fuzz::require(folder.asked[i] != destination, "the destination was not taken");
     }
-    const auto itsFolder = platform::deletingLastPathComponent(source);
+    const std::string itsFolder(platform::deletingLastPathComponent(source));
     fuzz::require(destination.starts_with(itsFolder + '/'), "the destination lies in the source's folder");
     const auto name = destination.substr(itsFolder.size() + 1);
     // A source that names no file at all ("/") has no name either; there the folder is all there is.

@@ -1,0 +1,158 @@
+"""A long day in a few minutes: thousands of notifications from many senders over a real bus while hundreds of meeting
+processes come and go. Not part of the test run; scripts/soak starts it."""
+
+import os
+import random
+import unittest
+
+from gi.repository import GLib
+
+import bus
+import processes
+import world
+
+NOTIFICATIONS = int(os.environ.get("SOAK_NOTIFICATIONS", "10000"))
+PROCESSES = int(os.environ.get("SOAK_PROCESSES", "500"))
+SENDERS = 20
+ALIVE_AT_ONCE = 40
+SEED = int(os.environ.get("SOAK_SEED", "1"))
+
+
+def memory(pid):
+    """Kilobytes in main memory."""
+    with open(f"/proc/{pid}/status", encoding="utf-8") as file:
+        return next(int(line.split()[1]) for line in file if line.startswith("VmRSS:"))
+
+
+def descriptors(pid):
+    return len(os.listdir(f"/proc/{pid}/fd"))
+
+
+class Client:
+    """One meeting process, what it has still to say, and what the converter must have made of it."""
+
+    def __init__(self, scenario, sender, number, budget):
+        self.scenario, self.sender, self.number = scenario, sender, number
+        self.meeting = processes.Meeting()
+        self.pid = self.meeting.pid
+        self.left = budget
+        self.writing = None
+        self.accepted = []
+        self.said = {bus.STARTED: 0, bus.STOPPED: 0, bus.QUIT: 0}
+        self.gone = False
+
+    def _say(self, name, path=None):
+        info = {bus.PID: GLib.Variant("i", self.pid)}
+        if path is not None:
+            info[bus.FILE] = GLib.Variant("s", path)
+        self.sender.post(name, info)
+        self.said[name] += 1
+        self.left -= 1
+
+    def step(self):
+        """One notification, by chance."""
+        chance = random.random()
+        if self.writing is None and chance < 0.85 or chance < 0.05:
+            path = self.scenario.path(f"{self.number}-{self.said[bus.STARTED]}.rec")
+            if self.writing is None:
+                with open(path, "w", encoding="utf-8") as file:
+                    file.write(path)
+                self.writing = path
+                self.accepted.append(path)
+            self._say(bus.STARTED, path)
+        else:
+            self.writing = None
+            self._say(bus.STOPPED)
+
+    def end(self):
+        """With a quit, without a word, or both."""
+        how = random.randrange(3)
+        if how != 0:
+            self._say(bus.QUIT)
+        # Whoever dies before the converter has heard of it is never missed: wait until it has.
+        self.scenario.wait_said(self)
+        if how != 1:
+            self.meeting.die()
+        self.gone = True
+
+
+class Soak(world.World):
+    def wait_said(self, client):
+        total = sum(client.said.values())
+        self.line.wait(lambda: self._acknowledged(client.pid) >= total, 60, f"everything is acknowledged to {client.pid}")
+
+    def _acknowledged(self, pid):
+        for notification in self.line.heard:
+            if notification.name == bus.ACK:
+                to = notification.info[bus.ACK_TO]
+                self.acknowledged[to] = self.acknowledged.get(to, 0) + 1
+        self.line.heard.clear()
+        return self.acknowledged.get(pid, 0)
+
+    def test_a_long_day(self):
+        random.seed(SEED)
+        self.acknowledged = {}
+        self.environment["LD_LIBRARY_PATH"] = os.path.join(world.TEST_LIBRARIES, "foreign")
+        self.environment["FOREIGN_MEDIA_CONVERTER"] = "copy"
+        host = self.meeting()
+        with open(self.path("host.rec"), "w", encoding="utf-8") as file:
+            file.write(self.path("host.rec"))
+        converter = self.launch_for(host, self.path("host.rec"))
+        before = memory(converter.pid), descriptors(converter.pid)
+
+        senders = [bus.Line(self.bus.address) for _ in range(SENDERS)]
+        for sender in senders:
+            self.addCleanup(sender.close)
+        accepted = [self.path("host.rec")]
+        alive, started, said = [], 0, 0
+        ended = []
+        while started < PROCESSES or alive:
+            if started < PROCESSES and len(alive) < ALIVE_AT_ONCE and random.random() < 0.3:
+                alive.append(Client(self, random.choice(senders), started, max(1, NOTIFICATIONS // PROCESSES - 1)))
+                started += 1
+            if not alive:
+                continue
+            client = random.choice(alive)
+            if client.left > 0:
+                client.step()
+            else:
+                client.end()
+                alive.remove(client)
+                ended.append(client)
+            if random.random() < 0.02:
+                # What no client should say: nothing, or a stop and quit of a stranger.
+                random.choice(senders).post(random.choice((bus.STARTED, "Other")))
+                random.choice(senders).quit(0)
+            for sender in senders:
+                sender.turn()
+                sender.heard.clear()
+        for client in ended:
+            client.meeting.die()
+            accepted += client.accepted
+            said += sum(client.said.values())
+        # Notifications without user info count as process 0; its quit leaves the pool as it was.
+        senders[0].quit(0)
+        host.die()
+
+        targets = {path.removesuffix(".rec") + ".mp4": path for path in accepted}
+        self.wait_for(lambda: self.line.heard.clear() or
+                      all(os.path.exists(target) for target in targets), 300, "everything is converted")
+        self.wait_for(lambda: not [name for name in self.files() if name.endswith(".rec")
+                                   and self.path(name) in targets.values()], 60, "every source is gone")
+        self.assertEqual([name for name in self.files() if self.path(name) not in targets], [],
+                         "nothing is converted twice or invented")
+        for target, source in targets.items():
+            with open(target, encoding="utf-8") as file:
+                self.assertEqual(file.read(), source)
+        peak = memory(converter.pid)
+        after = self.wait_for(lambda: self.line.heard.clear() or converter.poll() is not None and "ended" or
+                              descriptors(converter.pid) <= before[1] + 5 and
+                              (memory(converter.pid), descriptors(converter.pid)), 120,
+                              f"descriptors go back: {before}")
+        print(f"soak: {said} notifications, {len(ended)} processes, {len(targets)} recordings converted; memory "
+              f"{before[0]} kB at first, {peak} kB at the end of the work; descriptors {before[1]}, then {after}")
+        self.assertEqual(self.wait_ended(converter, 600), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
