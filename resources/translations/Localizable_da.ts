@@ -13,7 +13,7 @@
     </message>
     <message>
         <source>We had a problem converting the recording to MP4 format.</source>
-        <translation>Der opstod et problem under konverteringen af optagelsen til MP4-format.</translation>
+        <translation>Der opstod et problem under konverteringen af optagelsen til MP4‑format.</translation>
     </message>
     <message>
         <source>View in Folder</source>

@@ -13,7 +13,7 @@
     </message>
     <message>
         <source>We had a problem converting the recording to MP4 format.</source>
-        <translation>Beim Umwandeln der Aufzeichnung in das MP4-Format ist ein Problem aufgetreten.</translation>
+        <translation>Beim Umwandeln der Aufzeichnung in das MP4‑Format ist ein Problem aufgetreten.</translation>
     </message>
     <message>
         <source>View in Folder</source>

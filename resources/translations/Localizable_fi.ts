@@ -13,7 +13,7 @@
     </message>
     <message>
         <source>We had a problem converting the recording to MP4 format.</source>
-        <translation>Tallenteen muuntamisessa MP4-muotoon ilmeni ongelma.</translation>
+        <translation>Tallenteen muuntamisessa MP4‑muotoon ilmeni ongelma.</translation>
     </message>
     <message>
         <source>View in Folder</source>

@@ -5,7 +5,7 @@
     <name>Localizable</name>
     <message>
         <source>Your recording is being prepared. This may take a while.</source>
-        <translation>レコーディングを準備しています。しばらく時間がかかることがあります。</translation>
+        <translation>レコーディングを準備しています。しばらくお待ちください。</translation>
     </message>
     <message>
         <source>Your recording has been saved to your computer.</source>

@@ -13,7 +13,7 @@
     </message>
     <message>
         <source>We had a problem converting the recording to MP4 format.</source>
-        <translation>Er is een probleem opgetreden bij het omzetten van de opname naar MP4-indeling.</translation>
+        <translation>Er is een probleem opgetreden bij het omzetten van de opname naar MP4‑indeling.</translation>
     </message>
     <message>
         <source>View in Folder</source>

@@ -13,7 +13,7 @@
     </message>
     <message>
         <source>We had a problem converting the recording to MP4 format.</source>
-        <translation>Ett problem uppstod när inspelningen skulle konverteras till MP4-format.</translation>
+        <translation>Ett problem uppstod när inspelningen skulle konverteras till MP4‑format.</translation>
     </message>
     <message>
         <source>View in Folder</source>

@@ -3,6 +3,7 @@
 ///   bubble-show RESOURCES LANGUAGE KIND...
 /// LANGUAGE is a code such as "de"; a KIND is prepared, saved, failed, received:PATH or stashed:PATH. Prints one line
 /// for each event ("opened URL", "closed N left") and ends when the last result bubble has closed.
+/// BUBBLE_SHOW_DESKTOP=#rrggbb in the environment puts a plain desktop of that colour below them.
 
 #include "KTRConverterProcessNotificationMgr.h"
 #include "platform/NotificationCenter.h"
@@ -18,6 +19,11 @@
 #include "platform/ui/ImageView.h"
 #include "uilib/qt/QtAuroraBubbleMaker.h"
 
+#include <QColor>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWidget>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -35,12 +41,27 @@ public:
     }
 };
 
+/// A compositor draws its own grey where nothing else is.
+std::unique_ptr<QWidget> makeDesktop() {
+    const auto color = QString::fromUtf8(qgetenv("BUBBLE_SHOW_DESKTOP"));
+    if (color.isEmpty()) {
+        return nullptr;
+    }
+    auto desktop = std::make_unique<QWidget>(nullptr, Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus);
+    desktop->setPalette(QPalette(QColor(color)));
+    desktop->setGeometry(QGuiApplication::primaryScreen()->geometry());
+    desktop->show();
+    desktop->lower();
+    return desktop;
+}
+
 class Show final : public platform::ApplicationDelegate {
 public:
     Show(platform::qt::QtApplication& application, std::vector<std::string> kinds)
         : application_(application), kinds_(std::move(kinds)), maker_(center_, statusBar_) {}
 
     void applicationDidFinishLaunching() override {
+        desktop_ = makeDesktop();
         statusItem_ = statusBar_.statusItemWithLength(platform::StatusBar::variableLength);
         auto view = std::make_shared<platform::ui::ImageView>(platform::ui::Rect{0, 0, 20, 20});
         view->setImage(platform::ui::ImageCatalog::standard().imageNamed("corvoball"));
@@ -85,6 +106,7 @@ private:
     uilib::qt::QtAuroraBubbleMaker maker_;
     std::shared_ptr<platform::StatusItem> statusItem_;
     std::shared_ptr<KTRConverterProcessNotificationMgr> manager_;
+    std::unique_ptr<QWidget> desktop_;
 };
 
 }  // namespace
