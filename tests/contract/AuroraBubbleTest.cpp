@@ -6,6 +6,7 @@
 #include <QAccessible>
 #include <QCoreApplication>
 #include <QEnterEvent>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <algorithm>
@@ -210,6 +211,15 @@ TEST_F(AuroraBubble, SpeaksToScreenReadersInTextsAndNamedButtons) {
     EXPECT_TRUE(has(QAccessible::PushButton, "Open"));
     EXPECT_TRUE(has(QAccessible::PushButton, "Save & Quit"));
     EXPECT_TRUE(has(QAccessible::PushButton, "Close"));
+}
+
+TEST_F(AuroraBubble, StandsMirroredWhereTheApplicationReadsFromRightToLeft) {
+    QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    const auto view = makeView(kSaved, {"Open"});
+    show(view);
+    const auto* const open = button(onlyWindow(), QStringLiteral("Open"));
+    EXPECT_EQ(open->x(), 8) << "what stands 8 points from the right edge stands 8 points from the left one";
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_F(AuroraBubble, AMissingImageShowsNothingAndHarmsNothing) {

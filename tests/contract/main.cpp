@@ -9,6 +9,9 @@
 int main(int argc, char* argv[]) {
     ::testing::InitGoogleTest(&argc, argv);
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
+#ifdef FONTS
+    setenv("FONTCONFIG_FILE", FONTS, 1);
+#endif
     // Before anything of this process has looked for a bus.
     const test::PrivateBus bus;
     platform::qt::QtApplication application(argc, argv);

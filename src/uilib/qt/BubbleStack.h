@@ -1,6 +1,8 @@
 #pragma once
 
 #include "uilib/qt/BubblePlacement.h"
+#include "uilib/qt/BubbleWindow.h"
+#include "uilib/qt/DesktopTaste.h"
 
 #include <memory>
 #include <vector>
@@ -28,6 +30,8 @@ public:
     void add(std::shared_ptr<QtAuroraBubble> bubble);
     void remove(const QtAuroraBubble& bubble);
 
+    BubbleWindow::Taste taste() const { return {taste_.wantsLessMotion(), taste_.wantsMoreContrast()}; }
+
     /// Puts every bubble where it belongs now.
     void arrange();
 
@@ -36,6 +40,7 @@ private:
 
     const platform::qt::QtStatusBar& statusBar_;
     std::vector<std::shared_ptr<QtAuroraBubble>> bubbles_;
+    const DesktopTaste taste_;
     // Only while a bubble is open.
     std::unique_ptr<ScreenWatch> screenWatch_;
 };

@@ -29,7 +29,7 @@ AuroraArrowRecord arrowOf(const CAuroraBubbleDescription& description) {
 }  // namespace
 
 BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> description,
-                           const std::shared_ptr<platform::ui::View>& clientView, Handlers handlers)
+                           const std::shared_ptr<platform::ui::View>& clientView, const Taste& taste, Handlers handlers)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
                            Qt::NoDropShadowWindowHint),
       description_(std::move(description)),
@@ -38,7 +38,8 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
       bodySize_{clientView->frame().width, clientView->frame().height},
       arrow_(arrowOf(*description_)),
       isComposited_(isDesktopComposited()),
-      canFade_(canFadeWindows()) {
+      canFade_(canFadeWindows() && !taste.lessMotion),
+      hasEdge_(taste.moreContrast) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_X11NetWmWindowTypeNotification);
     setAttribute(Qt::WA_TranslucentBackground);
@@ -127,7 +128,9 @@ void BubbleWindow::paintEvent(QPaintEvent*) {
         drawShadow(painter, shape);
     }
     painter.fillPath(shape, toolkitColor(description_->bgColor()));
-    if (description_->borderColor().alpha > 0) {
+    if (hasEdge_) {
+        painter.strokePath(shape, QPen(Qt::white, 2));
+    } else if (description_->borderColor().alpha > 0) {
         painter.strokePath(shape, QPen(toolkitColor(description_->borderColor()), 1));
     }
 }

@@ -29,8 +29,14 @@ public:
         void operator()(BubbleWindow* window) const;
     };
 
+    /// What the user has asked of every program.
+    struct Taste {
+        bool lessMotion = false;
+        bool moreContrast = false;
+    };
+
     BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> description,
-                 const std::shared_ptr<platform::ui::View>& clientView, Handlers handlers);
+                 const std::shared_ptr<platform::ui::View>& clientView, const Taste& taste, Handlers handlers);
 
     Size bodySize() const { return bodySize_; }
 
@@ -66,6 +72,7 @@ private:
     const AuroraArrowRecord arrow_;
     const bool isComposited_;
     const bool canFade_;
+    const bool hasEdge_;
     Place place_;
     QVariantAnimation animation_;
     bool isPointerInside_ = false;

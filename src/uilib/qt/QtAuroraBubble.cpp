@@ -68,7 +68,7 @@ void QtAuroraBubble::showAsWindow() {
         hold();
     };
     handlers.dismissed = [this] { close(); };
-    window_.reset(new BubbleWindow(description_, clientView_, std::move(handlers)));
+    window_.reset(new BubbleWindow(description_, clientView_, stack_->taste(), std::move(handlers)));
     stack_->arrange();
     window_->fadeIn(fade_.fadeIn, [this] { startClock(); });
 }

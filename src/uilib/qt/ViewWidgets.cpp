@@ -6,6 +6,7 @@
 #include "uilib/AuroraXStatesButton.h"
 #include "uilib/qt/ButtonWidgets.h"
 
+#include <QGuiApplication>
 #include <QPainter>
 #include <utility>
 
@@ -36,9 +37,10 @@ QWidget* makeWidgetOfKind(const std::shared_ptr<platform::ui::View>& view, QWidg
 
 }  // namespace
 
-QRect widgetFrame(const platform::ui::Rect& frame, double surroundingHeight) {
-    const QPoint topLeft(qRound(frame.x), qRound(surroundingHeight - frame.y - frame.height));
-    const QPoint bottomRight(qRound(frame.x + frame.width), qRound(surroundingHeight - frame.y));
+QRect widgetFrame(const platform::ui::Rect& frame, const platform::ui::Rect& surrounding) {
+    const double left = QGuiApplication::isRightToLeft() ? surrounding.width - frame.x - frame.width : frame.x;
+    const QPoint topLeft(qRound(left), qRound(surrounding.height - frame.y - frame.height));
+    const QPoint bottomRight(qRound(left + frame.width), qRound(surrounding.height - frame.y));
     return {topLeft, QSize(bottomRight.x() - topLeft.x(), bottomRight.y() - topLeft.y())};
 }
 
@@ -47,7 +49,7 @@ QWidget* makeViewWidget(const std::shared_ptr<platform::ui::View>& view, QWidget
     const auto& frame = view->frame();
     widget->resize(qRound(frame.width), qRound(frame.height));
     for (const auto& subview : view->subviews()) {
-        makeViewWidget(subview, widget)->setGeometry(widgetFrame(subview->frame(), frame.height));
+        makeViewWidget(subview, widget)->setGeometry(widgetFrame(subview->frame(), frame));
     }
     return widget;
 }

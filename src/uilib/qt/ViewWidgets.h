@@ -11,9 +11,9 @@
 
 namespace uilib::qt {
 
-/// The frame of a view inside one of the given height, as the toolkit counts: from the top, in whole pixels. Edges are
-/// rounded one by one, so that neighbours stay neighbours.
-QRect widgetFrame(const platform::ui::Rect& frame, double surroundingHeight);
+/// The frame of a view inside one of the given size, as the toolkit counts: from the top, in whole pixels, and mirrored
+/// where the application reads from right to left. Edges are rounded one by one, so that neighbours stay neighbours.
+QRect widgetFrame(const platform::ui::Rect& frame, const platform::ui::Rect& surrounding);
 
 /// Makes the widgets of a view and all its subviews, back to front, the view's at `parent`'s origin. The widgets keep
 /// their views alive and send presses to them.

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusVariant>
+#include <QObject>
+#include <QString>
+
+namespace uilib::qt {
+
+/// What the user has asked of every program on the desktop, as its settings portal tells: less motion, more contrast.
+/// Until it has told, and where there is none, neither. Main thread.
+class DesktopTaste final : public QObject {
+    Q_OBJECT
+
+public:
+    DesktopTaste();
+    ~DesktopTaste() override;
+
+    bool wantsLessMotion() const { return lessMotion_ || !animations_; }
+    bool wantsMoreContrast() const { return moreContrast_ || highContrast_; }
+
+private Q_SLOTS:
+    void onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    void ask(const QString& group, const QString& key);
+    void take(const QString& group, const QString& key, const QVariant& value);
+
+    QDBusConnection bus_;
+    bool lessMotion_ = false;
+    bool moreContrast_ = false;
+    bool animations_ = true;
+    bool highContrast_ = false;
+};
+
+}  // namespace uilib::qt
