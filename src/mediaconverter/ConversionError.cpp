@@ -33,7 +33,7 @@ constexpr std::array entries = {
     Entry{indexMissing, "the recording was cut off before its index was written, and cannot be read without it"},
     Entry{encrypted, "the recording is encrypted"},
     Entry{codecUnknown, "the recording holds sound or picture in a coding that cannot be read here"},
-    Entry{limitExceeded, "the recording declares more than a recording can hold"},
+    Entry{limitExceeded, "new streams turn up in the recording again and again"},
     Entry{damagedCopyNotKept, "the recording is damaged and a second name for its data could not be made"},
     Entry{destinationExists, "the MP4 file's name is taken"},
     Entry{folderMissing, "the MP4 file's folder is not there"},

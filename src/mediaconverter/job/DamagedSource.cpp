@@ -81,7 +81,7 @@ DamagedSource::~DamagedSource() {
 
 bool DamagedSource::linkTo(const SourceFile& source, const std::string& path) {
     char opened[64];
-    std::snprintf(opened, sizeof opened, "/proc/self/fd/%d", source.descriptor());
+    static_cast<void>(std::snprintf(opened, sizeof opened, "/proc/self/fd/%d", source.descriptor()));
     return ::linkat(AT_FDCWD, opened, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 

@@ -83,7 +83,7 @@ std::string freshName() {
     std::uint64_t number = 0;
     static_cast<void>(!::getrandom(&number, sizeof number, 0));
     char text[24];
-    std::snprintf(text, sizeof text, "%016" PRIx64, number);
+    static_cast<void>(std::snprintf(text, sizeof text, "%016" PRIx64, number));
     return std::string(prefix) + text + std::string(suffix);
 }
 

@@ -14,7 +14,7 @@ std::string printable(const std::string& bytes) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte < 0x20 || byte == 0x7F) {
             char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
+            static_cast<void>(std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte)));
             out += escaped;
         } else {
             out += c;

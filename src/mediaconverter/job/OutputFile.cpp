@@ -156,7 +156,7 @@ void OutputFile::publish() {
 
 void OutputFile::linkUnnamed() {
     char path[64];
-    std::snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor_.get());
+    static_cast<void>(std::snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor_.get()));
     if (::linkat(AT_FDCWD, path, folder_.get(), name_.c_str(), AT_SYMLINK_FOLLOW) == 0) {
         return;
     }

@@ -142,7 +142,7 @@ std::optional<int> WorkerProcess::wait() {
 
 std::string WorkerProcess::statusFields() const {
     char path[64];
-    std::snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(pid_));
+    static_cast<void>(std::snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(pid_)));
     const UniqueDescriptor file(::open(path, O_RDONLY | O_CLOEXEC));
     std::array<char, 1024> text{};
     const ssize_t length = file ? ::read(file.get(), text.data(), text.size() - 1) : -1;

@@ -12,7 +12,7 @@ namespace worker {
 namespace {
 
 /// How much may wait in memory before the disk is set to work on it: it then has little left to do at the sync.
-constexpr std::int64_t flushStep = 8 * 1024 * 1024;
+constexpr std::int64_t flushStep = std::int64_t{8} * 1024 * 1024;
 
 }  // namespace
 

@@ -27,7 +27,7 @@ public:
     int drain();
 
 private:
-    static constexpr std::size_t blockSize = 256 * 1024;
+    static constexpr std::size_t blockSize = std::size_t{256} * 1024;
     static constexpr std::size_t blockCount = 8;
 
     struct Block {

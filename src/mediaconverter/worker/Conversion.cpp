@@ -26,8 +26,7 @@ std::int64_t originOf(const AVFormatContext& format) {
     return format.start_time == AV_NOPTS_VALUE ? 0 : format.start_time;
 }
 
-/// How much is looked at, at the most, to find a stream that comes late. It is held in memory.
-constexpr std::int64_t mostThorough = std::int64_t{512} << 20U;
+/// How often streams may turn up that were not there before; each time the conversion begins anew.
 constexpr int mostAttempts = 5;
 
 /// True where the muxer can describe the stream: broadcast streams may name ones that have not been seen yet.
@@ -46,24 +45,27 @@ bool isKnown(const AVStream& stream) {
 }  // namespace
 
 void convertRecording(int source, int output, Reporter& reporter) {
-    std::int64_t thorough = 0;
+    std::int64_t lookAhead = 0;
     for (int attempt = 1;; ++attempt) {
         try {
-            Conversion(source, output, reporter, thorough).run();
+            Conversion(source, output, reporter, lookAhead).run();
             return;
         } catch (const LateStream& late) {
-            if (attempt == mostAttempts || late.position <= thorough || late.position > mostThorough) {
+            if (attempt == mostAttempts) {
+                throw Failure(limitExceeded, late.name + " turns up at byte " + std::to_string(late.position));
+            }
+            if (late.position <= lookAhead) {
                 throw Failure(codecUnknown, late.name);
             }
-            thorough = late.position;
+            lookAhead = late.position;
         }
     }
 }
 
-Conversion::Conversion(int source, int output, Reporter& reporter, std::int64_t thorough)
+Conversion::Conversion(int source, int output, Reporter& reporter, std::int64_t lookAhead)
     : output_(output),
       reporter_(reporter),
-      recording_(source, thorough),
+      recording_(source, lookAhead),
       writer_(output, estimateIndex()),
       timeline_(originOf(recording_.format()), (recording_.format().iformat->flags & AVFMT_TS_DISCONT) != 0) {}
 
@@ -97,7 +99,7 @@ std::int64_t Conversion::estimateIndex() const {
                                                             : usualPacketRate;
         packets += seconds * std::clamp(rate, 1.0, 1000.0);
     }
-    return 64 * 1024 + static_cast<std::int64_t>(std::min(packets * bytesOfPacket, 256e6));
+    return std::int64_t{64} * 1024 + static_cast<std::int64_t>(std::min(packets * bytesOfPacket, 256e6));
 }
 
 void Conversion::requireSpace(int output) const {

@@ -23,8 +23,8 @@ struct LateStream {
 /// One attempt at it.
 class Conversion {
 public:
-    /// `thorough` bytes more than usual are looked at before the MP4 is begun.
-    Conversion(int source, int output, Reporter& reporter, std::int64_t thorough);
+    /// Where `lookAhead` is given, the streams at that byte of the recording are known before the MP4 is begun.
+    Conversion(int source, int output, Reporter& reporter, std::int64_t lookAhead);
 
     /// Throws LateStream when it has to be begun anew, knowing more.
 

@@ -31,13 +31,18 @@ constexpr const char* refusedFormats =
     "hls,applehttp,dash,concat,ffmetadata,image2,image2pipe,imf,webm_dash_manifest,sdp,rtsp,lavfi,srt,ass,webvtt,"
     "subviewer,subviewer1,microdvd,mpl2,mpsub,jacosub,sami,realtext,pjs,vplayer,stl,tedcaptions,tty,lrc,aqtitle,scc";
 
+/// Formats that give every packet its presentation time. Making the times up costs where there is nothing to make up.
+constexpr const char* timedFormats = "matroska,webm,mov,mp4,flv,mpegts,ogg,wav";
+
 /// A chance likeness scores lower than this.
 constexpr int leastScore = AVPROBE_SCORE_RETRY;
 
 constexpr std::int64_t probeBytes = std::int64_t{5} * 1024 * 1024;
 constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
-constexpr int mostThoroughSeconds = 7 * 24 * 3600;
+
+/// Where an FLV's tags begin.
+constexpr std::int64_t flvHeader = 13;
 
 /// A demuxer that fails this often without a packet between has lost its way for good.
 constexpr int mostErrorsInARow = 256;
@@ -68,9 +73,14 @@ Failure failureOfOpening(const AVInputFormat& format, int number) {
 
 }  // namespace
 
-Recording::Recording(int descriptor, std::int64_t thorough) : reader_(descriptor) {
+Recording::Recording(int descriptor, std::int64_t lookAhead) : reader_(descriptor) {
     av_log_set_callback(logCallback);
-    open(thorough);
+    open();
+    if (lookAhead > 0) {
+        learnStreamsAt(lookAhead);
+    } else {
+        analyze();
+    }
     listening = this;
 }
 
@@ -78,7 +88,7 @@ Recording::~Recording() {
     listening = nullptr;
 }
 
-void Recording::open(std::int64_t thorough) {
+void Recording::open() {
     AVIOContext* const bytes = reader_.context();
     const AVInputFormat* found = nullptr;
     const int score = av_probe_input_buffer2(bytes, &found, "", nullptr, 0, 1U << 20U);
@@ -95,11 +105,13 @@ void Recording::open(std::int64_t thorough) {
     }
     AVFormatContext* context = present(avformat_alloc_context());
     context->pb = bytes;
-    context->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_GENPTS;
+    context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    if (!isListed(*found, timedFormats)) {
+        context->flags |= AVFMT_FLAG_GENPTS;
+    }
     context->io_open = refuseToOpen;
-    context->probesize = probeBytes + thorough;
-    context->max_analyze_duration =
-        std::int64_t{thorough > 0 ? mostThoroughSeconds : mostAnalyzedSeconds} * AV_TIME_BASE;
+    context->probesize = probeBytes;
+    context->max_analyze_duration = std::int64_t{mostAnalyzedSeconds} * AV_TIME_BASE;
     context->max_streams = mostStreams;
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "none", 0);
@@ -112,10 +124,27 @@ void Recording::open(std::int64_t thorough) {
         throw failureOfOpening(*found, opened);
     }
     format_.reset(context);
-    const int analyzed = avformat_find_stream_info(context, nullptr);
+}
+
+void Recording::analyze() {
+    const int analyzed = avformat_find_stream_info(format_.get(), nullptr);
     reader_.requireNoError();
     if (analyzed < 0) {
         throw Failure::ofLibrary(notARecording, analyzed);
+    }
+}
+
+void Recording::learnStreamsAt(std::int64_t position) {
+    const PacketPointer packet = newPacket();
+    while (this->position() < position && av_read_frame(format_.get(), packet.get()) >= 0) {
+        av_packet_unref(packet.get());
+    }
+    // The library can analyze only once; all that is known by its header or goes on at this place becomes known.
+    analyze();
+    // What was learnt stays; the reading begins anew.
+    const std::int64_t start = isListed(*format_->iformat, "flv,live_flv") ? flvHeader : 0;
+    if (const int sought = av_seek_frame(format_.get(), -1, start, AVSEEK_FLAG_BYTE); sought < 0) {
+        throw Failure::ofLibrary(readFailed, sought);
     }
 }
 
@@ -178,7 +207,7 @@ void Recording::logCallback(void* object, int level, const char* format, va_list
         return;
     }
     std::array<char, 256> text{};
-    std::vsnprintf(text.data(), text.size(), format, arguments);
+    static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
     std::string line = text.data();
     line.erase(line.find_last_not_of("\n.") + 1);
     recording->hear(line);

@@ -13,8 +13,8 @@ namespace worker {
 /// it, and they can open nothing else. Throws Failure.
 class Recording {
 public:
-    /// The first megabytes tell what streams there are, and `thorough` bytes more where given.
-    explicit Recording(int descriptor, std::int64_t thorough = 0);
+    /// The first megabytes tell what streams there are; where `lookAhead` is given, what is at that byte as well.
+    explicit Recording(int descriptor, std::int64_t lookAhead = 0);
     ~Recording();
 
     Recording(const Recording&) = delete;
@@ -41,7 +41,9 @@ public:
     void addDamage(const std::string& what);
 
 private:
-    void open(std::int64_t thorough);
+    void open();
+    void analyze();
+    void learnStreamsAt(std::int64_t position);
     void coverGaps();
     bool isNearEnd() const;
     void hear(const std::string& complaint);

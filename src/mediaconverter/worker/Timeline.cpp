@@ -43,6 +43,8 @@ void TrackClock::place(AVPacket& packet) {
     }
     if (expected_ != AV_NOPTS_VALUE) {
         followJump(packet.dts + offset(), expected_);
+    } else {
+        joinAt(packet.dts);
     }
     const std::int64_t added = offset();
     packet.dts += added;
@@ -50,10 +52,26 @@ void TrackClock::place(AVPacket& packet) {
         packet.pts += added;
     }
     expected_ = packet.dts + duration;
+    timeline_.latest_ = av_rescale_q(packet.dts, stream_.time_base, AV_TIME_BASE_Q);
 }
 
 std::int64_t TrackClock::offset() const {
     return av_rescale_q(jumped_ - timeline_.origin_, AV_TIME_BASE_Q, stream_.time_base);
+}
+
+void TrackClock::joinAt(std::int64_t time) {
+    // A track that begins late may begin behind jumps of the others: where it comes closest to them.
+    const std::int64_t raw = av_rescale_q(time, stream_.time_base, AV_TIME_BASE_Q) - timeline_.origin_;
+    std::int64_t nearest = std::llabs(raw - timeline_.latest_);
+    std::int64_t sum = 0;
+    for (std::size_t index = 0; index < timeline_.jumps_.size(); ++index) {
+        sum += timeline_.jumps_[index].size;
+        if (const std::int64_t distance = std::llabs(raw + sum - timeline_.latest_); distance < nearest) {
+            nearest = distance;
+            jumpsFollowed_ = index + 1;
+            jumped_ = sum;
+        }
+    }
 }
 
 void TrackClock::followJump(std::int64_t time, std::int64_t expected) {

@@ -29,6 +29,7 @@ private:
     std::int64_t origin_;
     bool clocksAreReset_;
     std::vector<Jump> jumps_;
+    std::int64_t latest_ = 0;  ///< place of the packet before, whatever its track, in microseconds
 };
 
 /// One track's place on the timeline.
@@ -43,6 +44,7 @@ public:
 private:
     std::int64_t offset() const;
     void followJump(std::int64_t time, std::int64_t expected);
+    void joinAt(std::int64_t time);
 
     Timeline& timeline_;
     const AVStream& stream_;

@@ -71,8 +71,9 @@ std::string TranscodedAudio::sourceArguments(const AVFrame& frame) const {
     copyLayout(layout, frame.ch_layout);
     const AVRational base = source().time_base;
     std::array<char, 256> text{};
-    std::snprintf(text.data(), text.size(), "sample_rate=%d:sample_fmt=%d:channel_layout=%s:time_base=%d/%d",
-                  frame.sample_rate, frame.format, layoutText(layout).c_str(), base.num, base.den);
+    static_cast<void>(std::snprintf(text.data(), text.size(),
+                                    "sample_rate=%d:sample_fmt=%d:channel_layout=%s:time_base=%d/%d", frame.sample_rate,
+                                    frame.format, layoutText(layout).c_str(), base.num, base.den));
     av_channel_layout_uninit(&layout);
     return text.data();
 }

@@ -11,7 +11,7 @@ namespace {
 using enum ConversionError;
 
 constexpr AVRational milliseconds = {1, 1000};
-constexpr std::size_t mostText = 64 * 1024;
+constexpr std::size_t mostText = std::size_t{64} * 1024;
 
 CodecPointer openDecoder(const AVStream& source) {
     const AVCodec* const codec = avcodec_find_decoder(source.codecpar->codec_id);

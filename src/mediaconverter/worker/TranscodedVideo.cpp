@@ -47,8 +47,9 @@ TranscodedVideo::TranscodedVideo(const AVStream& source, AVStream& target, Timel
 
 std::string TranscodedVideo::filters(const AVFrame&) const {
     std::array<char, 128> text{};
-    std::snprintf(text.data(), text.size(), "scale=%d:%d:flags=bicubic:out_range=tv,format=pix_fmts=yuv420p",
-                  encoderWidth_, encoderHeight_);
+    static_cast<void>(std::snprintf(text.data(), text.size(),
+                                    "scale=%d:%d:flags=bicubic:out_range=tv,format=pix_fmts=yuv420p", encoderWidth_,
+                                    encoderHeight_));
     return text.data();
 }
 
@@ -56,8 +57,9 @@ std::string TranscodedVideo::sourceArguments(const AVFrame& frame) const {
     const AVRational base = source().time_base;
     const AVRational aspect = frame.sample_aspect_ratio;
     std::array<char, 256> text{};
-    std::snprintf(text.data(), text.size(), "video_size=%dx%d:pix_fmt=%d:time_base=%d/%d:pixel_aspect=%d/%d",
-                  frame.width, frame.height, frame.format, base.num, base.den, aspect.num, std::max(aspect.den, 1));
+    static_cast<void>(std::snprintf(
+        text.data(), text.size(), "video_size=%dx%d:pix_fmt=%d:time_base=%d/%d:pixel_aspect=%d/%d", frame.width,
+        frame.height, frame.format, base.num, base.den, aspect.num, std::max(aspect.den, 1)));
     return text.data();
 }
 
