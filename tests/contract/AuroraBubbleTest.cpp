@@ -194,6 +194,15 @@ TEST_F(AuroraBubble, SeveralStandApartAndCloseUpWhenOneLeaves) {
     EXPECT_TRUE(test::turnUntil([&] { return bodyOf(onlyWindow()).topLeft() == top; }));
 }
 
+TEST_F(AuroraBubble, TakesThePlaceOfOneThatIsLeavingAtOnce) {
+    const auto first = show(makeView(kSaved)).lock();
+    const auto place = onlyWindow()->pos();
+    first->close();
+    const auto second = open(makeView(kSaved), {0.05, 60, 0.05});
+    EXPECT_TRUE(test::turnUntil([&] { return windows().size() == 1 && closed.size() == 1; }));
+    EXPECT_EQ(onlyWindow()->pos(), place);
+}
+
 TEST_F(AuroraBubble, SpeaksToScreenReadersInTextsAndNamedButtons) {
     show(makeView(kSaved, {"Open", "Save & Quit"}));
     std::vector<std::pair<QAccessible::Role, QString>> said;

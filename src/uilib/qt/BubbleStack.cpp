@@ -65,7 +65,7 @@ void BubbleStack::arrange() {
     std::vector<QtAuroraBubble*> placed;
     std::vector<Size> bodies;
     for (const auto& bubble : bubbles_) {
-        if (bubble->window() != nullptr) {
+        if (bubble->window() != nullptr && !bubble->isLeaving()) {
             placed.push_back(bubble.get());
             bodies.push_back(bubble->window()->bodySize());
         }

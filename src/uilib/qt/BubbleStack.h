@@ -32,7 +32,7 @@ public:
 
     BubbleWindow::Taste taste() const { return {taste_.wantsLessMotion(), taste_.wantsMoreContrast()}; }
 
-    /// Puts every bubble where it belongs now.
+    /// Puts every bubble where it belongs now. One that is leaving stays where it fades, and the next takes its place.
     void arrange();
 
 private:

@@ -125,6 +125,7 @@ void QtAuroraBubble::close() {
     if (window_) {
         phase_ = Phase::closing;
         clock_.stop();
+        stack_->arrange();
         window_->fadeOut(fade_.fadeOut, [this] { announceAndLeave(); });
         return;
     }

@@ -34,6 +34,9 @@ public:
     /// Null while the bubble has none.
     BubbleWindow* window() { return window_.get(); }
 
+    /// On its way out: its place is free for another.
+    bool isLeaving() const { return phase_ == Phase::closing || phase_ == Phase::closed; }
+
     const std::shared_ptr<const CAuroraBubbleDescription>& description() const { return description_; }
     const platform::ui::Point& point() const { return point_; }
     const std::shared_ptr<platform::ui::View>& anchor() const { return anchor_; }
