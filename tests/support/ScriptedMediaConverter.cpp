@@ -16,6 +16,7 @@ struct Studio {
     std::condition_variable changed;
     std::deque<ConversionScript> scripts;
     std::vector<ConversionRequest> requests;
+    std::vector<std::string> lives;
     std::size_t created = 0;
     std::size_t released = 0;
     std::size_t blocked = 0;
@@ -63,6 +64,7 @@ void ScriptedConverter::Release() {
     {
         std::unique_lock lock(studio().mutex);
         ++studio().released;
+        studio().lives.emplace_back("released");
         releasing_ = true;
         studio().changed.notify_all();
         if (playing_ == std::this_thread::get_id()) {
@@ -146,6 +148,7 @@ void ScriptedMediaConverter::reset() {
     const std::lock_guard lock(studio().mutex);
     studio().scripts.clear();
     studio().requests.clear();
+    studio().lives.clear();
     studio().created = studio().released = studio().blocked = 0;
     studio().unblocked = studio().refuses = false;
 }
@@ -186,10 +189,18 @@ std::size_t ScriptedMediaConverter::released() {
     return studio().released;
 }
 
+std::vector<std::string> ScriptedMediaConverter::lives() {
+    const std::lock_guard lock(studio().mutex);
+    return studio().lives;
+}
+
 int ScriptedMediaConverter::create(zed::IZedMediaConverter** converter, zed::IZedMediaConverterSink* sink) {
     const std::lock_guard lock(studio().mutex);
     *converter = studio().refuses ? nullptr : new ScriptedConverter(*sink);
     studio().created += studio().refuses ? 0U : 1U;
+    if (!studio().refuses) {
+        studio().lives.emplace_back("created");
+    }
     return studio().refuses ? 1 : 0;
 }
 

@@ -56,6 +56,9 @@ public:
     static std::size_t created();
     static std::size_t released();
 
+    /// "created" and "released", one entry a converter's event, in order.
+    static std::vector<std::string> lives();
+
     /// CreateMediaConverter by another name, for suites that run against several converters.
     static int create(zed::IZedMediaConverter** converter, zed::IZedMediaConverterSink* sink);
 };
