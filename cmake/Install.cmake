@@ -1,0 +1,66 @@
+# What `cmake --install` puts where. The application folder stays one folder, for the program finds its parts from its
+# own place; the commands are links into it.
+
+set(application lib/record-converter)
+
+install(TARGETS record-converter meeting-client RUNTIME DESTINATION ${application}/bin COMPONENT application)
+install(TARGETS mediaconverter LIBRARY DESTINATION ${application}/lib COMPONENT application)
+install(TARGETS mediaconverter-worker RUNTIME DESTINATION ${application}/libexec COMPONENT application)
+install(DIRECTORY "${RECORD_CONVERTER_APPLICATION_FOLDER}/Resources" DESTINATION ${application} COMPONENT application)
+install(DIRECTORY DESTINATION ${application}/PlugIns COMPONENT application)
+
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/install")
+foreach(command record-converter meeting-client)
+  set(link "${PROJECT_BINARY_DIR}/install/${command}")
+  file(CREATE_LINK "../${application}/bin/${command}" "${link}" SYMBOLIC)
+  install(FILES "${link}" DESTINATION bin COMPONENT application)
+endforeach()
+
+# Desktop
+set(id org.recordconverter.RecordConverter)
+set(desktop "${PROJECT_SOURCE_DIR}/resources/desktop")
+install(FILES "${desktop}/${id}.desktop" DESTINATION share/applications COMPONENT application)
+install(FILES "${desktop}/${id}.metainfo.xml" DESTINATION share/metainfo COMPONENT application)
+install(FILES "${PROJECT_SOURCE_DIR}/resources/images/corvoball.svg" RENAME ${id}.svg
+  DESTINATION share/icons/hicolor/scalable/apps COMPONENT application)
+install(FILES "${desktop}/${id}-symbolic.svg"
+  DESTINATION share/icons/hicolor/symbolic/apps COMPONENT application)
+
+# For OBS Studio
+install(FILES "${PROJECT_SOURCE_DIR}/src/tools/obs-bridge/record_converter_bridge.py"
+  DESTINATION share/record-converter/obs COMPONENT application)
+
+# Manual pages
+find_program(SCDOC scdoc)
+if(SCDOC)
+  set(pages "")
+  foreach(page record-converter.1 meeting-client.1)
+    set(source "${PROJECT_SOURCE_DIR}/resources/man/${page}.scd")
+    set(made "${PROJECT_BINARY_DIR}/man/${page}")
+    add_custom_command(OUTPUT "${made}"
+      COMMAND "${CMAKE_COMMAND}" -E make_directory "${PROJECT_BINARY_DIR}/man"
+      COMMAND sh -c "exec \"$0\" <\"$1\" >\"$2\"" "${SCDOC}" "${source}" "${made}"
+      DEPENDS "${source}" VERBATIM)
+    list(APPEND pages "${made}")
+  endforeach()
+  add_custom_target(manual_pages ALL DEPENDS ${pages})
+  install(FILES ${pages} DESTINATION share/man/man1 COMPONENT application)
+endif()
+
+# For authors of meeting clients
+include(CMakePackageConfigHelpers)
+install(TARGETS recordmeeting ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(FILES "${PROJECT_SOURCE_DIR}/src/classic_client/recordmeeting/KTRMeetingRecordNotifications.h"
+  DESTINATION include/recordmeeting COMPONENT development)
+install(FILES "${desktop}/org.recordconverter.NotificationCenter.xml"
+  DESTINATION share/dbus-1/interfaces COMPONENT development)
+set(config "${PROJECT_BINARY_DIR}/install/MeetingRecordNotificationsConfig.cmake")
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/MeetingRecordNotificationsConfig.cmake.in" "${config}"
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/MeetingRecordNotifications
+  PATH_VARS CMAKE_INSTALL_LIBDIR)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/install/MeetingRecordNotificationsConfigVersion.cmake"
+  COMPATIBILITY SameMinorVersion)
+install(FILES "${config}" "${PROJECT_BINARY_DIR}/install/MeetingRecordNotificationsConfigVersion.cmake"
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/MeetingRecordNotifications COMPONENT development)
+install(FILES "${PROJECT_SOURCE_DIR}/docs/meeting-clients.md"
+  DESTINATION share/doc/record-converter-dev COMPONENT development)
