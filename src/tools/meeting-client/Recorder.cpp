@@ -28,7 +28,7 @@ bool Recorder::start(const std::string& path) {
         "-flush_packets", "1", "-cluster_time_limit", "250"};
     const std::vector<std::string> picture = codec_ == PictureCodec::h264
         ? std::vector<std::string>{"-c:v", "libx264", "-preset", "ultrafast", "-tune", "zerolatency"}
-        : std::vector<std::string>{"-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8", "-b:v", "2M"};
+        : std::vector<std::string>{"-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "16", "-b:v", "1M"};
     // clang-format on
     arguments.insert(arguments.end(), picture.begin(), picture.end());
     arguments.insert(arguments.end(), {"-f", "matroska", "file:" + path});
