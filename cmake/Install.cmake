@@ -3,14 +3,14 @@
 
 set(application lib/record-converter)
 
-install(TARGETS record-converter meeting-client RUNTIME DESTINATION ${application}/bin COMPONENT application)
+install(TARGETS record-converter meeting-client convert-recording RUNTIME DESTINATION ${application}/bin COMPONENT application)
 install(TARGETS mediaconverter LIBRARY DESTINATION ${application}/lib COMPONENT application)
 install(TARGETS mediaconverter-worker RUNTIME DESTINATION ${application}/libexec COMPONENT application)
 install(DIRECTORY "${RECORD_CONVERTER_APPLICATION_FOLDER}/Resources" DESTINATION ${application} COMPONENT application)
 install(DIRECTORY DESTINATION ${application}/PlugIns COMPONENT application)
 
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/install")
-foreach(command record-converter meeting-client)
+foreach(command record-converter meeting-client convert-recording)
   set(link "${PROJECT_BINARY_DIR}/install/${command}")
   file(CREATE_LINK "../${application}/bin/${command}" "${link}" SYMBOLIC)
   install(FILES "${link}" DESTINATION bin COMPONENT application)
@@ -34,7 +34,7 @@ install(FILES "${PROJECT_SOURCE_DIR}/src/tools/obs-bridge/record_converter_bridg
 find_program(SCDOC scdoc)
 if(SCDOC)
   set(pages "")
-  foreach(page record-converter.1 meeting-client.1)
+  foreach(page record-converter.1 meeting-client.1 convert-recording.1)
     set(source "${PROJECT_SOURCE_DIR}/resources/man/${page}.scd")
     set(made "${PROJECT_BINARY_DIR}/man/${page}")
     add_custom_command(OUTPUT "${made}"
@@ -49,6 +49,9 @@ endif()
 
 # For authors of meeting clients
 include(CMakePackageConfigHelpers)
+# Stripping leaves archives alone, so the folders of the build must not get into this one.
+target_compile_options(recordmeeting PRIVATE
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=.")
 install(TARGETS recordmeeting ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(FILES "${PROJECT_SOURCE_DIR}/src/classic_client/recordmeeting/KTRMeetingRecordNotifications.h"
   DESTINATION include/recordmeeting COMPONENT development)

@@ -39,7 +39,8 @@ class Install(world.World):
 
     def test_puts_everything_in_its_place(self):
         install(self.prefix)
-        for path in ("bin/record-converter", "bin/meeting-client", "lib/record-converter/bin/record-converter",
+        for path in ("bin/record-converter", "bin/meeting-client", "bin/convert-recording",
+                     "lib/record-converter/bin/record-converter",
                      "lib/record-converter/lib/libmediaconverter.so",
                      "lib/record-converter/libexec/mediaconverter-worker", "lib/record-converter/PlugIns",
                      "lib/record-converter/Resources/images/corvoball.svg",
@@ -48,6 +49,7 @@ class Install(world.World):
                      f"share/icons/hicolor/scalable/apps/{ID}.svg",
                      f"share/icons/hicolor/symbolic/apps/{ID}-symbolic.svg",
                      "share/man/man1/record-converter.1", "share/man/man1/meeting-client.1",
+                     "share/man/man1/convert-recording.1",
                      "share/dbus-1/interfaces/org.recordconverter.NotificationCenter.xml",
                      "include/recordmeeting/KTRMeetingRecordNotifications.h"):
             self.assertTrue(os.path.exists(os.path.join(self.prefix, path)), path)
@@ -61,10 +63,11 @@ class Install(world.World):
     def test_desktop_files_and_manuals_are_well_formed(self):
         install(self.prefix)
         share = os.path.join(self.prefix, "share")
-        for command in (["desktop-file-validate", f"{share}/applications/{ID}.desktop"],
-                        ["appstreamcli", "validate", "--no-net", f"{share}/metainfo/{ID}.metainfo.xml"],
-                        ["man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", f"{share}/man/man1/record-converter.1"],
-                        ["man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", f"{share}/man/man1/meeting-client.1"]):
+        commands = [["desktop-file-validate", f"{share}/applications/{ID}.desktop"],
+                    ["appstreamcli", "validate", "--no-net", f"{share}/metainfo/{ID}.metainfo.xml"]]
+        for page in os.listdir(f"{share}/man/man1"):
+            commands.append(["man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", f"{share}/man/man1/{page}"])
+        for command in commands:
             result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                                     env={**self.environment, "MANPAGER": "cat"}, check=False)
             self.assertEqual((result.returncode, result.stderr), (0, ""), (command, result.stdout))

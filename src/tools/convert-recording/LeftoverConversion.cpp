@@ -1,0 +1,96 @@
+#include "tools/convert-recording/LeftoverConversion.h"
+
+#include "KTRMeetingRecordItem.h"
+#include "mediaconverter/ConversionError.h"
+#include "mediaconverter/IZedMediaConverter.h"
+#include "platform/FileManager.h"
+#include "tools/convert-recording/OpenForWriting.h"
+
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+
+namespace {
+
+// The application's media converter works on the calling thread; one of another maker may not.
+class Sink final : public zed::IZedMediaConverterSink {
+public:
+    explicit Sink(const LeftoverConversion::Progress& progress) : progress_(progress) {}
+
+    void OnConvertProgress(float progress) override {
+        progress_(progress);
+        if (progress >= 100.0F) {
+            end(0);
+        }
+    }
+
+    void OnConvertError(int error) override { end(error); }
+
+    // The error code, or 0 when the MP4 is whole.
+    int waitForEnd() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return ended_; });
+        return error_;
+    }
+
+private:
+    void end(int error) {
+        const std::scoped_lock lock(mutex_);
+        if (!ended_) {
+            ended_ = true;
+            error_ = error;
+            changed_.notify_all();
+        }
+    }
+
+    const LeftoverConversion::Progress& progress_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool ended_ = false;
+    int error_ = 0;
+};
+
+std::string sentenceOf(int error) {
+    return mediaconverter::isConversionError(error)
+               ? mediaconverter::sentence(static_cast<mediaconverter::ConversionError>(error))
+               : "the conversion failed";
+}
+
+}  // namespace
+
+Outcome LeftoverConversion::convert(const std::string& path) const {
+    Outcome outcome;
+    outcome.source = std::filesystem::absolute(path).lexically_normal().native();
+    const auto writers = processesWriting(outcome.source);
+    if (!writers.empty() && !options_.force) {
+        outcome.kind = Outcome::Kind::stillWritten;
+        outcome.text =
+            "process " + std::to_string(writers.front()) + " is still writing it; --force converts it anyway";
+        return outcome;
+    }
+
+    platform::PosixFileManager fileManager;
+    const KTRMeetingRecordItem item(0, outcome.source, fileManager);
+    Sink sink(progress_);
+    zed::IZedMediaConverter* converter = nullptr;
+    CreateMediaConverter(&converter, &sink);
+    if (converter == nullptr) {
+        outcome.text = "there is no media converter";
+        return outcome;
+    }
+    converter->Convert(item.srcPath().c_str(), item.dstPath().c_str(), 3, 4);
+    outcome.error = sink.waitForEnd();
+    converter->Release();
+    if (outcome.error != 0) {
+        outcome.text = sentenceOf(outcome.error);
+        return outcome;
+    }
+    outcome.kind = Outcome::Kind::converted;
+    outcome.destination = item.dstPath();
+    if (!options_.keep) {
+        if (const auto failure = fileManager.removeItemAtPath(outcome.source)) {
+            outcome.text = "the recording stays: " + *failure;
+        }
+    }
+    return outcome;
+}

@@ -1,0 +1,86 @@
+#include "tools/convert-recording/LeftoverConversion.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+// What the tool's exit status says; the greatest that applies wins.
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kBadUsage = 2;
+constexpr int kStillWritten = 3;
+
+/// A bar on standard error, where that is a terminal.
+class ProgressBar {
+public:
+    void show(float percent) const {
+        if (shown_) {
+            constexpr int width = 40;
+            const int full = static_cast<int>(std::clamp(percent, 0.0F, 100.0F) * width / 100.0F);
+            std::cerr << "\r[" << std::string(static_cast<std::size_t>(full), '#')
+                      << std::string(static_cast<std::size_t>(width - full), ' ') << "] " << static_cast<int>(percent)
+                      << " %" << std::flush;
+        }
+    }
+
+    void clear() const {
+        if (shown_) {
+            std::cerr << "\r\033[K" << std::flush;
+        }
+    }
+
+private:
+    const bool shown_ = isatty(STDERR_FILENO) == 1;
+};
+
+int statusOf(Outcome::Kind kind) {
+    switch (kind) {
+    case Outcome::Kind::converted:
+        return kDone;
+    case Outcome::Kind::stillWritten:
+        return kStillWritten;
+    case Outcome::Kind::failed:
+        break;
+    }
+    return kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    std::vector<std::string> files;
+    LeftoverConversion::Options options;
+    bool json = false;
+
+    CLI::App app("Converts leftover recordings to MP4 files beside them.", "convert-recording");
+    app.set_version_flag("--version", std::string("convert-recording ") + CONVERT_RECORDING_VERSION);
+    app.add_option("FILE", files, "The recordings")->required();
+    app.add_flag("--keep", options.keep, "Keep the recordings; otherwise each is removed once its MP4 is whole");
+    app.add_flag("--force", options.force, "Convert even what a process is still writing");
+    app.add_flag("--json", json, "One JSON object a file: source, status, destination, error, text");
+    app.footer("Exit status: 0 all converted, 1 a conversion failed, 2 wrong command line,\n"
+               "3 a file is still being written (and was left alone).");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kDone : kBadUsage;
+    }
+
+    int status = kDone;
+    for (const std::string& file : files) {
+        const ProgressBar bar;
+        const Outcome outcome = LeftoverConversion(options, [&bar](float percent) { bar.show(percent); }).convert(file);
+        bar.clear();
+        std::ostream& output = json || outcome.kind == Outcome::Kind::converted ? std::cout : std::cerr;
+        output << (json ? asJson(outcome) : asText(outcome)) << std::endl;
+        status = std::max(status, statusOf(outcome.kind));
+    }
+    return status;
+}
