@@ -72,8 +72,6 @@ NotificationBus::~NotificationBus() {
 void NotificationBus::listen() {
     // The bus handles what one connection sends in order, so these hold before any later call is answered.
     connection_->connect({}, kPath, kInterface, kSignal, QStringLiteral("ssa{sv}"), this, SLOT(onPosted(QDBusMessage)));
-    connection_->connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), this,
-                         SLOT(onNameOwnerChanged(QString, QString, QString)));
     connection_->connect({}, QStringLiteral("/org/freedesktop/DBus/Local"),
                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                          SLOT(onDisconnected()));
@@ -106,6 +104,12 @@ void NotificationBus::flush() {
 bool NotificationBus::acquireName(const QString& busName) {
     if (!isConnected()) {
         return true;
+    }
+    if (watchedName_ != busName) {
+        // Of this name alone: everybody else's comings and goings would wake this process for nothing.
+        watchedName_ = busName;
+        connection_->connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), {busName}, QStringLiteral("sss"),
+                             this, SLOT(onNameOwnerChanged(QString, QString, QString)));
     }
     const auto reply = connection_->interface()->registerService(busName, QDBusConnectionInterface::DontQueueService,
                                                                  QDBusConnectionInterface::DontAllowReplacement);

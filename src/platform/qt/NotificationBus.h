@@ -33,7 +33,8 @@ public:
     /// Called for each notification on the bus, in order, from the event loop.
     void setPostedHandler(PostedHandler handler) { posted_ = std::move(handler); }
 
-    /// Called when a name changes hands (an empty address: nobody's), or with three empty texts when the bus is gone.
+    /// Called when the name that was last asked for changes hands (an empty address: nobody's), or with three empty
+    /// texts when the bus is gone.
     void setOwnerHandler(OwnerHandler handler) { ownerChanged_ = std::move(handler); }
 
     void send(const DistributedNotification& notification);
@@ -60,6 +61,7 @@ private:
 
     const QString connectionName_;
     std::optional<QDBusConnection> connection_;
+    QString watchedName_;
     PostedHandler posted_;
     OwnerHandler ownerChanged_;
 };
