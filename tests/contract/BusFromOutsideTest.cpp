@@ -67,6 +67,18 @@ TEST_F(BusFromOutside, TakesEveryBasicTypeAndUnwrapsVariants) {
     EXPECT_TRUE(*arrived.userInfo == expected);
 }
 
+TEST_F(BusFromOutside, DeliversNothingMoreOnceToldToStopNotEvenWhatHadArrivedBefore) {
+    platform::qt::QtDistributedNotificationCenter other;
+    int heardByTheOther = 0;
+    other.addObserver(this, "Name", [&](const DistributedNotification&) { ++heardByTheOther; });
+    center.postNotification({"Name", std::nullopt, std::nullopt});
+    center.stopDelivering();
+    EXPECT_TRUE(test::turnUntil([&] { return heardByTheOther == 1; })) << "what it posts still goes out";
+    center.postNotification({"Name", std::nullopt, std::nullopt});
+    EXPECT_TRUE(test::turnUntil([&] { return heardByTheOther == 2; }));
+    EXPECT_TRUE(heard.empty());
+}
+
 TEST_F(BusFromOutside, LeavesValuesOfOtherTypesOutOfTheUserInfo) {
     emitWithGdbus({"Name", "", "{'path': <objectpath '/a'>, 'list': <['a', 'b']>, 'pair': <(1, 2)>, 'i': <int32 3>}"});
     const auto& arrived = hear();

@@ -98,7 +98,14 @@ std::shared_ptr<ApplicationDelegate> QtApplication::delegate() const {
     return delegate_;
 }
 
+void QtApplication::setTerminationHandler(std::function<void()> handler) {
+    terminationHandler_ = std::move(handler);
+}
+
 void QtApplication::terminate(const ApplicationDelegate*) {
+    if (terminationHandler_) {
+        terminationHandler_();
+    }
     QMetaObject::invokeMethod(
         &toolkit_->application, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
 }

@@ -2,6 +2,7 @@
 
 #include "platform/Application.h"
 
+#include <functional>
 #include <memory>
 
 namespace platform::qt {
@@ -22,6 +23,9 @@ public:
 
     void terminate(const ApplicationDelegate* sender) override;
 
+    /// What runs at once when the application is asked to terminate, before the events that are still queued.
+    void setTerminationHandler(std::function<void()> handler);
+
     /// Tells the delegate that launching has finished, turns the main run loop until the application is asked to
     /// terminate, tells the delegate so, and ends the process with status 0 through its exit handlers. Nothing is
     /// destroyed before that: other threads may still be at work.
@@ -31,6 +35,7 @@ private:
     struct Toolkit;
     const std::unique_ptr<Toolkit> toolkit_;
     std::shared_ptr<ApplicationDelegate> delegate_;
+    std::function<void()> terminationHandler_;
 };
 
 }  // namespace platform::qt

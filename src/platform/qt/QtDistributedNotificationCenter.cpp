@@ -100,6 +100,10 @@ void QtDistributedNotificationCenter::postNotification(const DistributedNotifica
     bus_->connection.send(notification);
 }
 
+void QtDistributedNotificationCenter::stopDelivering() {
+    bus_->connection.setPostedHandler(nullptr);
+}
+
 bool QtDistributedNotificationCenter::acquireName(const std::string& busName) {
     return bus_->connection.acquireName(QString::fromStdString(busName));
 }

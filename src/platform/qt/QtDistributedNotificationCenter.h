@@ -42,6 +42,10 @@ public:
     void removeObserver(const void* observer) override;
     void postNotification(const DistributedNotification& notification) override;
 
+    /// Delivers nothing more, for good. A process that is about to end must not accept what it can't do any more: a
+    /// launch that gets no answer from it takes its place.
+    void stopDelivering();
+
     /// Takes `busName` for this process, or leaves it to the process that holds it. True when this process holds it,
     /// and where there is no bus that could know better.
     bool acquireName(const std::string& busName);

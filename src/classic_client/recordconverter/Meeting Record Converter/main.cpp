@@ -113,6 +113,7 @@ int main(int argc, char* argv[]) {
     if (handedOver(providers)) {
         return EXIT_SUCCESS;
     }
+    providers.application.setTerminationHandler([] { providers.distributedCenter.stopDelivering(); });
     providers.application.setDelegate(std::make_shared<AppDelegate>(providers.asPlatform(), providers.bubbleMaker));
     providers.application.run();
 }
