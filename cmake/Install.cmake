@@ -36,10 +36,10 @@ if(SCDOC)
   set(pages "")
   foreach(page record-converter.1 meeting-client.1 convert-recording.1)
     set(source "${PROJECT_SOURCE_DIR}/resources/man/${page}.scd")
-    set(made "${PROJECT_BINARY_DIR}/man/${page}")
+    set(made "${PROJECT_BINARY_DIR}/man/${page}.gz")
     add_custom_command(OUTPUT "${made}"
       COMMAND "${CMAKE_COMMAND}" -E make_directory "${PROJECT_BINARY_DIR}/man"
-      COMMAND sh -c "exec \"$0\" <\"$1\" >\"$2\"" "${SCDOC}" "${source}" "${made}"
+      COMMAND sh -c "\"$0\" <\"$1\" | gzip -9n >\"$2\"" "${SCDOC}" "${source}" "${made}"
       DEPENDS "${source}" VERBATIM)
     list(APPEND pages "${made}")
   endforeach()

@@ -31,4 +31,18 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "names shared by meeting clients and
  names and keys, the D-Bus interface, and the manual for authors of meeting
  clients.")
 
+# Every package carries its copyright and its changes.
+find_program(GZIP gzip)
+if(GZIP)
+  set(changes "${PROJECT_BINARY_DIR}/install/changelog.Debian.gz")
+  execute_process(COMMAND "${GZIP}" -9nc "${PROJECT_SOURCE_DIR}/packaging/changelog" OUTPUT_FILE "${changes}")
+  foreach(part "application;record-converter" "development;record-converter-dev")
+    list(POP_FRONT part component)
+    install(FILES "${PROJECT_SOURCE_DIR}/packaging/copyright" "${changes}"
+      DESTINATION share/doc/${part} COMPONENT ${component})
+  endforeach()
+endif()
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/record-converter-dev.lintian-overrides" RENAME record-converter-dev
+  DESTINATION share/lintian/overrides COMPONENT development)
+
 include(CPack)

@@ -48,8 +48,8 @@ class Install(world.World):
                      f"share/applications/{ID}.desktop", f"share/metainfo/{ID}.metainfo.xml",
                      f"share/icons/hicolor/scalable/apps/{ID}.svg",
                      f"share/icons/hicolor/symbolic/apps/{ID}-symbolic.svg",
-                     "share/man/man1/record-converter.1", "share/man/man1/meeting-client.1",
-                     "share/man/man1/convert-recording.1",
+                     "share/man/man1/record-converter.1.gz", "share/man/man1/meeting-client.1.gz",
+                     "share/man/man1/convert-recording.1.gz",
                      "share/dbus-1/interfaces/org.recordconverter.NotificationCenter.xml",
                      "include/recordmeeting/KTRMeetingRecordNotifications.h"):
             self.assertTrue(os.path.exists(os.path.join(self.prefix, path)), path)
@@ -71,6 +71,23 @@ class Install(world.World):
             result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                                     env={**self.environment, "MANPAGER": "cat"}, check=False)
             self.assertEqual((result.returncode, result.stderr), (0, ""), (command, result.stdout))
+
+
+class Packages(world.World):
+    with_bus = False
+
+    def test_are_well_formed_and_complete(self):
+        subprocess.run(["cpack", "-G", "DEB", "-B", self.folder, "--config", f"{BUILD}/CPackConfig.cmake"], check=True,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env={**self.environment, "DPKG_COLORS": "never"})
+        packages = sorted(name for name in self.files() if name.endswith(".deb"))
+        self.assertEqual([name.split("_")[0] for name in packages], ["record-converter-dev", "record-converter"])
+        result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error", *packages], cwd=self.folder,
+                                env=self.environment, stdout=subprocess.PIPE, text=True, check=False)
+        self.assertEqual(result.returncode, 0, result.stdout)
+        depends = subprocess.run(["dpkg-deb", "--field", self.path(packages[1]), "Depends"], check=True,
+                                 stdout=subprocess.PIPE, text=True).stdout
+        for library in ("libqt6widgets6", "libavformat59", "libseccomp2", "libc6"):
+            self.assertIn(library, depends)
 
 
 if __name__ == "__main__":
