@@ -44,7 +44,9 @@ const QtStringTables::Table& QtStringTables::loaded(const std::string& table) co
         if (language.find('/') != std::string::npos) {
             continue;
         }
-        const auto file = QFile::decodeName((folder_ + "/" + table + "_" + language + ".qm").c_str());
+        std::string path = folder_;
+        path.append("/").append(table).append("_").append(language).append(".qm");
+        const auto file = QFile::decodeName(path.c_str());
         // Asked first, because loading would otherwise try shorter names, another region's table among them.
         if (QFile::exists(file) && slot->translator.load(file)) {
             break;
