@@ -8,6 +8,7 @@
 #include <pthread.h>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -92,6 +93,16 @@ TEST(ThreadSerialQueueTest, WhatATaskHeldIsLetGoBeforeTheNextTaskRuns) {
         queue.async([&] { expiredInNext = watched.expired(); });
     }
     EXPECT_TRUE(expiredInNext);
+}
+
+TEST(ThreadSerialQueueTest, WhatATaskHeldMayPutAnotherTaskWhenItIsLetGo) {
+    bool ran = false;
+    {
+        ThreadSerialQueue queue("farewell");
+        std::shared_ptr<void> farewell(nullptr, [&](void*) { queue.async([&ran] { ran = true; }); });
+        queue.async([held = std::move(farewell)] {});
+    }
+    EXPECT_TRUE(ran);
 }
 
 TEST(ThreadSerialQueueTest, AnUnusedQueueEndsWithoutEverHavingAThread) {
