@@ -48,6 +48,13 @@ protected:
         polls->expectedGuard = guard.get();
     }
 
+    ~KTRMeetingProcessGuardTest() override {
+        // A guard that still polls keeps itself alive.
+        if (guard) {
+            guard->cancel();
+        }
+    }
+
     test::FakeSystemLog systemLog;
     test::FakeRunLoop runLoop;
     test::FakeRunningApplications applications;
