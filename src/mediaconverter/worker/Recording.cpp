@@ -48,7 +48,7 @@ constexpr std::int64_t flvHeader = 13;
 constexpr int mostErrorsInARow = 256;
 
 /// What is missing at the very end is what the writer had no time for, not damage.
-constexpr std::int64_t tailBytes = 64 * 1024;
+constexpr std::int64_t tailBytes = std::int64_t{64} * 1024;
 
 /// The recording whose demuxer's complaints are listened to.
 std::atomic<Recording*> listening{nullptr};

@@ -1,0 +1,145 @@
+#include "mediaconverter/Samples.h"
+#include "mediaconverter/TemporaryFolder.h"
+#include "mediaconverter/worker/Conversion.h"
+#include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/Reporter.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+// Converts cut, flipped and patched recordings, descriptor in and descriptor out, each in a process of its own. A
+// crash, a sanitizer's report or a conversion that does not end is a finding: the recording is kept and the status
+// is 1.
+//   media-fuzz SECONDS [SEED]
+
+namespace {
+
+using Bytes = std::string;
+
+constexpr unsigned mostSeconds = 30;
+
+std::vector<Bytes> seeds() {
+    using mediatest::samples::make;
+    const std::vector<std::string> h264 = {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac"};
+    std::vector<Bytes> result;
+    for (const char* const extension : {"mkv", "ts", "flv", "mov"}) {
+        result.push_back(mediatest::contentOf(make(extension, h264, 1)));
+    }
+    auto fragmented = h264;
+    fragmented.insert(fragmented.end(), {"-g", "10", "-movflags", "frag_keyframe+empty_moov"});
+    result.push_back(mediatest::contentOf(make("mp4", fragmented, 1)));
+    result.push_back(
+        mediatest::contentOf(make("webm", {"-c:v", "libvpx", "-deadline", "realtime", "-c:a", "libvorbis"}, 0.5)));
+    result.push_back(mediatest::contentOf(make("avi", {"-c:v", "mjpeg", "-c:a", "pcm_s16le"}, 0.2)));
+    result.push_back(mediatest::contentOf(make("ogg", {"-vn", "-c:a", "flac"}, 0.5)));
+    return result;
+}
+
+class Mutator {
+public:
+    explicit Mutator(unsigned seed) : random_(seed) {}
+
+    std::size_t below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random_); }
+
+    Bytes mutated(Bytes bytes, const Bytes& other) {
+        for (std::size_t round = 1 + below(6); round > 0 && bytes.size() > 64; --round) {
+            mutate(bytes, other);
+        }
+        return bytes;
+    }
+
+private:
+    void mutate(Bytes& bytes, const Bytes& other) {
+        // Headers are where the decisions are made.
+        const std::size_t at = below(2) == 0 ? below(std::min<std::size_t>(bytes.size(), 2000)) : below(bytes.size());
+        const std::size_t length = std::min(bytes.size() - at, 1 + below(200));
+        switch (below(7)) {
+        case 0:
+            bytes.resize(std::max<std::size_t>(at, 1));
+            break;
+        case 1:
+            bytes[at] = static_cast<char>(bytes[at] ^ static_cast<char>(1U << below(8)));
+            break;
+        case 2:
+            std::generate_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), length,
+                            [this] { return static_cast<char>(random_()); });
+            break;
+        case 3:
+            bytes.erase(at, length);
+            break;
+        case 4:
+            bytes.insert(at, bytes.substr(below(bytes.size()), length));
+            break;
+        case 5:
+            std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), std::min<std::size_t>(length, 8),
+                        below(2) == 0 ? '\xFF' : '\0');
+            break;
+        default:
+            bytes.replace(at, length, other.substr(below(other.size()), length));
+            break;
+        }
+    }
+
+    std::mt19937 random_;
+};
+
+[[noreturn]] void convertHere(const Bytes& bytes) {
+    ::alarm(mostSeconds);
+    const int source = ::memfd_create("source", MFD_CLOEXEC);
+    const int output = ::memfd_create("output", MFD_CLOEXEC);
+    worker::Reporter reporter(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (::write(source, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+        ::_exit(EXIT_FAILURE);
+    }
+    try {
+        worker::convertRecording(source, output, reporter);
+    } catch (const worker::Failure&) {
+    } catch (const std::bad_alloc&) {
+    }
+    ::_exit(EXIT_SUCCESS);
+}
+
+bool survives(const Bytes& bytes) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        convertHere(bytes);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (WIFSIGNALED(status)) {
+        std::fprintf(stderr, "ended by signal %d\n", WTERMSIG(status));
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(count > 1 ? std::atoi(arguments[1]) : 30);
+    const auto seed = static_cast<unsigned>(count > 2 ? std::atoi(arguments[2]) : 1);
+    const std::vector<Bytes> recordings = seeds();
+    Mutator mutator(seed);
+    int runs = 0;
+    for (; std::chrono::steady_clock::now() < end; ++runs) {
+        const Bytes& first = recordings[mutator.below(recordings.size())];
+        const Bytes bytes = mutator.mutated(first, recordings[mutator.below(recordings.size())]);
+        if (!survives(bytes)) {
+            const std::string name = "media-fuzz-" + std::to_string(seed) + "-" + std::to_string(runs) + ".rec";
+            mediatest::writeFile(name, bytes);
+            std::fprintf(stderr, "run %d of seed %u: see %s\n", runs, seed, name.c_str());
+            return EXIT_FAILURE;
+        }
+    }
+    std::printf("%d recordings, no finding\n", runs);
+    return runs > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
