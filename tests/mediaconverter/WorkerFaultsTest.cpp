@@ -105,6 +105,7 @@ TEST_F(WorkerFaultsTest, SaysDoneAndGoesOnTalking) {
     expectErrorOfWorker(workerNonsense);
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take more than any limit by themselves
 TEST_F(WorkerFaultsTest, NeedsMoreMemoryThanItMayUse) {
     source_ =
         put("a.mkv", contentOf(samples::make(
@@ -118,6 +119,7 @@ TEST_F(WorkerFaultsTest, NeedsMoreMemoryThanItMayUse) {
     EXPECT_EQ(sink_.onlyError(), static_cast<int>(workerOutOfMemory));
     EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
 }
+#endif
 
 TEST_F(WorkerFaultsTest, HangsForThirtySeconds) {
     writeWorker("exec sleep 300");

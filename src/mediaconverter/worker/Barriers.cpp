@@ -90,11 +90,11 @@ void limitResources(Reporter& reporter, std::int64_t sourceSize) {
     ::setpriority(PRIO_PROCESS, 0, 10);
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioBestEffortLowest);
     limit(reporter, RLIMIT_CORE, 0, "core files");
-    limit(reporter, RLIMIT_NOFILE, mediaconverter::descriptor::report + 1, "open files");
     limit(reporter, RLIMIT_FSIZE,
           std::max(leastOutputLimit, static_cast<rlim_t>(std::max<std::int64_t>(sourceSize, 0)) * mostGrowth),
           "the file size");
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // whose shadows take all the address space
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which need descriptors and all the address space
+    limit(reporter, RLIMIT_NOFILE, mediaconverter::descriptor::report + 1, "open files");
     limit(reporter, RLIMIT_AS, mostMemory, "memory");
 #endif
 }
