@@ -72,22 +72,19 @@ public:
     bool itemIsMenu() const { return false; }
     QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
 
-public Q_SLOTS:
     // The icon shows nothing but itself, so presses do nothing.
-    void Activate(int, int) {}
-    void SecondaryActivate(int, int) {}
-    void ContextMenu(int, int) {}
-    void Scroll(int, const QString&) {}
+    Q_SLOT void Activate(int, int) {}
+    Q_SLOT void SecondaryActivate(int, int) {}
+    Q_SLOT void ContextMenu(int, int) {}
+    Q_SLOT void Scroll(int, const QString&) {}
 
 Q_SIGNALS:
     void NewIcon();
     void NewStatus(const QString& status);
 
-private Q_SLOTS:
-    void askWatcher();
-    void watcherGone();
-
 private:
+    Q_SLOT void askWatcher();
+    Q_SLOT void watcherGone();
     void setShown(bool isShown);
 
     const QIcon icon_;

@@ -53,6 +53,7 @@ private:
 
 std::vector<Place> placeInCorner(const Rect& available, const std::vector<Size>& bodies) {
     std::vector<Place> places;
+    places.reserve(bodies.size());
     Column column(available, false, available.y + kBubbleGap);
     for (const auto& body : bodies) {
         places.push_back({column.add(body, right(available) - kBubbleGap - body.width)});
@@ -74,6 +75,7 @@ std::vector<Place> placeBubbles(const Surroundings& surroundings, const AuroraAr
     const bool growsUp = below + bodies.front().height + kBubbleGap > bottom(available);
 
     std::vector<Place> places;
+    places.reserve(bodies.size());
     Column column(available, growsUp, growsUp ? icon.y - arrow.height : below);
     for (const auto& body : bodies) {
         Place place{column.add(body, tip - body.width / 2)};
