@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <string>
 
 namespace {
@@ -69,16 +70,16 @@ struct Watch {
         if (!bus.isConnected()) {
             return complainOfNoBus();
         }
-        int seen = 0;
-        bus.setListener([&](const Notification& notification) {
-            if (count > 0 && seen == count) {
+        const auto seen = std::make_shared<int>(0);
+        bus.setListener([seen, json = json, count = count](const Notification& notification) {
+            if (count > 0 && *seen == count) {
                 return;
             }
-            ++seen;
+            ++*seen;
             std::cout << (json ? asJson(notification) : asText(notification)) << std::endl;
         });
         std::cerr << "meeting-client: watching\n";
-        const bool full = bus.waitUntil([&] { return (count > 0 && seen >= count) || !std::cout; },
+        const bool full = bus.waitUntil([&] { return (count > 0 && *seen >= count) || !std::cout; },
                                         timeout > 0 ? milliseconds(timeout) : std::chrono::milliseconds(-1));
         return full || count == 0 ? ExitStatus::done : ExitStatus::tooFewNotifications;
     }
