@@ -28,7 +28,10 @@ std::atomic<const ProcessTable*> installed{nullptr};
 const ProcessTable& ProcessTable::standard() {
     static const NoProcesses none;
     const ProcessTable* const table = installed.load();
-    return table != nullptr ? *table : none;
+    if (table != nullptr) {
+        return *table;
+    }
+    return none;
 }
 
 void ProcessTable::setStandard(const ProcessTable* table) {

@@ -15,7 +15,10 @@ const StringTables* installed = nullptr;
 
 const StringTables& StringTables::standard() {
     static const NoStringTables none;
-    return installed != nullptr ? *installed : none;
+    if (installed != nullptr) {
+        return *installed;
+    }
+    return none;
 }
 
 void StringTables::setStandard(const StringTables* tables) {

@@ -19,7 +19,10 @@ std::atomic<SystemLog*> installed{nullptr};
 SystemLog& SystemLog::standard() {
     static StandardErrorLog standardError;
     SystemLog* const log = installed.load();
-    return log != nullptr ? *log : standardError;
+    if (log != nullptr) {
+        return *log;
+    }
+    return standardError;
 }
 
 void SystemLog::setStandard(SystemLog* log) {

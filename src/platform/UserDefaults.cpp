@@ -27,7 +27,10 @@ UserDefaults* installed = nullptr;
 
 UserDefaults& UserDefaults::standard() {
     static MemoryUserDefaults memory;
-    return installed != nullptr ? *installed : memory;
+    if (installed != nullptr) {
+        return *installed;
+    }
+    return memory;
 }
 
 void UserDefaults::setStandard(UserDefaults* defaults) {

@@ -20,7 +20,10 @@ const ImageCatalog* installed = nullptr;
 
 const ImageCatalog& ImageCatalog::standard() {
     static const NoImages none;
-    return installed != nullptr ? *installed : none;
+    if (installed != nullptr) {
+        return *installed;
+    }
+    return none;
 }
 
 void ImageCatalog::setStandard(const ImageCatalog* catalog) {

@@ -15,7 +15,10 @@ const TextMeasure* installed = nullptr;
 
 const TextMeasure& TextMeasure::standard() {
     static const NoTextMeasure none;
-    return installed != nullptr ? *installed : none;
+    if (installed != nullptr) {
+        return *installed;
+    }
+    return none;
 }
 
 void TextMeasure::setStandard(const TextMeasure* measure) {
