@@ -39,8 +39,6 @@ DesktopTaste::DesktopTaste() : bus_(newConnection()) {
     if (!bus_.isConnected()) {
         return;
     }
-    bus_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
-                 SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     ask(kAppearance, QStringLiteral("reduced-motion"));
     ask(kAppearance, QStringLiteral("contrast"));
     ask(kInterfaceGroup, QStringLiteral("enable-animations"));
@@ -64,10 +62,6 @@ void DesktopTaste::ask(const QString& group, const QString& key) {
             take(group, key, reply.value().variant());
         }
     });
-}
-
-void DesktopTaste::onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-    take(group, key, value.variant());
 }
 
 void DesktopTaste::take(const QString& group, const QString& key, const QVariant& value) {

@@ -7,8 +7,8 @@
 
 namespace uilib::qt {
 
-/// What the user has asked of every program on the desktop, as its settings portal tells: less motion, more contrast.
-/// Until it has told, and where there is none, neither. Main thread.
+/// What the user has asked of every program on the desktop, as its settings portal told at the start: less motion, more
+/// contrast. Until it has told, and where there is none, neither. Main thread.
 class DesktopTaste final : public QObject {
     Q_OBJECT
 
@@ -18,9 +18,6 @@ public:
 
     bool wantsLessMotion() const { return lessMotion_ || !animations_; }
     bool wantsMoreContrast() const { return moreContrast_ || highContrast_; }
-
-private Q_SLOTS:
-    void onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
 private:
     void ask(const QString& group, const QString& key);
