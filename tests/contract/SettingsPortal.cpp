@@ -12,7 +12,7 @@ const auto kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 
 SettingsPortal::SettingsPortal()
     : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnection)) {
-    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots);
     connection_.registerService(kName);
 }
 
@@ -20,11 +20,6 @@ SettingsPortal::~SettingsPortal() {
     connection_.unregisterService(kName);
     connection_.unregisterObject(kPath);
     QDBusConnection::disconnectFromBus(kConnection);
-}
-
-void SettingsPortal::change(const QString& group, const QString& key, const QVariant& value) {
-    settings[group + QLatin1Char(' ') + key] = value;
-    Q_EMIT SettingChanged(group, key, QDBusVariant(value));
 }
 
 QDBusVariant SettingsPortal::Read(const QString& group, const QString& key) {
