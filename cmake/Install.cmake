@@ -9,6 +9,9 @@ install(TARGETS mediaconverter-worker RUNTIME DESTINATION ${application}/libexec
 install(DIRECTORY "${RECORD_CONVERTER_APPLICATION_FOLDER}/Resources" DESTINATION ${application} COMPONENT application)
 install(DIRECTORY DESTINATION ${application}/PlugIns COMPONENT application)
 
+# The trace plug-in only where it is asked for (`cmake --install <build> --component trace`): without it there is no trace.
+install(TARGETS ktrtrace LIBRARY DESTINATION ${application}/PlugIns COMPONENT trace EXCLUDE_FROM_ALL)
+
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/install")
 foreach(command record-converter meeting-client convert-recording)
   set(link "${PROJECT_BINARY_DIR}/install/${command}")

@@ -1,4 +1,4 @@
-# `cpack -G DEB` makes two packages: the application, and what an author of a meeting client needs.
+# `cpack -G DEB` makes three packages: the application, what an author of a meeting client needs, and the trace plug-in.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME record-converter)
@@ -6,7 +6,7 @@ set(CPACK_PACKAGE_VENDOR "The record converter's developers")
 set(CPACK_PACKAGE_CONTACT "The record converter's developers <developers@recordconverter.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL application development)
+set(CPACK_COMPONENTS_ALL application development trace)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
@@ -31,6 +31,14 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "names shared by meeting clients and
  names and keys, the D-Bus interface, and the manual for authors of meeting
  clients.")
 
+set(CPACK_DEBIAN_TRACE_PACKAGE_NAME record-converter-trace)
+set(CPACK_DEBIAN_TRACE_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_TRACE_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TRACE_PACKAGE_DEPENDS "record-converter (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(CPACK_COMPONENT_TRACE_DESCRIPTION "diagnostic trace of the record converter
+ While this package is installed the record converter writes what it does into
+ files in the user's state folder, for whoever looks for the cause of a trouble.")
+
 # Every package carries its copyright and its changes.
 find_program(GZIP gzip)
 if(GZIP)
@@ -41,6 +49,8 @@ if(GZIP)
     install(FILES "${PROJECT_SOURCE_DIR}/packaging/copyright" "${changes}"
       DESTINATION share/doc/${part} COMPONENT ${component})
   endforeach()
+  install(FILES "${PROJECT_SOURCE_DIR}/packaging/copyright" "${changes}"
+    DESTINATION share/doc/record-converter-trace COMPONENT trace EXCLUDE_FROM_ALL)
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/packaging/record-converter-dev.lintian-overrides" RENAME record-converter-dev
   DESTINATION share/lintian/overrides COMPONENT development)

@@ -1,4 +1,4 @@
-"""The examples of docs/meeting-clients.md do what they say."""
+"""The examples of docs/meeting-clients.md and the commands of docs/diagnostics.md do what they say."""
 
 import os
 import re
@@ -10,16 +10,21 @@ import recordings
 import test_install
 import world
 
-PAGE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "docs", "meeting-clients.md")
+DOCS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "docs")
+
+
+def blocks(page):
+    """(language, text) of each block of the page."""
+    with open(os.path.join(DOCS, page), encoding="utf-8") as file:
+        return re.findall(r"^```(\w+)\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL)
 
 
 class Examples(world.World):
     def setUp(self):
         super().setUp()
-        with open(PAGE, encoding="utf-8") as file:
-            blocks = re.findall(r"^```(\w+)\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL)
-        self.examples = dict(blocks)
-        self.assertEqual(len(self.examples), len(blocks), "one example a language")
+        found = blocks("meeting-clients.md")
+        self.examples = dict(found)
+        self.assertEqual(len(self.examples), len(found), "one example a language")
         self.environment["PATH"] = os.path.join(self.application, "bin") + ":" + self.environment["PATH"]
 
     def example(self, language, name):
@@ -69,6 +74,49 @@ class Examples(world.World):
         self.line.wait_confirmed(meeting.pid)
         meeting.die()
         self.wait_converted(source, self.path("talk.mp4"))
+
+
+class Diagnostics(world.World):
+    def _run(self, script):
+        return subprocess.run(["bash", "-euc", script], env=self.environment, cwd=self.folder, check=True, timeout=90,
+                              stdout=subprocess.PIPE, text=True).stdout
+
+    def _told(self, text):
+        """A trace without what differs from run to run; progress but the first and last, and repeated ticks, left out."""
+        told = []
+        for line in text.splitlines():
+            if re.search(r"cvt_progress = (?!0\.00%|100\.00%)", line):
+                continue
+            line = re.sub(r"^[\d:.]{12} ", "", line)
+            line = re.sub(r"(?<=pid = )\d+|(?<=p_id = )\d+|(?<=exit pid )\d+", "N", line)
+            line = re.sub(r"(?<=[ ,])/\S*(?=/talk|/bin/)", "…", line).rstrip()
+            if not told or line != told[-1]:
+                told.append(line)
+        return told
+
+    def test_the_page(self):
+        prefix = os.path.join(self.environment["HOME"], ".local")
+        test_install.install(prefix)
+        del self.environment["XDG_STATE_HOME"]
+        self.environment["PATH"] = os.path.join(prefix, "bin") + ":" + self.environment["PATH"]
+        scripts = [text for language, text in blocks("diagnostics.md") if language == "sh"]
+        install, record, read, remove = scripts
+
+        self._run(install.replace("build/release", test_install.BUILD))
+        self._run(record)
+        self.wait_for(lambda: not self.line.converter_runs(), world.BUBBLE_DEADLINE, "the converter ends")
+        *shown, verdict = self._run(read).splitlines()
+        self.assertEqual(verdict, "nothing went wrong")
+        traced = self._told("\n".join(shown))
+        documented = self._told("".join(text for language, text in blocks("diagnostics.md") if language == "trace"))
+        # When the client's process ends depends on the machine; the rest has its order on each thread.
+        for lines in (traced, documented):
+            lines.remove("info main NoteExitKQueueCallback: observe process exit pid N")
+        for thread in ("main", "ktrmp4recording"):
+            self.assertEqual([line for line in traced if f" {thread} " in line],
+                             [line for line in documented if f" {thread} " in line])
+        self._run(remove)
+        self.assertFalse(os.path.exists(os.path.join(prefix, "state", "record-converter")))
 
 
 if __name__ == "__main__":

@@ -53,6 +53,8 @@ class Install(world.World):
                      "share/dbus-1/interfaces/org.recordconverter.NotificationCenter.xml",
                      "include/recordmeeting/KTRMeetingRecordNotifications.h"):
             self.assertTrue(os.path.exists(os.path.join(self.prefix, path)), path)
+        self.assertEqual(os.listdir(os.path.join(self.prefix, "lib/record-converter/PlugIns")), [],
+                         "the trace plug-in only where it is asked for")
 
     def test_holds_no_path_of_the_build(self):
         install(self.prefix)
@@ -80,14 +82,28 @@ class Packages(world.World):
         subprocess.run(["cpack", "-G", "DEB", "-B", self.folder, "--config", f"{BUILD}/CPackConfig.cmake"], check=True,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env={**self.environment, "DPKG_COLORS": "never"})
         packages = sorted(name for name in self.files() if name.endswith(".deb"))
-        self.assertEqual([name.split("_")[0] for name in packages], ["record-converter-dev", "record-converter"])
+        self.assertEqual([name.split("_")[0] for name in packages],
+                         ["record-converter-dev", "record-converter-trace", "record-converter"])
         result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error", *packages], cwd=self.folder,
                                 env=self.environment, stdout=subprocess.PIPE, text=True, check=False)
         self.assertEqual(result.returncode, 0, result.stdout)
-        depends = subprocess.run(["dpkg-deb", "--field", self.path(packages[1]), "Depends"], check=True,
-                                 stdout=subprocess.PIPE, text=True).stdout
+        development, trace, application = packages
         for library in ("libqt6widgets6", "libavformat59", "libseccomp2", "libc6"):
-            self.assertIn(library, depends)
+            self.assertIn(library, self._depends(application))
+        # The plug-in is a package of its own, for the application must start without it, and adds no library.
+        self.assertEqual({dependency.split()[0] for dependency in self._depends(trace).split(", ")},
+                         {"record-converter", "libc6", "libgcc-s1", "libstdc++6"})
+        plug_in = "./usr/lib/record-converter/PlugIns/ktrtrace.bundle"
+        self.assertEqual([plug_in in self._contents(package) for package in (trace, application, development)],
+                         [True, False, False])
+
+    def _depends(self, package):
+        return subprocess.run(["dpkg-deb", "--field", self.path(package), "Depends"], check=True,
+                              stdout=subprocess.PIPE, text=True).stdout.strip()
+
+    def _contents(self, package):
+        return subprocess.run(["dpkg-deb", "--contents", self.path(package)], check=True, stdout=subprocess.PIPE,
+                              text=True).stdout
 
 
 if __name__ == "__main__":
