@@ -21,6 +21,9 @@ BUBBLE_DEADLINE = 60
 _FOREIGN = ("DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS", "QT_QPA_PLATFORM",
             "LD_LIBRARY_PATH", "LANGUAGE")
 
+# On the machine's own system bus a login manager might call the tester's session idle, and bubbles would wait.
+_NO_SYSTEM_BUS = "unix:path=/nonexistent"
+
 
 class World(unittest.TestCase):
     """Base of the scenarios. `self.folder` is where recordings go; `self.line` is an ear on the bus."""
@@ -43,6 +46,7 @@ class World(unittest.TestCase):
             if key:
                 self.environment[key] = path
         self.environment["LC_ALL"] = "C.UTF-8"
+        self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = _NO_SYSTEM_BUS
         self.application = APPLICATION_FOLDER
         self.converters = []
         self.line = None
