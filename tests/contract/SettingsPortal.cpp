@@ -12,7 +12,8 @@ const auto kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 
 SettingsPortal::SettingsPortal()
     : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnection)) {
-    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots);
+    qRegisterMetaType<QDBusVariant>();
+    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
     connection_.registerService(kName);
 }
 
@@ -22,7 +23,13 @@ SettingsPortal::~SettingsPortal() {
     QDBusConnection::disconnectFromBus(kConnection);
 }
 
+void SettingsPortal::change(const QString& group, const QString& key, const QVariant& value) {
+    settings[group + QLatin1Char(' ') + key] = value;
+    Q_EMIT SettingChanged(group, key, QDBusVariant(value));
+}
+
 QDBusVariant SettingsPortal::Read(const QString& group, const QString& key) {
+    ++asked;
     // Portals wrap the value twice.
     return QDBusVariant(
         QVariant::fromValue(QDBusVariant(settings.value(group + QLatin1Char(' ') + key, QVariant(0U)))));

@@ -21,8 +21,16 @@ public:
     /// By "group key".
     QMap<QString, QVariant> settings;
 
+    /// How many settings it has been asked for.
+    int asked = 0;
+
+    void change(const QString& group, const QString& key, const QVariant& value);
+
 public Q_SLOTS:
     QDBusVariant Read(const QString& group, const QString& key);
+
+Q_SIGNALS:
+    void SettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
 private:
     QDBusConnection connection_;

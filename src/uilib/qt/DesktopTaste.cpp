@@ -35,18 +35,31 @@ QVariant unwrapped(QVariant value) {
 
 }  // namespace
 
-DesktopTaste::DesktopTaste() : bus_(newConnection()) {
+DesktopTaste::DesktopTaste()
+    : bus_(newConnection()), portalWatch_(kService, bus_, QDBusServiceWatcher::WatchForRegistration) {
     if (!bus_.isConnected()) {
         return;
     }
-    ask(kAppearance, QStringLiteral("reduced-motion"));
-    ask(kAppearance, QStringLiteral("contrast"));
-    ask(kInterfaceGroup, QStringLiteral("enable-animations"));
-    ask(kAccessGroup, QStringLiteral("high-contrast"));
+    // The toolkit looks the parameters of a slot up by name, and knows no type before its first use.
+    qRegisterMetaType<QDBusVariant>();
+    // By group, so that no other setting's change wakes this process up.
+    for (const auto& group : {kAppearance, kInterfaceGroup, kAccessGroup}) {
+        bus_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), {group}, QStringLiteral("ssv"),
+                     this, SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+    }
+    connect(&portalWatch_, &QDBusServiceWatcher::serviceRegistered, this, &DesktopTaste::askForAll);
+    askForAll();
 }
 
 DesktopTaste::~DesktopTaste() {
     QDBusConnection::disconnectFromBus(bus_.name());
+}
+
+void DesktopTaste::askForAll() {
+    ask(kAppearance, QStringLiteral("reduced-motion"));
+    ask(kAppearance, QStringLiteral("contrast"));
+    ask(kInterfaceGroup, QStringLiteral("enable-animations"));
+    ask(kAccessGroup, QStringLiteral("high-contrast"));
 }
 
 void DesktopTaste::ask(const QString& group, const QString& key) {
@@ -62,6 +75,10 @@ void DesktopTaste::ask(const QString& group, const QString& key) {
             take(group, key, reply.value().variant());
         }
     });
+}
+
+void DesktopTaste::onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
+    take(group, key, value.variant());
 }
 
 void DesktopTaste::take(const QString& group, const QString& key, const QVariant& value) {

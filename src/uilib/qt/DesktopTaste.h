@@ -1,14 +1,15 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QObject>
 #include <QString>
 
 namespace uilib::qt {
 
-/// What the user has asked of every program on the desktop, as its settings portal told at the start: less motion, more
-/// contrast. Until it has told, and where there is none, neither. Main thread.
+/// What the user has asked of every program on the desktop, as its settings portal tells: less motion, more contrast.
+/// Until it has told, and where there is none, neither. Sleeps until one of these settings changes. Main thread.
 class DesktopTaste final : public QObject {
     Q_OBJECT
 
@@ -19,11 +20,16 @@ public:
     bool wantsLessMotion() const { return lessMotion_ || !animations_; }
     bool wantsMoreContrast() const { return moreContrast_ || highContrast_; }
 
+private Q_SLOTS:
+    void onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
 private:
+    void askForAll();
     void ask(const QString& group, const QString& key);
     void take(const QString& group, const QString& key, const QVariant& value);
 
     QDBusConnection bus_;
+    QDBusServiceWatcher portalWatch_;
     bool lessMotion_ = false;
     bool moreContrast_ = false;
     bool animations_ = true;
