@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QMetaObject>
 #include <QSessionManager>
+#include <QThreadPool>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -81,6 +82,10 @@ QtApplication::QtApplication(int argc, char* argv[])
     QGuiApplication::setDesktopFileName(QStringLiteral("org.recordconverter.RecordConverter"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
+    // The toolkit shares large pictures out among threads that would wait half a minute for the next one, and then wake
+    // up just to end. They end as soon as the picture is drawn; a single one, since a bubble gives no work to more.
+    QThreadPool::globalInstance()->setMaxThreadCount(1);
+    QThreadPool::globalInstance()->setExpiryTimeout(0);
     QObject::connect(&toolkit_->application, &QGuiApplication::saveStateRequest, &toolkit_->application,
                      [](QSessionManager& session) {
                          // A meeting client starts us when there is work; the next session must not.

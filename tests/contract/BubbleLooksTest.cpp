@@ -1,0 +1,154 @@
+/// What bubbles look like, read from what is drawn.
+
+#include "contract/BubbleKit.h"
+#include "contract/EventLoop.h"
+#include "contract/SettingsPortal.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QColor>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QLabel>
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+
+namespace {
+
+const std::string kSaved = "Your recording has been saved to your computer.";
+
+// Of a pixel, as readability guidelines define it.
+double luminanceOf(const QColor& color) {
+    const auto linear = [](double part) {
+        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+QImage drawn(QWidget* window, double scale = 1) {
+    QImage image((QSizeF(window->size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    window->render(&image, {}, {}, QWidget::DrawChildren);
+    return image;
+}
+
+// Between a widget's commonest colour, which is what its text stands on, and the colour farthest from it, which is that
+// of its letters' cores.
+double contrastOf(QWidget* window, const QWidget* part) {
+    const auto image = drawn(window, 4);
+    const QRect place(part->mapTo(window, QPoint()) * 4, part->size() * 4);
+    std::map<QRgb, int> counts;
+    for (int y = place.top(); y <= place.bottom(); ++y) {
+        for (int x = place.left(); x <= place.right(); ++x) {
+            ++counts[image.pixel(x, y)];
+        }
+    }
+    const auto ground = std::max_element(counts.begin(), counts.end(),
+                                         [](const auto& a, const auto& b) { return a.second < b.second; });
+    const double groundLuminance = luminanceOf(QColor::fromRgba(ground->first));
+    double best = 1;
+    for (const auto& [color, count] : counts) {
+        const double luminance = luminanceOf(QColor::fromRgba(color));
+        best = std::max(best,
+                        (std::max(luminance, groundLuminance) + 0.05) / (std::min(luminance, groundLuminance) + 0.05));
+    }
+    return best;
+}
+
+QColor edgeOf(QWidget* window) {
+    const auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
+    return drawn(window).pixelColor(client->x() + client->width() / 2, client->y() + client->height());
+}
+
+class BubbleLooks : public test::BubbleKit {
+protected:
+    QWidget* showOne() {
+        show(makeView(kSaved, {"Open", "View in Folder"}));
+        EXPECT_EQ(windows().size(), 1U);
+        return windows().front();
+    }
+};
+
+TEST_F(BubbleLooks, ItsTextHasAContrastOfAtLeastSevenToOne) {
+    auto* const window = showOne();
+    EXPECT_GE(contrastOf(window, window->findChild<QLabel*>()), 7);
+}
+
+TEST_F(BubbleLooks, ItsButtonsTitlesHaveAContrastOfAtLeastSevenToOneInEveryLook) {
+    auto* const window = showOne();
+    QAbstractButton* button = nullptr;
+    for (auto* candidate : window->findChildren<QAbstractButton*>()) {
+        button = candidate->accessibleName() == QLatin1String("Open") ? candidate : button;
+    }
+    ASSERT_NE(button, nullptr);
+    const auto plain = drawn(window);
+    EXPECT_GE(contrastOf(window, button), 7);
+
+    button->setAttribute(Qt::WA_UnderMouse);
+    const auto hovered = drawn(window);
+    EXPECT_NE(hovered, plain);
+    EXPECT_GE(contrastOf(window, button), 7) << "hovered";
+
+    button->setDown(true);
+    const auto held = drawn(window);
+    EXPECT_NE(held, hovered);
+    EXPECT_GE(contrastOf(window, button), 7) << "pressed";
+
+    button->setDown(false);
+    button->setAttribute(Qt::WA_UnderMouse, false);
+    QApplication::setActiveWindow(window);
+    button->setFocus(Qt::TabFocusReason);
+    EXPECT_NE(drawn(window), plain);
+    EXPECT_GE(contrastOf(window, button), 7) << "focused";
+}
+
+TEST_F(BubbleLooks, ADisabledButtonLooksDisabled) {
+    auto* const window = showOne();
+    auto* const button = window->findChildren<QAbstractButton*>().front();
+    const auto enabled = drawn(window);
+    button->setEnabled(false);
+    EXPECT_NE(drawn(window), enabled);
+}
+
+TEST_F(BubbleLooks, ItsBorderIsTransparent) {
+    EXPECT_LT(edgeOf(showOne()).lightness(), 64) << "the shadow is all that surrounds the body";
+}
+
+TEST_F(BubbleLooks, AnOutlineSetsItApartForThoseWhoAskForMoreContrast) {
+    test::SettingsPortal portal;
+    portal.settings[QStringLiteral("org.freedesktop.appearance contrast")] = 1U;
+    maker = std::make_unique<uilib::qt::QtAuroraBubbleMaker>(center, statusBar);
+    test::turnUntil([&] { return portal.asked >= 4; });
+    test::turnFor(std::chrono::milliseconds(100));
+    EXPECT_GT(edgeOf(showOne()).lightness(), 200);
+}
+
+int drawingThreads() {
+    int count = 0;
+    for (const auto& task : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+        count += name.open(QIODevice::ReadOnly) && name.readAll().startsWith("Thread (pooled)") ? 1 : 0;
+    }
+    return count;
+}
+
+// A thread that waited for the next picture would wake the process up when it gives up.
+TEST_F(BubbleLooks, DrawingLeavesNoThreadWaiting) {
+    show(makeView(kSaved, {"Open", "View in Folder"}));
+    show(makeView("We had a problem converting the recording to MP4 format.", {}, "icn_error"));
+    show(makeView("Your recording is being prepared. This may take a while.", {}, "corvo_logo"));
+    show(makeView("**** received job ****\nFilePath = /home/u/" + std::string(4000, 'x') + ".mkv", {}, ""));
+    for (auto* window : windows()) {
+        for (const double scale : {1.0, 2.0, 3.0}) {
+            EXPECT_FALSE(drawn(window, scale).convertToFormat(QImage::Format_ARGB32).isNull());
+        }
+    }
+    EXPECT_TRUE(test::turnUntil([] { return drawingThreads() == 0; })) << drawingThreads();
+}
+
+}  // namespace
