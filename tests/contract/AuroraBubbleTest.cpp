@@ -4,6 +4,7 @@
 
 #include <QAbstractButton>
 #include <QAccessible>
+#include <QApplication>
 #include <QCoreApplication>
 #include <QEnterEvent>
 #include <QGuiApplication>
@@ -56,7 +57,7 @@ protected:
         QCoreApplication::sendEvent(window, &down);
     }
 
-    bool waitUntilClosed(std::size_t count, std::chrono::milliseconds limit = 10s) {
+    bool waitUntilClosed(std::size_t count, std::chrono::milliseconds limit = 20s) {
         return test::turnUntil([&] { return closed.size() >= count; }, limit);
     }
 };
@@ -116,6 +117,17 @@ TEST_F(AuroraBubble, StaysWhileThePointerIsOverItAndThreeSecondsLonger) {
     test::turnFor(1500ms);
     EXPECT_TRUE(closed.empty());
     leave(window);
+    const auto left = std::chrono::steady_clock::now();
+    ASSERT_TRUE(waitUntilClosed(1));
+    EXPECT_GE(std::chrono::steady_clock::now() - left, 2850ms);
+}
+
+TEST_F(AuroraBubble, StaysWhileTheKeyboardIsInItAndThreeSecondsLonger) {
+    show(makeView(kSaved, {"Open"}), 0.5);
+    QApplication::setActiveWindow(onlyWindow());
+    test::turnFor(1500ms);
+    EXPECT_TRUE(closed.empty());
+    QApplication::setActiveWindow(nullptr);
     const auto left = std::chrono::steady_clock::now();
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_GE(std::chrono::steady_clock::now() - left, 2850ms);

@@ -33,11 +33,20 @@ QDBusConnection newConnection() {
 
 }  // namespace
 
-ScreenWatch::ScreenWatch(std::function<void(bool)> changed) : changed_(std::move(changed)), bus_(newConnection()) {
+ScreenWatch::ScreenWatch(std::function<void(bool)> changed)
+    : changed_(std::move(changed)), bus_(newConnection()), session_([this](bool isAway) {
+          isUserAway_ = isAway;
+          tellChange();
+      }) {
     if (!bus_.isConnected()) {
         return;
     }
+    saverWatch_.setConnection(bus_);
+    saverWatch_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    // One that has died covers nothing any more.
+    connect(&saverWatch_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { onSaverActiveChanged(false); });
     for (const auto& saver : savers()) {
+        saverWatch_.addWatchedService(saver.service);
         bus_.connect(saver.service, saver.path, saver.service, QStringLiteral("ActiveChanged"), this,
                      SLOT(onSaverActiveChanged(bool)));
         askSaver(saver.service, saver.path);
@@ -62,8 +71,14 @@ void ScreenWatch::askSaver(const QString& service, const QString& path) {
 }
 
 void ScreenWatch::onSaverActiveChanged(bool isActive) {
-    if (std::exchange(isVisible_, !isActive) == isActive) {
-        changed_(!isActive);
+    isSaverActive_ = isActive;
+    tellChange();
+}
+
+void ScreenWatch::tellChange() {
+    const bool isVisible = !isSaverActive_ && !isUserAway_;
+    if (std::exchange(isVisible_, isVisible) != isVisible) {
+        changed_(isVisible);
     }
 }
 

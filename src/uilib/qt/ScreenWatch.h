@@ -1,13 +1,17 @@
 #pragma once
 
+#include "uilib/qt/LoginSession.h"
+
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QObject>
+#include <QString>
 #include <functional>
 
 namespace uilib::qt {
 
-/// Whether the user can see the screen: false while a screen saver or lock covers it, as far as the session bus tells.
-/// Costs nothing between its changes. Main thread.
+/// Whether the user can see the screen: false while a screen saver or lock covers it, or nobody is at it, as far as the
+/// desktop's screen saver and the login manager tell. Costs nothing between its changes. Main thread.
 class ScreenWatch final : public QObject {
     Q_OBJECT
 
@@ -23,10 +27,15 @@ private Q_SLOTS:
 
 private:
     void askSaver(const QString& service, const QString& path);
+    void tellChange();
 
     const std::function<void(bool)> changed_;
     QDBusConnection bus_;
+    QDBusServiceWatcher saverWatch_;
+    bool isSaverActive_ = false;
+    bool isUserAway_ = false;
     bool isVisible_ = true;
+    LoginSession session_;
 };
 
 }  // namespace uilib::qt

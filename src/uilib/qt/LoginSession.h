@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <functional>
+
+namespace uilib::qt {
+
+/// The user's graphical session as the login manager on the system bus knows it: whether it is locked, or idle. Neither
+/// where there is no login manager. Costs nothing between its changes. Main thread.
+class LoginSession final : public QObject {
+    Q_OBJECT
+
+public:
+    /// `changed` is told whether the user is away (locked or idle), never from inside this call.
+    explicit LoginSession(std::function<void(bool)> changed);
+    ~LoginSession() override;
+
+private Q_SLOTS:
+    void onPropertiesChanged(const QString& interface, const QVariantMap& changed, const QStringList& invalidated);
+
+private:
+    void ask(const QString& path);
+    void take(const QVariantMap& properties);
+
+    const std::function<void(bool)> changed_;
+    QDBusConnection bus_;
+    QDBusServiceWatcher managerWatch_;
+    bool isGraphical_ = false;
+    bool isLocked_ = false;
+    bool isIdle_ = false;
+};
+
+}  // namespace uilib::qt

@@ -1,0 +1,115 @@
+/// No result is shown to an empty chair: a bubble's time stands still while nobody sees the screen.
+
+#include "contract/BubbleKit.h"
+#include "contract/EventLoop.h"
+#include "contract/ScreenServices.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const auto kLocked = QStringLiteral("LockedHint");
+const auto kIdle = QStringLiteral("IdleHint");
+
+class EmptyChair : public test::BubbleKit {
+protected:
+    /// Opens a bubble that would be gone after half a second.
+    void showBriefly() { show(makeView("Your recording has been saved to your computer."), 0.5); }
+
+    void expectThatItStays() {
+        test::turnFor(1500ms);
+        EXPECT_TRUE(closed.empty());
+    }
+
+    void expectThatItStaysThreeSecondsLonger() {
+        const auto back = std::chrono::steady_clock::now();
+        ASSERT_TRUE(test::turnUntil([&] { return closed.size() == 1; }));
+        EXPECT_GE(std::chrono::steady_clock::now() - back, 2850ms);
+    }
+};
+
+TEST_F(EmptyChair, AScreenSaverStopsTheClockUntilItIsGone) {
+    test::ScreenSaver saver;
+    showBriefly();
+    saver.setActive(true);
+    expectThatItStays();
+    saver.setActive(false);
+    expectThatItStaysThreeSecondsLonger();
+}
+
+TEST_F(EmptyChair, AScreenSaverThatIsThereAlreadyStopsTheClock) {
+    test::ScreenSaver saver(true);
+    showBriefly();
+    expectThatItStays();
+    saver.setActive(false);
+    expectThatItStaysThreeSecondsLonger();
+}
+
+TEST_F(EmptyChair, AScreenSaverThatDiesCoversNothing) {
+    auto saver = std::make_unique<test::ScreenSaver>(true);
+    showBriefly();
+    expectThatItStays();
+    saver.reset();
+    expectThatItStaysThreeSecondsLonger();
+}
+
+TEST_F(EmptyChair, ALockedSessionStopsTheClock) {
+    test::LoginManager manager;
+    manager.setHint(kLocked, true);
+    showBriefly();
+    expectThatItStays();
+    manager.setHint(kLocked, false);
+    expectThatItStaysThreeSecondsLonger();
+}
+
+TEST_F(EmptyChair, ASessionThatBecomesIdleStopsTheClock) {
+    test::LoginManager manager;
+    showBriefly();
+    test::turnUntil([&] { return manager.asked > 0; });
+    test::turnFor(100ms);
+    manager.setHint(kIdle, true);
+    expectThatItStays();
+    manager.setHint(kIdle, false);
+    expectThatItStaysThreeSecondsLonger();
+}
+
+TEST_F(EmptyChair, StaysEmptyUntilEveryReasonIsGone) {
+    test::LoginManager manager;
+    manager.setHint(kLocked, true);
+    test::ScreenSaver saver(true);
+    showBriefly();
+    expectThatItStays();
+    saver.setActive(false);
+    expectThatItStays();
+    manager.setHint(kLocked, false);
+    expectThatItStaysThreeSecondsLonger();
+}
+
+TEST_F(EmptyChair, ATextSessionsIdlenessMeansNothing) {
+    test::LoginManager manager(QStringLiteral("tty"));
+    manager.setHint(kIdle, true);
+    showBriefly();
+    EXPECT_TRUE(test::turnUntil([&] { return closed.size() == 1; }));
+    EXPECT_EQ(manager.asked, 1);
+}
+
+TEST_F(EmptyChair, WithNeitherSaverNorManagerTheClockRuns) {
+    showBriefly();
+    EXPECT_TRUE(test::turnUntil([&] { return closed.size() == 1; }));
+}
+
+TEST_F(EmptyChair, NobodyIsAskedWhileNoBubbleIsOpen) {
+    test::LoginManager manager;
+    test::turnFor(200ms);
+    EXPECT_EQ(manager.asked, 0);
+    showBriefly();
+    EXPECT_TRUE(test::turnUntil([&] { return closed.size() == 1; }));
+    EXPECT_EQ(manager.asked, 1);
+}
+
+}  // namespace

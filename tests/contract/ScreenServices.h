@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QObject>
+#include <QString>
+
+namespace test {
+
+/// A desktop's screen saver, on a bus connection of its own.
+class ScreenSaver final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
+
+public:
+    explicit ScreenSaver(bool isActive = false);
+    ~ScreenSaver() override;
+
+    void setActive(bool isActive);
+
+public Q_SLOTS:
+    bool GetActive() const { return isActive_; }
+
+Q_SIGNALS:
+    void ActiveChanged(bool isActive);
+
+private:
+    QDBusConnection connection_;
+    bool isActive_;
+};
+
+/// The one session that the login manager below has.
+class ManagedSession final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Session")
+    Q_PROPERTY(QString Type MEMBER type)
+    Q_PROPERTY(bool LockedHint MEMBER isLocked)
+    Q_PROPERTY(bool IdleHint MEMBER isIdle)
+
+public:
+    QString type = QStringLiteral("x11");
+    bool isLocked = false;
+    bool isIdle = false;
+};
+
+/// A login manager, on a connection of its own to the system bus.
+class LoginManager final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
+
+public:
+    explicit LoginManager(const QString& typeOfSession = QStringLiteral("x11"));
+    ~LoginManager() override;
+
+    /// Changes a hint of the session, and says so.
+    void setHint(const QString& name, bool value);
+
+    /// How often somebody has asked for the own session.
+    int asked = 0;
+
+public Q_SLOTS:
+    QDBusObjectPath GetSession(const QString& id);
+
+private:
+    QDBusConnection connection_;
+    ManagedSession session_;
+};
+
+}  // namespace test
