@@ -101,8 +101,20 @@ class Line:
         return self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                                           method, arguments, None, Gio.DBusCallFlags.NONE, 5000, None)
 
+    def has_owner(self, name):
+        return self._ask("NameHasOwner", GLib.Variant("(s)", (name,))).unpack()[0]
+
     def converter_runs(self):
-        return self._ask("NameHasOwner", GLib.Variant("(s)", (CONVERTER,))).unpack()[0]
+        return self.has_owner(CONVERTER)
+
+    def property(self, service, path, name):
+        """A property of the interface that is named like its service; None while nobody answers."""
+        try:
+            return self._connection.call_sync(service, path, "org.freedesktop.DBus.Properties", "Get",
+                                              GLib.Variant("(ss)", (service, name)), None,
+                                              Gio.DBusCallFlags.NO_AUTO_START, 5000, None).unpack()[0]
+        except GLib.Error:
+            return None
 
     def converter_pid(self):
         return self._ask("GetConnectionUnixProcessID", GLib.Variant("(s)", (CONVERTER,))).unpack()[0]
@@ -139,6 +151,20 @@ class Line:
             if time.monotonic() > deadline:
                 raise AssertionError(f"waited {seconds} s in vain: {what}; heard {self.heard}")
             time.sleep(0.01)
+
+    def play_settings(self, settings):
+        """Is the desktop's settings portal from now on. `settings` maps (group, key) to a number."""
+        node = Gio.DBusNodeInfo.new_for_xml(
+            "<node><interface name='org.freedesktop.portal.Settings'><method name='Read'><arg type='s' direction='in'/>"
+            "<arg type='s' direction='in'/><arg type='v' direction='out'/></method></interface></node>")
+
+        def answer(_connection, _sender, _path, _interface, _method, arguments, invocation):
+            value = GLib.Variant("u", settings.get(arguments.unpack(), 0))
+            # Portals wrap the value twice.
+            invocation.return_value(GLib.Variant("(v)", (GLib.Variant("v", value),)))
+
+        self._connection.register_object("/org/freedesktop/portal/desktop", node.interfaces[0], answer, None, None)
+        self._ask("RequestName", GLib.Variant("(su)", ("org.freedesktop.portal.Desktop", 0)))
 
     def acknowledgements(self, pid, name=None):
         return [n for n in self.heard if n.name == ACK and n.info[ACK_TO] == pid and name in (None, n.info[ACK_NAME])]

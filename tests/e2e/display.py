@@ -64,6 +64,8 @@ class DisplayWorld(world.World):
 
     def setUp(self):
         super().setUp()
+        # What the desktop's own programs see; a test may take the display away from the converter alone.
+        self.desktop = self.environment
         xvfb = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-noreset",
                                   "-nolisten", "tcp", stdout=subprocess.PIPE)
         self.addCleanup(xvfb.stdout.close)
@@ -88,14 +90,14 @@ class DisplayWorld(world.World):
         raise AssertionError("six trays were started, and none has appeared")
 
     def start_program(self, *command, stdout=subprocess.DEVNULL):
-        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout,
+        process = subprocess.Popen(command, env=self.desktop, stdin=subprocess.DEVNULL, stdout=stdout,
                                    stderr=subprocess.DEVNULL)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
         return process
 
     def ask(self, *command):
-        return subprocess.run(command, env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+        return subprocess.run(command, env=self.desktop, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                               text=True, check=False).stdout
 
     def windows(self, *criteria):

@@ -132,6 +132,72 @@ class Bubbles(BubbleWorld):
         self.check_quits_soon(converter)
 
 
+    def test_stays_while_the_keyboard_is_in_it_until_escape(self):
+        converter = self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        self.click((bubble.body.x + 40, bubble.body.bottom - 8))
+        self.wait_for(lambda: self.ask("xdotool", "getwindowfocus").strip() == bubble.window, 20, "it has the keyboard")
+        self.ask("xdotool", "mousemove", "10", str(display.HEIGHT - 10))
+        time.sleep(20)
+        self.assertEqual(len(self.bubbles()), 1, "it stays longer than its fifteen seconds")
+        self.ask("xdotool", "key", "Escape")
+        self.check_quits_soon(converter)
+
+    def test_an_opener_that_does_not_exist_changes_nothing_else(self):
+        nowhere = os.path.join(self.root, "nowhere")
+        os.mkdir(nowhere)
+        self.environment = {**self.environment, "PATH": nowhere}
+        converter = self.converts("talk.mkv")
+        self.click(self.wait_for_bubbles(1, SAVED)[0].open_button())
+        self.check_quits_soon(converter)
+        self.assertIn(f"nothing on this desktop could be asked to open file://{self.folder}/talk.mp4", self.log_text())
+        self.assertEqual(self.files(), ["talk.mp4"])
+
+    def test_without_any_font_it_is_shown_all_the_same(self):
+        fonts = os.path.join(self.root, "fonts.conf")
+        with open(fonts, "w", encoding="utf-8") as file:
+            file.write("<fontconfig></fontconfig>")
+        self.environment = {**self.environment, "FONTCONFIG_FILE": fonts}
+        converter = self.converts("talk.mkv")
+        self.click(self.wait_for_bubbles(1, SAVED)[0].close_button())
+        self.check_quits_soon(converter)
+        self.assertEqual(self.files(), ["talk.mp4"])
+
+    def test_the_log_says_how_each_bubble_was_shown(self):
+        self.converts("one.mkv", "two.mkv")
+        self.wait_for_bubbles(2, SAVED)
+        self.assertGreaterEqual(self.log_text().count("bubble shown as a window at the status icon"), 2)
+
+
+class LessMotion(BubbleWorld):
+    """On a desktop that can fade windows."""
+
+    def setUp(self):
+        super().setUp()
+        self.start_program("picom", "--backend", "xrender", "--config", "/dev/null")
+        self.wait_for(lambda: "window id" in self.ask("xprop", "-root", "_NET_WM_CM_S0")
+                      or self._is_composited(), 30, "the compositor")
+
+    def _is_composited(self):
+        return self.ask("xdotool", "search", "--name", "picom").strip() != ""
+
+    def opacity(self, bubble):
+        return self.ask("xprop", "-id", bubble.window, "_NET_WM_WINDOW_OPACITY")
+
+    def test_a_bubble_fades_in(self):
+        self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        self.wait_for(lambda: "= 4294967295" in self.opacity(bubble), 20, f"it has faded in; {self.opacity(bubble)}")
+
+    def test_asked_for_no_window_is_ever_translucent(self):
+        self.line.play_settings({("org.freedesktop.appearance", "reduced-motion"): 1})
+        converter = self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        self.assertNotIn("=", self.opacity(bubble))
+        self.click(bubble.close_button())
+        self.check_quits_soon(converter)
+
+
 class BeingPrepared(BubbleWorld, trace.TracedWorld):
     def test_its_close_button_does_nothing(self):
         self.install_inside()
@@ -156,7 +222,15 @@ class NoTray(BubbleWorld):
         self.assertGreater(bubble.body.x, display.WIDTH * 2 / 3)
         self.assertLessEqual(bubble.body.right, display.WIDTH)
         self.assertLess(bubble.body.y, display.HEIGHT / 4)
+        self.assertIn("in the screen's corner: nobody tells where the status icon is", self.log_text())
         self.click(bubble.close_button())
+        self.check_quits_soon(converter)
+
+    def test_a_failed_recording_reaches_the_user(self):
+        meeting = self.meeting()
+        converter = self.launch_for(meeting, self.path("missing.mkv"))
+        meeting.die()
+        self.click(self.wait_for_bubbles(1, PLAIN)[0].close_button())
         self.check_quits_soon(converter)
 
 

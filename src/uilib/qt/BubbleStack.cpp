@@ -49,6 +49,10 @@ void BubbleStack::remove(const QtAuroraBubble& bubble) {
     arrange();
 }
 
+bool BubbleStack::hasIconPlace(const QtAuroraBubble& bubble) const {
+    return bubble.anchor() && statusBar_.desktopFrameOf(*bubble.anchor());
+}
+
 Surroundings BubbleStack::surroundings(const QtAuroraBubble& first) const {
     const auto icon = first.anchor() ? statusBar_.desktopFrameOf(*first.anchor()) : std::nullopt;
     if (!icon) {

@@ -32,6 +32,9 @@ public:
 
     BubbleWindow::Taste taste() const { return {taste_.wantsLessMotion(), taste_.wantsMoreContrast()}; }
 
+    /// Whether it is known where the icon stands that the bubble hangs from.
+    bool hasIconPlace(const QtAuroraBubble& bubble) const;
+
     /// Puts every bubble where it belongs now. One that is leaving stays where it fades, and the next takes its place.
     void arrange();
 

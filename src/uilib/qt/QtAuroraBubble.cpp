@@ -56,6 +56,9 @@ void QtAuroraBubble::showAtAndBindInViewOption(const platform::ui::Point& point,
     stack_->add(shared_from_this());
     if (canPlaceWindows()) {
         showAsWindow();
+        log(stack_->hasIconPlace(*this)
+                ? "bubble shown as a window at the status icon"
+                : "bubble shown as a window in the screen's corner: nobody tells where the status icon is");
     } else {
         showAsNotification();
     }
