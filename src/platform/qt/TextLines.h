@@ -24,6 +24,9 @@ public:
 
     QSizeF size() const { return size_; }
 
+    /// Where the lines break, and with which letters they are drawn.
+    const QTextLayout& layout() const { return layout_; }
+
     /// Draws from the top leading corner of `frame`.
     void draw(QPainter& painter, const QRectF& frame, const QColor& color) const;
 
