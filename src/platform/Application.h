@@ -30,7 +30,8 @@ public:
     virtual std::shared_ptr<ApplicationDelegate> delegate() const = 0;
 
     /// Asks the application to end: the delegate hears that it will terminate, then the process ends. Returns first.
-    /// `sender` is who asks. Main thread.
+    /// While work goes on that must not be broken off, nothing happens, and who asks has to ask again. `sender` is who
+    /// asks. Main thread.
     virtual void terminate(const ApplicationDelegate* sender) = 0;
 };
 

@@ -2,6 +2,8 @@
 
 #include "platform/Application.h"
 
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -14,13 +16,26 @@ public:
     std::shared_ptr<platform::ApplicationDelegate> delegate() const override { return delegate_; }
     void setDelegate(std::shared_ptr<platform::ApplicationDelegate> delegate) { delegate_ = std::move(delegate); }
 
-    void terminate(const platform::ApplicationDelegate* sender) override { terminateSenders_.push_back(sender); }
+    void terminate(const platform::ApplicationDelegate* sender) override {
+        if (terminationCheck_ && !terminationCheck_()) {
+            ++declinedCount_;
+            return;
+        }
+        terminateSenders_.push_back(sender);
+    }
 
-    /// One entry a terminate request, in order.
+    /// Without one every request is granted.
+    void setTerminationCheck(std::function<bool()> check) { terminationCheck_ = std::move(check); }
+
+    std::size_t declinedCount() const { return declinedCount_; }
+
+    /// One entry a request that was granted, in order.
     const std::vector<const platform::ApplicationDelegate*>& terminateSenders() const { return terminateSenders_; }
 
 private:
     std::shared_ptr<platform::ApplicationDelegate> delegate_;
+    std::function<bool()> terminationCheck_;
+    std::size_t declinedCount_ = 0;
     std::vector<const platform::ApplicationDelegate*> terminateSenders_;
 };
 

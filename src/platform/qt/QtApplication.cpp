@@ -65,7 +65,7 @@ namespace {
 
 void prepareProcess() {
     // Whoever launched us may die first; a line that nobody reads must not end a conversion.
-    std::signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     if (!hasSessionBusAddress()) {
         forbidStartingSessionBus();
     }
@@ -103,11 +103,22 @@ std::shared_ptr<ApplicationDelegate> QtApplication::delegate() const {
     return delegate_;
 }
 
+void QtApplication::setTerminationCheck(std::function<bool()> check) {
+    terminationCheck_ = std::move(check);
+}
+
 void QtApplication::setTerminationHandler(std::function<void()> handler) {
     terminationHandler_ = std::move(handler);
 }
 
+void QtApplication::setLaunchedHandler(std::function<void()> handler) {
+    launchedHandler_ = std::move(handler);
+}
+
 void QtApplication::terminate(const ApplicationDelegate*) {
+    if (terminationCheck_ && !terminationCheck_()) {
+        return;
+    }
     if (terminationHandler_) {
         terminationHandler_();
     }
@@ -121,6 +132,9 @@ void QtApplication::run() {
         [this] {
             if (delegate_) {
                 delegate_->applicationDidFinishLaunching();
+            }
+            if (launchedHandler_) {
+                launchedHandler_();
             }
         },
         Qt::QueuedConnection);

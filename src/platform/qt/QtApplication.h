@@ -23,8 +23,14 @@ public:
 
     void terminate(const ApplicationDelegate* sender) override;
 
-    /// What runs at once when the application is asked to terminate, before the events that are still queued.
+    /// Whether the application may terminate now; without a check it always may.
+    void setTerminationCheck(std::function<bool()> check);
+
+    /// What runs at once when the application terminates on request, before the events that are still queued.
     void setTerminationHandler(std::function<void()> handler);
+
+    /// What runs once the delegate has heard that launching has finished.
+    void setLaunchedHandler(std::function<void()> handler);
 
     /// Tells the delegate that launching has finished, turns the main run loop until the application is asked to
     /// terminate, tells the delegate so, and ends the process with status 0 through its exit handlers. Nothing is
@@ -35,7 +41,9 @@ private:
     struct Toolkit;
     const std::unique_ptr<Toolkit> toolkit_;
     std::shared_ptr<ApplicationDelegate> delegate_;
+    std::function<bool()> terminationCheck_;
     std::function<void()> terminationHandler_;
+    std::function<void()> launchedHandler_;
 };
 
 }  // namespace platform::qt

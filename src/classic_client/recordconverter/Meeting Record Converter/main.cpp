@@ -2,6 +2,7 @@
 
 #include "AppDelegate.h"
 #include "KTRAppLaunchingEnv.h"
+#include "platform/BusySerialQueueMaker.h"
 #include "platform/FileManager.h"
 #include "platform/IntegerReading.h"
 #include "platform/NotificationCenter.h"
@@ -10,6 +11,7 @@
 #include "platform/ThreadSerialQueue.h"
 #include "platform/linux/PidfdProcessExitWatch.h"
 #include "platform/linux/SyslogSystemLog.h"
+#include "platform/qt/OwnScope.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
 #include "platform/qt/QtMainQueue.h"
@@ -19,6 +21,7 @@
 #include "platform/qt/QtTextMeasure.h"
 #include "platform/qt/QtUserDefaults.h"
 #include "platform/qt/QtWorkspace.h"
+#include "platform/qt/WorkInhibitor.h"
 #include "platform/ui/Image.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "setAppLocale.h"
@@ -63,7 +66,7 @@ struct Providers {
     Providers(int argc, char* argv[]) : application(argc, argv), processInformation(argc, argv) {}
 
     platform::Platform asPlatform() {
-        return {application,        runLoop,   mainQueue,          serialQueueMaker, distributedCenter,
+        return {application,        runLoop,   mainQueue,          conversionQueues, distributedCenter,
                 notificationCenter, exitWatch, processInformation, fileManager,      statusBar,
                 workspace};
     }
@@ -72,6 +75,9 @@ struct Providers {
     platform::qt::QtRunLoop runLoop;
     platform::qt::QtMainQueue mainQueue;
     platform::ThreadSerialQueueMaker serialQueueMaker;
+    // Our media converter works on the calling thread, so this queue has work exactly while there is something to
+    // convert.
+    platform::BusySerialQueueMaker conversionQueues{serialQueueMaker, mainQueue};
     platform::qt::QtDistributedNotificationCenter distributedCenter;
     platform::NotificationCenter notificationCenter;
     platform::PidfdProcessExitWatch exitWatch{runLoop};
@@ -80,7 +86,19 @@ struct Providers {
     platform::qt::QtStatusBar statusBar;
     platform::qt::QtWorkspace workspace;
     uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
+    platform::qt::OwnScope ownScope;
+    platform::qt::WorkInhibitor inhibitor{"Record converter", "Converting a meeting recording to MP4"};
 };
+
+void mindTheSession(Providers& providers) {
+    providers.application.setLaunchedHandler([&] { providers.ownScope.ask(kMeetingRecordConverterBundleIdentifier); });
+    providers.conversionQueues.setBusyHandler(
+        [&](bool busy) { busy ? providers.inhibitor.hold() : providers.inhibitor.release(); });
+    // A quit check that was begun just before a recording came in would end the process in the middle of it. The check
+    // asks again each second, so none is lost.
+    providers.application.setTerminationCheck([&] { return !providers.conversionQueues.isBusy(); });
+    providers.application.setTerminationHandler([&] { providers.distributedCenter.stopDelivering(); });
+}
 
 /// True when another converter runs and has been given what this launch was to do.
 bool handedOver(Providers& providers) {
@@ -113,7 +131,7 @@ int main(int argc, char* argv[]) {
     if (handedOver(providers)) {
         return EXIT_SUCCESS;
     }
-    providers.application.setTerminationHandler([] { providers.distributedCenter.stopDelivering(); });
+    mindTheSession(providers);
     providers.application.setDelegate(std::make_shared<AppDelegate>(providers.asPlatform(), providers.bubbleMaker));
     providers.application.run();
 }
