@@ -25,13 +25,14 @@ ACK_NAME = "kMeetingRecordNotificationKey_AckNotificationName"
 ACK_FROM = "kMeetingRecordNotificationKey_AckFromProcessId"
 ACK_TO = "kMeetingRecordNotificationKey_AckToProcessId"
 
-# No service can be activated on it: a test must not start anything of the machine it runs on.
+# A test must not start anything of the machine it runs on: only services of its own can be activated.
 _CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
   <listen>unix:path={socket}</listen>
   <auth>EXTERNAL</auth>
+  {services}
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
@@ -42,11 +43,13 @@ _CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Co
 
 
 class PrivateBus:
-    def __init__(self, folder):
+    def __init__(self, folder, services=None):
+        """`services` is a folder of service files that the bus may start."""
         socket = os.path.join(folder, "bus")
         configuration = os.path.join(folder, "bus.conf")
         with open(configuration, "w", encoding="utf-8") as file:
-            file.write(_CONFIGURATION.format(socket=socket))
+            file.write(_CONFIGURATION.format(
+                socket=socket, services=f"<servicedir>{services}</servicedir>" if services else ""))
         self.address = f"unix:path={socket}"
         self.daemon = subprocess.Popen(
             ["dbus-daemon", "--nofork", f"--config-file={configuration}", "--print-address=1"],

@@ -34,10 +34,10 @@ def make(path):
     return path
 
 
-def make_slow(path):
+def make_slow(path, seconds=20):
     """Puts a recording at `path` that no MP4 can hold as it is: its conversion takes seconds. Returns the path."""
     subprocess.run(
-        ["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", "testsrc2=size=1280x720:rate=30:duration=20",
+        ["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", f"testsrc2=size=1280x720:rate=30:duration={seconds}",
          "-c:v", "wmv2", "-b:v", "4M", path], check=True)
     return path
 

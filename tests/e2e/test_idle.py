@@ -6,6 +6,8 @@ import shutil
 import subprocess
 import time
 
+import bus
+import desktop
 import display
 import trace
 
@@ -13,6 +15,19 @@ import trace
 class Sleeping(trace.TracedWorld):
     # A drawing thread of the toolkit would end half a minute after a picture: a quarter after the bubble has gone.
     SECONDS = 20
+
+    def setUp(self):
+        super().setUp()
+        # What a real session offers has been asked for, and given back, by the time it sleeps.
+        folder = os.path.join(self.root, "system")
+        os.mkdir(folder)
+        system_bus = bus.PrivateBus(folder)
+        self.addCleanup(system_bus.stop)
+        self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = system_bus.address
+        self.services = [desktop.LoginManager(system_bus.address), desktop.Portal(self.bus.address),
+                         desktop.ServiceManager(self.bus.address)]
+        for service in self.services:
+            self.addCleanup(service.close)
 
     def _sleeping_after_its_bubbles(self):
         """A converter that has shown a result, and still knows a meeting that goes on."""
@@ -24,6 +39,7 @@ class Sleeping(trace.TracedWorld):
         self.line.wait(lambda: self.trace.holds("remove bubble from bubbleArray"), 60, "the bubble has closed")
         # One second in which no thread runs tells that fading and bus have settled.
         self.line.wait(lambda: self._wake_ups_in(converter.pid, 1) == 0, 20, "the process comes to rest")
+        self.assertEqual([len(service.calls) for service in self.services], [1, 1, 1])
         return converter
 
     def _read(self, pid, task, name):
