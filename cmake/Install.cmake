@@ -33,6 +33,21 @@ install(FILES "${desktop}/${id}-symbolic.svg"
 install(FILES "${PROJECT_SOURCE_DIR}/src/tools/obs-bridge/record_converter_bridge.py"
   DESTINATION share/record-converter/obs COMPONENT application)
 
+# Shell completions, where each shell looks for those of packages
+if(EXISTS /etc/debian_version)
+  set(zsh_functions share/zsh/vendor-completions)
+else()
+  set(zsh_functions share/zsh/site-functions)
+endif()
+set(RECORD_CONVERTER_ZSH_FUNCTIONS "${zsh_functions}" CACHE STRING "Where zsh looks for functions of packages")
+set(completions "${PROJECT_SOURCE_DIR}/resources/completions")
+foreach(command meeting-client convert-recording)
+  install(FILES "${completions}/${command}.bash" RENAME ${command}
+    DESTINATION share/bash-completion/completions COMPONENT application)
+  install(FILES "${completions}/_${command}" DESTINATION ${RECORD_CONVERTER_ZSH_FUNCTIONS} COMPONENT application)
+  install(FILES "${completions}/${command}.fish" DESTINATION share/fish/vendor_completions.d COMPONENT application)
+endforeach()
+
 # Manual pages
 find_program(SCDOC scdoc)
 if(SCDOC)

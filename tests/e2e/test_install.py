@@ -50,6 +50,10 @@ class Install(world.World):
                      f"share/icons/hicolor/symbolic/apps/{ID}-symbolic.svg",
                      "share/man/man1/record-converter.1.gz", "share/man/man1/meeting-client.1.gz",
                      "share/man/man1/convert-recording.1.gz",
+                     "share/bash-completion/completions/meeting-client",
+                     "share/bash-completion/completions/convert-recording",
+                     "share/fish/vendor_completions.d/meeting-client.fish",
+                     "share/fish/vendor_completions.d/convert-recording.fish",
                      "share/dbus-1/interfaces/org.recordconverter.NotificationCenter.xml",
                      "include/recordmeeting/KTRMeetingRecordNotifications.h"):
             self.assertTrue(os.path.exists(os.path.join(self.prefix, path)), path)

@@ -1,0 +1,7 @@
+# Completion of convert-recording for fish.
+
+complete -c convert-recording -l help -d 'Print the help'
+complete -c convert-recording -l version -d 'Print the version'
+complete -c convert-recording -l keep -d 'Keep the recordings'
+complete -c convert-recording -l force -d 'Convert even what a process is still writing'
+complete -c convert-recording -l json -d 'One JSON object a file'
