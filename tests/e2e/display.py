@@ -58,9 +58,10 @@ class Bubble:
 
 
 class DisplayWorld(world.World):
-    """A world that has a display. Without `with_tray` nobody takes the status icon."""
+    """A world that has a display. Without `with_tray` nobody takes the status icon at first."""
 
     with_tray = True
+    tray_edge = "top"
 
     def setUp(self):
         super().setUp()
@@ -79,11 +80,11 @@ class DisplayWorld(world.World):
     def start_tray(self):
         """Trayer tells nobody that it is ready, and now and then its window never appears: then another is started."""
         for _ in range(6):
-            tray = self.start_program("trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
+            tray = self.start_program("trayer", "--edge", self.tray_edge, "--align", "right", "--widthtype", "request",
                                       "--height", "28")
             try:
                 processes.wait_until(lambda: self.windows("--class", "trayer"), 8, "the tray")
-                return
+                return tray
             except AssertionError:
                 tray.kill()
                 tray.wait()

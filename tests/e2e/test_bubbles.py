@@ -43,6 +43,11 @@ class BubbleWorld(display.DisplayWorld):
         self.line.quit(meeting.pid)
         return converter
 
+    def wait_for_failure(self):
+        """The failed bubble, once the being-prepared one that it follows has gone."""
+        self.wait_for(lambda: self.log_text().count("bubble shown as a window") == 2, 30, "two bubbles")
+        return self.wait_for_bubbles(1, PLAIN)[0]
+
     def check_quits_soon(self, converter):
         """Within three seconds of the last bubble's end."""
         self.wait_for(lambda: not self.bubbles(), 10, "the bubble has closed")
@@ -51,25 +56,29 @@ class BubbleWorld(display.DisplayWorld):
         self.assertLess(time.monotonic() - begun, 3.0)
 
 
-class Bubbles(BubbleWorld):
-    def _check_below(self, bubble, icon):
+    def check_below(self, bubble, icon):
         self.assertLessEqual(abs(bubble.arrow_tip - icon.bottom), 8, "the arrow's tip stands at the icon's lower edge")
         self.assertLess(bubble.body.x, icon.middle)
         self.assertGreater(bubble.body.right, icon.x)
         self.assertGreaterEqual(bubble.body.x, 0)
         self.assertLessEqual(bubble.body.right, display.WIDTH, "the bubble stays on the screen")
 
+    def in_the_corner(self, bubble):
+        return bubble.body.x > display.WIDTH * 2 / 3 and bubble.body.y < display.SHADOW + 2 * display.ARROW
+
+
+class Bubbles(BubbleWorld):
     def test_stands_below_the_icon(self):
         self.converts("talk.mkv")
         bubble = self.wait_for_bubbles(1, SAVED)[0]
-        self._check_below(bubble, self.icon())
+        self.check_below(bubble, self.icon())
 
     def test_a_failure_stands_below_the_icon_too(self):
         meeting = self.meeting()
         self.launch_for(meeting, self.path("missing.mkv"))
         meeting.die()
-        bubble = self.wait_for_bubbles(1, PLAIN)[0]
-        self._check_below(bubble, self.icon())
+        bubble = self.wait_for_failure()
+        self.check_below(bubble, self.icon())
 
     def test_takes_no_focus(self):
         self.start_program("xev")
@@ -126,7 +135,7 @@ class Bubbles(BubbleWorld):
         self.environment.update({"XDG_CURRENT_DESKTOP": "XFCE", "XDG_SESSION_TYPE": "x11", "DESKTOP_SESSION": "xfce"})
         converter = self.converts("talk.mkv")
         bubble = self.wait_for_bubbles(1, SAVED)[0]
-        self._check_below(bubble, self.icon())
+        self.check_below(bubble, self.icon())
         self.click(bubble.open_button())
         self.wait_for(self.opened, 10, "xdg-open runs")
         self.check_quits_soon(converter)
@@ -219,9 +228,8 @@ class NoTray(BubbleWorld):
     def test_stands_in_the_corner(self):
         converter = self.converts("talk.mkv")
         bubble = self.wait_for_bubbles(1, SAVED)[0]
-        self.assertGreater(bubble.body.x, display.WIDTH * 2 / 3)
+        self.assertTrue(self.in_the_corner(bubble), bubble.body)
         self.assertLessEqual(bubble.body.right, display.WIDTH)
-        self.assertLess(bubble.body.y, display.HEIGHT / 4)
         self.assertIn("in the screen's corner: nobody tells where the status icon is", self.log_text())
         self.click(bubble.close_button())
         self.check_quits_soon(converter)
@@ -230,7 +238,34 @@ class NoTray(BubbleWorld):
         meeting = self.meeting()
         converter = self.launch_for(meeting, self.path("missing.mkv"))
         meeting.die()
-        self.click(self.wait_for_bubbles(1, PLAIN)[0].close_button())
+        self.click(self.wait_for_failure().close_button())
+        self.check_quits_soon(converter)
+
+    def test_follows_a_tray_that_comes_and_goes(self):
+        self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        # The pointer keeps it there for as long as this takes.
+        self.ask("xdotool", "mousemove", str(int(bubble.body.middle)), str(int(bubble.body.y + 10)))
+        tray = self.start_tray()
+        icon = self.wait_for(self.icon, 30, "the tray takes the icon")
+        self.wait_for(lambda: abs(self.wait_for_bubbles(1, SAVED)[0].arrow_tip - self.icon().bottom) <= 8, 20,
+                      "the bubble hangs below it")
+        self.check_below(self.wait_for_bubbles(1, SAVED)[0], icon)
+        tray.kill()
+        self.wait_for(lambda: self.in_the_corner(self.wait_for_bubbles(1, SAVED)[0]), 20, "the bubble goes back")
+
+
+class TrayAtTheBottom(BubbleWorld):
+    tray_edge = "bottom"
+
+    def test_the_bubble_opens_upward(self):
+        converter = self.converts("talk.mkv")
+        bubble = self.wait_for_bubbles(1, SAVED)[0]
+        icon = self.icon()
+        self.assertLessEqual(abs(bubble.body.bottom + display.ARROW - icon.y), 8, "the arrow's tip stands on the icon")
+        self.assertLess(bubble.body.x, icon.middle)
+        self.assertLessEqual(bubble.body.right, display.WIDTH)
+        self.click(bubble.close_button())
         self.check_quits_soon(converter)
 
 

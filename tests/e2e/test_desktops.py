@@ -104,7 +104,7 @@ class PanelWithItems(test_bubbles.BubbleWorld):
         meeting = self.meeting()
         converter = self.launch_for(meeting, self.path("missing.mkv"))
         meeting.die()
-        bubble = self.wait_for_bubbles(1, test_bubbles.PLAIN)[0]
+        bubble = self.wait_for_failure()
         self.check_in_the_corner_below_the_panel(bubble)
         self.assertIn("nobody tells where the status icon is", self.log_text())
         self.click(bubble.close_button())
