@@ -1,8 +1,10 @@
 #include "platform/qt/QtApplication.h"
 
 #include "platform/SystemLog.h"
+#include "platform/UserDefaults.h"
 #include "platform/qt/DisplayChoice.h"
 #include "platform/qt/EndingSignals.h"
+#include "platform/qt/FontLanguage.h"
 #include "platform/qt/SessionBus.h"
 
 #include <QApplication>
@@ -68,6 +70,9 @@ void prepareProcess() {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     if (!hasSessionBusAddress()) {
         forbidStartingSessionBus();
+    }
+    if (const auto languages = UserDefaults::standard().stringList("AppleLanguages"); !languages.empty()) {
+        drawLettersOf(languages.front());
     }
     // The desktop's widget styles are not for bubbles, and each would be one more plug-in in this process.
     QApplication::setStyle(QStringLiteral("Fusion"));

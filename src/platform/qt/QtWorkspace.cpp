@@ -2,6 +2,7 @@
 
 #include "platform/SystemLog.h"
 #include "platform/qt/ActivationToken.h"
+#include "platform/qt/FontLanguage.h"
 #include "platform/qt/SessionBus.h"
 
 #include <QDesktopServices>
@@ -20,6 +21,7 @@ QProcessEnvironment environmentOfOpened() {
     if (environment.value(address) == QLatin1String(kNoSessionBusAddress)) {
         environment.remove(address);
     }
+    forgetLettersIn(environment);
     if (const auto token = takeActivationToken(); !token.isEmpty()) {
         environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), token);
     }

@@ -1,0 +1,32 @@
+#include "platform/qt/FontLanguage.h"
+
+#include <QString>
+#include <cstdlib>
+#include <map>
+
+namespace platform::qt {
+
+namespace {
+
+constexpr const char* kVariable = "FC_LANG";
+
+bool isOurs = false;
+
+}  // namespace
+
+void drawLettersOf(const std::string& language) {
+    static const std::map<std::string, const char*> fontLanguages = {
+        {"zh-Hans", "zh-cn"}, {"zh-Hant", "zh-tw"}, {"ja", "ja"}, {"ko", "ko"}};
+    const auto found = fontLanguages.find(language);
+    if (found != fontLanguages.end() && std::getenv(kVariable) == nullptr) {
+        isOurs = setenv(kVariable, found->second, 1) == 0;
+    }
+}
+
+void forgetLettersIn(QProcessEnvironment& environment) {
+    if (isOurs) {
+        environment.remove(QString::fromLatin1(kVariable));
+    }
+}
+
+}  // namespace platform::qt
