@@ -83,6 +83,47 @@ class Notification:
         return f"{self.name} {self.info}"
 
 
+class NotificationServer:
+    """Shows nothing and remembers everything: `shown` holds text and titles of the buttons, in order."""
+
+    NAME = "org.freedesktop.Notifications"
+    _PATH = "/org/freedesktop/Notifications"
+    _METHODS = """<node><interface name='org.freedesktop.Notifications'>
+      <method name='GetCapabilities'><arg type='as' direction='out'/></method>
+      <method name='Notify'><arg type='s' direction='in'/><arg type='u' direction='in'/><arg type='s' direction='in'/>
+        <arg type='s' direction='in'/><arg type='s' direction='in'/><arg type='as' direction='in'/>
+        <arg type='a{sv}' direction='in'/><arg type='i' direction='in'/><arg type='u' direction='out'/></method>
+      <method name='CloseNotification'><arg type='u' direction='in'/></method></interface></node>"""
+
+    def __init__(self, connection):
+        self._connection = connection
+        self._last = 0
+        self.shown = []
+        node = Gio.DBusNodeInfo.new_for_xml(self._METHODS)
+        connection.register_object(self._PATH, node.interfaces[0], self._answer, None, None)
+
+    def _answer(self, _connection, _sender, _path, _interface, method, arguments, invocation):
+        if method == "GetCapabilities":
+            invocation.return_value(GLib.Variant("(as)", (["body", "actions"],)))
+        elif method == "Notify":
+            self._last += 1
+            body, actions = arguments.unpack()[4:6]
+            # Keys and titles take turns; the first pair is the press on the notification itself.
+            self.shown.append((body, actions[3::2]))
+            invocation.return_value(GLib.Variant("(u)", (self._last,)))
+        else:
+            invocation.return_value(None)
+            self._tell_closed(arguments.unpack()[0])
+
+    def _tell_closed(self, number):
+        self._connection.emit_signal(None, self._PATH, self.NAME, "NotificationClosed",
+                                     GLib.Variant("(uu)", (number, 2)))
+
+    def close_all(self):
+        for number in range(1, self._last + 1):
+            self._tell_closed(number)
+
+
 class Line:
     """A connection to the bus that keeps all notifications it hears."""
 
@@ -154,6 +195,16 @@ class Line:
             if time.monotonic() > deadline:
                 raise AssertionError(f"waited {seconds} s in vain: {what}; heard {self.heard}")
             time.sleep(0.01)
+
+    def call(self, service, path, interface, method):
+        return self._connection.call_sync(service, path, interface, method, None, None, Gio.DBusCallFlags.NONE, 20000,
+                                          None).unpack()[0]
+
+    def play_notification_server(self):
+        """Is the desktop's notification server from now on."""
+        server = NotificationServer(self._connection)
+        self._ask("RequestName", GLib.Variant("(su)", (NotificationServer.NAME, 0)))
+        return server
 
     def play_settings(self, settings):
         """Is the desktop's settings portal from now on. `settings` maps (group, key) to a number."""
