@@ -23,7 +23,7 @@ using enum ConversionError;
 constexpr double conversionShare = 0.98;
 
 std::int64_t originOf(const AVFormatContext& format) {
-    return format.start_time == AV_NOPTS_VALUE ? 0 : format.start_time;
+    return Timeline::isCountable(format.start_time) ? format.start_time : 0;
 }
 
 /// How often streams may turn up that were not there before; each time the conversion begins anew.

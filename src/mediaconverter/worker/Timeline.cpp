@@ -1,5 +1,7 @@
 #include "mediaconverter/worker/Timeline.h"
 
+#include "mediaconverter/worker/Failure.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -16,8 +18,38 @@ constexpr std::int64_t mostGap = std::int64_t{10} * AV_TIME_BASE;
 /// Two tracks' jumps that differ by less than this are the same event.
 constexpr std::int64_t sameJump = AV_TIME_BASE;
 
+/// A clock that leaps further than this was set anew, whatever the format: no recording pauses for a month.
+constexpr std::int64_t mostPause = std::int64_t{30} * 24 * 3600 * AV_TIME_BASE;
+
+/// Times further from 0 than this are damage: 140 years, so that a clock that counts from 1970 is none.
+constexpr std::int64_t mostTime = std::int64_t{1} << 52U;
+
+Failure tooLong() {
+    return Failure(ConversionError::limitExceeded, "its times go beyond what can be counted");
+}
+
+std::int64_t sum(std::int64_t a, std::int64_t b) {
+    std::int64_t result = 0;
+    if (__builtin_add_overflow(a, b, &result)) {
+        throw tooLong();
+    }
+    return result;
+}
+
+std::int64_t rescaled(std::int64_t time, AVRational from, AVRational to) {
+    const std::int64_t result = av_rescale_q(time, from, to);
+    if (result == INT64_MIN) {
+        throw tooLong();
+    }
+    return result;
+}
+
+bool isDamaged(std::int64_t time, AVRational base) {
+    return time != AV_NOPTS_VALUE && !Timeline::isCountable(av_rescale_q(time, base, AV_TIME_BASE_Q));
+}
+
 std::int64_t frameDuration(const AVStream& stream, const AVPacket& packet) {
-    if (packet.duration > 0) {
+    if (packet.duration > 0 && av_compare_ts(packet.duration, stream.time_base, mostPause, AV_TIME_BASE_Q) < 0) {
         return packet.duration;
     }
     const AVRational rate = stream.avg_frame_rate.num > 0 ? stream.avg_frame_rate : stream.r_frame_rate;
@@ -27,70 +59,80 @@ std::int64_t frameDuration(const AVStream& stream, const AVPacket& packet) {
 
 }  // namespace
 
+bool Timeline::isCountable(std::int64_t time) {
+    return time != AV_NOPTS_VALUE && time > -mostTime && time < mostTime;
+}
+
 TrackClock::TrackClock(Timeline& timeline, const AVStream& stream) : timeline_(timeline), stream_(stream) {}
 
 void TrackClock::place(AVPacket& packet) {
+    for (std::int64_t* const time : {&packet.pts, &packet.dts}) {
+        if (isDamaged(*time, stream_.time_base)) {
+            *time = AV_NOPTS_VALUE;
+        }
+    }
     const std::int64_t duration = frameDuration(stream_, packet);
+    packet.duration = packet.duration > 0 ? duration : packet.duration;
     if (packet.dts == AV_NOPTS_VALUE && packet.pts != AV_NOPTS_VALUE && expected_ == AV_NOPTS_VALUE) {
         // The first frames of a stream with reordering: decoding begins that many frames before showing.
         packet.dts = packet.pts - duration * stream_.codecpar->video_delay;
     }
     if (packet.dts == AV_NOPTS_VALUE) {
-        packet.dts = expected_ != AV_NOPTS_VALUE ? expected_ - offset() : packet.pts;
+        packet.dts = expected_ != AV_NOPTS_VALUE ? sum(expected_, -offset()) : packet.pts;
     }
     if (packet.dts == AV_NOPTS_VALUE) {
         packet.dts = -offset();
     }
     if (expected_ != AV_NOPTS_VALUE) {
-        followJump(packet.dts + offset(), expected_);
+        followJump(sum(packet.dts, offset()), expected_);
     } else {
         joinAt(packet.dts);
     }
     const std::int64_t added = offset();
-    packet.dts += added;
+    packet.dts = sum(packet.dts, added);
     if (packet.pts != AV_NOPTS_VALUE) {
-        packet.pts += added;
+        packet.pts = sum(packet.pts, added);
     }
-    expected_ = packet.dts + duration;
-    timeline_.latest_ = av_rescale_q(packet.dts, stream_.time_base, AV_TIME_BASE_Q);
+    expected_ = sum(packet.dts, duration);
+    timeline_.latest_ = rescaled(packet.dts, stream_.time_base, AV_TIME_BASE_Q);
 }
 
 std::int64_t TrackClock::offset() const {
-    return av_rescale_q(jumped_ - timeline_.origin_, AV_TIME_BASE_Q, stream_.time_base);
+    return rescaled(sum(jumped_, -timeline_.origin_), AV_TIME_BASE_Q, stream_.time_base);
 }
 
 void TrackClock::joinAt(std::int64_t time) {
     // A track that begins late may begin behind jumps of the others: where it comes closest to them.
-    const std::int64_t raw = av_rescale_q(time, stream_.time_base, AV_TIME_BASE_Q) - timeline_.origin_;
-    std::int64_t nearest = std::llabs(raw - timeline_.latest_);
-    std::int64_t sum = 0;
+    const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
+    std::int64_t nearest = std::llabs(sum(raw, -timeline_.latest_));
+    std::int64_t total = 0;
     for (std::size_t index = 0; index < timeline_.jumps_.size(); ++index) {
-        sum += timeline_.jumps_[index].size;
-        if (const std::int64_t distance = std::llabs(raw + sum - timeline_.latest_); distance < nearest) {
+        total = sum(total, timeline_.jumps_[index].size);
+        if (const std::int64_t distance = std::llabs(sum(sum(raw, total), -timeline_.latest_)); distance < nearest) {
             nearest = distance;
             jumpsFollowed_ = index + 1;
-            jumped_ = sum;
+            jumped_ = total;
         }
     }
 }
 
 void TrackClock::followJump(std::int64_t time, std::int64_t expected) {
-    const std::int64_t ahead = av_rescale_q(time - expected, stream_.time_base, AV_TIME_BASE_Q);
-    const bool isJump = ahead < -leastJumpBack || (timeline_.clocksAreReset_ && ahead > mostGap);
+    const std::int64_t ahead = rescaled(sum(time, -expected), stream_.time_base, AV_TIME_BASE_Q);
+    const bool isJump = ahead < -leastJumpBack || ahead > mostPause || (timeline_.clocksAreReset_ && ahead > mostGap);
     if (!isJump || stream_.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
         return;
     }
     std::int64_t size = -ahead;
     if (jumpsFollowed_ < timeline_.jumps_.size()) {
         const std::int64_t others = timeline_.jumps_[jumpsFollowed_].size;
-        if (std::llabs(others - size) < sameJump) {
+        if (std::llabs(sum(others, -size)) < sameJump) {
             size = others;
         }
     } else {
         timeline_.jumps_.push_back({size});
     }
     ++jumpsFollowed_;
-    jumped_ += size;
+    jumped_ = sum(jumped_, size);
 }
 
 }  // namespace worker

@@ -19,6 +19,9 @@ public:
 
     std::int64_t origin() const { return origin_; }
 
+    /// False for no time at all and for one so far from 0, in microseconds, that only damage can have made it.
+    static bool isCountable(std::int64_t time);
+
 private:
     friend class TrackClock;
 

@@ -19,8 +19,9 @@
 
 // Converts cut, flipped and patched recordings, descriptor in and descriptor out, each in a process of its own. A
 // crash, a sanitizer's report or a conversion that does not end is a finding: the recording is kept and the status
-// is 1.
+// is 1 in the end. A file that is named is converted instead, alone, to look into a finding.
 //   media-fuzz SECONDS [SEED]
+//   media-fuzz FILE
 
 namespace {
 
@@ -125,11 +126,15 @@ bool survives(const Bytes& bytes) {
 }  // namespace
 
 int main(int count, char** arguments) {
+    if (count == 2 && ::access(arguments[1], R_OK) == 0) {
+        return survives(mediatest::contentOf(arguments[1])) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(count > 1 ? std::atoi(arguments[1]) : 30);
     const auto seed = static_cast<unsigned>(count > 2 ? std::atoi(arguments[2]) : 1);
     const std::vector<Bytes> recordings = seeds();
     Mutator mutator(seed);
     int runs = 0;
+    int findings = 0;
     for (; std::chrono::steady_clock::now() < end; ++runs) {
         const Bytes& first = recordings[mutator.below(recordings.size())];
         const Bytes bytes = mutator.mutated(first, recordings[mutator.below(recordings.size())]);
@@ -137,9 +142,9 @@ int main(int count, char** arguments) {
             const std::string name = "media-fuzz-" + std::to_string(seed) + "-" + std::to_string(runs) + ".rec";
             mediatest::writeFile(name, bytes);
             std::fprintf(stderr, "run %d of seed %u: see %s\n", runs, seed, name.c_str());
-            return EXIT_FAILURE;
+            ++findings;
         }
     }
-    std::printf("%d recordings, no finding\n", runs);
-    return runs > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    std::printf("%d recordings, %d findings\n", runs, findings);
+    return runs > 0 && findings == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
