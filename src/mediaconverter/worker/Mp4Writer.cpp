@@ -13,6 +13,18 @@ using enum ConversionError;
 /// How far one track may be behind another before players would have to seek to and fro.
 constexpr std::int64_t mostBehind = AV_TIME_BASE;
 
+/// Of a frame about which nothing is known, in the stream's time base.
+std::int64_t usualDuration(const AVStream& stream) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    AVRational duration = {1, 25};
+    if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.frame_size > 0 && parameters.sample_rate > 0) {
+        duration = {parameters.frame_size, parameters.sample_rate};
+    } else if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0) {
+        duration = av_inv_q(stream.avg_frame_rate);
+    }
+    return std::max<std::int64_t>(1, av_rescale_q(1, duration, stream.time_base));
+}
+
 }  // namespace
 
 Mp4Writer::Mp4Writer(int descriptor, std::int64_t indexEstimate) : file_(descriptor, indexEstimate) {
@@ -99,6 +111,12 @@ void Mp4Writer::repairTimes(AVPacket& packet, TrackTally& tally) const {
     }
     if (packet.pts == AV_NOPTS_VALUE || packet.pts < packet.dts) {
         packet.pts = packet.dts;
+    }
+    // Players pass over a last frame that lasts no time.
+    const AVStream& stream = *format_->streams[packet.stream_index];
+    if (packet.duration == 0 && stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) {
+        packet.duration =
+            tally.lastDecodingTime != AV_NOPTS_VALUE ? packet.dts - tally.lastDecodingTime : usualDuration(stream);
     }
 }
 
