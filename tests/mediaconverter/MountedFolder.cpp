@@ -1,0 +1,115 @@
+#include "mediaconverter/MountedFolder.h"
+
+#include "mediaconverter/Samples.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace mediatest {
+
+namespace {
+
+constexpr const char* filler = "filler";
+
+void run(const std::vector<std::string>& command) {
+    if (const int status = runQuietly(command); status != 0) {
+        throw std::runtime_error(command.front() + " ended with " + std::to_string(status));
+    }
+}
+
+void makeSparse(const std::string& path, std::int64_t bytes) {
+    writeFile(path, "");
+    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(bytes));
+}
+
+}  // namespace
+
+bool MountedFolder::isPermitted() {
+    // Private all the way down: nothing that is mounted from here on shows anywhere else.
+    static const bool permitted =
+        ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return permitted;
+}
+
+MountedFolder::MountedFolder(const std::string& kind, std::int64_t bytes) : path_(folder_.file("mounted")) {
+    if (!isPermitted()) {
+        throw std::runtime_error("mounting is not permitted");
+    }
+    std::filesystem::create_directory(path_);
+    if (kind == "tmpfs") {
+        const std::string size = "size=" + std::to_string(bytes);
+        if (::mount("tmpfs", path_.c_str(), "tmpfs", 0, size.c_str()) != 0) {
+            throw std::system_error(errno, std::generic_category(), "mount");
+        }
+        return;
+    }
+    mountImage(kind, bytes);
+}
+
+void MountedFolder::mountImage(const std::string& kind, std::int64_t bytes) {
+    const std::string image = folder_.file("image");
+    makeSparse(image, bytes);
+    if (kind == "exfat") {
+        run({"mkfs.exfat", image});
+        loopDevice_ = linesOf(outputOf({"losetup", "--find", "--show", image})).at(0);
+        run({"mount.exfat-fuse", loopDevice_, path_});
+        return;
+    }
+    run(kind == "xfs" ? std::vector<std::string>{"mkfs.xfs", "-q", "-f", image}
+                      : std::vector<std::string>{"mkfs.ext4", "-q", "-m", "0", image});
+    run({"mount", "-t", kind, "-o", "loop", image, path_});
+}
+
+MountedFolder::~MountedFolder() {
+    ::umount2(path_.c_str(), MNT_DETACH);
+    if (!loopDevice_.empty()) {
+        static_cast<void>(runQuietly({"losetup", "--detach", loopDevice_}));
+    }
+}
+
+std::vector<std::string> MountedFolder::names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::erase_if(names, [](const std::string& name) { return name == filler || name == "lost+found"; });
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::int64_t MountedFolder::freeBytes() const {
+    struct statvfs space = {};
+    if (::statvfs(path_.c_str(), &space) != 0) {
+        throw std::system_error(errno, std::generic_category(), "statvfs");
+    }
+    return static_cast<std::int64_t>(space.f_bavail) * static_cast<std::int64_t>(space.f_frsize);
+}
+
+void MountedFolder::leaveFree(std::int64_t bytes) const {
+    const int descriptor = ::open(file(filler).c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
+    const std::int64_t length = freeBytes() - bytes;
+    const int failed = descriptor < 0 ? errno : length <= 0 ? 0 : ::posix_fallocate(descriptor, 0, length);
+    ::close(descriptor);
+    // The file system's own needs round it off: a filler that takes the last block is as full as can be.
+    if (failed != 0 && failed != ENOSPC) {
+        throw std::system_error(failed, std::generic_category(), "filling");
+    }
+}
+
+void MountedFolder::makeReadOnly() const {
+    if (::mount(nullptr, path_.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) != 0) {
+        throw std::system_error(errno, std::generic_category(), "remount");
+    }
+}
+
+}  // namespace mediatest

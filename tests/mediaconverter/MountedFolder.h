@@ -1,0 +1,47 @@
+#pragma once
+
+#include "mediaconverter/TemporaryFolder.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace mediatest {
+
+/// A file system of its own, mounted where only this process and its children see it, and gone with it at the latest.
+class MountedFolder {
+public:
+    /// True where this process may mount; the first call moves it into a mount namespace of its own.
+    static bool isPermitted();
+
+    /// `kind` is "tmpfs", "ext4", "xfs" or "exfat" (through FUSE: no unnamed files, no links, no renaming that keeps
+    /// what is there). Throws where it can't be made.
+    MountedFolder(const std::string& kind, std::int64_t bytes);
+    ~MountedFolder();
+
+    MountedFolder(const MountedFolder&) = delete;
+    MountedFolder& operator=(const MountedFolder&) = delete;
+
+    const std::string& path() const { return path_; }
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+    /// The names in it but for what the file system itself has there.
+    std::vector<std::string> names() const;
+
+    /// Leaves about this many bytes free.
+    void leaveFree(std::int64_t bytes) const;
+
+    std::int64_t freeBytes() const;
+
+    /// From here on nothing in it can be changed.
+    void makeReadOnly() const;
+
+private:
+    void mountImage(const std::string& kind, std::int64_t bytes);
+
+    TemporaryFolder folder_;
+    std::string path_;
+    std::string loopDevice_;
+};
+
+}  // namespace mediatest
