@@ -45,27 +45,33 @@ bool isKnown(const AVStream& stream) {
 }  // namespace
 
 void convertRecording(int source, int output, Reporter& reporter) {
-    std::int64_t lookAhead = 0;
+    Foreknowledge known;
     for (int attempt = 1;; ++attempt) {
         try {
-            Conversion(source, output, reporter, lookAhead).run();
+            Conversion(source, output, reporter, known).run();
             return;
+        } catch (const ChangedStream& changed) {
+            if (!known.changingStreams.insert(changed.index).second) {
+                throw Failure(containerFailed, "stream " + std::to_string(changed.index) + " changes again");
+            }
+            --attempt;
         } catch (const LateStream& late) {
             if (attempt == mostAttempts) {
                 throw Failure(limitExceeded, late.name + " turns up at byte " + std::to_string(late.position));
             }
-            if (late.position <= lookAhead) {
+            if (late.position <= known.lookAhead) {
                 throw Failure(codecUnknown, late.name);
             }
-            lookAhead = late.position;
+            known.lookAhead = late.position;
         }
     }
 }
 
-Conversion::Conversion(int source, int output, Reporter& reporter, std::int64_t lookAhead)
+Conversion::Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known)
     : output_(output),
       reporter_(reporter),
-      recording_(source, lookAhead),
+      known_(known),
+      recording_(source, known.lookAhead),
       writer_(output, estimateIndex()),
       timeline_(originOf(recording_.format()), (recording_.format().iformat->flags & AVFMT_TS_DISCONT) != 0) {}
 
@@ -133,7 +139,9 @@ void Conversion::addTracks() {
             reporter_.note(describe(stream) + " has no place in an MP4 and is left out");
             continue;
         }
-        addTrack(stream, treatment == Treatment::copy);
+        // What can't be said again on the way is made anew in one form.
+        const bool changes = known_.changingStreams.contains(stream.index);
+        addTrack(stream, treatment == Treatment::copy && (!changes || CopiedTrack::canRepeatParameters(stream)));
         trackOfStream_[index] = tracks_.back().get();
         const AVMediaType type = stream.codecpar->codec_type;
         hasContent = hasContent || type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO;
@@ -150,7 +158,7 @@ void Conversion::addTrack(const AVStream& stream, bool copies) {
     AVStream& target = writer_.addTrack();
     const AVMediaType type = stream.codecpar->codec_type;
     if (copies) {
-        tracks_.push_back(std::make_unique<CopiedTrack>(stream, target, timeline_));
+        addCopy(stream, target);
         return;
     }
     reporter_.note(describe(stream) + " is encoded anew");
@@ -162,6 +170,15 @@ void Conversion::addTrack(const AVStream& stream, bool copies) {
         tracks_.push_back(std::make_unique<TranscodedText>(stream, target, timeline_));
     }
     onlyCopies_ = false;
+}
+
+void Conversion::addCopy(const AVStream& stream, AVStream& target) {
+    const bool changes = known_.changingStreams.contains(stream.index);
+    if (changes) {
+        reporter_.note(describe(stream) +
+                       " changes its parameters on the way; they are repeated with its key pictures");
+    }
+    tracks_.push_back(std::make_unique<CopiedTrack>(stream, target, timeline_, changes));
 }
 
 void Conversion::copyMetadata() {

@@ -7,6 +7,7 @@
 #include "mediaconverter/worker/Track.h"
 
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace worker {
@@ -20,14 +21,19 @@ struct LateStream {
     std::string name;
 };
 
+/// What an earlier attempt found out about a recording.
+struct Foreknowledge {
+    std::int64_t lookAhead = 0;     ///< there are streams at this byte that show nowhere before
+    std::set<int> changingStreams;  ///< their parameters do not stay what they are at first
+};
+
 /// One attempt at it.
 class Conversion {
 public:
-    /// Where `lookAhead` is given, the streams at that byte of the recording are known before the MP4 is begun.
-    Conversion(int source, int output, Reporter& reporter, std::int64_t lookAhead);
+    /// `known` must outlive it.
+    Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known);
 
-    /// Throws LateStream when it has to be begun anew, knowing more.
-
+    /// Throws LateStream or ChangedStream when it has to be begun anew, knowing more.
     void run();
 
 private:
@@ -35,6 +41,7 @@ private:
     void requireSpace(int output) const;
     void addTracks();
     void addTrack(const AVStream& stream, bool copies);
+    void addCopy(const AVStream& stream, AVStream& target);
     void copyMetadata();
     void copyChapters();
     void convert();
@@ -45,6 +52,7 @@ private:
 
     int output_;
     Reporter& reporter_;
+    const Foreknowledge& known_;
     Recording recording_;
     Mp4Writer writer_;
     Timeline timeline_;

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/Track.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/ParameterSets.h"
 
 #include <algorithm>
 
@@ -14,9 +15,17 @@ unsigned tagFor(AVCodecID codec) {
     return codec == AV_CODEC_ID_HEVC ? MKTAG('h', 'v', 'c', '1') : 0;
 }
 
+std::span<const std::uint8_t> parametersOf(const AVCodecParameters& stream) {
+    return {stream.extradata, static_cast<std::size_t>(stream.extradata_size)};
+}
+
 /// What belongs to a stream whatever becomes of its packets.
 void copyDescription(const AVStream& source, AVStream& target) {
     av_dict_copy(&target.metadata, source.metadata, 0);
+    // Most players show a track by its handler's name.
+    if (const AVDictionaryEntry* const title = av_dict_get(source.metadata, "title", nullptr, 0)) {
+        av_dict_set(&target.metadata, "handler_name", title->value, 0);
+    }
     target.disposition = source.disposition;
     target.sample_aspect_ratio = source.sample_aspect_ratio;
     target.avg_frame_rate = source.avg_frame_rate;
@@ -42,19 +51,28 @@ void Track::send(AVPacket& packet, AVRational base, Mp4Writer& writer) {
     writer.write(packet);
 }
 
-CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline)
+CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters)
     : Track(source, target, timeline),
       countsSamples_(source.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && source.codecpar->sample_rate > 0 &&
-                     source.time_base.den != source.codecpar->sample_rate) {
+                     source.time_base.den != source.codecpar->sample_rate),
+      repeatsParameters_(repeatsParameters) {
     if (const int copied = avcodec_parameters_copy(target.codecpar, source.codecpar); copied < 0) {
         throw Failure::ofLibrary(ConversionError::containerFailed, copied);
     }
     target.codecpar->codec_tag = tagFor(source.codecpar->codec_id);
     target.time_base = source.time_base;
     target.start_time = AV_NOPTS_VALUE;
+    if (repeatsParameters_) {
+        parameters_ = inBandParameterSets(*source.codecpar, parametersOf(*source.codecpar)).value_or(parameters_);
+    }
+}
+
+bool CopiedTrack::canRepeatParameters(const AVStream& stream) {
+    return inBandParameterSets(*stream.codecpar, parametersOf(*stream.codecpar)).has_value();
 }
 
 void CopiedTrack::accept(AVPacket& packet, Mp4Writer& writer) {
+    followParameters(packet);
     clock().place(packet);
     if (countsSamples_) {
         placeSamples(packet);
@@ -65,6 +83,38 @@ void CopiedTrack::accept(AVPacket& packet, Mp4Writer& writer) {
     packet.stream_index = target().index;
     packet.pos = -1;
     writer.write(packet);
+}
+
+void CopiedTrack::followParameters(AVPacket& packet) {
+    std::size_t length = 0;
+    const std::uint8_t* const data = av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, &length);
+    if (data != nullptr && length > 0) {
+        const std::span<const std::uint8_t> fresh(data, length);
+        const auto first = parametersOf(*target().codecpar);
+        if (repeatsParameters_) {
+            auto sets = inBandParameterSets(*target().codecpar, fresh);
+            if (!sets) {
+                throw Failure(ConversionError::codecUnknown, "its pictures change their form on the way");
+            }
+            parameters_ = std::move(*sets);
+        } else if (!std::equal(fresh.begin(), fresh.end(), first.begin(), first.end())) {
+            throw ChangedStream{source().index};
+        }
+        // The muxer would put the last ones in the place of the first.
+        av_packet_free_side_data(&packet);
+    }
+    if (repeatsParameters_ && (packet.flags & AV_PKT_FLAG_KEY) != 0) {
+        putBefore(packet);
+    }
+}
+
+void CopiedTrack::putBefore(AVPacket& packet) const {
+    const auto added = static_cast<int>(parameters_.size());
+    if (av_grow_packet(&packet, added) < 0) {
+        throw std::bad_alloc();
+    }
+    std::copy_backward(packet.data, packet.data + packet.size - added, packet.data + packet.size);
+    std::copy(parameters_.begin(), parameters_.end(), packet.data);
 }
 
 void CopiedTrack::placeSamples(AVPacket& packet) {

@@ -7,10 +7,18 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
+#include <vector>
 
 namespace worker {
+
+/// Thrown when a copied stream goes on with other parameters than the MP4 was begun with.
+struct ChangedStream {
+    int index;
+};
 
 /// One stream of the recording on its way to one track of the MP4. Throws Failure.
 class Track {
@@ -53,15 +61,24 @@ private:
 /// A stream that MP4 holds as it is: every packet's payload stays what it was.
 class CopiedTrack final : public Track {
 public:
-    CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline);
+    /// Where `repeatsParameters`, the parameters in force stand before every picture that can be begun with, so that
+    /// they may change on the way; else a change throws ChangedStream.
+    CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters);
+
+    /// True for a stream whose parameters can be repeated.
+    static bool canRepeatParameters(const AVStream& stream);
 
     void accept(AVPacket& packet, Mp4Writer& writer) override;
     bool isCopy() const override { return true; }
 
 private:
     void placeSamples(AVPacket& packet);
+    void followParameters(AVPacket& packet);
+    void putBefore(AVPacket& packet) const;
 
     bool countsSamples_;
+    bool repeatsParameters_;
+    std::vector<std::uint8_t> parameters_;  ///< those in force, as units of the stream
     std::int64_t lastSample_ = AV_NOPTS_VALUE;
 };
 

@@ -1,4 +1,5 @@
 #include "mediaconverter/WorkerMessage.h"
+#include "mediaconverter/worker/AllocationWatch.h"
 #include "mediaconverter/worker/Barriers.h"
 #include "mediaconverter/worker/Conversion.h"
 #include "mediaconverter/worker/Failure.h"
@@ -25,6 +26,9 @@ int main() {
 #endif
     try {
         worker::convertRecording(given::source, given::output, reporter);
+        if (worker::wasMemoryRefused()) {
+            throw std::bad_alloc();
+        }
         reporter.done();
     } catch (const worker::Failure& failure) {
         reporter.failed(failure.error, failure.detail);
