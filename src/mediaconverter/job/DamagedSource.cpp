@@ -52,11 +52,13 @@ DamagedSource::DamagedSource(const SourceFile& source) {
     for (int number = 1; number < 100; ++number) {
         path_ = damagedName(source.path(), number);
         if (linkTo(source, path_)) {
+            syncFolder();
             return;
         }
         if (errno != EEXIST &&
             (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS || errno == EMLINK || errno == EXDEV) &&
             copyTo(source, path_)) {
+            syncFolder();
             return;
         }
         if (errno != EEXIST) {
@@ -76,6 +78,18 @@ DamagedSource::DamagedSource(const SourceFile& source) {
 DamagedSource::~DamagedSource() {
     if (!kept_) {
         ::unlink(path_.c_str());
+    }
+}
+
+void DamagedSource::syncFolder() const {
+    const auto slash = path_.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
+    const UniqueDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // A folder that may not be listed, or can't be synced, keeps its names as safe as they get.
+    if (opened && ::fsync(opened.get()) != 0 && errno != EINVAL) {
+        const int number = errno;
+        ::unlink(path_.c_str());
+        throw JobFailure::ofSystem(damagedCopyNotKept, number);
     }
 }
 

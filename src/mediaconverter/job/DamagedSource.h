@@ -10,7 +10,8 @@ namespace mediaconverter {
 /// that the data outlives the recording's own name. Throws JobFailure when it can't be made.
 class DamagedSource {
 public:
-    /// Makes the name: a link, or a copy where the file system has no links. Never replaces a file.
+    /// Makes the name and brings it to the disk: a link, or a copy where the file system has no links. Never replaces
+    /// a file.
     explicit DamagedSource(const SourceFile& source);
 
     /// Takes the name away again, unless it is to be kept.
@@ -25,6 +26,7 @@ public:
 private:
     bool linkTo(const SourceFile& source, const std::string& path);
     bool copyTo(const SourceFile& source, const std::string& path);
+    void syncFolder() const;
 
     std::string path_;
     bool kept_ = false;

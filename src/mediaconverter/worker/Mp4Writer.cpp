@@ -59,13 +59,14 @@ void Mp4Writer::write(AVPacket& packet) {
     repairTimes(packet, tally);
     ++tally.packets;
     tally.bytes += packet.size;
-    const std::int64_t step = tally.lastDecodingTime == AV_NOPTS_VALUE ? 0 : packet.dts - tally.lastDecodingTime;
-    tally.longestStep = std::max({tally.longestStep, step, packet.duration});
     tally.lastDecodingTime = packet.dts;
     tally.lastDuration = packet.duration;
     if (tally.firstDecodingTime == AV_NOPTS_VALUE) {
         tally.firstDecodingTime = packet.dts;
+        tally.firstTime = packet.pts;
+        tally.end = packet.pts;
     }
+    tally.end = std::max(tally.end, packet.pts + packet.duration);
 
     if (keepOrder_ && isOutOfOrder(packet)) {
         keepOrder_ = false;

@@ -15,7 +15,8 @@ struct TrackTally {
     std::int64_t firstDecodingTime = AV_NOPTS_VALUE;  ///< in the track's time base
     std::int64_t lastDecodingTime = AV_NOPTS_VALUE;
     std::int64_t lastDuration = 0;
-    std::int64_t longestStep = 0;  ///< between two packets, or of one
+    std::int64_t firstTime = AV_NOPTS_VALUE;  ///< at which the first packet is shown
+    std::int64_t end = 0;                     ///< at which the last one has been shown
 };
 
 /// The muxer. Packets arrive with the times of their track in its time base and leave with times that an MP4 can
