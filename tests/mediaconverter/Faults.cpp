@@ -1,11 +1,13 @@
 // A library to preload: lets the n-th call of one function fail, in the converting process or in its worker.
 //   FAULT=who:call:n:errno[:all]   who is "library" or "worker", "all" lets every call from the n-th on fail
 //   FAULT_HIT=path                 a file that gets a byte for every fault that has happened
+//   CLOCK_BACK=1                   the time of day goes back by an hour with every look at it
 // Only calls on regular files and pipes that the conversion itself makes are counted.
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -13,6 +15,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 // The C library's own, by the names that it keeps for interposers.
 extern "C" {
@@ -76,6 +79,13 @@ bool strikes(const char* call) {
     }
     errno = fault.error;
     return true;
+}
+
+/// Seconds to take from the time of day at this look.
+time_t setBack() {
+    static const bool goesBack = std::getenv("CLOCK_BACK") != nullptr;
+    static std::atomic<time_t> hours{0};
+    return goesBack ? 3600 * ++hours : 0;
 }
 
 bool isWrittenFile(int descriptor) {
@@ -151,6 +161,30 @@ INTERPOSE int openat(int folder, const char* name, int flags, ...) {
         return -1;
     }
     return static_cast<int>(::syscall(SYS_openat, folder, name, flags, mode));
+}
+
+INTERPOSE int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const auto result = static_cast<int>(::syscall(SYS_clock_gettime, clock, time));
+    if (clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE) {
+        time->tv_sec -= setBack();
+    }
+    return result;
+}
+
+INTERPOSE int gettimeofday(timeval* time, void*) noexcept {
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    *time = {now.tv_sec, now.tv_nsec / 1000};
+    return 0;
+}
+
+INTERPOSE time_t time(time_t* result) noexcept {
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    if (result != nullptr) {
+        *result = now.tv_sec;
+    }
+    return now.tv_sec;
 }
 
 INTERPOSE void* malloc(size_t size) {

@@ -92,7 +92,7 @@ TEST_P(FullDiskTest, AtTheIndex) {
     const MountedFolder mounted(GetParam(), size());
     const std::string source = copied();
     const auto length = static_cast<std::int64_t>(fs::file_size(source));
-    expectOneErrorUntilThereIsRoom(source, mounted, length - 32 * kibibyte, length + 1024 * kibibyte, 176 * kibibyte);
+    expectOneErrorUntilThereIsRoom(source, mounted, length - 400 * kibibyte, length + 1024 * kibibyte, 176 * kibibyte);
 }
 
 TEST_P(FullDiskTest, AtEveryStepOfWhatIsEncodedAnew) {

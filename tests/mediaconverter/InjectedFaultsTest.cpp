@@ -1,5 +1,6 @@
 #include "mediaconverter/FaultTest.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <functional>
@@ -155,6 +156,97 @@ TEST_F(InjectedFaultsTest, AllocationsThatFailInTheWorkerEndInAnErrorOrAWholeMp4
                       : 1;
     }
     EXPECT_GE(errors, 10);
+}
+
+TEST_F(InjectedFaultsTest, OneAllocationThatFailsInTheWorkerEndsInAnErrorOrAWholeMp4) {
+    int hits = 0;
+    for (const int n : {1, 5, 20, 60, 150, 400, 1000, 1700, 1762, 1850, 2200, 2400, 3000}) {
+        hits += convertWith("worker:malloc:" + std::to_string(n) + ":" + std::to_string(ENOMEM)).hits > 0 ? 1 : 0;
+    }
+    EXPECT_GE(hits, 10);
+}
+
+TEST_F(InjectedFaultsTest, OneAllocationThatFailsInTheLibraryEndsInAnErrorOrAWholeMp4) {
+    // The first ones are of the program that loads the library, whose end of its own that is.
+    constexpr int ofLoading = 6;
+    int errors = 0;
+    for (int n = ofLoading + 1; n < ofLoading + 40; ++n) {
+        const auto outcome = convertWith("library:malloc:" + std::to_string(n) + ":" + std::to_string(ENOMEM));
+        errors += outcome.result.saidError(outOfMemory) ? 1 : 0;
+    }
+    EXPECT_GE(errors, 5);
+}
+
+TEST_F(InjectedFaultsTest, AClockThatIsSetBackAgainAndAgainChangesNothing) {
+    EXPECT_TRUE(convertWith("nobody:none:1:1", {"CLOCK_BACK=1"}).result.saidHundred());
+    // A recording from the future, as it then seems.
+    fs::last_write_time(source_, fs::file_time_type::clock::now() + std::chrono::hours(24 * 365));
+    const auto time = fs::last_write_time(source_);
+    EXPECT_TRUE(convertWith("nobody:none:1:1", {"CLOCK_BACK=1"}).result.saidHundred());
+    EXPECT_EQ(fs::last_write_time(destination()), time);
+}
+
+TEST_F(InjectedFaultsTest, ReservedRoomThatIsTooSmallIsMadeByMovingTheData) {
+    // A thousand pictures a second, and a header that speaks of a moment: the index outgrows any estimate.
+    const std::string base = samples::make(
+        "mkv", {"-an", "-vf", "scale=32:32,fps=1000", "-c:v", "libx264", "-preset", "ultrafast", "-bf", "2"}, 30);
+    std::string bytes = contentOf(base);
+    const auto duration = bytes.find("\x44\x89\x88");
+    ASSERT_NE(duration, std::string::npos);
+    bytes.replace(duration + 3, 8, std::string("\x3F\xF0\x00\x00\x00\x00\x00\x00", 8));
+    source_ = put("a.mkv", bytes);
+    content_ = bytes;
+    const std::string noInserting = "worker:insert:1:" + std::to_string(EOPNOTSUPP) + ":all";
+    const auto outcome = convertWith(noInserting);
+    EXPECT_TRUE(outcome.result.saidHundred());
+    EXPECT_EQ(outcome.hits, 2U) << "the room reserved was to be too small";
+    const std::string result = contentOf(destination());
+    EXPECT_LT(result.find("moov"), result.find("mdat"));
+    EXPECT_EQ(packetCounts(destination()), std::vector<int>{30000});
+}
+
+class DamagedCopyTest : public InjectedFaultsTest {
+protected:
+    DamagedCopyTest() {
+        useLargerSource();
+        std::fill_n(content_.begin() + static_cast<std::ptrdiff_t>(content_.size() / 2), content_.size() / 8, '\0');
+        put("a.mkv", content_);
+    }
+
+    /// Converts without a link for the recording's second name.
+    ProcessResult convertWithFault(const std::string& fault) {
+        return convertInProcess(source_, destination(), {"LD_PRELOAD=" MEDIACONVERTER_FAULTS, "FAULT=" + fault});
+    }
+
+    static constexpr const char* copyName = "a (damaged).mkv";
+    const std::string noLink_ = "library:linkat:1:" + std::to_string(EPERM);
+};
+
+TEST_F(DamagedCopyTest, WhereThereAreNoLinksTheDataIsCopied) {
+    EXPECT_TRUE(convertWithFault(noLink_).saidHundred());
+    EXPECT_EQ(folder_.names(), (std::vector<std::string>{copyName, "a.mkv", "out.mp4"}));
+    EXPECT_TRUE(contentOf(folder_.file(copyName)) == content_);
+    EXPECT_FALSE(fs::equivalent(folder_.file(copyName), source_)) << "a copy, not a link";
+}
+
+TEST_F(DamagedCopyTest, ALinkThatFailsIsAnErrorAndNothingIsLeft) {
+    const auto result = convertWithFault("library:linkat:1:" + std::to_string(EIO));
+    EXPECT_TRUE(result.saidError(damagedCopyNotKept)) << result.output;
+    EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
+    EXPECT_TRUE(contentOf(source_) == content_);
+}
+
+TEST_F(DamagedCopyTest, ASecondNameThatDoesNotReachTheDiskIsAnErrorAndNothingIsLeft) {
+    // The MP4 is synced first, then the recording's folder.
+    const auto result = convertWithFault("library:fsync:2:" + std::to_string(EIO));
+    EXPECT_TRUE(result.saidError(damagedCopyNotKept)) << result.output;
+    EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
+}
+
+TEST_F(DamagedCopyTest, WhenTheMp4GetsNoNameTheSecondNameIsTakenBack) {
+    const auto result = convertWithFault("library:linkat:2:" + std::to_string(EIO));
+    EXPECT_TRUE(result.saidError(publishFailed)) << result.output;
+    EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
 }
 
 TEST_F(InjectedFaultsTest, FileSizeLimitIsAnErrorAndNoDeath) {

@@ -96,11 +96,17 @@ std::int64_t MountedFolder::freeBytes() const {
 }
 
 void MountedFolder::leaveFree(std::int64_t bytes) const {
+    constexpr std::int64_t step = std::int64_t{128} * 1024;
     const int descriptor = ::open(file(filler).c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
-    const std::int64_t length = freeBytes() - bytes;
-    const int failed = descriptor < 0 ? errno : length <= 0 ? 0 : ::posix_fallocate(descriptor, 0, length);
+    int failed = descriptor < 0 ? errno : 0;
+    // Not all that counts as free can be had: some is for the file system's own needs.
+    for (std::int64_t length = freeBytes() - bytes; length > 0; length -= step) {
+        failed = ::posix_fallocate(descriptor, 0, length);
+        if (failed != ENOSPC) {
+            break;
+        }
+    }
     ::close(descriptor);
-    // The file system's own needs round it off: a filler that takes the last block is as full as can be.
     if (failed != 0 && failed != ENOSPC) {
         throw std::system_error(failed, std::generic_category(), "filling");
     }
