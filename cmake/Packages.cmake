@@ -52,7 +52,11 @@ if(GZIP)
   install(FILES "${PROJECT_SOURCE_DIR}/packaging/copyright" "${changes}"
     DESTINATION share/doc/record-converter-trace COMPONENT trace EXCLUDE_FROM_ALL)
 endif()
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/record-converter.lintian-overrides" RENAME record-converter
+  DESTINATION share/lintian/overrides COMPONENT application)
 install(FILES "${PROJECT_SOURCE_DIR}/packaging/record-converter-dev.lintian-overrides" RENAME record-converter-dev
   DESTINATION share/lintian/overrides COMPONENT development)
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/record-converter-trace.lintian-overrides" RENAME record-converter-trace
+  DESTINATION share/lintian/overrides COMPONENT trace EXCLUDE_FROM_ALL)
 
 include(CPack)

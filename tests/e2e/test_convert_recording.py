@@ -34,7 +34,8 @@ class ConvertRecording(world.World):
         self.recording()
         result = self.convert("missing.mkv", "talk.mkv")
         self.assertEqual(result.returncode, 1)
-        self.assertRegex(result.stderr.decode(), r"missing\.mkv: .+ \(error 10\)\n$")
+        # Once, and not a second time by the media converter itself.
+        self.assertRegex(result.stderr.decode(), r"^/\S*/missing\.mkv: [^\n]+ \(error 10\)\n$")
         self.assertEqual(self.files(), ["talk.mp4"])
 
     def test_leaves_a_file_alone_that_somebody_writes(self):
@@ -66,6 +67,20 @@ class ConvertRecording(world.World):
                                 env=self.environment, cwd=self.folder, stdin=subprocess.DEVNULL,
                                 stdout=subprocess.PIPE, check=True)
         self.assertIn(b"] 100 %", result.stdout)
+
+    def test_says_a_failure_once_on_a_terminal(self):
+        result = subprocess.run(["script", "-qec", f"{self.program('convert-recording')} missing.mkv", "/dev/null"],
+                                env=self.environment, cwd=self.folder, stdin=subprocess.DEVNULL,
+                                stdout=subprocess.PIPE, check=False)
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(result.stdout.count(b"missing.mkv"), 1, result.stdout)
+
+    def test_tells_what_the_media_converter_notes(self):
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", "sine=duration=1", "-c:a", "pcm_s16le",
+                        self.path("sound.mkv")], check=True)
+        result = self.convert("--json", "sound.mkv")
+        self.assertRegex(result.stderr.decode(), r"^mediaconverter: /\S*/sound\.mkv: audio stream 0 [^\n]+\n$")
+        self.assertEqual(json.loads(result.stdout)["status"], "converted")
 
     def test_refuses_a_wrong_command_line(self):
         for arguments in ([], ["--bogus", "x"]):

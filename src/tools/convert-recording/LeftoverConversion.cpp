@@ -5,6 +5,7 @@
 #include "mediaconverter/IZedMediaConverter.h"
 #include "platform/FileManager.h"
 #include "tools/convert-recording/OpenForWriting.h"
+#include "tools/convert-recording/StandardErrorCapture.h"
 
 #include <condition_variable>
 #include <filesystem>
@@ -56,6 +57,20 @@ std::string sentenceOf(int error) {
                : "the conversion failed";
 }
 
+/// The media converter says on standard error what it is about to report, with more detail than a code can have. That
+/// becomes the outcome's own text; the other lines are its notes.
+void sort(const std::vector<std::string>& lines, Outcome& outcome) {
+    const std::string mark = ": error " + std::to_string(outcome.error) + ": ";
+    for (const std::string& line : lines) {
+        const auto at = line.rfind(mark);
+        if (outcome.error != 0 && at != std::string::npos) {
+            outcome.text = line.substr(at + mark.size());
+        } else {
+            outcome.notes.push_back(line);
+        }
+    }
+}
+
 }  // namespace
 
 Outcome LeftoverConversion::convert(const std::string& path) const {
@@ -78,11 +93,15 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
         outcome.text = "there is no media converter";
         return outcome;
     }
+    StandardErrorCapture capture;
     converter->Convert(item.srcPath().c_str(), item.dstPath().c_str(), 3, 4);
     outcome.error = sink.waitForEnd();
     converter->Release();
     if (outcome.error != 0) {
         outcome.text = sentenceOf(outcome.error);
+    }
+    sort(capture.lines(), outcome);
+    if (outcome.error != 0) {
         return outcome;
     }
     outcome.kind = Outcome::Kind::converted;

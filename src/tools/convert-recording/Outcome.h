@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 /// What has become of one leftover recording. Value.
 struct Outcome {
@@ -8,9 +9,10 @@ struct Outcome {
 
     Kind kind = Kind::failed;
     std::string source;
-    std::string destination;  ///< empty unless converted
-    int error = 0;            ///< the media converter's code when it failed, else 0
-    std::string text;         ///< a sentence for people, without a full stop; empty when all is well
+    std::string destination;         ///< empty unless converted
+    int error = 0;                   ///< the media converter's code when it failed, else 0
+    std::string text;                ///< a sentence for people, without a full stop; empty when all is well
+    std::vector<std::string> notes;  ///< what else the media converter had to say, a line each
 };
 
 /// One line for people, without line end.

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -17,27 +18,32 @@ constexpr int kFailed = 1;
 constexpr int kBadUsage = 2;
 constexpr int kStillWritten = 3;
 
-/// A bar on standard error, where that is a terminal.
+/// A bar on the terminal that standard error was when it was made, if it was one.
 class ProgressBar {
 public:
+    ProgressBar() : terminal_(isatty(STDERR_FILENO) == 1 ? fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3) : -1) {}
+    ~ProgressBar() { close(terminal_); }
+
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
     void show(float percent) const {
-        if (shown_) {
-            constexpr int width = 40;
-            const int full = static_cast<int>(std::clamp(percent, 0.0F, 100.0F) * width / 100.0F);
-            std::cerr << "\r[" << std::string(static_cast<std::size_t>(full), '#')
-                      << std::string(static_cast<std::size_t>(width - full), ' ') << "] " << static_cast<int>(percent)
-                      << " %" << std::flush;
-        }
+        constexpr int width = 40;
+        const int full = static_cast<int>(std::clamp(percent, 0.0F, 100.0F) * width / 100.0F);
+        write("\r[" + std::string(static_cast<std::size_t>(full), '#') +
+              std::string(static_cast<std::size_t>(width - full), ' ') + "] " +
+              std::to_string(static_cast<int>(percent)) + " %");
     }
 
-    void clear() const {
-        if (shown_) {
-            std::cerr << "\r\033[K" << std::flush;
-        }
-    }
+    void clear() const { write("\r\033[K"); }
 
 private:
-    const bool shown_ = isatty(STDERR_FILENO) == 1;
+    void write(const std::string& text) const {
+        // A terminal that has gone is no reason to stop.
+        static_cast<void>(terminal_ >= 0 && ::write(terminal_, text.data(), text.size()) < 0);
+    }
+
+    const int terminal_;
 };
 
 int statusOf(Outcome::Kind kind) {
@@ -74,10 +80,13 @@ int main(int argc, char* argv[]) {
     }
 
     int status = kDone;
+    const ProgressBar bar;
     for (const std::string& file : files) {
-        const ProgressBar bar;
         const Outcome outcome = LeftoverConversion(options, [&bar](float percent) { bar.show(percent); }).convert(file);
         bar.clear();
+        for (const std::string& note : outcome.notes) {
+            std::cerr << note << std::endl;
+        }
         std::ostream& output = json || outcome.kind == Outcome::Kind::converted ? std::cout : std::cerr;
         output << (json ? asJson(outcome) : asText(outcome)) << std::endl;
         status = std::max(status, statusOf(outcome.kind));
