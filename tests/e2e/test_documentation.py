@@ -1,7 +1,9 @@
 """The examples of docs/meeting-clients.md and the commands of docs/diagnostics.md do what they say."""
 
+import json
 import os
 import re
+import signal
 import subprocess
 import sys
 
@@ -74,6 +76,40 @@ class Examples(world.World):
         self.line.wait_confirmed(meeting.pid)
         meeting.die()
         self.wait_converted(source, self.path("talk.mp4"))
+
+
+class ManualPages(world.World):
+    def examples(self, page):
+        with open(os.path.join(DOCS, "..", "resources", "man", page + ".1.scd"), encoding="utf-8") as file:
+            section = file.read().split("# EXAMPLES\n", 1)[1].split("\n# ", 1)[0]
+        return [line.strip().replace("\\", "") for line in section.splitlines() if line.startswith("\t")]
+
+    def start(self, command, **options):
+        self.environment["PATH"] = os.path.join(self.application, "bin") + ":" + self.environment["PATH"]
+        return subprocess.Popen(["bash", "-c", "exec " + command], env=self.environment, cwd=self.folder,
+                                stdin=subprocess.DEVNULL, text=True, **options)
+
+    def test_convert_recording(self):
+        command, = self.examples("convert-recording")
+        recorded = os.path.join(self.environment["HOME"], "Recordings")
+        os.mkdir(recorded)
+        for name in ("one.mkv", "two.mkv"):
+            recordings.make(os.path.join(recorded, name))
+        self.assertEqual(self.start(command).wait(90), 0)
+        self.assertEqual(sorted(os.listdir(recorded)), ["one.mp4", "two.mp4"])
+
+    def test_meeting_client(self):
+        record, watch = self.examples("meeting-client")
+        watching = self.start(watch, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(watching.stdout.close)
+        self.addCleanup(watching.stderr.close)
+        watching.stderr.readline()  # it listens now
+        self.assertEqual(self.start(record).wait(90), -signal.SIGKILL)
+        self.wait_converted(self.path("meeting.mkv"), self.path("meeting.mp4"))
+        watching.terminate()
+        watching.wait()
+        names = [json.loads(line)["name"] for line in watching.stdout]
+        self.assertIn(bus.SPAWN, names)
 
 
 class Diagnostics(world.World):

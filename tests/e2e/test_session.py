@@ -11,6 +11,7 @@ import bus
 import desktop
 import processes
 import recordings
+import trace
 import world
 
 
@@ -237,6 +238,25 @@ class StartersSession(_Session):
         self.assertEqual(self.files(), ["slow.avi"])
         with open(self.source, "rb") as file:
             self.assertEqual(file.read(), self.content)
+
+
+class LostBus(trace.TracedWorld):
+    def test_in_the_middle_of_a_conversion_the_outcome_is_still_shown(self):
+        self.install_inside()
+        meeting = self.meeting()
+        source = recordings.make_slow(self.path("slow.avi"), seconds=8)
+        converter = self.launch_for(meeting, source)
+        meeting.die()
+        self.line.wait(lambda: self.trace.holds("cvt_progress = 0.00%"), 30, "the conversion")
+        self.assertEqual(self.files(), ["slow.avi"])
+        self.bus.stop()
+        self.line = None
+        self.assertEqual(self.wait_ended(converter, 120), 0)
+        self.assertEqual(self.files(), ["slow.mp4"])
+        texts = self.trace.texts()
+        shown, closed, quit_app = (next(index for index, text in enumerate(texts) if mark in text)
+                                   for mark in ("showConvertSucceedBubble", "remove bubble", "quitApp]"))
+        self.assertTrue(shown < closed < quit_app, texts)
 
 
 class Priority(_Session):
