@@ -120,6 +120,19 @@ TEST_F(BubbleLooks, ItsBorderIsTransparent) {
     EXPECT_LT(edgeOf(showOne()).lightness(), 64) << "the shadow is all that surrounds the body";
 }
 
+TEST_F(BubbleLooks, ItsShadowFallsOffFromTheBodyOutward) {
+    auto* const window = showOne();
+    const auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
+    const auto image = drawn(window, 2);
+    const int x = 2 * (client->x() + client->width() / 2);
+    // The row that the body's edge may share is left out.
+    const int bottom = 2 * (client->y() + client->height()) + 1;
+    EXPECT_GT(image.pixelColor(x, bottom).alpha(), 32);
+    for (int y = bottom + 1; y < image.height(); ++y) {
+        EXPECT_LE(image.pixelColor(x, y).alpha(), image.pixelColor(x, y - 1).alpha()) << y - bottom;
+    }
+}
+
 TEST_F(BubbleLooks, AnOutlineSetsItApartForThoseWhoAskForMoreContrast) {
     test::SettingsPortal portal;
     portal.settings[QStringLiteral("org.freedesktop.appearance contrast")] = 1U;

@@ -45,14 +45,21 @@ void drawShadow(QPainter& painter, const QPainterPath& outline) {
     painter.setBrush(Qt::NoBrush);
     // Strokes of growing width, each faint: their sum falls off softly, without a blur to compute.
     const double darkness = 2 * kShadowDarkness / kShadowExtent;
+    double light = 1;
     for (int width = 1; width <= kShadowExtent - static_cast<int>(kShadowDrop); ++width) {
         const double fall = 1.0 - static_cast<double>(width) / kShadowExtent;
         QColor shade(Qt::black);
         shade.setAlphaF(static_cast<float>(darkness * fall * fall));
+        light *= 1 - darkness * fall * fall;
         QPen pen(shade, 2.0 * width);
         pen.setJoinStyle(Qt::RoundJoin);
         painter.strokePath(outline, pen);
     }
+    // Strokes fall off inward as well, and the body leaves the lowest part of that uncovered.
+    QColor darkest(Qt::black);
+    darkest.setAlphaF(static_cast<float>(1 - light));
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    painter.fillPath(outline, darkest);
     painter.restore();
 }
 
