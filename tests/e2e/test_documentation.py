@@ -112,6 +112,31 @@ class ManualPages(world.World):
         self.assertIn(bus.SPAWN, names)
 
 
+class Packaging(world.World):
+    with_bus = False
+
+    def test_the_commands(self):
+        source = os.path.join(DOCS, "..")
+        configure, install, pack = [text for language, text in blocks("packaging.md") if language == "sh"]
+
+        def run(script):
+            # The build of this very test stands for the one that the page would have made.
+            script = script.replace("build/release", test_install.BUILD)
+            subprocess.run(["bash", "-euc", script], env=self.environment, cwd=self.folder, check=True, timeout=150,
+                           stdout=subprocess.DEVNULL)
+
+        # Configured afresh, beside the build: it is the options that count.
+        run(configure.replace("-S .", f"-S '{source}'").replace("-B build/release", "-B configured"))
+        self.assertTrue(os.path.exists(self.path("configured/build.ninja")))
+        run(install)
+        for path in ("bin/record-converter", "lib/record-converter/bin/record-converter",
+                     "include/recordmeeting/KTRMeetingRecordNotifications.h"):
+            self.assertTrue(os.path.exists(self.path("stage/usr/" + path)), path)
+        self.assertEqual(os.listdir(self.path("stage/usr/lib/record-converter/PlugIns")), [])
+        run(pack)
+        self.assertEqual(len([name for name in os.listdir(self.path("packages")) if name.endswith(".deb")]), 3)
+
+
 class Diagnostics(world.World):
     def _run(self, script):
         return subprocess.run(["bash", "-euc", script], env=self.environment, cwd=self.folder, check=True, timeout=90,

@@ -134,7 +134,7 @@ class Services(_Session):
         os.mkdir(services)
         for name in ("org.freedesktop.systemd1", "org.freedesktop.portal.Desktop", "org.freedesktop.login1"):
             with open(os.path.join(services, name + ".service"), "w", encoding="utf-8") as file:
-                file.write(f"[D-BUS Service]\nName={name}\nExec=/usr/bin/touch {folder}/started-{name}\n")
+                file.write(f"[D-BUS Service]\nName={name}\nExec=/bin/sh -c '>{folder}/started-{name}; exit 1'\n")
         private = bus.PrivateBus(folder, services)
         self.addCleanup(private.stop)
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = private.address

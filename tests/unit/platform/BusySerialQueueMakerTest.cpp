@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -71,11 +72,14 @@ TEST_F(BusySerialQueueMakerTest, ATaskThatPutsTheNextLeavesNoGap) {
     EXPECT_EQ(told, (std::vector{true, false, true}));
 }
 
-TEST_F(BusySerialQueueMakerTest, ATaskIsLetGoBeforeItHasEnded) {
-    const auto held = std::make_shared<int>(1);
-    queue->async([held] {});
+TEST_F(BusySerialQueueMakerTest, WhatATaskHeldIsLetGoBeforeItHasEnded) {
+    bool busyMeanwhile = false;
+    int value = 0;
+    std::shared_ptr<int> held(&value, [&](int*) { mainQueue.async([&] { busyMeanwhile = maker.isBusy(); }); });
+    queue->async([held = std::move(held)] {});
     fakes.last().drain();
-    EXPECT_EQ(held.use_count(), 1);
+    mainQueue.drain();
+    EXPECT_TRUE(busyMeanwhile);
 }
 
 TEST_F(BusySerialQueueMakerTest, WithoutAHandlerItStillKnows) {
