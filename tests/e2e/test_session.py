@@ -17,7 +17,7 @@ import world
 
 class _Session(world.World):
     def slow_recording(self, name="slow.avi"):
-        return recordings.make_slow(self.path(name), seconds=8)
+        return recordings.make_slow(self.path(name), seconds=5)
 
     def worker(self):
         found = [pid for pid in processes.descendants()
@@ -244,7 +244,7 @@ class LostBus(trace.TracedWorld):
     def test_in_the_middle_of_a_conversion_the_outcome_is_still_shown(self):
         self.install_inside()
         meeting = self.meeting()
-        source = recordings.make_slow(self.path("slow.avi"), seconds=8)
+        source = recordings.make_slow(self.path("slow.avi"), seconds=5)
         converter = self.launch_for(meeting, source)
         meeting.die()
         self.line.wait(lambda: self.trace.holds("cvt_progress = 0.00%"), 30, "the conversion")
