@@ -9,6 +9,7 @@
 #include "platform/PathOperations.h"
 #include "platform/ProcessInformation.h"
 #include "platform/ThreadSerialQueue.h"
+#include "platform/linux/LargeMemory.h"
 #include "platform/linux/PidfdProcessExitWatch.h"
 #include "platform/linux/SyslogSystemLog.h"
 #include "platform/qt/OwnScope.h"
@@ -122,6 +123,7 @@ bool handedOver(Providers& providers) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    platform::returnLargeMemoryAtOnce();
     // Neither is ever destroyed: at the process's end the conversion queue may still be using them.
     static const auto* const services = new StandardServices(resourcesFolder());
     (void)services;

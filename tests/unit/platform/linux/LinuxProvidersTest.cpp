@@ -1,3 +1,4 @@
+#include "platform/linux/LargeMemory.h"
 #include "platform/linux/LinuxBackgroundExecutor.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/ProcProcessTable.h"
@@ -9,6 +10,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <malloc.h>
+#include <memory>
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -164,5 +167,22 @@ TEST(LinuxBackgroundExecutorTest, RunsTasksElsewhereAtTheLowestPriorityAndWaitsF
     EXPECT_EQ(priority, 19);
     EXPECT_NE(::getpriority(PRIO_PROCESS, 0), 19) << "the priority of its thread alone";
 }
+
+// The sanitizers bring an allocator of their own.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(LargeMemoryTest, AFreedPictureGoesBackToTheSystemAndSoDoTheNext) {
+    platform::returnLargeMemoryAtOnce();
+    const auto mapped = [] { return ::mallinfo2().hblkhd; };
+    const auto before = mapped();
+    const auto picture = [] { return std::make_unique<char[]>(std::size_t{300} * 1024); };
+    for (int i = 0; i < 3; ++i) {
+        const auto first = picture();
+        EXPECT_GE(mapped(), before + std::size_t{300} * 1024);
+        const auto second = picture();
+        EXPECT_GE(mapped(), before + 2 * std::size_t{300} * 1024) << "the first one freed has changed nothing";
+    }
+    EXPECT_EQ(mapped(), before);
+}
+#endif
 
 }  // namespace
