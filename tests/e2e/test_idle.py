@@ -14,7 +14,7 @@ import trace
 
 class Sleeping(trace.TracedWorld):
     # A drawing thread of the toolkit would end half a minute after a picture: a quarter after the bubble has gone.
-    SECONDS = 20
+    SECONDS = 60
 
     def setUp(self):
         super().setUp()

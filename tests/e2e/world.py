@@ -1,6 +1,8 @@
 """A world of its own for one test: home, settings, bus, application folder, and nothing left when it ends."""
 
+import glob
 import os
+import shlex
 import shutil
 import signal
 import subprocess
@@ -13,6 +15,9 @@ import recordings
 
 APPLICATION_FOLDER = os.environ.get("RECORD_CONVERTER_FOLDER", "")
 TEST_LIBRARIES = os.environ.get("RECORD_CONVERTER_TEST_LIBRARIES", "")
+
+# A checker that the converter is to run under; {root} in it is the test's own folder, where it leaves its reports.
+WRAPPER = os.environ.get("RECORD_CONVERTER_WRAPPER", "")
 
 # The kit shows a result for 15 s; ticks, fading and a slow machine come on top.
 BUBBLE_DEADLINE = 60
@@ -34,6 +39,7 @@ class World(unittest.TestCase):
         processes.adopt_orphans()
         self.root = tempfile.mkdtemp(prefix="record-converter-e2e-")
         self.addCleanup(shutil.rmtree, self.root)
+        self.addCleanup(self._nothing_reported)
         self.addCleanup(self._nothing_left)
         self.folder = os.path.join(self.root, "recordings")
         self.environment = {key: value for key, value in os.environ.items()
@@ -47,6 +53,10 @@ class World(unittest.TestCase):
                 self.environment[key] = path
         self.environment["LC_ALL"] = "C.UTF-8"
         self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = _NO_SYSTEM_BUS
+        self.reports = os.path.join(self.root, "report")
+        for sanitizer in ("ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"):
+            options = [option for option in (self.environment.get(sanitizer), f"log_path={self.reports}") if option]
+            self.environment[sanitizer] = ":".join(options)
         self.application = APPLICATION_FOLDER
         self.converters = []
         self.line = None
@@ -72,6 +82,17 @@ class World(unittest.TestCase):
     def _strays(self, name):
         return [line for line in map(processes.command_line, processes.descendants()) if name in line]
 
+    def _nothing_reported(self):
+        """What a sanitizer has found in any of the programs fails the test, whatever became of the program."""
+        found = []
+        for name in glob.glob(self.reports + "*"):
+            with open(name, encoding="utf-8", errors="replace") as file:
+                # Lines that begin so are a checker's remarks on itself.
+                found += [line for line in file if not line.startswith("--")]
+        self.assertEqual("".join(found), "")
+        for word in ("Sanitizer:", "runtime error:"):
+            self.assertNotIn(word, self.log_text())
+
     def own_application_folder(self):
         """From here on the test uses a copy of the application folder, in a folder of its own."""
         self.application = os.path.join(self.root, "opt", "record-converter")
@@ -91,7 +112,8 @@ class World(unittest.TestCase):
         """Starts the converter; its standard error goes to `self.log`."""
         self.log = os.path.join(self.root, "converter.log")
         with open(self.log, "ab") as log:
-            process = subprocess.Popen([self.program("record-converter"), *arguments], env=self.environment,
+            command = [*shlex.split(WRAPPER.format(root=self.root)), self.program("record-converter"), *arguments]
+            process = subprocess.Popen(command, env=self.environment,
                                        stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
