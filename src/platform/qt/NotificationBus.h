@@ -51,12 +51,11 @@ public:
     /// The process behind an address; absent when it has left the bus.
     std::optional<std::int32_t> processIdOf(const QString& address) const;
 
-private Q_SLOTS:
-    void onPosted(const QDBusMessage& message);
-    void onNameOwnerChanged(const QString& busName, const QString& oldOwner, const QString& newOwner);
-    void onDisconnected();
-
 private:
+    Q_SLOT void onPosted(const QDBusMessage& message);
+    Q_SLOT void onNameOwnerChanged(const QString& busName, const QString& oldOwner, const QString& newOwner);
+    Q_SLOT void onDisconnected();
+
     void listen();
 
     const QString connectionName_;

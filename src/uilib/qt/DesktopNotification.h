@@ -37,13 +37,12 @@ public:
     /// follows.
     void letGo();
 
-private Q_SLOTS:
-    void onClosed(uint id, uint reason);
-    void onActivationToken(uint id, const QString& token);
-    void onActionInvoked(uint id, const QString& key);
-    void onServerGone();
-
 private:
+    Q_SLOT void onClosed(uint id, uint reason);
+    Q_SLOT void onActivationToken(uint id, const QString& token);
+    Q_SLOT void onActionInvoked(uint id, const QString& key);
+    Q_SLOT void onServerGone();
+
     void listen();
     void ask();
     void notify(const QStringList& capabilities);

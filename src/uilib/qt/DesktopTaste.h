@@ -20,10 +20,9 @@ public:
     bool wantsLessMotion() const { return lessMotion_ || !animations_; }
     bool wantsMoreContrast() const { return moreContrast_ || highContrast_; }
 
-private Q_SLOTS:
-    void onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
-
 private:
+    Q_SLOT void onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
     void askForAll();
     void ask(const QString& group, const QString& key);
     void take(const QString& group, const QString& key, const QVariant& value);

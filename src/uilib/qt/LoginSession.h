@@ -20,10 +20,10 @@ public:
     explicit LoginSession(std::function<void(bool)> changed);
     ~LoginSession() override;
 
-private Q_SLOTS:
-    void onPropertiesChanged(const QString& interface, const QVariantMap& changed, const QStringList& invalidated);
-
 private:
+    Q_SLOT void onPropertiesChanged(const QString& interface, const QVariantMap& changed,
+                                    const QStringList& invalidated);
+
     void ask(const QString& path);
     void take(const QVariantMap& properties);
 

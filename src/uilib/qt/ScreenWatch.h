@@ -22,10 +22,9 @@ public:
 
     bool isVisible() const { return isVisible_; }
 
-private Q_SLOTS:
-    void onSaverActiveChanged(bool isActive);
-
 private:
+    Q_SLOT void onSaverActiveChanged(bool isActive);
+
     void askSaver(const QString& service, const QString& path);
     void tellChange();
 
