@@ -18,6 +18,10 @@ namespace {
 /// Larger ones gain nothing: the copy then no longer fits the processor's cache.
 constexpr int bufferSize = 256 * 1024;
 
+/// The first read behind a jump: fragmented recordings keep picture and sound apart, and a demuxer that goes to and fro
+/// throws away what it does not need at once.
+constexpr std::size_t firstStep = std::size_t{8} * 1024;
+
 }  // namespace
 
 SourceReader::SourceReader(int descriptor) : descriptor_(descriptor) {
@@ -55,7 +59,10 @@ int SourceReader::read(std::uint8_t* buffer, int length) {
     if (left <= 0 || length <= 0) {
         return AVERROR_EOF;
     }
-    const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(length, left));
+    step_ = position_ == lastEnd_ ? step_ * 2 : firstStep;
+    const auto most = std::min<std::int64_t>(length, left);
+    const std::size_t wanted = std::min(static_cast<std::size_t>(most), step_);
+    step_ = wanted;
     ssize_t got = 0;
     do {
         got = ::pread(descriptor_, buffer, wanted, position_);
@@ -70,6 +77,7 @@ int SourceReader::read(std::uint8_t* buffer, int length) {
     }
     applyCovers(position_, buffer, static_cast<std::size_t>(got));
     position_ += got;
+    lastEnd_ = position_;
     return static_cast<int>(got);
 }
 

@@ -53,6 +53,8 @@ private:
     std::vector<Cover> covers_;
     std::int64_t size_ = 0;
     std::int64_t position_ = 0;
+    std::int64_t lastEnd_ = -1;  ///< of the last read
+    std::size_t step_ = 0;       ///< the most that the next read takes if it goes on there
     int error_ = 0;
     bool shrunk_ = false;
     AVIOContext* context_ = nullptr;
