@@ -7,6 +7,8 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QTimer>
+#include <malloc.h>
 #include <utility>
 
 namespace uilib::qt {
@@ -45,6 +47,9 @@ void BubbleStack::remove(const QtAuroraBubble& bubble) {
     std::erase_if(bubbles_, [&](const auto& held) { return held.get() == &bubble; });
     if (bubbles_.empty()) {
         screenWatch_.reset();
+        // A converter that goes on waiting for a meeting has no use for what the bubbles' many small blocks have left
+        // in the allocator's hands. The last bubble itself goes only after this call.
+        QTimer::singleShot(0, qApp, [] { ::malloc_trim(0); });
     }
     arrange();
 }
