@@ -85,14 +85,14 @@ TEST_F(LimitsTest, MoreThanThirteenHours) {
         expectSuccess(source);
         const auto lines = probe(destination(), "format=start_time,duration");
         ASSERT_EQ(lines.size(), 1U);
-        EXPECT_GT(std::atof(lines[0].substr(lines[0].find(',') + 1).c_str()), 13.25 * 3600);
-        EXPECT_NEAR(std::atof(lines[0].c_str()), 0, 0.001);
+        EXPECT_GT(std::stod(lines[0].substr(lines[0].find(',') + 1)), 13.25 * 3600);
+        EXPECT_NEAR(std::stod(lines[0]), 0, 0.001);
         // Packet after packet, from the first.
         const auto times = [](const std::string& path) {
             std::vector<double> result;
             for (const std::string& line : linesOf(outputOf(
                      {"ffprobe", "-v", "error", "-show_entries", "packet=pts_time", "-of", "csv=p=0", path}))) {
-                result.push_back(std::atof(line.c_str()));
+                result.push_back(std::stod(line));
             }
             return result;
         };

@@ -238,7 +238,7 @@ TEST_F(StreamsTest, ASoundThatChangesItsRateOnTheWayIsEncodedAnew) {
     EXPECT_NE(log.find("encoded anew"), std::string::npos) << log;
     EXPECT_EQ(probe(destination(), "stream=codec_name,sample_rate"), Words{"aac,44100"});
     const Words duration = probe(destination(), "format=duration");
-    EXPECT_NEAR(std::atof(duration.at(0).c_str()), 4, 0.2);
+    EXPECT_NEAR(std::stod(duration.at(0)), 4, 0.2);
     EXPECT_EQ(runQuietly({"ffmpeg", "-v", "error", "-xerror", "-i", destination(), "-f", "null", "-"}), 0);
 }
 
@@ -267,7 +267,7 @@ TEST_F(StreamsTest, OnePictureOrOneFrameOfSoundLastsAWhile) {
         fs::remove(destination());
         expectSuccess(source);
         EXPECT_EQ(packetCounts(destination()), std::vector<int>{1}) << source;
-        EXPECT_GT(std::atof(probe(destination(), "format=duration").at(0).c_str()), 0.01) << source;
+        EXPECT_GT(std::stod(probe(destination(), "format=duration").at(0)), 0.01) << source;
     }
 }
 
