@@ -54,6 +54,8 @@ protected:
         }
     }
 
+    // Outlives the application, which traces its own end.
+    bool isFirst = true;
     test::RecordingTrace trace;
     test::FakePlatform fake;
     platform::BusySerialQueueMaker queues{fake.serialQueues, fake.mainQueue};
@@ -68,7 +70,6 @@ TEST_F(QuitDuringConversionTest, IsDeclinedUntilTheUserHasSeenTheOutcome) {
     closeAllBubbles();
     // The pool has dropped the second process, and its file is not scheduled yet: now the runner finds no job.
     start(2, "/two.mkv");
-    bool isFirst = true;
     trace.setOnLine([&](const test::TraceLine& line) {
         if (isFirst && line.text.find("Scheduling Jobs, src_pid = 2") != std::string::npos) {
             isFirst = false;
