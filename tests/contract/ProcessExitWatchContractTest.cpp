@@ -4,12 +4,14 @@
 #include "support/FakeProcessExitWatch.h"
 #include "support/FakeSystemLog.h"
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <seccomp.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -125,13 +127,15 @@ TEST(PidfdProcessExitWatch, LeavesNoDescriptorBehindOnceTheExitWasReported) {
 TEST(PidfdProcessExitWatch, TellsTheSystemLogWhenTheSystemRefusesAWatch) {
     PidfdHost host;
     const auto process = host.start();
-    test::FakeSystemLog log;
-    rlimit limit = {};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
-    const rlimit none{0, limit.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    host.watch.watch(process, [](std::int32_t) { FAIL(); });
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    const test::FakeSystemLog log;
+    // The filter stays with its thread for ever.
+    std::thread([&] {
+        const auto filter = seccomp_init(SCMP_ACT_ALLOW);
+        ASSERT_EQ(seccomp_rule_add(filter, SCMP_ACT_ERRNO(EMFILE), SCMP_SYS(pidfd_open), 0), 0);
+        ASSERT_EQ(seccomp_load(filter), 0);
+        seccomp_release(filter);
+        host.watch.watch(process, [](std::int32_t) { FAIL(); });
+    }).join();
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_NE(log.lines()[0].find(std::to_string(process)), std::string::npos) << log.lines()[0];
     host.end(process);

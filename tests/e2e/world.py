@@ -89,7 +89,7 @@ class World(unittest.TestCase):
             with open(name, encoding="utf-8", errors="replace") as file:
                 # Lines that begin so are a checker's remarks on itself.
                 found += [line for line in file if not line.startswith("--")]
-        self.assertEqual("".join(found), "")
+        self.assertFalse(found, "".join(found))
         for word in ("Sanitizer:", "runtime error:"):
             self.assertNotIn(word, self.log_text())
 

@@ -10,10 +10,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 
 namespace mediatest {
 
@@ -79,8 +81,18 @@ MountedFolder::~MountedFolder() {
 
 std::vector<std::string> MountedFolder::names() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
-        names.push_back(entry.path().filename().string());
+    // FUSE keeps what has been removed while open under such a name until it hears of the close, which is after close()
+    // has returned.
+    const auto isOnItsWay = [](const std::string& name) { return name.rfind(".fuse_hidden", 0) == 0; };
+    for (int i = 0; i < 200; ++i) {
+        names.clear();
+        for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+            names.push_back(entry.path().filename().string());
+        }
+        if (std::none_of(names.begin(), names.end(), isOnItsWay)) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     std::erase_if(names, [](const std::string& name) { return name == filler || name == "lost+found"; });
     std::sort(names.begin(), names.end());
