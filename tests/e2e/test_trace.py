@@ -61,14 +61,18 @@ def later_start(own, pid, path):
         f"Received Job, src_pid = {pid}, src_path = {path}"]
 
 
-def request(pid, paths):
+RUN_NEXT = "-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "
+
+
+def request(pid, paths, steps=1):
+    """`steps`: how many of the paths begin a step of the conversion thread."""
     request_name = "-[AppDelegate meetingPool:didReceiveRequestFromProcess:toConvertRecords:]"
     lines = [f"-[KTRMeetingAppRepresentative commencesConverting]: pid = {pid}",
              f"{request_name}: Scheduling Jobs, src_pid = {pid}"]
     for index, path in enumerate(paths):
         lines.append(f"-[KTRMeetingRecordConvertingJobRunner scheduleJob:]: src_pid = {pid}, src_path = {path}")
-        if index == 0:
-            lines.append("-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... ")
+        if index < steps:
+            lines.append(RUN_NEXT)
         lines.append(f"{request_name}_block_invoke: Scheduling Job, src_path = {path}")
     return lines
 
@@ -82,7 +86,7 @@ def conversion(pid, path):
             "-[KTRMeetingRecordConverter deleteIntermediateItem:]: ",
             f"-[AppDelegate recordConvertingJobRunner:didStopConvertingRecordItem:]: src_pid = {pid}, "
             f"src_path = {path}",
-            "-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "]
+            RUN_NEXT]
 
 
 ENDING = ["-[AppDelegate quitApp]: ",
@@ -122,18 +126,26 @@ class WholeTrace(trace.TracedWorld):
         self.line.quit(meeting.pid)
         self.assertEqual(self.wait_ended(converter), 0)
 
+        main = [line.text for line in self.trace.lines() if line.thread == "main"]
+        # A file that is scheduled just between the taking of the first one and its start begins a second step: then the
+        # end of the work is told twice, and the second of two checks a second may still find the application up.
+        steps = main.count(RUN_NEXT)
+        self.assertIn(steps, (1, 2))
         expected = start_up(1, meeting.pid, one)
         expected += stop(converter.pid, meeting.pid, one) + later_start(converter.pid, meeting.pid, two)
         expected += stop(converter.pid, meeting.pid, two) + heard(bus.QUIT, converter.pid, meeting.pid)
         expected += [f"-[KTRProcessGuard removeGuardProcessWithPid:]: remove process guard for pid = {meeting.pid}"]
-        expected += request(meeting.pid, [one, two])
+        expected += request(meeting.pid, [one, two], steps)
         expected += ["-[KTRConverterProcessNotificationMgr showFilesPreparedBubble]"]
         expected += ["-[KTRConverterProcessNotificationMgr showConvertSucceedBubbleWithFilePath:] : " + path
                      for path in (self.path("one.mp4"), self.path("two.mp4"))]
         expected += ["-[KTRConverterProcessNotificationMgr closeBubbleWithNotification:], "
                      "remove bubble from bubbleArray"] * 2
         expected += ENDING
-        main = [line.text for line in self.trace.lines() if line.thread == "main"]
+        if steps == 2 and main.count(ENDING[0]) == 2:
+            last = len(main) - 1 - main[::-1].index(ENDING[0])
+            self.assertEqual(main[last - 1], TICK + "1")
+            del main[last - 1:last + 1]
         self.assertEqual([text for text in main if not text.startswith(TICK)], expected)
         self._check_ticks(main)
 
@@ -141,7 +153,7 @@ class WholeTrace(trace.TracedWorld):
         self.assertEqual(len({line.thread for line in thread}), 1, "one conversion thread")
         texts = [line.text for line in thread]
         expected = conversion(meeting.pid, one) + conversion(meeting.pid, two)
-        expected += ["-[AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:]: "]
+        expected += ["-[AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:]: "] * steps
         self.assertEqual([text for text in texts if not PROGRESS.fullmatch(text) or text == progress(100)], expected)
         self.assertEqual({(line.level, line.module) for line in self.trace.lines()}, {(2, "RecordConverter")})
 
