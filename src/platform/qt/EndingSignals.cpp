@@ -17,8 +17,11 @@ constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
 // All that a signal handler can reach.
 std::atomic<int> eventDescriptor{-1};
+std::atomic<bool> hasCome{false};
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
 void onSignal(int) {
+    hasCome = true;
     const int savedError = errno;
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = write(eventDescriptor.load(), &one, sizeof one);
@@ -72,5 +75,9 @@ struct EndingSignals::Source {
 EndingSignals::EndingSignals(std::function<void()> asked) : source_(std::make_unique<Source>(std::move(asked))) {}
 
 EndingSignals::~EndingSignals() = default;
+
+bool EndingSignals::haveCome() {
+    return hasCome;
+}
 
 }  // namespace platform::qt

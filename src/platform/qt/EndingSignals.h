@@ -13,6 +13,9 @@ public:
     explicit EndingSignals(std::function<void()> asked);
     ~EndingSignals();
 
+    /// Whether a signal has come, from the very moment of it: earlier than the call. Any thread.
+    static bool haveCome();
+
 private:
     struct Source;
     const std::unique_ptr<Source> source_;

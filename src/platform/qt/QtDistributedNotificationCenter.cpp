@@ -1,5 +1,6 @@
 #include "platform/qt/QtDistributedNotificationCenter.h"
 
+#include "platform/qt/EndingSignals.h"
 #include "platform/qt/LaunchHandOver.h"
 #include "platform/qt/NotificationBus.h"
 
@@ -41,6 +42,10 @@ public:
         // Our own offer comes back like every broadcast, perhaps when this process has become the one to convert. The
         // launch arguments say the same, so it would be a second start of the same recording.
         if (notification.name == offered && sender == connection.ownAddress()) {
+            return;
+        }
+        if (EndingSignals::haveCome()) {
+            // The process ends before anything could come of it. Unanswered, a second launch keeps its recording.
             return;
         }
         if (!isDeliveringAtOnce) {
