@@ -72,7 +72,8 @@ TEST_F(DestinationFaultsTest, AFolderThatMayNotBeWrittenTo) {
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
     std::vector<std::string> before;
     if (::getuid() == 0) {
-        before = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+        // Still the owner of everything on the way, but bound by permissions.
+        before = {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
     }
     const auto result = convertInProcess(source_, target.file("out.mp4"), {}, before);
     EXPECT_TRUE(result.saidError(folderNotWritable)) << result.output;

@@ -112,7 +112,8 @@ TEST_F(SourceFaultsTest, NoReadPermission) {
     // The super-user may read anything, so the conversion runs as somebody else then.
     std::vector<std::string> before;
     if (::getuid() == 0) {
-        before = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+        // Still the owner of everything on the way, but bound by permissions.
+        before = {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
     }
     const auto result = convertInProcess(source, destination(), {}, before);
     EXPECT_TRUE(result.saidError(sourceNotPermitted)) << result.output;
