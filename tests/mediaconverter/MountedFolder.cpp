@@ -109,16 +109,23 @@ std::int64_t MountedFolder::freeBytes() const {
 
 void MountedFolder::leaveFree(std::int64_t bytes) const {
     constexpr std::int64_t step = std::int64_t{128} * 1024;
-    const int descriptor = ::open(file(filler).c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
+    // Where the file system cannot allocate, the C library reads what it has filled before.
+    const int descriptor = ::open(file(filler).c_str(), O_CREAT | O_RDWR | O_TRUNC | O_CLOEXEC, 0600);
+    if (descriptor < 0 && errno == ENOSPC) {
+        // Not even a name finds room: it is full already.
+        return;
+    }
     int failed = descriptor < 0 ? errno : 0;
     // Not all that counts as free can be had: some is for the file system's own needs.
-    for (std::int64_t length = freeBytes() - bytes; length > 0; length -= step) {
+    for (std::int64_t length = freeBytes() - bytes; descriptor >= 0 && length > 0; length -= step) {
         failed = ::posix_fallocate(descriptor, 0, length);
         if (failed != ENOSPC) {
             break;
         }
     }
-    ::close(descriptor);
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
     if (failed != 0 && failed != ENOSPC) {
         throw std::system_error(failed, std::generic_category(), "filling");
     }
