@@ -53,7 +53,8 @@ bool Recorder::finish() {
         return false;
     }
     kill(child_, SIGINT);
-    for (const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10); std::chrono::steady_clock::now() < deadline;) {
+    for (const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+         std::chrono::steady_clock::now() < deadline;) {
         if (!isRunning()) {
             return true;
         }
