@@ -1,7 +1,12 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QObject>
 #include <QString>
+#include <utility>
 
 namespace platform::qt {
 
@@ -17,7 +22,22 @@ public:
     PrivateConnection& operator=(const PrivateConnection&) = delete;
 
     bool isConnected() const { return connection_.isConnected(); }
-    const QDBusConnection& bus() const { return connection_; }
+    QDBusConnection& bus() { return connection_; }
+
+    /// Sends `question`, which never starts a service, and calls `answered` with its one value when a valid answer has
+    /// come: later, from the event loop. An error, or the end of `asker`, and it is not called.
+    template<typename Value, typename Answered>
+    void ask(QObject& asker, QDBusMessage question, Answered answered) {
+        question.setAutoStartService(false);
+        auto* const answer = new QDBusPendingCallWatcher(connection_.asyncCall(question), &asker);
+        QObject::connect(answer, &QDBusPendingCallWatcher::finished, &asker, [answer, answered = std::move(answered)] {
+            answer->deleteLater();
+            const QDBusPendingReply<Value> reply = *answer;
+            if (reply.isValid()) {
+                answered(reply.value());
+            }
+        });
+    }
 
 private:
     QDBusConnection connection_;

@@ -1,10 +1,6 @@
 #include "uilib/qt/DesktopTaste.h"
 
-#include "platform/qt/SessionBus.h"
-
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 
 namespace uilib::qt {
 
@@ -19,13 +15,6 @@ const auto kAppearance = QStringLiteral("org.freedesktop.appearance");
 const auto kInterfaceGroup = QStringLiteral("org.gnome.desktop.interface");
 const auto kAccessGroup = QStringLiteral("org.gnome.desktop.a11y.interface");
 
-QDBusConnection newConnection() {
-    static int count = 0;
-    const auto name = QStringLiteral("record-converter taste %1").arg(++count);
-    return platform::qt::hasSessionBusAddress() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
-                                                : QDBusConnection(name);
-}
-
 QVariant unwrapped(QVariant value) {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>()) {
         value = value.value<QDBusVariant>().variant();
@@ -36,23 +25,20 @@ QVariant unwrapped(QVariant value) {
 }  // namespace
 
 DesktopTaste::DesktopTaste()
-    : bus_(newConnection()), portalWatch_(kService, bus_, QDBusServiceWatcher::WatchForRegistration) {
-    if (!bus_.isConnected()) {
+    : connection_(QDBusConnection::SessionBus, QStringLiteral("record-converter taste")),
+      portalWatch_(kService, connection_.bus(), QDBusServiceWatcher::WatchForRegistration) {
+    if (!connection_.isConnected()) {
         return;
     }
     // The toolkit looks the parameters of a slot up by name, and knows no type before its first use.
     qRegisterMetaType<QDBusVariant>();
     // By group, so that no other setting's change wakes this process up.
     for (const auto& group : {kAppearance, kInterfaceGroup, kAccessGroup}) {
-        bus_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), {group}, QStringLiteral("ssv"),
-                     this, SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+        connection_.bus().connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), {group},
+                                  QStringLiteral("ssv"), this, SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     }
     connect(&portalWatch_, &QDBusServiceWatcher::serviceRegistered, this, &DesktopTaste::askForAll);
     askForAll();
-}
-
-DesktopTaste::~DesktopTaste() {
-    QDBusConnection::disconnectFromBus(bus_.name());
 }
 
 void DesktopTaste::askForAll() {
@@ -64,17 +50,9 @@ void DesktopTaste::askForAll() {
 
 void DesktopTaste::ask(const QString& group, const QString& key) {
     auto question = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
-    // A bubble is no reason to start a portal.
-    question.setAutoStartService(false);
     question << group << key;
-    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, group, key] {
-        answer->deleteLater();
-        const QDBusPendingReply<QDBusVariant> reply = *answer;
-        if (reply.isValid()) {
-            take(group, key, reply.value().variant());
-        }
-    });
+    connection_.ask<QDBusVariant>(*this, question,
+                                  [this, group, key](const QDBusVariant& value) { take(group, key, value.variant()); });
 }
 
 void DesktopTaste::onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value) {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QDBusConnection>
+#include "platform/qt/PrivateConnection.h"
+
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QObject>
@@ -15,7 +16,6 @@ class DesktopTaste final : public QObject {
 
 public:
     DesktopTaste();
-    ~DesktopTaste() override;
 
     bool wantsLessMotion() const { return lessMotion_ || !animations_; }
     bool wantsMoreContrast() const { return moreContrast_ || highContrast_; }
@@ -27,7 +27,7 @@ private:
     void ask(const QString& group, const QString& key);
     void take(const QString& group, const QString& key, const QVariant& value);
 
-    QDBusConnection bus_;
+    platform::qt::PrivateConnection connection_;
     QDBusServiceWatcher portalWatch_;
     bool lessMotion_ = false;
     bool moreContrast_ = false;

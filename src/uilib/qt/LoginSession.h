@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QDBusConnection>
+#include "platform/qt/PrivateConnection.h"
+
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
@@ -18,7 +19,6 @@ class LoginSession final : public QObject {
 public:
     /// `changed` is told whether the user is away (locked or idle), never from inside this call.
     explicit LoginSession(std::function<void(bool)> changed);
-    ~LoginSession() override;
 
 private:
     Q_SLOT void onPropertiesChanged(const QString& interface, const QVariantMap& changed,
@@ -28,7 +28,7 @@ private:
     void take(const QVariantMap& properties);
 
     const std::function<void(bool)> changed_;
-    QDBusConnection bus_;
+    platform::qt::PrivateConnection connection_;
     QDBusServiceWatcher managerWatch_;
     bool isGraphical_ = false;
     bool isLocked_ = false;

@@ -1,10 +1,6 @@
 #include "uilib/qt/ScreenWatch.h"
 
-#include "platform/qt/SessionBus.h"
-
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <array>
 #include <utility>
 
@@ -25,46 +21,35 @@ const std::array<Saver, 2>& savers() {
     return known;
 }
 
-QDBusConnection newConnection() {
-    const auto name = QStringLiteral("record-converter screen");
-    return platform::qt::hasSessionBusAddress() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
-                                                : QDBusConnection(name);
-}
-
 }  // namespace
 
 ScreenWatch::ScreenWatch(std::function<void(bool)> changed)
-    : changed_(std::move(changed)), bus_(newConnection()), session_([this](bool isAway) {
+    : changed_(std::move(changed)),
+      connection_(QDBusConnection::SessionBus, QStringLiteral("record-converter screen")),
+      session_([this](bool isAway) {
           isUserAway_ = isAway;
           tellChange();
       }) {
-    if (!bus_.isConnected()) {
+    if (!connection_.isConnected()) {
         return;
     }
-    saverWatch_.setConnection(bus_);
+    saverWatch_.setConnection(connection_.bus());
     saverWatch_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     // One that has died covers nothing any more.
     connect(&saverWatch_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { onSaverActiveChanged(false); });
     for (const auto& saver : savers()) {
         saverWatch_.addWatchedService(saver.service);
-        bus_.connect(saver.service, saver.path, saver.service, QStringLiteral("ActiveChanged"), this,
-                     SLOT(onSaverActiveChanged(bool)));
+        connection_.bus().connect(saver.service, saver.path, saver.service, QStringLiteral("ActiveChanged"), this,
+                                  SLOT(onSaverActiveChanged(bool)));
         askSaver(saver.service, saver.path);
     }
 }
 
-ScreenWatch::~ScreenWatch() {
-    QDBusConnection::disconnectFromBus(bus_.name());
-}
-
 void ScreenWatch::askSaver(const QString& service, const QString& path) {
-    auto question = QDBusMessage::createMethodCall(service, path, service, QStringLiteral("GetActive"));
-    question.setAutoStartService(false);
-    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
-        answer->deleteLater();
-        const QDBusPendingReply<bool> reply = *answer;
-        if (reply.isValid() && reply.value()) {
+    const auto question = QDBusMessage::createMethodCall(service, path, service, QStringLiteral("GetActive"));
+    connection_.ask<bool>(*this, question, [this](bool isActive) {
+        // One of the two that is not active says nothing about the other.
+        if (isActive) {
             onSaverActiveChanged(true);
         }
     });

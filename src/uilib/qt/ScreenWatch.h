@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/qt/PrivateConnection.h"
 #include "uilib/qt/LoginSession.h"
 
-#include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
@@ -18,7 +18,6 @@ class ScreenWatch final : public QObject {
 public:
     /// `changed` is called with the new answer, never from inside this call.
     explicit ScreenWatch(std::function<void(bool)> changed);
-    ~ScreenWatch() override;
 
     bool isVisible() const { return isVisible_; }
 
@@ -29,7 +28,7 @@ private:
     void tellChange();
 
     const std::function<void(bool)> changed_;
-    QDBusConnection bus_;
+    platform::qt::PrivateConnection connection_;
     QDBusServiceWatcher saverWatch_;
     bool isSaverActive_ = false;
     bool isUserAway_ = false;
