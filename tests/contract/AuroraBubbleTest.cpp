@@ -103,6 +103,25 @@ TEST_F(AuroraBubble, LivesUntilItHasClosedWhoeverLetsGoOfIt) {
     EXPECT_TRUE(test::turnUntil([&] { return bubble.expired(); }));
 }
 
+TEST_F(AuroraBubble, TheLastOneIsToldOfWhenItIsNoMore) {
+    std::vector<bool> gone;
+    const auto first = show(makeView(kSaved));
+    const auto last = show(makeView(kSaved));
+    maker->setAllGoneHandler([&] { gone.push_back(first.expired() && last.expired()); });
+    first.lock()->close();
+    ASSERT_TRUE(waitUntilClosed(1));
+    test::turnFor(100ms);
+    EXPECT_TRUE(gone.empty()) << "another is still open";
+    last.lock()->close();
+    ASSERT_TRUE(waitUntilClosed(2));
+    EXPECT_TRUE(test::turnUntil([&] { return !gone.empty(); }));
+    EXPECT_EQ(gone, std::vector<bool>{true});
+
+    const auto next = show(makeView(kSaved));
+    next.lock()->close();
+    EXPECT_TRUE(test::turnUntil([&] { return gone.size() == 2; })) << "each time anew";
+}
+
 TEST_F(AuroraBubble, GoesByItselfWhenItsTimeHasCome) {
     const auto begin = std::chrono::steady_clock::now();
     show(makeView(kSaved), 0.6);

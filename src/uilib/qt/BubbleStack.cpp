@@ -8,7 +8,6 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTimer>
-#include <malloc.h>
 #include <utility>
 
 namespace uilib::qt {
@@ -31,6 +30,10 @@ BubbleStack::BubbleStack(const platform::qt::QtStatusBar& statusBar) : statusBar
 
 BubbleStack::~BubbleStack() = default;
 
+void BubbleStack::setAllGoneHandler(std::function<void()> handler) {
+    allGone_ = std::move(handler);
+}
+
 void BubbleStack::add(std::shared_ptr<QtAuroraBubble> bubble) {
     if (!screenWatch_) {
         screenWatch_ = std::make_unique<ScreenWatch>([this](bool isVisible) {
@@ -47,9 +50,10 @@ void BubbleStack::remove(const QtAuroraBubble& bubble) {
     std::erase_if(bubbles_, [&](const auto& held) { return held.get() == &bubble; });
     if (bubbles_.empty()) {
         screenWatch_.reset();
-        // A converter that goes on waiting for a meeting has no use for what the bubbles' many small blocks have left
-        // in the allocator's hands. The last bubble itself goes only after this call.
-        QTimer::singleShot(0, qApp, [] { ::malloc_trim(0); });
+        if (allGone_) {
+            // The last bubble itself goes only after this call.
+            QTimer::singleShot(0, qApp, allGone_);
+        }
     }
     arrange();
 }

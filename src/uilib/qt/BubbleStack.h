@@ -4,6 +4,7 @@
 #include "uilib/qt/BubbleWindow.h"
 #include "uilib/qt/DesktopTaste.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -27,6 +28,9 @@ public:
     BubbleStack(const BubbleStack&) = delete;
     BubbleStack& operator=(const BubbleStack&) = delete;
 
+    /// `handler` is called from the event loop each time the last open bubble has gone.
+    void setAllGoneHandler(std::function<void()> handler);
+
     void add(std::shared_ptr<QtAuroraBubble> bubble);
     void remove(const QtAuroraBubble& bubble);
 
@@ -46,6 +50,7 @@ private:
     const DesktopTaste taste_;
     // Only while a bubble is open.
     std::unique_ptr<ScreenWatch> screenWatch_;
+    std::function<void()> allGone_;
 };
 
 }  // namespace uilib::qt

@@ -17,6 +17,10 @@ QtAuroraBubbleMaker::~QtAuroraBubbleMaker() {
     statusBar_.setItemsMovedHandler(nullptr);
 }
 
+void QtAuroraBubbleMaker::setAllGoneHandler(std::function<void()> handler) {
+    stack_->setAllGoneHandler(std::move(handler));
+}
+
 std::shared_ptr<CAuroraBubble> QtAuroraBubbleMaker::makeBubbleWithDescriptionExternalClientView(
     std::shared_ptr<const CAuroraBubbleDescription> description, std::shared_ptr<platform::ui::View> clientView) {
     return std::make_shared<QtAuroraBubble>(center_, stack_, std::move(description), std::move(clientView));

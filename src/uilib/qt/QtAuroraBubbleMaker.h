@@ -2,6 +2,7 @@
 
 #include "uilib/CAuroraBubble.h"
 
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -21,6 +22,9 @@ public:
     /// Both outlive every bubble. Takes the status bar's items-moved handler.
     QtAuroraBubbleMaker(platform::NotificationCenter& center, platform::qt::QtStatusBar& statusBar);
     ~QtAuroraBubbleMaker() override;
+
+    /// `handler` is called from the event loop each time the last open bubble has gone, its window and pictures with it.
+    void setAllGoneHandler(std::function<void()> handler);
 
     std::shared_ptr<CAuroraBubble>
     makeBubbleWithDescriptionExternalClientView(std::shared_ptr<const CAuroraBubbleDescription> description,

@@ -1,6 +1,6 @@
-#include "platform/linux/LargeMemory.h"
 #include "platform/linux/LinuxBackgroundExecutor.h"
 #include "platform/linux/LinuxRunningApplications.h"
+#include "platform/linux/Memory.h"
 #include "platform/linux/ProcProcessTable.h"
 
 #include "KTRRunningProcesses.h"
@@ -170,7 +170,7 @@ TEST(LinuxBackgroundExecutorTest, RunsTasksElsewhereAtTheLowestPriorityAndWaitsF
 
 // The sanitizers bring an allocator of their own.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST(LargeMemoryTest, AFreedPictureGoesBackToTheSystemAndSoDoTheNext) {
+TEST(MemoryTest, AFreedPictureGoesBackToTheSystemAndSoDoTheNext) {
     platform::returnLargeMemoryAtOnce();
     const auto mapped = [] { return ::mallinfo2().hblkhd; };
     const auto before = mapped();

@@ -8,4 +8,8 @@ namespace platform {
 /// the main thread.
 void returnLargeMemoryAtOnce();
 
+/// Gives the system back what the allocator holds of freed smaller blocks. Costs a walk over all of them; for the
+/// moment after which a process only waits. Any thread.
+void returnFreedMemory();
+
 }  // namespace platform

@@ -1,4 +1,4 @@
-#include "platform/linux/LargeMemory.h"
+#include "platform/linux/Memory.h"
 
 #include <malloc.h>
 
@@ -9,6 +9,10 @@ void returnLargeMemoryAtOnce() {
     // larger than this; what the core allocates is far smaller.
     constexpr int threshold = 64 * 1024;
     (void)::mallopt(M_MMAP_THRESHOLD, threshold);
+}
+
+void returnFreedMemory() {
+    (void)::malloc_trim(0);
 }
 
 }  // namespace platform
