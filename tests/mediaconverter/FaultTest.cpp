@@ -29,6 +29,15 @@ std::string FaultTest::put(const std::string& name, const std::string& content) 
     return folder_.file(name);
 }
 
+std::string FaultTest::ffmpeg(Words arguments) {
+    const std::string path = folder_.file(arguments.back());
+    arguments.back() = path;
+    Words command = {"ffmpeg", "-v", "error", "-y"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    EXPECT_EQ(runQuietly(command), 0);
+    return path;
+}
+
 void FaultTest::expectError(const std::string& source, const std::string& target, ConversionError error) {
     const auto before = contentsOf(folder_);
     RecordingSink sink;

@@ -15,6 +15,9 @@ namespace mediatest {
 
 using mediaconverter::ConversionError;
 
+/// A command, or part of one.
+using Words = std::vector<std::string>;
+
 /// A folder with a source in it and what must hold after a conversion, however it ended.
 class FaultTest : public testing::Test {
 protected:
@@ -22,6 +25,9 @@ protected:
 
     /// Makes a file of the folder.
     std::string put(const std::string& name, const std::string& content);
+
+    /// Runs the ffmpeg program; the last word is a file of the folder, whose path is given back.
+    std::string ffmpeg(Words arguments);
 
     /// Converts `source` and wants this one error: its sentence in the log, nothing new or changed in the folder.
     void expectError(const std::string& source, ConversionError error) { expectError(source, destination(), error); }

@@ -18,7 +18,6 @@ using namespace mediatest;
 using enum ConversionError;
 namespace fs = std::filesystem;
 
-using Words = std::vector<std::string>;
 
 class LimitsTest : public FaultTest {
 protected:

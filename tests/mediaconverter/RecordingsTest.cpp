@@ -13,20 +13,8 @@ namespace {
 using namespace mediatest;
 namespace fs = std::filesystem;
 
-using Words = std::vector<std::string>;
-
 class RecordingsTest : public FaultTest {
 protected:
-    /// Runs the ffmpeg program; the last word is a file of the folder, whose path is given back.
-    std::string ffmpeg(Words arguments) {
-        const std::string path = folder_.file(arguments.back());
-        arguments.back() = path;
-        Words command = {"ffmpeg", "-v", "error", "-y"};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        EXPECT_EQ(runQuietly(command), 0);
-        return path;
-    }
-
     /// Presentation times of a stream's packets, in seconds, sorted.
     static std::vector<double> times(const std::string& path, const std::string& stream) {
         std::vector<double> result;

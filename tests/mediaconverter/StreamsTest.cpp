@@ -18,8 +18,6 @@ using namespace mediatest;
 using enum ConversionError;
 namespace fs = std::filesystem;
 
-using Words = std::vector<std::string>;
-
 const Words h264Aac = {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-c:a", "aac"};
 
 /// The FLV tags behind the file's header.
@@ -30,15 +28,6 @@ std::string tagsOf(const std::string& flv) {
 
 class StreamsTest : public FaultTest {
 protected:
-    std::string ffmpeg(Words arguments) {
-        const std::string path = folder_.file(arguments.back());
-        arguments.back() = path;
-        Words command = {"ffmpeg", "-v", "error", "-y"};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        EXPECT_EQ(runQuietly(command), 0);
-        return path;
-    }
-
     /// Every `before` of the recording becomes `after`, which is as long.
     std::string patched(const std::string& name, const std::string& path, const std::string& before,
                         const std::string& after) {
