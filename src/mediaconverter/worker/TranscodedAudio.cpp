@@ -57,6 +57,10 @@ TranscodedAudio::TranscodedAudio(const AVStream& source, AVStream& target, Timel
     aac.time_base = {1, aac.sample_rate};
     AVDictionary* options = nullptr;
     av_dict_set(&options, "aac_coder", "fast", 0);
+    // What saves bits at low rates takes most of the time on voices, and there are bits enough.
+    for (const char* const tool : {"aac_ms", "aac_is", "aac_tns", "aac_pns"}) {
+        av_dict_set(&options, tool, "0", 0);
+    }
     openEncoder(options);
 }
 
