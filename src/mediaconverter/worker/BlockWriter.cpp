@@ -52,23 +52,19 @@ BlockWriter::~BlockWriter() {
 }
 
 bool BlockWriter::write(std::int64_t position, const std::uint8_t* bytes, std::size_t length) {
+    if (filling_ != nullptr && position != filling_->end()) {
+        handOver();
+    }
     while (length > 0) {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return filled_ < blockCount || error_ != 0; });
-        if (error_ != 0) {
+        if (filling_ == nullptr && !startFilling(position)) {
             return false;
         }
-        // The slot is this thread's alone until it is counted as filled.
-        Block& block = ring_[(first_ + filled_) % blockCount];
-        lock.unlock();
-        block.length = std::min(length, blockSize);
-        block.position = position;
-        std::memcpy(block.bytes.get(), bytes, block.length);
-        const std::size_t taken = block.length;
-        lock.lock();
-        ++filled_;
-        lock.unlock();
-        changed_.notify_all();
+        const std::size_t taken = std::min(length, filling_->capacity - filling_->length);
+        std::memcpy(filling_->bytes.get() + filling_->length, bytes, taken);
+        filling_->length += taken;
+        if (filling_->length == filling_->capacity) {
+            handOver();
+        }
         bytes += taken;
         position += static_cast<std::int64_t>(taken);
         length -= taken;
@@ -77,9 +73,35 @@ bool BlockWriter::write(std::int64_t position, const std::uint8_t* bytes, std::s
 }
 
 int BlockWriter::drain() {
+    if (filling_ != nullptr) {
+        handOver();
+    }
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return filled_ == 0 || error_ != 0; });
     return error_;
+}
+
+bool BlockWriter::startFilling(std::int64_t position) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return filled_ < blockCount || error_ != 0; });
+    if (error_ != 0) {
+        return false;
+    }
+    // The slot is the caller's alone until it is counted as filled.
+    filling_ = &ring_[(first_ + filled_) % blockCount];
+    filling_->position = position;
+    filling_->length = 0;
+    filling_->capacity = blockSize - static_cast<std::size_t>(position % static_cast<std::int64_t>(blockSize));
+    return true;
+}
+
+void BlockWriter::handOver() {
+    filling_ = nullptr;
+    {
+        const std::lock_guard lock(mutex_);
+        ++filled_;
+    }
+    changed_.notify_all();
 }
 
 void BlockWriter::run() {

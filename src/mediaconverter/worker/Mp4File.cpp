@@ -19,8 +19,11 @@ namespace worker {
 
 namespace {
 
-constexpr int bufferSize = 256 * 1024;
+/// For the muxer's own small writes.
+constexpr int bufferSize = 32 * 1024;
 constexpr std::int64_t boxHeader = 8;
+/// The box has two words and one for each brand.
+constexpr std::int64_t mostFileType = 64;
 constexpr std::int64_t moveStep = std::int64_t{4} * 1024 * 1024;
 
 std::int64_t roundUp(std::int64_t value, std::int64_t unit) {
@@ -57,8 +60,8 @@ Mp4File::Mp4File(int descriptor, std::int64_t reserve)
     : descriptor_(descriptor), front_(canInsertRange(descriptor) ? 0 : roundUp(reserve, 4096)), writer_(descriptor) {
     auto* const buffer = static_cast<unsigned char*>(present(av_malloc(bufferSize)));
     context_ = present(avio_alloc_context(buffer, bufferSize, 1, this, nullptr, writeCallback, seekCallback));
-    // Without it the muxer has every packet written by itself.
-    context_->min_packet_size = bufferSize;
+    // The writer joins the packets; there is no need for the library to do it first.
+    context_->direct = 1;
 }
 
 Mp4File::~Mp4File() {
@@ -106,9 +109,7 @@ int Mp4File::writeCallback(void* self, std::uint8_t* bytes, int length) {
 
 int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
     const int result = static_cast<int>(length);
-    if (position_ < 64 && fileType_.size() < 64) {
-        fileType_.insert(fileType_.end(), bytes, bytes + std::min<std::size_t>(length, 64 - fileType_.size()));
-    }
+    keepFileType(bytes, length);
     if (finishing_ && position_ >= tailStart_) {
         return keep(bytes, length) ? result : AVERROR(ENOMEM);
     }
@@ -122,6 +123,16 @@ int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
     position_ += static_cast<std::int64_t>(length);
     end_ = std::max(end_, position_);
     return result;
+}
+
+void Mp4File::keepFileType(const std::uint8_t* bytes, std::size_t length) {
+    // The muxer writes the box's size last.
+    if (position_ >= 0 && position_ < mostFileType) {
+        const auto offset = static_cast<std::size_t>(position_);
+        const std::size_t kept = std::min(length, static_cast<std::size_t>(mostFileType) - offset);
+        fileType_.resize(std::max(fileType_.size(), offset + kept));
+        std::copy_n(bytes, kept, fileType_.begin() + position_);
+    }
 }
 
 bool Mp4File::keep(const std::uint8_t* bytes, std::size_t length) {

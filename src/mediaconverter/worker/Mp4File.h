@@ -42,6 +42,7 @@ private:
     static int writeCallback(void* self, std::uint8_t* bytes, int length);
     static std::int64_t seekCallback(void* self, std::int64_t offset, int whence);
     int write(const std::uint8_t* bytes, std::size_t length);
+    void keepFileType(const std::uint8_t* bytes, std::size_t length);
     bool keep(const std::uint8_t* bytes, std::size_t length);
     void writeNow(std::int64_t position, const std::uint8_t* bytes, std::size_t length);
 

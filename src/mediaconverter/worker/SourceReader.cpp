@@ -15,8 +15,8 @@ namespace worker {
 
 namespace {
 
-/// Larger ones gain nothing: the copy then no longer fits the processor's cache.
-constexpr int bufferSize = 256 * 1024;
+/// Larger ones gain nothing: the copy then no longer fits the processor's cache, and larger packets are read past it.
+constexpr int bufferSize = 64 * 1024;
 
 /// The first read behind a jump: fragmented recordings keep picture and sound apart, and a demuxer that goes to and fro
 /// throws away what it does not need at once.
@@ -82,17 +82,21 @@ int SourceReader::read(std::uint8_t* buffer, int length) {
 }
 
 void SourceReader::coverWithFreeBox(std::int64_t start, std::int64_t end) {
-    Cover cover = {start, {0, 0, 0, 1, 'f', 'r', 'e', 'e'}};
     const auto length = static_cast<std::uint64_t>(end - start);
-    for (unsigned index = 0; index < 8; ++index) {
-        cover.header[8 + index] = static_cast<std::uint8_t>(length >> (56U - 8U * index));
+    const bool isLong = length > UINT32_MAX;
+    Cover cover = {start, {0, 0, 0, 1, 'f', 'r', 'e', 'e'}};
+    for (std::size_t index = 0; index < (isLong ? 8U : 4U); ++index) {
+        const std::size_t bits = 8 * ((isLong ? 7 : 3) - index);
+        cover.header[(isLong ? 8 : 0) + index] = static_cast<std::uint8_t>(length >> bits);
     }
+    // What lies behind a short header is still what a header elsewhere may point at.
+    cover.length = isLong ? cover.header.size() : 8;
     covers_.push_back(cover);
 }
 
 void SourceReader::applyCovers(std::int64_t position, std::uint8_t* bytes, std::size_t length) const {
     for (const Cover& cover : covers_) {
-        const std::int64_t end = std::min(cover.start + static_cast<std::int64_t>(cover.header.size()),
+        const std::int64_t end = std::min(cover.start + static_cast<std::int64_t>(cover.length),
                                           position + static_cast<std::int64_t>(length));
         for (std::int64_t at = std::max(cover.start, position); at < end; ++at) {
             bytes[at - position] = cover.header[static_cast<std::size_t>(at - cover.start)];
