@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/ChunkOffsets.h"
 
+#include "mediaconverter/worker/BigEndian.h"
 #include "mediaconverter/worker/Failure.h"
 
 #include <limits>
@@ -22,12 +23,11 @@ constexpr std::size_t boxHeader = 8;
 constexpr std::size_t tableHeader = 16;  // size, type, version and flags, count
 
 std::uint32_t read32(Bytes bytes, std::size_t at) {
-    return std::uint32_t{bytes[at]} << 24U | std::uint32_t{bytes[at + 1]} << 16U | std::uint32_t{bytes[at + 2]} << 8U |
-           std::uint32_t{bytes[at + 3]};
+    return static_cast<std::uint32_t>(bigEndian(bytes, at, 4));
 }
 
 std::uint64_t read64(Bytes bytes, std::size_t at) {
-    return std::uint64_t{read32(bytes, at)} << 32U | read32(bytes, at + 4);
+    return bigEndian(bytes, at, 8);
 }
 
 void append32(std::vector<std::uint8_t>& out, std::uint32_t value) {

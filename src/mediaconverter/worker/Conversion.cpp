@@ -59,10 +59,16 @@ void convertRecording(int source, int output, Reporter& reporter) {
             if (attempt == mostAttempts) {
                 throw Failure(limitExceeded, late.name + " turns up at byte " + std::to_string(late.position));
             }
-            if (late.position <= known.lookAhead) {
+            if (late.position > known.lookAhead) {
+                known.lookAhead = late.position;
+                known.lateHasSibling = late.hasSibling;
+            } else if (known.lateHasSibling) {
+                // It could not be made out though it was looked at.
+                known.lookAhead = 0;
+                known.passesStrays = true;
+            } else {
                 throw Failure(codecUnknown, late.name);
             }
-            known.lookAhead = late.position;
         }
     }
 }
@@ -220,12 +226,12 @@ void Conversion::convert() {
         track->finish(writer_);
     }
     requireContent();
-    reportUndecodable();
+    reportDamage();
 }
 
 void Conversion::take(AVPacket& packet) {
     const auto index = static_cast<std::size_t>(packet.stream_index);
-    const AVStream& stream = *recording_.format().streams[index];
+    AVStream& stream = *recording_.format().streams[index];
     if (Track* const track = index < trackOfStream_.size() ? trackOfStream_[index] : nullptr) {
         if (av_packet_get_side_data(&packet, AV_PKT_DATA_ENCRYPTION_INFO, nullptr) != nullptr) {
             throw Failure(encrypted, describe(stream));
@@ -236,15 +242,31 @@ void Conversion::take(AVPacket& packet) {
     const AVMediaType type = stream.codecpar->codec_type;
     const bool isWanted = type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO;
     if (isWanted && (index >= trackOfStream_.size() || stream.discard != AVDISCARD_ALL)) {
-        throw LateStream{recording_.position(), describe(stream)};
+        if (known_.passesStrays && hasTrackOf(type)) {
+            recording_.addDamage("packets that belong to no stream");
+            stream.discard = AVDISCARD_ALL;
+            return;
+        }
+        throw LateStream{recording_.position(), describe(stream), hasTrackOf(type)};
     }
 }
 
-void Conversion::reportUndecodable() {
+bool Conversion::hasTrackOf(AVMediaType type) const {
+    return std::any_of(tracks_.begin(), tracks_.end(),
+                       [type](const auto& track) { return track->source().codecpar->codec_type == type; });
+}
+
+void Conversion::reportDamage() {
     for (const auto& track : tracks_) {
         if (track->undecodable() > 0) {
             recording_.addDamage(std::to_string(track->undecodable()) + " packets could not be decoded");
         }
+        if (track->damagedTimes() > 0) {
+            recording_.addDamage(std::to_string(track->damagedTimes()) + " packets had no possible time");
+        }
+    }
+    if (writer_.refused() > 0) {
+        recording_.addDamage(std::to_string(writer_.refused()) + " packets could not be stored");
     }
 }
 

@@ -19,11 +19,14 @@ void convertRecording(int source, int output, Reporter& reporter);
 struct LateStream {
     std::int64_t position;  ///< in bytes
     std::string name;
+    bool hasSibling;  ///< there is a track of its kind
 };
 
 /// What an earlier attempt found out about a recording.
 struct Foreknowledge {
     std::int64_t lookAhead = 0;     ///< there are streams at this byte that show nowhere before
+    bool lateHasSibling = false;    ///< they are not the only ones of their kind
+    bool passesStrays = false;      ///< streams that show late are packets under a wrong name
     std::set<int> changingStreams;  ///< their parameters do not stay what they are at first
 };
 
@@ -46,7 +49,8 @@ private:
     void copyChapters();
     void convert();
     void take(AVPacket& packet);
-    void reportUndecodable();
+    bool hasTrackOf(AVMediaType type) const;
+    void reportDamage();
     void requireContent();
     void prove(int output);
 

@@ -55,7 +55,8 @@ void Mp4Writer::start(bool keepOrder) {
 }
 
 void Mp4Writer::write(AVPacket& packet) {
-    TrackTally& tally = tallies_[static_cast<std::size_t>(packet.stream_index)];
+    const auto index = static_cast<std::size_t>(packet.stream_index);
+    TrackTally tally = tallies_[index];
     repairTimes(packet, tally);
     ++tally.packets;
     tally.bytes += packet.size;
@@ -78,10 +79,15 @@ void Mp4Writer::write(AVPacket& packet) {
     } else {
         written = av_interleaved_write_frame(format_.get(), &packet);
     }
+    if (written == AVERROR_INVALIDDATA && format_->pb->error >= 0) {
+        ++refused_;
+        return;
+    }
     if (written < 0 || format_->pb->error < 0) {
         file_.requireNoError();
         throw Failure::ofLibrary(containerFailed, written);
     }
+    tallies_[index] = tally;
 }
 
 void Mp4Writer::finish() {

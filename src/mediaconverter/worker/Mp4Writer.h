@@ -33,8 +33,11 @@ public:
     /// Writes the header. `keepOrder` tells that packets come interleaved, as the source has them.
     void start(bool keepOrder);
 
-    /// Takes the packet's content and leaves it blank.
+    /// Takes the packet's content and leaves it blank. One that is too damaged to be stored is passed over.
     void write(AVPacket& packet);
+
+    /// How many were.
+    std::int64_t refused() const { return refused_; }
 
     /// Ends the file: samples, index in front.
     void finish();
@@ -50,6 +53,7 @@ private:
     std::vector<TrackTally> tallies_;
     bool keepOrder_ = false;
     std::int64_t furthest_ = INT64_MIN;
+    std::int64_t refused_ = 0;
 };
 
 }  // namespace worker

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/Recording.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/FlvTags.h"
 #include "mediaconverter/worker/FragmentGaps.h"
 
 extern "C" {
@@ -12,6 +13,7 @@ extern "C" {
 #include <atomic>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace worker {
 
@@ -41,17 +43,44 @@ constexpr std::int64_t probeBytes = std::int64_t{5} * 1024 * 1024;
 constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
 
+/// Formats that end with their last packet; others may have their index there.
+constexpr const char* endlessFormats = "flv,live_flv,kux,mpegts,mpeg";
+constexpr const char* flvFormats = "flv,live_flv,kux";
+
+/// At the most, of an FLV's tag around its packet.
+constexpr std::int64_t flvOverhead = 24;
+
 /// Where an FLV's tags begin.
 constexpr std::int64_t flvHeader = 13;
 
 /// A demuxer that fails this often without a packet between has lost its way for good.
 constexpr int mostErrorsInARow = 256;
 
-/// What is missing at the very end is what the writer had no time for, not damage.
-constexpr std::int64_t tailBytes = std::int64_t{64} * 1024;
+/// What the demuxer of Matroska says of blocks that damage has made into something else. It does not take them for
+/// errors.
+constexpr std::array<std::string_view, 2> foreignBlocks = {"Invalid stream", "Unknown entry"};
+
+/// Entries that it does not know and that are not damaged ones: priorities, slices, encrypted blocks.
+constexpr std::array<std::string_view, 3> harmlessEntries = {"0xFA ", "0x8E ", "0xAF "};
+
+bool tellsOfDamage(int level, std::string_view format) {
+    return level <= AV_LOG_ERROR || std::any_of(foreignBlocks.begin(), foreignBlocks.end(),
+                                                [&](std::string_view start) { return format.starts_with(start); });
+}
 
 /// The recording whose demuxer's complaints are listened to.
 std::atomic<Recording*> listening{nullptr};
+
+/// Of H.264 the library decodes some pictures to find out by how many they are out of order. The baseline profile has
+/// no bidirectional ones (ITU-T H.264, A.2.1), so there is nothing to find out; it is what a fast recorder writes, and
+/// its pictures are large. The profile stands behind the version (ISO/IEC 14496-15, 5.3.3.1).
+bool isShownAsItComes(const AVStream& stream) {
+    constexpr std::uint8_t version = 1;
+    constexpr std::uint8_t baselineProfile = 66;
+    const AVCodecParameters& parameters = *stream.codecpar;
+    return parameters.codec_id == AV_CODEC_ID_H264 && parameters.width > 0 && parameters.extradata_size > 1 &&
+           parameters.extradata[0] == version && parameters.extradata[1] == baselineProfile;
+}
 
 int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
     return AVERROR(EPERM);
@@ -81,10 +110,15 @@ Recording::Recording(int descriptor, std::int64_t lookAhead) : reader_(descripto
     } else {
         analyze();
     }
-    listening = this;
 }
 
-Recording::~Recording() {
+Recording::~Recording() = default;
+
+Recording::Listening::Listening(Recording& recording) {
+    listening = &recording;
+}
+
+Recording::Listening::~Listening() {
     listening = nullptr;
 }
 
@@ -124,10 +158,20 @@ void Recording::open() {
         throw failureOfOpening(*found, opened);
     }
     format_.reset(context);
+    isFlv_ = isListed(*found, flvFormats);
 }
 
 void Recording::analyze() {
-    const int analyzed = avformat_find_stream_info(format_.get(), nullptr);
+    std::vector<AVDictionary*> options(format_->nb_streams, nullptr);
+    for (unsigned index = 0; index < format_->nb_streams; ++index) {
+        if (isShownAsItComes(*format_->streams[index])) {
+            av_dict_set(&options[index], "skip_frame", "all", 0);
+        }
+    }
+    const int analyzed = avformat_find_stream_info(format_.get(), options.data());
+    for (AVDictionary*& set : options) {
+        av_dict_free(&set);
+    }
     reader_.requireNoError();
     if (analyzed < 0) {
         throw Failure::ofLibrary(notARecording, analyzed);
@@ -142,22 +186,33 @@ void Recording::learnStreamsAt(std::int64_t position) {
     // The library can analyze only once; all that is known by its header or goes on at this place becomes known.
     analyze();
     // What was learnt stays; the reading begins anew.
-    const std::int64_t start = isListed(*format_->iformat, "flv,live_flv") ? flvHeader : 0;
+    const std::int64_t start = isFlv_ ? flvHeader : 0;
     if (const int sought = av_seek_frame(format_.get(), -1, start, AVSEEK_FLAG_BYTE); sought < 0) {
         throw Failure::ofLibrary(readFailed, sought);
     }
 }
 
 bool Recording::read(AVPacket& packet) {
+    while (!readOn(packet)) {
+        if (!hasLostItsWay() || !findTheWay()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Recording::readOn(AVPacket& packet) {
     while (true) {
         const int result = av_read_frame(format_.get(), &packet);
         if (result >= 0) {
             errorsInARow_ = 0;
+            follow(packet);
             if ((packet.flags & AV_PKT_FLAG_CORRUPT) == 0) {
                 return true;
             }
-            if (isNearEnd()) {
-                // Cut short by the end of the recording.
+            if (isNearEnd(avio_tell(format_->pb))) {
+                // Cut short by the end of the recording, or of a size that reaches there.
+                packetEnd_ = packetStart_;
                 av_packet_unref(&packet);
                 continue;
             }
@@ -168,7 +223,7 @@ bool Recording::read(AVPacket& packet) {
         if (result == AVERROR(ENOMEM)) {
             throw Failure(workerOutOfMemory);
         }
-        if (result == AVERROR_EOF || isNearEnd()) {
+        if (result == AVERROR_EOF || isNearEnd(avio_tell(format_->pb))) {
             return false;
         }
         hear("it cannot be read on");
@@ -176,6 +231,40 @@ bool Recording::read(AVPacket& packet) {
             return false;
         }
     }
+}
+
+void Recording::follow(const AVPacket& packet) {
+    if (packet.pos < 0) {
+        return;
+    }
+    // The demuxer says nothing of a tag that it does not know.
+    if (isFlv_ && packetStart_ >= 0 && packet.pos > packetEnd_ + flvOverhead &&
+        isFlvContentBetween(reader_, packetStart_, packet.pos)) {
+        addDamage("behind byte " + std::to_string(packetEnd_) + ": tags of no known kind");
+    }
+    packetStart_ = packet.pos;
+    packetEnd_ = std::max(packetEnd_, packet.pos + packet.size);
+}
+
+bool Recording::hasLostItsWay() const {
+    if (packetStart_ < 0) {
+        return false;
+    }
+    return isFlv_ ? nextFlvContent(reader_, packetStart_ + 1).has_value()
+                  : isListed(*format_->iformat, endlessFormats) && !isNearEnd(packetEnd_);
+}
+
+bool Recording::findTheWay() {
+    addDamage("behind byte " + std::to_string(packetStart_) + ": the way is lost");
+    if (!isFlv_ || ++timesLost_ > mostErrorsInARow) {
+        return false;
+    }
+    const auto next = nextFlvContent(reader_, packetStart_ + 1);
+    if (!next || av_seek_frame(format_.get(), -1, *next, AVSEEK_FLAG_BYTE) < 0) {
+        return false;
+    }
+    packetStart_ = packetEnd_ = *next;
+    return true;
 }
 
 void Recording::coverGaps() {
@@ -191,24 +280,25 @@ void Recording::coverGaps() {
     avio_flush(reader_.context());
 }
 
-bool Recording::isNearEnd() const {
-    return avio_tell(format_->pb) + tailBytes >= reader_.size();
-}
-
 void Recording::hear(const std::string& complaint) {
-    if (!isNearEnd()) {
+    if (!isNearEnd(avio_tell(format_->pb))) {
         addDamage("near byte " + std::to_string(avio_tell(format_->pb)) + ": " + complaint);
     }
 }
 
 void Recording::logCallback(void* object, int level, const char* format, va_list arguments) {
     Recording* const recording = listening.load();
-    if (recording == nullptr || level > AV_LOG_ERROR || object != recording->format_.get()) {
+    if (recording == nullptr || object == nullptr || object != recording->format_.get() ||
+        !tellsOfDamage(level, format)) {
         return;
     }
     std::array<char, 256> text{};
     static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
     std::string line = text.data();
+    if (std::any_of(harmlessEntries.begin(), harmlessEntries.end(),
+                    [&](std::string_view entry) { return line.find(entry) != std::string::npos; })) {
+        return;
+    }
     line.erase(line.find_last_not_of("\n.") + 1);
     recording->hear(line);
 }

@@ -45,14 +45,36 @@ private:
     void analyze();
     void learnStreamsAt(std::int64_t position);
     void coverGaps();
-    bool isNearEnd() const;
+    bool readOn(AVPacket& packet);
+    void follow(const AVPacket& packet);
+    bool hasLostItsWay() const;
+    bool findTheWay();
+    bool isNearEnd(std::int64_t position) const { return position + tailBytes >= size(); }
     void hear(const std::string& complaint);
     static void logCallback(void* object, int level, const char* format, va_list arguments);
+
+    /// Lets the demuxer's complaints through to one recording.
+    class Listening {
+    public:
+        explicit Listening(Recording& recording);
+        ~Listening();
+
+        Listening(const Listening&) = delete;
+        Listening& operator=(const Listening&) = delete;
+    };
+
+    /// What is missing at the very end is what the writer had no time for, not damage.
+    static constexpr std::int64_t tailBytes = std::int64_t{64} * 1024;
 
     SourceReader reader_;
     InputPointer format_;
     std::string damage_;
+    bool isFlv_ = false;
     int errorsInARow_ = 0;
+    int timesLost_ = 0;
+    std::int64_t packetStart_ = -1;  ///< of the last packet of which it is known, in bytes
+    std::int64_t packetEnd_ = -1;    ///< before which nothing of it is left
+    const Listening listening_{*this};
 };
 
 }  // namespace worker

@@ -47,6 +47,7 @@ private:
     struct Cover {
         std::int64_t start;
         std::array<std::uint8_t, 16> header;
+        std::size_t length = 0;  ///< of the header
     };
 
     int descriptor_;

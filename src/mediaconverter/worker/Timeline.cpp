@@ -15,6 +15,9 @@ constexpr std::int64_t leastJumpBack = AV_TIME_BASE;
 /// A broadcast clock that leaps further than this was set anew; less is a gap in the recording.
 constexpr std::int64_t mostGap = std::int64_t{10} * AV_TIME_BASE;
 
+/// No picture is decoded this long before it is shown, however seldom there is one.
+constexpr std::int64_t mostDelay = std::int64_t{3600} * AV_TIME_BASE;
+
 /// Two tracks' jumps that differ by less than this are the same event.
 constexpr std::int64_t sameJump = AV_TIME_BASE;
 
@@ -44,8 +47,10 @@ std::int64_t rescaled(std::int64_t time, AVRational from, AVRational to) {
     return result;
 }
 
-bool isDamaged(std::int64_t time, AVRational base) {
-    return time != AV_NOPTS_VALUE && !Timeline::isCountable(av_rescale_q(time, base, AV_TIME_BASE_Q));
+/// A bound in another time base; no bound where it can't be counted there.
+std::int64_t bound(std::int64_t microseconds, AVRational base) {
+    const std::int64_t result = av_rescale_q(microseconds, AV_TIME_BASE_Q, base);
+    return result == INT64_MIN ? INT64_MAX : std::max<std::int64_t>(result, 1);
 }
 
 std::int64_t frameDuration(const AVStream& stream, const AVPacket& packet) {
@@ -63,13 +68,23 @@ bool Timeline::isCountable(std::int64_t time) {
     return time != AV_NOPTS_VALUE && time > -mostTime && time < mostTime;
 }
 
-TrackClock::TrackClock(Timeline& timeline, const AVStream& stream) : timeline_(timeline), stream_(stream) {}
+TrackClock::TrackClock(Timeline& timeline, const AVStream& stream)
+    : timeline_(timeline),
+      stream_(stream),
+      mostTime_(bound(mostTime, stream.time_base)),
+      leastJump_(bound(leastJumpBack, stream.time_base)) {
+    jump(0);
+}
 
 void TrackClock::place(AVPacket& packet) {
     for (std::int64_t* const time : {&packet.pts, &packet.dts}) {
-        if (isDamaged(*time, stream_.time_base)) {
+        if (isDamaged(*time)) {
             *time = AV_NOPTS_VALUE;
         }
+    }
+    if (packet.dts != AV_NOPTS_VALUE && packet.pts != AV_NOPTS_VALUE &&
+        std::llabs(av_rescale_q(sum(packet.pts, -packet.dts), stream_.time_base, AV_TIME_BASE_Q)) > mostDelay) {
+        packet.pts = AV_NOPTS_VALUE;
     }
     const std::int64_t duration = frameDuration(stream_, packet);
     packet.duration = packet.duration > 0 ? duration : packet.duration;
@@ -78,46 +93,64 @@ void TrackClock::place(AVPacket& packet) {
         packet.dts = packet.pts - duration * stream_.codecpar->video_delay;
     }
     if (packet.dts == AV_NOPTS_VALUE) {
-        packet.dts = expected_ != AV_NOPTS_VALUE ? sum(expected_, -offset()) : packet.pts;
+        packet.dts = expected_ != AV_NOPTS_VALUE ? sum(expected_, -offset_) : packet.pts;
     }
     if (packet.dts == AV_NOPTS_VALUE) {
-        packet.dts = -offset();
+        packet.dts = -offset_;
     }
     if (expected_ != AV_NOPTS_VALUE) {
-        followJump(sum(packet.dts, offset()), expected_);
+        if (const std::int64_t ahead = sum(sum(packet.dts, offset_), -expected_); std::llabs(ahead) > leastJump_) {
+            followJump(ahead);
+        }
     } else {
         joinAt(packet.dts);
     }
-    const std::int64_t added = offset();
+    const std::int64_t added = offset_;
     packet.dts = sum(packet.dts, added);
     if (packet.pts != AV_NOPTS_VALUE) {
         packet.pts = sum(packet.pts, added);
     }
     expected_ = sum(packet.dts, duration);
-    timeline_.latest_ = rescaled(packet.dts, stream_.time_base, AV_TIME_BASE_Q);
+    timeline_.latest_ = packet.dts;
+    timeline_.latestBase_ = stream_.time_base;
 }
 
-std::int64_t TrackClock::offset() const {
-    return rescaled(sum(jumped_, -timeline_.origin_), AV_TIME_BASE_Q, stream_.time_base);
+bool TrackClock::isLeap(const AVPacket& packet) const {
+    // Where pictures are out of order, only the decoding times go on and on.
+    const std::int64_t time =
+        packet.dts == AV_NOPTS_VALUE && stream_.codecpar->video_delay == 0 ? packet.pts : packet.dts;
+    return time != AV_NOPTS_VALUE && expected_ != AV_NOPTS_VALUE && !isDamaged(time) &&
+           std::llabs(sum(sum(time, offset_), -expected_)) > leastJump_;
+}
+
+bool TrackClock::isDamaged(std::int64_t time) const {
+    return time != AV_NOPTS_VALUE && (time <= -mostTime_ || time >= mostTime_);
+}
+
+void TrackClock::jump(std::int64_t size) {
+    jumped_ = sum(jumped_, size);
+    offset_ = rescaled(sum(jumped_, -timeline_.origin_), AV_TIME_BASE_Q, stream_.time_base);
 }
 
 void TrackClock::joinAt(std::int64_t time) {
     // A track that begins late may begin behind jumps of the others: where it comes closest to them.
     const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
-    std::int64_t nearest = std::llabs(sum(raw, -timeline_.latest_));
+    const std::int64_t latest = rescaled(timeline_.latest_, timeline_.latestBase_, AV_TIME_BASE_Q);
+    std::int64_t nearest = std::llabs(sum(raw, -latest));
     std::int64_t total = 0;
     for (std::size_t index = 0; index < timeline_.jumps_.size(); ++index) {
         total = sum(total, timeline_.jumps_[index].size);
-        if (const std::int64_t distance = std::llabs(sum(sum(raw, total), -timeline_.latest_)); distance < nearest) {
+        if (const std::int64_t distance = std::llabs(sum(sum(raw, total), -latest)); distance < nearest) {
             nearest = distance;
             jumpsFollowed_ = index + 1;
             jumped_ = total;
         }
     }
+    jump(0);
 }
 
-void TrackClock::followJump(std::int64_t time, std::int64_t expected) {
-    const std::int64_t ahead = rescaled(sum(time, -expected), stream_.time_base, AV_TIME_BASE_Q);
+void TrackClock::followJump(std::int64_t ticks) {
+    const std::int64_t ahead = rescaled(ticks, stream_.time_base, AV_TIME_BASE_Q);
     const bool isJump = ahead < -leastJumpBack || ahead > mostPause || (timeline_.clocksAreReset_ && ahead > mostGap);
     if (!isJump || stream_.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
         return;
@@ -132,7 +165,7 @@ void TrackClock::followJump(std::int64_t time, std::int64_t expected) {
         timeline_.jumps_.push_back({size});
     }
     ++jumpsFollowed_;
-    jumped_ = sum(jumped_, size);
+    jump(size);
 }
 
 }  // namespace worker

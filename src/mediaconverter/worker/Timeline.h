@@ -32,7 +32,8 @@ private:
     std::int64_t origin_;
     bool clocksAreReset_;
     std::vector<Jump> jumps_;
-    std::int64_t latest_ = 0;  ///< place of the packet before, whatever its track, in microseconds
+    std::int64_t latest_ = 0;  ///< place of the packet before, whatever its track
+    AVRational latestBase_ = {1, AV_TIME_BASE};
 };
 
 /// One track's place on the timeline.
@@ -44,15 +45,24 @@ public:
     /// from those before; none is missing afterwards but a presentation time that only the decoder knows.
     void place(AVPacket& packet);
 
+    /// True for a packet whose time is far from where the track has come to: a pause, a clock that was set anew, or a
+    /// damaged time. The packet behind it tells which.
+    bool isLeap(const AVPacket& packet) const;
+
 private:
-    std::int64_t offset() const;
-    void followJump(std::int64_t time, std::int64_t expected);
+    void jump(std::int64_t size);
+    bool isDamaged(std::int64_t time) const;
+    void followJump(std::int64_t ticks);
     void joinAt(std::int64_t time);
 
     Timeline& timeline_;
     const AVStream& stream_;
+    const std::int64_t mostTime_;   ///< in the stream's time base
+    const std::int64_t leastJump_;  ///< in the stream's time base
     std::size_t jumpsFollowed_ = 0;
     std::int64_t jumped_ = 0;
+    // These in the stream's time base: packets are many, and to convert their times is what placing them costs.
+    std::int64_t offset_ = 0;  ///< added to the stream's times
     std::int64_t expected_ = AV_NOPTS_VALUE;
 };
 

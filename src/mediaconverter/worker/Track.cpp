@@ -40,8 +40,39 @@ void copyDescription(const AVStream& source, AVStream& target) {
 }  // namespace
 
 Track::Track(const AVStream& source, AVStream& target, Timeline& timeline)
-    : source_(source), target_(target), clock_(timeline, source) {
+    : source_(source), target_(target), clock_(timeline, source), waiting_(newPacket()) {
     copyDescription(source, target);
+}
+
+void Track::accept(AVPacket& packet, Mp4Writer& writer) {
+    const bool isSparse = source_.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE;
+    const bool isLeap = !isSparse && clock_.isLeap(packet);
+    if (isWaiting_) {
+        if (!isLeap) {
+            waiting_->pts = waiting_->dts = AV_NOPTS_VALUE;
+            ++damagedTimes_;
+        }
+        passWaiting(writer);
+        pass(packet, writer);
+    } else if (isLeap) {
+        av_packet_move_ref(waiting_.get(), &packet);
+        isWaiting_ = true;
+    } else {
+        pass(packet, writer);
+    }
+}
+
+void Track::finish(Mp4Writer& writer) {
+    if (isWaiting_) {
+        passWaiting(writer);
+    }
+    end(writer);
+}
+
+void Track::passWaiting(Mp4Writer& writer) {
+    pass(*waiting_, writer);
+    av_packet_unref(waiting_.get());
+    isWaiting_ = false;
 }
 
 void Track::send(AVPacket& packet, AVRational base, Mp4Writer& writer) {
@@ -71,7 +102,7 @@ bool CopiedTrack::canRepeatParameters(const AVStream& stream) {
     return inBandParameterSets(*stream.codecpar, parametersOf(*stream.codecpar)).has_value();
 }
 
-void CopiedTrack::accept(AVPacket& packet, Mp4Writer& writer) {
+void CopiedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     followParameters(packet);
     clock().place(packet);
     if (countsSamples_) {

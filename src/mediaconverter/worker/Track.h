@@ -29,11 +29,12 @@ public:
     Track(const Track&) = delete;
     Track& operator=(const Track&) = delete;
 
-    /// One packet of the source's stream; its content may be taken.
-    virtual void accept(AVPacket& packet, Mp4Writer& writer) = 0;
+    /// One packet of the source's stream; its content is taken. One that leaps in time waits for the next, which tells
+    /// whether its time is damaged.
+    void accept(AVPacket& packet, Mp4Writer& writer);
 
     /// Nothing more comes.
-    virtual void finish(Mp4Writer&) {}
+    void finish(Mp4Writer& writer);
 
     /// True where packets leave in the order and number in which they come.
     virtual bool isCopy() const { return false; }
@@ -41,9 +42,18 @@ public:
     /// Packets that could not be decoded and were passed over.
     std::int64_t undecodable() const { return undecodable_; }
 
+    /// Packets whose time was damaged and was made up anew.
+    std::int64_t damagedTimes() const { return damagedTimes_; }
+
     const AVStream& source() const { return source_; }
 
 protected:
+    /// As accept(), and each packet in its turn.
+    virtual void pass(AVPacket& packet, Mp4Writer& writer) = 0;
+
+    /// As finish(), when all packets have been passed.
+    virtual void end(Mp4Writer&) {}
+
     AVStream& target() { return target_; }
     TrackClock& clock() { return clock_; }
     void countUndecodable() { ++undecodable_; }
@@ -55,7 +65,12 @@ private:
     const AVStream& source_;
     AVStream& target_;
     TrackClock clock_;
+    void passWaiting(Mp4Writer& writer);
+
     std::int64_t undecodable_ = 0;
+    std::int64_t damagedTimes_ = 0;
+    const PacketPointer waiting_;
+    bool isWaiting_ = false;
 };
 
 /// A stream that MP4 holds as it is: every packet's payload stays what it was.
@@ -68,10 +83,10 @@ public:
     /// True for a stream whose parameters can be repeated.
     static bool canRepeatParameters(const AVStream& stream);
 
-    void accept(AVPacket& packet, Mp4Writer& writer) override;
     bool isCopy() const override { return true; }
 
 private:
+    void pass(AVPacket& packet, Mp4Writer& writer) override;
     void placeSamples(AVPacket& packet);
     void followParameters(AVPacket& packet);
     void putBefore(AVPacket& packet) const;

@@ -57,7 +57,7 @@ TranscodedText::TranscodedText(const AVStream& source, AVStream& target, Timelin
     target.time_base = milliseconds;
 }
 
-void TranscodedText::accept(AVPacket& packet, Mp4Writer& writer) {
+void TranscodedText::pass(AVPacket& packet, Mp4Writer& writer) {
     clock().place(packet);
     AVSubtitle subtitle = {};
     int got = 0;

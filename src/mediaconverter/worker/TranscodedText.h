@@ -12,9 +12,9 @@ class TranscodedText final : public Track {
 public:
     TranscodedText(const AVStream& source, AVStream& target, Timeline& timeline);
 
-    void accept(AVPacket& packet, Mp4Writer& writer) override;
-
 private:
+    void pass(AVPacket& packet, Mp4Writer& writer) override;
+
     CodecPointer decoder_;
     CodecPointer encoder_;
     std::vector<std::uint8_t> encoded_;

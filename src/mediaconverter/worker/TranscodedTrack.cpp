@@ -60,12 +60,12 @@ void TranscodedTrack::openEncoder(AVDictionary* options) {
     target().time_base = encoder_->time_base;
 }
 
-void TranscodedTrack::accept(AVPacket& packet, Mp4Writer& writer) {
+void TranscodedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     clock().place(packet);
     decode(&packet, writer);
 }
 
-void TranscodedTrack::finish(Mp4Writer& writer) {
+void TranscodedTrack::end(Mp4Writer& writer) {
     decode(nullptr, writer);
     if (graph_) {
         filter(nullptr, writer);

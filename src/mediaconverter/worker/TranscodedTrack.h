@@ -15,10 +15,6 @@ namespace worker {
 /// A stream that MP4 can't hold: decoded, brought into a form that the encoder takes, encoded anew. Sound and
 /// picture share the way; what differs is in the two classes below.
 class TranscodedTrack : public Track {
-public:
-    void accept(AVPacket& packet, Mp4Writer& writer) override;
-    void finish(Mp4Writer& writer) override;
-
 protected:
     TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline);
 
@@ -44,6 +40,8 @@ protected:
     void makeEncoder(const char* name);
 
 private:
+    void pass(AVPacket& packet, Mp4Writer& writer) override;
+    void end(Mp4Writer& writer) override;
     void decode(const AVPacket* packet, Mp4Writer& writer);
     void filter(AVFrame* frame, Mp4Writer& writer);
     void drainFilters(Mp4Writer& writer);

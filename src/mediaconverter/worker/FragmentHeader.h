@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <span>
+#include <vector>
+
+namespace worker {
+
+/// What a fragment's header says of one track.
+struct TrackFragment {
+    std::uint32_t track = 0;
+    std::optional<std::uint64_t> base;        ///< byte of the file from which its data is counted, where it is said
+    std::optional<std::uint64_t> decodeTime;  ///< of the first sample, in the track's time scale
+    std::optional<std::uint64_t> duration;    ///< of all samples; unknown where a default of the file counts
+};
+
+/// The header of one fragment of a fragmented MP4: the box `moof` (ISO/IEC 14496-12, 8.8.4 to 8.8.8 and 8.8.12).
+struct FragmentHeader {
+    std::vector<TrackFragment> tracks;
+    std::optional<std::uint64_t> dataSize;   ///< of all samples, in bytes; unknown where a default of the file counts
+    std::vector<std::uint64_t> offsets;      ///< of each run's data, from the base
+    std::vector<std::uint64_t> sizesBefore;  ///< of the data of all runs before it
+};
+
+/// `box` is a whole `moof`. None where its boxes do not fill it, or its tables not their boxes: a demuxer would stop
+/// there.
+std::optional<FragmentHeader> parseFragmentHeader(std::span<const std::uint8_t> box);
+
+/// The tracks that a whole `moov` announces fragments of (`trex`, 8.8.3); none where there are none, or it is damaged.
+std::set<std::uint32_t> fragmentedTracks(std::span<const std::uint8_t> box);
+
+}  // namespace worker
