@@ -10,6 +10,7 @@
 namespace test {
 
 BubbleKit::BubbleKit() : maker(std::make_unique<uilib::qt::QtAuroraBubbleMaker>(center, statusBar)) {
+    maker->prepare();
     platform::ui::TextMeasure::setStandard(&measure);
     platform::ui::ImageCatalog::setStandard(&images);
     center.addObserver(this, platform::WindowWillCloseNotification,

@@ -137,6 +137,7 @@ TEST_F(BubbleLooks, AnOutlineSetsItApartForThoseWhoAskForMoreContrast) {
     test::SettingsPortal portal;
     portal.settings[QStringLiteral("org.freedesktop.appearance contrast")] = 1U;
     maker = std::make_unique<uilib::qt::QtAuroraBubbleMaker>(center, statusBar);
+    maker->prepare();
     test::turnUntil([&] { return portal.asked >= 4; });
     test::turnFor(std::chrono::milliseconds(100));
     EXPECT_GT(edgeOf(showOne()).lightness(), 200);

@@ -58,7 +58,9 @@ std::unique_ptr<QWidget> makeDesktop() {
 class Show final : public platform::ApplicationDelegate {
 public:
     Show(platform::qt::QtApplication& application, std::vector<std::string> kinds)
-        : application_(application), kinds_(std::move(kinds)), maker_(center_, statusBar_) {}
+        : application_(application), kinds_(std::move(kinds)), maker_(center_, statusBar_) {
+        maker_.prepare();
+    }
 
     void applicationDidFinishLaunching() override {
         desktop_ = makeDesktop();

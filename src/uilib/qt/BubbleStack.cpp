@@ -34,6 +34,17 @@ void BubbleStack::setAllGoneHandler(std::function<void()> handler) {
     allGone_ = std::move(handler);
 }
 
+void BubbleStack::learnTaste() {
+    if (!taste_) {
+        taste_ = std::make_unique<const DesktopTaste>();
+    }
+}
+
+BubbleWindow::Taste BubbleStack::taste() {
+    learnTaste();
+    return {taste_->wantsLessMotion(), taste_->wantsMoreContrast()};
+}
+
 void BubbleStack::add(std::shared_ptr<QtAuroraBubble> bubble) {
     if (!screenWatch_) {
         screenWatch_ = std::make_unique<ScreenWatch>([this](bool isVisible) {

@@ -34,7 +34,11 @@ public:
     void add(std::shared_ptr<QtAuroraBubble> bubble);
     void remove(const QtAuroraBubble& bubble);
 
-    BubbleWindow::Taste taste() const { return {taste_.wantsLessMotion(), taste_.wantsMoreContrast()}; }
+    /// Asks the desktop how bubbles are to look, and from then on follows its answer.
+    void learnTaste();
+
+    /// What is known of it; asks where nothing has been asked yet.
+    BubbleWindow::Taste taste();
 
     /// Whether it is known where the icon stands that the bubble hangs from.
     bool hasIconPlace(const QtAuroraBubble& bubble) const;
@@ -47,7 +51,7 @@ private:
 
     const platform::qt::QtStatusBar& statusBar_;
     std::vector<std::shared_ptr<QtAuroraBubble>> bubbles_;
-    const DesktopTaste taste_;
+    std::unique_ptr<const DesktopTaste> taste_;
     // Only while a bubble is open.
     std::unique_ptr<ScreenWatch> screenWatch_;
     std::function<void()> allGone_;

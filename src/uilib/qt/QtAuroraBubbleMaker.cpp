@@ -17,6 +17,10 @@ QtAuroraBubbleMaker::~QtAuroraBubbleMaker() {
     statusBar_.setItemsMovedHandler(nullptr);
 }
 
+void QtAuroraBubbleMaker::prepare() {
+    stack_->learnTaste();
+}
+
 void QtAuroraBubbleMaker::setAllGoneHandler(std::function<void()> handler) {
     stack_->setAllGoneHandler(std::move(handler));
 }

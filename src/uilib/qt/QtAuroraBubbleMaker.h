@@ -23,6 +23,10 @@ public:
     QtAuroraBubbleMaker(platform::NotificationCenter& center, platform::qt::QtStatusBar& statusBar);
     ~QtAuroraBubbleMaker() override;
 
+    /// Asks the desktop how bubbles are to look. The answer takes a moment; a bubble that is made before it has come
+    /// looks like any other.
+    void prepare();
+
     /// `handler` is called from the event loop each time the last open bubble has gone, its window and pictures with it.
     void setAllGoneHandler(std::function<void()> handler);
 

@@ -50,7 +50,7 @@ std::shared_ptr<KTRMeetingRecordItem> KTRMeetingRecordConvertingQueue::popFront(
     if (queue_.empty()) {
         return nullptr;
     }
-    const auto item = queue_.front();
+    auto item = queue_.front();
     std::erase(queue_, item);
     waitingCount_ = queue_.size();
     return item;

@@ -92,7 +92,11 @@ struct Providers {
 };
 
 void mindTheSession(Providers& providers) {
-    providers.application.setLaunchedHandler([&] { providers.ownScope.ask(kMeetingRecordConverterBundleIdentifier); });
+    // Whoever started the converter waits for its first word; these can come behind it.
+    providers.application.setLaunchedHandler([&] {
+        providers.ownScope.ask(kMeetingRecordConverterBundleIdentifier);
+        providers.bubbleMaker.prepare();
+    });
     providers.conversionQueues.setBusyHandler(
         [&](bool busy) { busy ? providers.inhibitor.hold() : providers.inhibitor.release(); });
     // A quit check that was begun just before a recording came in would end the process in the middle of it. The check
