@@ -58,7 +58,7 @@ struct EndingSignals::Source {
             struct sigaction current = {};
             sigaction(number, nullptr, &current);
             if (current.sa_handler == onSignal) {
-                std::signal(number, SIG_DFL);
+                (void)std::signal(number, SIG_DFL);
             }
         }
         notifier.setEnabled(false);
