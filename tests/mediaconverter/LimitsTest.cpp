@@ -18,7 +18,6 @@ using namespace mediatest;
 using enum ConversionError;
 namespace fs = std::filesystem;
 
-
 class LimitsTest : public FaultTest {
 protected:
     static std::string soundSample() { return samples::make("mka", {"-vn", "-c:a", "alac", "-live", "1"}, 1); }

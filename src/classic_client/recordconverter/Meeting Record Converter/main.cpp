@@ -102,7 +102,8 @@ void mindTheSession(Providers& providers) {
     // A quit check that was begun just before a recording came in would end the process in the middle of it. The check
     // asks again each second, so none is lost.
     providers.application.setTerminationCheck([&] { return !providers.conversionQueues.isBusy(); });
-    // A converter that goes on waiting for a meeting has no use for what the bubbles' many small blocks have left behind.
+    // A converter that goes on waiting for a meeting has no use for what the bubbles' many small blocks have left
+    // behind.
     providers.bubbleMaker.setAllGoneHandler(platform::returnFreedMemory);
     providers.application.setTerminationHandler([&] { providers.distributedCenter.stopDelivering(); });
 }
