@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace worker {
 
@@ -106,105 +107,131 @@ std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_
     return std::nullopt;
 }
 
-/// A fragment whose header is whole, which does not yet mean that it is true.
-struct Fragment {
-    Box box;
-    FragmentHeader header;
-    std::optional<std::uint64_t> dataSize = {};  ///< that there is behind the header
+/// The fragments whose headers are whole, which does not yet mean that they are true. There may be hundreds of
+/// thousands: what is kept of each is little.
+class Fragments {
+public:
+    /// `tracks` are those of which there may be fragments; empty where nobody knows.
+    void setTracks(std::set<std::uint32_t> tracks) { tracks_ = std::move(tracks); }
 
-    std::uint64_t dataStart = 0;  ///< from the header's first byte
+    void addHeader(const Box& box, FragmentHeader header);
 
-    bool isOdd = false;
+    /// What lies behind the last header.
+    void addData(const Box& box);
+
+    /// The places of the headers that are damaged though no box shows it.
+    std::vector<FragmentGap> findOdd();
+
+private:
+    struct Fragment {
+        std::int64_t start;
+        std::int64_t end;  ///< of the header
+        bool isOdd;
+    };
+
+    /// One track's part of a fragment.
+    struct Part {
+        std::size_t fragment;
+        std::uint64_t time;
+        std::uint64_t duration;  ///< 0 where it is unknown
+
+        /// By more than half of what it lasts: less is how writers round.
+        bool reachesBeyondTheStartOf(const Part& other) const { return time + duration > other.time + duration / 2; }
+    };
+
+    static bool fits(const Fragment& fragment, const FragmentHeader& header, const Box& data);
+    void markStrayTimes(const std::vector<Part>& parts);
+
+    std::set<std::uint32_t> tracks_;
+    std::vector<Fragment> fragments_;
+    std::map<std::uint32_t, std::vector<Part>> parts_;
+    FragmentHeader last_;
 };
 
+void Fragments::addHeader(const Box& box, FragmentHeader header) {
+    bool isOdd = false;
+    for (const TrackFragment& track : header.tracks) {
+        isOdd = isOdd || (!tracks_.empty() && !tracks_.contains(track.track));
+        if (track.decodeTime) {
+            parts_[track.track].push_back({fragments_.size(), *track.decodeTime, track.duration.value_or(0)});
+        }
+    }
+    fragments_.push_back({box.start, box.start + box.size, isOdd});
+    last_ = std::move(header);
+}
+
+void Fragments::addData(const Box& box) {
+    if (!fragments_.empty() && fragments_.back().end == box.start && !fits(fragments_.back(), last_, box)) {
+        fragments_.back().isOdd = true;
+    }
+}
+
 /// True where the header and the data behind it tell the same of each other.
-bool fitsItsData(const Fragment& fragment) {
-    const FragmentHeader& header = fragment.header;
-    if (!fragment.dataSize || !header.dataSize) {
+bool Fragments::fits(const Fragment& fragment, const FragmentHeader& header, const Box& data) {
+    if (!header.dataSize) {
         return true;
     }
+    const auto dataStart = static_cast<std::uint64_t>(data.content - fragment.start);
     for (std::size_t run = 0; run < header.offsets.size(); ++run) {
-        if (header.offsets[run] != fragment.dataStart + header.sizesBefore[run]) {
+        if (header.offsets[run] != dataStart + header.sizesBefore[run]) {
             return false;
         }
     }
-    return *fragment.dataSize == *header.dataSize &&
+    return *header.dataSize == static_cast<std::uint64_t>(data.start + data.size - data.content) &&
            std::all_of(header.tracks.begin(), header.tracks.end(), [&](const TrackFragment& track) {
-               return !track.base || *track.base == static_cast<std::uint64_t>(fragment.box.start);
+               return !track.base || *track.base == static_cast<std::uint64_t>(fragment.start);
            });
 }
 
-/// One track's part of a fragment.
-struct Part {
-    Fragment* fragment;
-    TrackFragment track;
-
-    bool startsBefore(const Part& other) const { return *track.decodeTime < *other.track.decodeTime; }
-
-    /// By more than half of what it lasts: less is how writers round.
-    bool reachesBeyondTheStartOf(const Part& other) const {
-        const std::uint64_t duration = track.duration.value_or(0);
-        return *track.decodeTime + duration > *other.track.decodeTime + duration / 2;
-    }
-};
-
 /// Marks those that do not fit in between their neighbours.
-void markStrayTimes(const std::vector<Part>& parts) {
+void Fragments::markStrayTimes(const std::vector<Part>& parts) {
     for (std::size_t index = 0; index < parts.size(); ++index) {
         const Part& part = parts[index];
         const Part* const before = index > 0 ? &parts[index - 1] : nullptr;
         const Part* const behind = index + 1 < parts.size() ? &parts[index + 1] : nullptr;
-        const bool neighboursFit = before == nullptr || behind == nullptr || !behind->startsBefore(*before);
-        const bool fits = (before == nullptr || !part.startsBefore(*before)) &&
+        const bool neighboursFit = before == nullptr || behind == nullptr || behind->time >= before->time;
+        const bool fits = (before == nullptr || part.time >= before->time) &&
                           (behind == nullptr || !part.reachesBeyondTheStartOf(*behind));
-        part.fragment->isOdd = part.fragment->isOdd || (neighboursFit && !fits);
+        if (neighboursFit && !fits) {
+            fragments_[part.fragment].isOdd = true;
+        }
     }
 }
 
-/// Marks the fragments whose headers are damaged where no box shows it.
-void markOdd(std::vector<Fragment>& fragments, const std::set<std::uint32_t>& tracks) {
-    std::map<std::uint32_t, std::vector<Part>> parts;
-    for (Fragment& fragment : fragments) {
-        fragment.isOdd = !fitsItsData(fragment);
-        for (const TrackFragment& track : fragment.header.tracks) {
-            fragment.isOdd = fragment.isOdd || (!tracks.empty() && !tracks.contains(track.track));
-            if (track.decodeTime) {
-                parts[track.track].push_back({&fragment, track});
-            }
-        }
+std::vector<FragmentGap> Fragments::findOdd() {
+    for (const auto& [track, parts] : parts_) {
+        markStrayTimes(parts);
     }
-    for (const auto& [track, its] : parts) {
-        markStrayTimes(its);
+    std::vector<FragmentGap> gaps;
+    for (const Fragment& fragment : fragments_) {
+        if (fragment.isOdd) {
+            gaps.push_back({fragment.start, fragment.end});
+        }
     }
     // A writer with manners of its own is not damaged.
-    const auto odd = std::count_if(fragments.begin(), fragments.end(), [](const Fragment& one) { return one.isOdd; });
-    if (static_cast<std::size_t>(odd) * 2 >= fragments.size()) {
-        for (Fragment& fragment : fragments) {
-            fragment.isOdd = false;
-        }
+    if (gaps.size() * 2 >= fragments_.size()) {
+        gaps.clear();
     }
+    return gaps;
 }
 
 }  // namespace
 
 std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader) {
     std::vector<FragmentGap> gaps;
-    std::vector<Fragment> fragments;
-    std::set<std::uint32_t> tracks;
+    Fragments fragments;
     bool isFragmented = false;
     for (std::int64_t position = 0; position < reader.size() && gaps.size() < mostGaps;) {
         const auto box = boxAt(reader, position, reader.size());
-        const auto header = box ? headerAt(reader, *box) : std::nullopt;
+        auto header = box ? headerAt(reader, *box) : std::nullopt;
         if (box && box->isOneOf(topLevel) && (!box->is("moof") || header)) {
             if (header) {
                 isFragmented = true;
-                fragments.push_back({*box, *header});
-            } else if (box->is("mdat") && !fragments.empty() &&
-                       fragments.back().box.start + fragments.back().box.size == position) {
-                fragments.back().dataSize = static_cast<std::uint64_t>(box->start + box->size - box->content);
-                fragments.back().dataStart = static_cast<std::uint64_t>(box->content - fragments.back().box.start);
+                fragments.addHeader(*box, std::move(*header));
+            } else if (box->is("mdat")) {
+                fragments.addData(*box);
             } else if (box->is("moov")) {
-                tracks = fragmentedTracks(contentOf(reader, *box));
+                fragments.setTracks(fragmentedTracks(contentOf(reader, *box)));
             }
             // Where a size is damaged the walk ends up beyond the end; a whole file's last box may be cut as well.
             position += box->size;
@@ -222,12 +249,8 @@ std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader) {
         position = end;
         isFragmented = true;
     }
-    markOdd(fragments, tracks);
-    for (const Fragment& fragment : fragments) {
-        if (fragment.isOdd) {
-            gaps.push_back({fragment.box.start, fragment.box.start + fragment.box.size});
-        }
-    }
+    const auto odd = fragments.findOdd();
+    gaps.insert(gaps.end(), odd.begin(), odd.begin() + static_cast<std::ptrdiff_t>(std::min(odd.size(), mostGaps)));
     return gaps;
 }
 
