@@ -18,11 +18,11 @@ const auto kIdle = QStringLiteral("IdleHint");
 
 class EmptyChair : public test::BubbleKit {
 protected:
-    /// Opens a bubble that would be gone after half a second.
-    void showBriefly() { show(makeView("Your recording has been saved to your computer."), 0.5); }
+    /// Opens a bubble that would be gone after two seconds, within which even a busy machine hears of a change.
+    void showBriefly() { show(makeView("Your recording has been saved to your computer."), 2); }
 
     void expectThatItStays() {
-        test::turnFor(1500ms);
+        test::turnFor(3000ms);
         EXPECT_TRUE(closed.empty());
     }
 

@@ -89,6 +89,19 @@ class Watched:
         os.close(self._descriptor)
 
 
+def watches(pid, other):
+    """Whether process `pid` holds a descriptor of process `other`."""
+    folder = f"/proc/{pid}/fdinfo"
+    try:
+        for name in os.listdir(folder):
+            with open(os.path.join(folder, name), encoding="ascii") as lines:
+                if f"\nPid:\t{other}\n" in lines.read():
+                    return True
+    except OSError:
+        pass
+    return False
+
+
 def wait_until(condition, seconds, what):
     """Looks until `condition()` gives something true, and returns that; fails with `what` when time is up."""
     deadline = time.monotonic() + seconds
@@ -111,3 +124,6 @@ class Meeting:
     def die(self):
         self._process.kill()
         self._process.wait()
+
+    def is_alive(self):
+        return self._process.poll() is None

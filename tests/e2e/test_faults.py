@@ -71,6 +71,7 @@ class NoBus(world.World):
         source = self.recording()
         converter = self.launch("-pid", str(meeting.pid), "-path", source)
         self.wait_for(lambda: "bus" in self.log_text(), 20, "the system log tells of the bus")
+        self.wait_watched(converter, meeting)
         meeting.die()
         self.wait_converted(source, self.path("talk.mp4"))
         self.assertEqual(self.wait_ended(converter), 0)

@@ -126,7 +126,15 @@ class World(unittest.TestCase):
             arguments += ["-path", path]
         process = self.launch(*arguments, *more)
         self.line.wait_confirmed(meeting.pid)
+        self.wait_watched(process, meeting)
         return process
+
+    def wait_watched(self, converter, meeting):
+        """Waits until `converter` watches the meeting's process, or has handed it to another and ended. It comes right
+        behind the confirmation, which is not yet a promise to notice a death."""
+        if meeting.is_alive():
+            processes.wait_until(lambda: converter.poll() is not None or processes.watches(converter.pid, meeting.pid),
+                                 20, "the converter watches the meeting")
 
     def running_converter(self):
         """The converter that a meeting client has launched."""

@@ -43,10 +43,9 @@ public:
 
     void forget() { heard_.clear(); }
 
-private slots:
-    void onPosted(const QDBusMessage& message);
-
 private:
+    Q_SLOT void onPosted(const QDBusMessage& message);
+
     QDBusConnection connection_;
     std::function<void(const Notification&)> listener_;
     std::vector<Notification> heard_;

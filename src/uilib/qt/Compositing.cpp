@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 #include <QWindow>
+#include <cmath>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -54,8 +55,8 @@ void setInputRegion(const QWindow& window, const QRegion& region) {
     std::vector<xcb_rectangle_t> rectangles;
     for (const auto& part : region) {
         rectangles.push_back({static_cast<std::int16_t>(part.x() * scale), static_cast<std::int16_t>(part.y() * scale),
-                              static_cast<std::uint16_t>(part.width() * scale + 0.5),
-                              static_cast<std::uint16_t>(part.height() * scale + 0.5)});
+                              static_cast<std::uint16_t>(std::lround(part.width() * scale)),
+                              static_cast<std::uint16_t>(std::lround(part.height() * scale))});
     }
     xcb_shape_rectangles(connection, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
                          static_cast<xcb_window_t>(window.winId()), 0, 0, static_cast<std::uint32_t>(rectangles.size()),
