@@ -172,8 +172,8 @@ bool Fragments::fits(const Fragment& fragment, const FragmentHeader& header, con
         return true;
     }
     const auto dataStart = static_cast<std::uint64_t>(data.content - fragment.start);
-    for (std::size_t run = 0; run < header.offsets.size(); ++run) {
-        if (header.offsets[run] != dataStart + header.sizesBefore[run]) {
+    for (const SampleRun& run : header.runs) {
+        if (run.offset != dataStart + run.sizeBefore) {
             return false;
         }
     }

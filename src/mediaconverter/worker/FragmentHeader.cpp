@@ -58,7 +58,6 @@ public:
         return bigEndian(bytes_, at_ - width, width);
     }
 
-    std::size_t left() const { return bytes_.size() - at_; }
     bool areExact() const { return !isShort_ && at_ == bytes_.size(); }
 
 private:
@@ -145,8 +144,7 @@ private:
         Fields fields(box);
         const std::uint64_t count = fields.next(4);
         if ((flags & 0x1U) != 0) {
-            header_.offsets.push_back(fields.next(4));
-            header_.sizesBefore.push_back(header_.dataSize.value_or(0));
+            header_.runs.push_back({fields.next(4), header_.dataSize.value_or(0)});
         }
         if ((flags & 0x4U) != 0) {
             fields.next(4);  // the first sample's flags

@@ -16,12 +16,17 @@ struct TrackFragment {
     std::optional<std::uint64_t> duration;    ///< of all samples; unknown where a default of the file counts
 };
 
+/// Samples whose data lies together.
+struct SampleRun {
+    std::uint64_t offset = 0;      ///< of its data, from the track's base
+    std::uint64_t sizeBefore = 0;  ///< of the data of all runs before it
+};
+
 /// The header of one fragment of a fragmented MP4: the box `moof` (ISO/IEC 14496-12, 8.8.4 to 8.8.8 and 8.8.12).
 struct FragmentHeader {
     std::vector<TrackFragment> tracks;
-    std::optional<std::uint64_t> dataSize;   ///< of all samples, in bytes; unknown where a default of the file counts
-    std::vector<std::uint64_t> offsets;      ///< of each run's data, from the base
-    std::vector<std::uint64_t> sizesBefore;  ///< of the data of all runs before it
+    std::optional<std::uint64_t> dataSize;  ///< of all samples, in bytes; unknown where a default of the file counts
+    std::vector<SampleRun> runs;            ///< those that say where their data is
 };
 
 /// `box` is a whole `moof`. None where its boxes do not fill it, or its tables not their boxes: a demuxer would stop

@@ -44,7 +44,7 @@ constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
 
 /// Formats that end with their last packet; others may have their index there.
-constexpr const char* endlessFormats = "flv,live_flv,kux,mpegts,mpeg";
+constexpr const char* endlessFormats = "mpegts,mpeg";
 constexpr const char* flvFormats = "flv,live_flv,kux";
 
 /// At the most, of an FLV's tag around its packet.
@@ -194,7 +194,7 @@ void Recording::learnStreamsAt(std::int64_t position) {
 
 bool Recording::read(AVPacket& packet) {
     while (!readOn(packet)) {
-        if (!hasLostItsWay() || !findTheWay()) {
+        if (!findTheWay()) {
             return false;
         }
     }
@@ -246,21 +246,23 @@ void Recording::follow(const AVPacket& packet) {
     packetEnd_ = std::max(packetEnd_, packet.pos + packet.size);
 }
 
-bool Recording::hasLostItsWay() const {
+bool Recording::findTheWay() {
     if (packetStart_ < 0) {
         return false;
     }
-    return isFlv_ ? nextFlvContent(reader_, packetStart_ + 1).has_value()
-                  : isListed(*format_->iformat, endlessFormats) && !isNearEnd(packetEnd_);
-}
-
-bool Recording::findTheWay() {
-    addDamage("behind byte " + std::to_string(packetStart_) + ": the way is lost");
-    if (!isFlv_ || ++timesLost_ > mostErrorsInARow) {
+    const std::string lost = "behind byte " + std::to_string(packetStart_) + ": the way is lost";
+    if (!isFlv_) {
+        if (isListed(*format_->iformat, endlessFormats) && !isNearEnd(packetEnd_)) {
+            addDamage(lost);
+        }
         return false;
     }
     const auto next = nextFlvContent(reader_, packetStart_ + 1);
-    if (!next || av_seek_frame(format_.get(), -1, *next, AVSEEK_FLAG_BYTE) < 0) {
+    if (!next) {
+        return false;
+    }
+    addDamage(lost);
+    if (++timesLost_ > mostErrorsInARow || av_seek_frame(format_.get(), -1, *next, AVSEEK_FLAG_BYTE) < 0) {
         return false;
     }
     packetStart_ = packetEnd_ = *next;

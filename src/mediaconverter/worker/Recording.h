@@ -47,7 +47,7 @@ private:
     void coverGaps();
     bool readOn(AVPacket& packet);
     void follow(const AVPacket& packet);
-    bool hasLostItsWay() const;
+    /// At the end: true where it was none and the demuxer stands before what comes next.
     bool findTheWay();
     bool isNearEnd(std::int64_t position) const { return position + tailBytes >= size(); }
     void hear(const std::string& complaint);

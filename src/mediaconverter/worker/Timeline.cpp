@@ -105,10 +105,9 @@ void TrackClock::place(AVPacket& packet) {
     } else {
         joinAt(packet.dts);
     }
-    const std::int64_t added = offset_;
-    packet.dts = sum(packet.dts, added);
+    packet.dts = sum(packet.dts, offset_);
     if (packet.pts != AV_NOPTS_VALUE) {
-        packet.pts = sum(packet.pts, added);
+        packet.pts = sum(packet.pts, offset_);
     }
     expected_ = sum(packet.dts, duration);
     timeline_.latest_ = packet.dts;
