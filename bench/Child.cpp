@@ -62,15 +62,24 @@ void Child::wait() {
 }
 
 double Child::privateKiB() const {
+    return sumOfPages({"Private_Clean:", "Private_Dirty:"});
+}
+
+double Child::writtenKiB() const {
+    return sumOfPages({"Private_Dirty:", "Swap:"});
+}
+
+double Child::sumOfPages(const std::set<std::string>& kinds) const {
     std::ifstream rollup("/proc/" + std::to_string(pid_) + "/smaps_rollup");
     std::string line;
     double sum = 0;
     while (std::getline(rollup, line)) {
-        if (line.rfind("Private_", 0) == 0) {
-            std::istringstream fields(line.substr(line.find(':') + 1));
-            double value = 0;
-            fields >> value;
-            sum += value;
+        std::istringstream fields(line);
+        std::string kind;
+        double kibibytes = 0;
+        fields >> kind >> kibibytes;
+        if (kinds.contains(kind)) {
+            sum += kibibytes;
         }
     }
     return sum;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <sys/resource.h>
 #include <sys/types.h>
@@ -28,6 +29,9 @@ public:
     /// KiB that only this process holds.
     double privateKiB() const;
 
+    /// Of these, KiB that it has written: the kernel can't take them away as it does a library's pages.
+    double writtenKiB() const;
+
     /// How often its threads went to sleep and were woken, and the CPU seconds they used, so far.
     struct Activity {
         unsigned long wakeUps = 0;
@@ -36,6 +40,8 @@ public:
     Activity activity() const;
 
 private:
+    double sumOfPages(const std::set<std::string>& kinds) const;
+
     pid_t pid_ = -1;
 };
 

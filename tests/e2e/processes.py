@@ -89,6 +89,12 @@ class Watched:
         os.close(self._descriptor)
 
 
+def processor_time(pid):
+    """In the kernel's ticks: user's and system's."""
+    with open(f"/proc/{pid}/stat", encoding="utf-8") as file:
+        return file.read().rpartition(")")[2].split()[11:13]
+
+
 def watches(pid, other):
     """Whether process `pid` holds a descriptor of process `other`."""
     folder = f"/proc/{pid}/fdinfo"

@@ -3,7 +3,6 @@ processes come and go. Not part of the test run; scripts/soak starts it."""
 
 import os
 import random
-import time
 import unittest
 
 from gi.repository import GLib
@@ -18,8 +17,6 @@ SENDERS = 20
 ALIVE_AT_ONCE = 40
 # Memory is compared with what it is when the toolkit has drawn for the first time, and had much to draw.
 BEFORE = 100
-# Seconds.
-LONGER_THAN_A_BUBBLE = 18
 SEED = int(os.environ.get("SOAK_SEED", "1"))
 
 
@@ -101,19 +98,9 @@ class Soak(world.World):
         return path
 
     def _at_rest(self, pid):
-        """Memory and descriptors when the last bubble has gone: no thread has used the processor for a while."""
-        used = None
-        while used != (used := self._processor_time(pid)):
-            deadline = time.monotonic() + LONGER_THAN_A_BUBBLE
-            while time.monotonic() < deadline:
-                self.line.turn()
-                self.line.heard.clear()
-                time.sleep(0.01)
+        """Memory and descriptors when the last bubble has gone."""
+        self.wait_at_rest(pid)
         return memory(pid), descriptors(pid)
-
-    def _processor_time(self, pid):
-        with open(f"/proc/{pid}/stat", encoding="utf-8") as file:
-            return file.read().rpartition(")")[2].split()[11:13]
 
     def test_a_long_day(self):
         random.seed(SEED)

@@ -7,6 +7,7 @@ import shutil
 import signal
 import subprocess
 import tempfile
+import time
 import unittest
 
 import bus
@@ -21,6 +22,9 @@ WRAPPER = os.environ.get("RECORD_CONVERTER_WRAPPER", "")
 
 # The kit shows a result for 15 s; ticks, fading and a slow machine come on top.
 BUBBLE_DEADLINE = 60
+
+# Seconds.
+LONGER_THAN_A_BUBBLE = 18
 
 # A test's outcome must not hang on the desktop that it is started from.
 _FOREIGN = ("DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS", "QT_QPA_PLATFORM",
@@ -131,10 +135,20 @@ class World(unittest.TestCase):
 
     def wait_watched(self, converter, meeting):
         """Waits until `converter` watches the meeting's process, or has handed it to another and ended. It comes right
-        behind the confirmation, which is not yet a promise to notice a death."""
-        if meeting.is_alive():
+        behind the confirmation, which is not yet a promise to notice a death. Under valgrind none is noticed at all."""
+        if meeting.is_alive() and not WRAPPER:
             processes.wait_until(lambda: converter.poll() is not None or processes.watches(converter.pid, meeting.pid),
                                  20, "the converter watches the meeting")
+
+    def wait_at_rest(self, pid):
+        """Waits until no thread of the process has used the processor for longer than a bubble stands."""
+        used = None
+        while used != (used := processes.processor_time(pid)):
+            deadline = time.monotonic() + LONGER_THAN_A_BUBBLE
+            while time.monotonic() < deadline:
+                self.line.turn()
+                self.line.heard.clear()
+                time.sleep(0.01)
 
     def running_converter(self):
         """The converter that a meeting client has launched."""
