@@ -74,13 +74,17 @@ QPainterPath BubbleWindow::outline() const {
 }
 
 void BubbleWindow::moveTo(const Place& place) {
-    place_ = place;
+    const Place before = std::exchange(place_, place);
     move((QPointF(place.body.x, place.body.y) - bodyInWindow().topLeft()).toPoint());
-    reshape();
-    update();
+    // Each bubble that goes moves all behind it up, and few of them look otherwise for that.
+    if (shapedAtScale_ != devicePixelRatio() || before.arrow != place.arrow || before.arrowTip != place.arrowTip) {
+        reshape();
+        update();
+    }
 }
 
 void BubbleWindow::reshape() {
+    shapedAtScale_ = devicePixelRatio();
     const QRegion region(outline().toFillPolygon().toPolygon());
     if (isComposited_) {
         // What shows through should also be clicked through.

@@ -74,6 +74,8 @@ private:
     const bool canFade_;
     const bool hasEdge_;
     Place place_;
+    /// Pixels a point; 0 where it has no shape yet.
+    double shapedAtScale_ = 0;
     QVariantAnimation animation_;
     bool isPointerInside_ = false;
     bool isAttended_ = false;
