@@ -16,7 +16,7 @@ PROCESSES = int(os.environ.get("SOAK_PROCESSES", "500"))
 SENDERS = 20
 ALIVE_AT_ONCE = 40
 # Memory is compared with what it is when the toolkit has drawn for the first time, and had much to draw.
-BEFORE = 100
+BEFORE = 1000
 SEED = int(os.environ.get("SOAK_SEED", "1"))
 
 
