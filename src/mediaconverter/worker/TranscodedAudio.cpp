@@ -13,6 +13,10 @@ namespace {
 /// Bits a second and channel, 128 kb/s in stereo: voices lose nothing, and every bit more costs the coder time.
 constexpr std::int64_t rateOfChannel = 64000;
 
+/// In Hz, the upper end of what ITU-T calls super-wideband (G.722.1 Annex C), the best that conferences carry; the bands
+/// above cost the coder a twelfth of its time.
+constexpr int highestFrequency = 14000;
+
 /// The rate that the coder has and that comes next to the source's.
 int nearestRate(const AVCodec& codec, int wanted) {
     int best = 48000;
@@ -54,6 +58,7 @@ TranscodedAudio::TranscodedAudio(const AVStream& source, AVStream& target, Timel
     aac.sample_rate = nearestRate(*aac.codec, decoder().sample_rate);
     aac.sample_fmt = AV_SAMPLE_FMT_FLTP;
     aac.bit_rate = rateOfChannel * aac.ch_layout.nb_channels;
+    aac.cutoff = std::min(highestFrequency, aac.sample_rate / 2);
     aac.time_base = {1, aac.sample_rate};
     AVDictionary* options = nullptr;
     av_dict_set(&options, "aac_coder", "fast", 0);
