@@ -13,8 +13,8 @@ namespace {
 /// Bits a second and channel, 128 kb/s in stereo: voices lose nothing, and every bit more costs the coder time.
 constexpr std::int64_t rateOfChannel = 64000;
 
-/// In Hz, the upper end of what ITU-T calls super-wideband (G.722.1 Annex C), the best that conferences carry; the bands
-/// above cost the coder a twelfth of its time.
+/// In Hz, the upper end of what ITU-T calls super-wideband (G.722.1 Annex C), the best that conferences carry; the
+/// bands above cost the coder a twelfth of its time.
 constexpr int highestFrequency = 14000;
 
 /// The rate that the coder has and that comes next to the source's.
