@@ -5,13 +5,18 @@
 #include "contract/PrivateBus.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
+#include "platform/qt/SessionBus.h"
 #include "support/FakeSystemLog.h"
 
+#include <QDBusConnection>
+#include <QObject>
+#include <QProcessEnvironment>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -68,6 +73,52 @@ TEST(LostBus, ABusThatGoesAwayEndsNothingAndCostsNothing) {
     EXPECT_TRUE(test::turnUntil([&] { return !log.lines().empty(); }));
     EXPECT_EQ(log.lines().size(), 1U);
     observersAndPostsDoNothing(center);
+}
+
+TEST(LostBus, WhatIsLaunchedDoesNotHearWhatThisProcessHasSetForItself) {
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    unsetenv("DBUS_FATAL_WARNINGS");
+    setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);
+    const platform::qt::QtApplication application(1, programArguments);
+    auto environment = QProcessEnvironment::systemEnvironment();
+    EXPECT_EQ(environment.value(QStringLiteral("DBUS_FATAL_WARNINGS")), QStringLiteral("0"));
+    platform::qt::forgetBusSettingsIn(environment);
+    EXPECT_FALSE(environment.contains(QStringLiteral("DBUS_FATAL_WARNINGS")));
+    EXPECT_FALSE(environment.contains(QStringLiteral("DBUS_SESSION_BUS_ADDRESS")));
+}
+
+TEST(LostBus, WhoHuntsForMistakesIsHeeded) {
+    setenv("DBUS_FATAL_WARNINGS", "1", 1);
+    const platform::qt::QtApplication application(1, programArguments);
+    auto environment = QProcessEnvironment::systemEnvironment();
+    platform::qt::forgetBusSettingsIn(environment);
+    EXPECT_EQ(environment.value(QStringLiteral("DBUS_FATAL_WARNINGS")), QStringLiteral("1"));
+}
+
+// A question that can't be sent any more was once the end of the process.
+TEST(LostBus, ABusThatGoesAwayWhileServicesAreBeingWatchedEndsNothing) {
+    constexpr int kTrials = 20;
+    constexpr int kServices = 500;
+    const platform::qt::QtApplication application(1, programArguments);
+    QObject watcher;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        test::PrivateBus bus;
+        const auto name = QStringLiteral("trial %1").arg(trial);
+        auto connection = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), name);
+        ASSERT_TRUE(connection.isConnected());
+        std::thread end([&] {
+            std::this_thread::sleep_for(1ms * trial);
+            bus.stop();
+        });
+        for (int service = 0; service < kServices; ++service) {
+            connection.connect(QStringLiteral("org.recordconverter.Service%1").arg(service), QStringLiteral("/"),
+                               QStringLiteral("org.recordconverter.Test"), QStringLiteral("Heard"), &watcher,
+                               SLOT(deleteLater()));
+        }
+        end.join();
+        EXPECT_TRUE(test::turnUntil([&] { return !connection.isConnected(); }));
+        QDBusConnection::disconnectFromBus(name);
+    }
 }
 
 }  // namespace

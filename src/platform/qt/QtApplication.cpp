@@ -68,6 +68,7 @@ namespace {
 void prepareProcess() {
     // Whoever launched us may die first; a line that nobody reads must not end a conversion.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    outliveLostBus();
     if (!hasSessionBusAddress()) {
         forbidStartingSessionBus();
     }

@@ -17,10 +17,7 @@ namespace {
 
 QProcessEnvironment environmentOfOpened() {
     auto environment = QProcessEnvironment::systemEnvironment();
-    const auto address = QStringLiteral("DBUS_SESSION_BUS_ADDRESS");
-    if (environment.value(address) == QLatin1String(kNoSessionBusAddress)) {
-        environment.remove(address);
-    }
+    forgetBusSettingsIn(environment);
     forgetLettersIn(environment);
     if (const auto token = takeActivationToken(); !token.isEmpty()) {
         environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), token);

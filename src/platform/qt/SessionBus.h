@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
+#include <QProcessEnvironment>
 
-/// Finding the user's session bus without ever starting one.
+/// Finding the user's session bus without ever starting one, and outliving it.
 namespace platform::qt {
 
 /// Whether the environment names a session bus: by DBUS_SESSION_BUS_ADDRESS, or by a socket at $XDG_RUNTIME_DIR/bus.
@@ -12,7 +12,10 @@ bool hasSessionBusAddress();
 /// user has none. Before any part has looked for a bus.
 void forbidStartingSessionBus();
 
-/// The address that `forbidStartingSessionBus` leaves in the environment; what is launched should not see it.
-extern const char* const kNoSessionBusAddress;
+/// Keeps the bus library from ending this process when a bus goes away. Before any part has used a bus.
+void outliveLostBus();
+
+/// Takes what this process has set for itself out of the environment of what it launches.
+void forgetBusSettingsIn(QProcessEnvironment& environment);
 
 }  // namespace platform::qt
