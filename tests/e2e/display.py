@@ -67,7 +67,7 @@ class DisplayWorld(world.World):
         super().setUp()
         # What the desktop's own programs see; a test may take the display away from the converter alone.
         self.desktop = self.environment
-        xvfb = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-noreset",
+        self._server = xvfb = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-noreset",
                                   "-nolisten", "tcp", stdout=subprocess.PIPE)
         self.addCleanup(xvfb.stdout.close)
         self.environment["DISPLAY"] = ":" + xvfb.stdout.readline().decode().strip()
@@ -76,6 +76,10 @@ class DisplayWorld(world.World):
                              "the window manager")
         if self.with_tray:
             self.start_tray()
+
+    def end_display(self):
+        self._server.kill()
+        self._server.wait()
 
     def start_tray(self):
         """Trayer tells nobody that it is ready, and now and then its window never appears: then another is started."""

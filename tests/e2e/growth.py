@@ -12,14 +12,8 @@ ROUNDS, CONVERSIONS = 3, 20
 
 
 class Growth(world.World):
-    def _recording(self, name):
-        path = self.path(name + ".rec")
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(path)
-        return path
-
     def _convert(self, converter):
-        sources = [self._recording(f"talk-{number}") for number in range(CONVERSIONS)]
+        sources = [self.scripted_recording(f"talk-{number}") for number in range(CONVERSIONS)]
         for number, source in enumerate(sources):
             self.line.started(1_000_000 + number, source)
             self.line.quit(1_000_000 + number)
@@ -41,7 +35,7 @@ class Growth(world.World):
         self.environment["LD_LIBRARY_PATH"] = os.path.join(world.TEST_LIBRARIES, "foreign")
         self.environment["FOREIGN_MEDIA_CONVERTER"] = "copy"
         meeting = self.meeting()
-        converter = self.launch_for(meeting, self._recording("host"))
+        converter = self.launch_for(meeting, self.scripted_recording("host"))
         held = []
         for _ in range(ROUNDS):
             self._convert(converter)

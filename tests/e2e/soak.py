@@ -93,12 +93,6 @@ class Soak(world.World):
         self.line.heard.clear()
         return self.acknowledged.get(pid, 0)
 
-    def _recording(self, name):
-        path = self.path(name + ".rec")
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(path)
-        return path
-
     def _at_rest(self, pid):
         """Memory and descriptors when the last bubble has gone."""
         self.wait_at_rest(pid)
@@ -127,15 +121,15 @@ class Soak(world.World):
         self.environment["LD_LIBRARY_PATH"] = os.path.join(world.TEST_LIBRARIES, "foreign")
         self.environment["FOREIGN_MEDIA_CONVERTER"] = "copy"
         host, lasting = self.meeting(), self.meeting()
-        first = self._recording("host")
+        first = self.scripted_recording("host")
         self.converter = converter = self.launch_for(host, first)
         # One meeting outlasts all others, so that the converter is still there to be looked at afterwards.
-        unfinished = self._recording("lasting")
+        unfinished = self.scripted_recording("lasting")
         self.line.started(lasting.pid, unfinished)
         self.line.stopped(host.pid)
         accepted = [first]
         for number in range(BEFORE):
-            accepted.append(self._recording(f"before-{number}"))
+            accepted.append(self.scripted_recording(f"before-{number}"))
             self.line.started(host.pid, accepted[-1])
             self.line.stopped(host.pid)
         self.line.quit(host.pid)

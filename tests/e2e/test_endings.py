@@ -4,12 +4,13 @@ import os
 import signal
 import time
 
+import display
 import processes
 import recordings
 import world
 
 
-class Endings(world.World):
+class _Ending(world.World):
     def _worker(self):
         found = [pid for pid in processes.descendants()
                  if "mediaconverter-worker" in processes.command_line(pid)]
@@ -31,6 +32,8 @@ class Endings(world.World):
         with open(self.source, "rb") as file:
             self.assertEqual(file.read(), self.content)
 
+
+class Endings(_Ending):
     def _ends_within_two_seconds(self, how):
         converter, worker = self._in_the_middle_of_a_conversion()
         begun = time.monotonic()
@@ -77,6 +80,18 @@ class Endings(world.World):
         result = self.client("record", "--out", "talk.mkv", "--seconds", "1", "--crash", start_new_session=True)
         self.assertEqual(result.returncode, -signal.SIGKILL)
         self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
+
+
+class LostDisplay(display.DisplayWorld, _Ending):
+    with_tray = False
+
+    def test_abandons_the_conversion(self):
+        """The toolkit ends a program whose display has gone."""
+        converter, worker = self._in_the_middle_of_a_conversion()
+        self.end_display()
+        self.assertEqual(self.wait_ended(converter, 20), 1)
+        self.assertTrue(worker.ends_within(20), "the worker dies with its parent")
+        self._check_source_intact_and_nothing_else()
 
 
 if __name__ == "__main__":

@@ -112,6 +112,13 @@ class World(unittest.TestCase):
     def recording(self, name="talk.mkv"):
         return recordings.make(self.path(name))
 
+    def scripted_recording(self, name):
+        """The path of a file that only a scripted media converter takes: it holds its own path."""
+        path = self.path(name + ".rec")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(path)
+        return path
+
     def launch(self, *arguments):
         """Starts the converter; its standard error goes to `self.log`."""
         self.log = os.path.join(self.root, "converter.log")
