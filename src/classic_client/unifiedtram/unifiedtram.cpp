@@ -93,6 +93,12 @@ const char* KTRTRACEFILENAME2() {
     va_end(arguments);                                                                                                 \
     return result
 
+#if defined(__GNUC__) && !defined(__clang__)
+std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...) {
+    KTR_TRACE_AND_RETURN(level, module);
+}
+#endif
+
 std::int32_t KTRDEBUG(const char* format, ...) {
     KTR_TRACE_AND_RETURN(kKTRTraceLevelDebug, nullptr);
 }

@@ -79,3 +79,47 @@ KTR_EXPORTED std::int32_t MacWarnTrace2(const char* module, const char* format, 
 KTR_EXPORTED std::int32_t MacErrorTrace2(const char* module, const char* format, ...) KTR_PRINTF(2, 3);
 KTR_EXPORTED const char* MacTraceFileName2();
 }
+
+// A variadic function stores its arguments before its first statement, whether it will need them or not. Callers built
+// by GCC look for the plug-in themselves, so that an unheard line costs them a test and no call. The functions proper
+// are there for every other caller.
+#if defined(__GNUC__) && !defined(__clang__)
+
+/// What such a caller calls when there is a plug-in; nobody else should. The format has been checked before.
+KTR_EXPORTED std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...);
+
+#define KTR_AT_CALLER extern inline __attribute__((always_inline, gnu_inline)) std::int32_t
+#define KTR_TRACE_IF_HEARD(level, module)                                                                              \
+    {                                                                                                                  \
+        return g_ktrtrace.load(std::memory_order_acquire) == nullptr                                                   \
+                   ? -1                                                                                                \
+                   : KTRTRACEHEARD(level, module, format, __builtin_va_arg_pack());                                    \
+    }
+
+// clang-format off
+KTR_AT_CALLER KTRDEBUG(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelDebug, nullptr)
+KTR_AT_CALLER KTRINFO(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelInfo, nullptr)
+KTR_AT_CALLER KTRWARN(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelWarning, nullptr)
+KTR_AT_CALLER KTRERROR(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelError, nullptr)
+
+KTR_AT_CALLER KTRDEBUG2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelDebug, module)
+KTR_AT_CALLER KTRINFO2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelInfo, module)
+KTR_AT_CALLER KTRWARN2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelWarning, module)
+KTR_AT_CALLER KTRERROR2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelError, module)
+
+extern "C" {
+KTR_AT_CALLER MacDebugTrace2(const char* module, const char* format, ...)
+    KTR_TRACE_IF_HEARD(kKTRTraceLevelDebug, module)
+KTR_AT_CALLER MacInfoTrace2(const char* module, const char* format, ...)
+    KTR_TRACE_IF_HEARD(kKTRTraceLevelInfo, module)
+KTR_AT_CALLER MacWarnTrace2(const char* module, const char* format, ...)
+    KTR_TRACE_IF_HEARD(kKTRTraceLevelWarning, module)
+KTR_AT_CALLER MacErrorTrace2(const char* module, const char* format, ...)
+    KTR_TRACE_IF_HEARD(kKTRTraceLevelError, module)
+}
+// clang-format on
+
+#undef KTR_AT_CALLER
+#undef KTR_TRACE_IF_HEARD
+
+#endif

@@ -41,6 +41,15 @@ std::int32_t callTrace2(std::uint64_t level, const char* module, const char* sec
     return result;
 }
 
+// A call by an address that the compiler does not know reaches the functions proper, as one from a program of another
+// compiler does; a call by name looks for the plug-in itself.
+using Plain = std::int32_t (*)(const char* format, ...);
+using WithModule = std::int32_t (*)(const char* module, const char* format, ...);
+const Plain volatile plainByAddress[] = {KTRDEBUG, KTRINFO, KTRWARN, KTRERROR};
+const WithModule volatile withModuleByAddress[] = {KTRDEBUG2,      KTRINFO2,      KTRWARN2,      KTRERROR2,
+                                                   MacDebugTrace2, MacInfoTrace2, MacWarnTrace2, MacErrorTrace2};
+constexpr std::uint64_t levels[] = {1, 2, 4, 8};
+
 /// Puts entry points in place and takes them back.
 class unifiedtramTest : public testing::Test {
 protected:
@@ -66,6 +75,15 @@ TEST_F(unifiedtramTest, WithoutAPlugInEveryTraceFunctionAnswersMinusOne) {
     EXPECT_EQ(MacInfoTrace2("m", "%d", 1), -1);
     EXPECT_EQ(MacWarnTrace2("m", "%d", 1), -1);
     EXPECT_EQ(MacErrorTrace2("m", "%d", 1), -1);
+}
+
+TEST_F(unifiedtramTest, WithoutAPlugInTheFunctionsProperAnswerMinusOneToo) {
+    for (const auto volatile& function : plainByAddress) {
+        EXPECT_EQ(function("%d", 1), -1);
+    }
+    for (const auto volatile& function : withModuleByAddress) {
+        EXPECT_EQ(function("m", "%d", 1), -1);
+    }
 }
 
 TEST_F(unifiedtramTest, WithoutAPlugInTheFileNameIsNull) {
@@ -108,6 +126,26 @@ TEST_F(unifiedtramTest, EachFunctionPassesItsLevelItsModuleAndANullSecondText) {
     for (std::size_t i = 0; i < lines.size(); ++i) {
         EXPECT_EQ(lines[i].level, expected[i].first) << i;
         EXPECT_EQ(lines[i].text, expected[i].second);
+        EXPECT_EQ(lines[i].module, i < 4 ? std::nullopt : std::optional<std::string>("module")) << i;
+        EXPECT_EQ(lines[i].second, std::nullopt) << i;
+    }
+}
+
+TEST_F(unifiedtramTest, TheFunctionsProperPassTheSame) {
+    test::RecordingTrace trace;
+    trace.setResult(31);
+    int number = 0;
+    for (const auto volatile& function : plainByAddress) {
+        EXPECT_EQ(function("%d %s %.1f", number++, "a", 0.5), 31);
+    }
+    for (const auto volatile& function : withModuleByAddress) {
+        EXPECT_EQ(function("module", "%d %s %.1f", number++, "a", 0.5), 31);
+    }
+    const auto lines = trace.lines();
+    ASSERT_EQ(lines.size(), 12U);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].level, levels[i % 4]) << i;
+        EXPECT_EQ(lines[i].text, std::to_string(i) + " a 0.5");
         EXPECT_EQ(lines[i].module, i < 4 ? std::nullopt : std::optional<std::string>("module")) << i;
         EXPECT_EQ(lines[i].second, std::nullopt) << i;
     }
