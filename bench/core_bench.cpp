@@ -27,7 +27,8 @@
 
 namespace {
 
-std::atomic<std::size_t> allocations = 0;
+// Of this thread alone: a shared counter would cost the measured code more than the allocation.
+thread_local std::size_t allocations = 0;
 
 }  // namespace
 

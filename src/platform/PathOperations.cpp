@@ -11,44 +11,49 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
     return path;
 }
 
-/// Where the extension's dot stands in a last component; npos when the component has no extension.
-std::string_view::size_type extensionDot(std::string_view component) {
-    const auto dot = component.rfind('.');
-    // A leading dot hides a file; it does not begin an extension.
-    return dot == 0 ? std::string_view::npos : dot;
+/// Where the dot of the extension stands in a path without trailing slashes; npos when there is no extension.
+std::string_view::size_type extensionDot(std::string_view path) {
+    for (auto at = path.size(); at-- > 0 && path[at] != '/';) {
+        if (path[at] == '.') {
+            // A dot that begins the last component hides a file; it does not begin an extension.
+            return at == 0 || path[at - 1] == '/' ? std::string_view::npos : at;
+        }
+    }
+    return std::string_view::npos;
 }
 
 }  // namespace
 
-std::string_view lastPathComponent(std::string_view path) {
+PathParts splitLastPathComponent(std::string_view path) {
     const auto trimmed = withoutTrailingSlashes(path);
     if (trimmed == "/") {
-        return trimmed;
+        return {trimmed, trimmed};
     }
-    // npos + 1 is 0: a path without a slash is its own last component.
-    return trimmed.substr(trimmed.rfind('/') + 1);
+    const auto slash = trimmed.rfind('/');
+    if (slash == std::string_view::npos) {
+        return {{}, trimmed};
+    }
+    return {withoutTrailingSlashes(trimmed.substr(0, slash == 0 ? 1 : slash)), trimmed.substr(slash + 1)};
+}
+
+std::string_view lastPathComponent(std::string_view path) {
+    return splitLastPathComponent(path).lastComponent;
 }
 
 std::string_view deletingLastPathComponent(std::string_view path) {
-    const auto trimmed = withoutTrailingSlashes(path);
-    const auto slash = trimmed.rfind('/');
-    if (slash == std::string_view::npos) {
-        return {};
-    }
-    return withoutTrailingSlashes(trimmed.substr(0, slash == 0 ? 1 : slash));
+    return splitLastPathComponent(path).folder;
 }
 
 std::string_view pathExtension(std::string_view path) {
-    const auto component = lastPathComponent(path);
-    const auto dot = extensionDot(component);
-    return dot == std::string_view::npos ? std::string_view() : component.substr(dot + 1);
+    const auto trimmed = withoutTrailingSlashes(path);
+    const auto dot = extensionDot(trimmed);
+    return dot == std::string_view::npos ? std::string_view() : trimmed.substr(dot + 1);
 }
 
 std::string_view deletingPathExtension(std::string_view path) {
     const auto trimmed = withoutTrailingSlashes(path);
-    const auto component = lastPathComponent(trimmed);
-    const auto dot = extensionDot(component);
-    return dot == std::string_view::npos ? trimmed : trimmed.substr(0, trimmed.size() - component.size() + dot);
+    // Whole where there is none, since npos ends a substring at the end.
+    return trimmed.substr(0, extensionDot(trimmed));
 }
 
 std::string appendingPathComponent(const std::string& folder, const std::string& component) {

@@ -8,6 +8,14 @@
 /// argument. Any thread.
 namespace platform {
 
+struct PathParts {
+    std::string_view folder;
+    std::string_view lastComponent;
+};
+
+/// What the next two give, found together.
+PathParts splitLastPathComponent(std::string_view path);
+
 /// "/a/b/rec.tmp" gives "rec.tmp", "/a/b/" gives "b", "/" gives "/", "" gives "".
 std::string_view lastPathComponent(std::string_view path);
 

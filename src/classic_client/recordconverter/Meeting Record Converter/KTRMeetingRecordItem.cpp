@@ -17,17 +17,20 @@ void KTRMeetingRecordItem::setDstPath(std::string path) {
 }
 
 void KTRMeetingRecordItem::createDstPath() {
-    auto baseName = platform::deletingPathExtension(platform::lastPathComponent(srcPath_));
+    const auto [folder, name] = platform::splitLastPathComponent(srcPath_);
+    auto baseName = platform::deletingPathExtension(name);
     // Recorders that write "talk.mp4.tmp" mean talk.mp4; any other inner extension is part of the name.
     if (platform::pathExtension(baseName) == "mp4") {
         baseName = platform::deletingPathExtension(baseName);
     }
     std::string candidate;
     candidate.reserve(srcPath_.size() + std::string_view("(9999).mp4").size());
-    candidate.append(platform::deletingLastPathComponent(srcPath_)).append(1, '/').append(baseName);
+    candidate += folder;
+    candidate += '/';
+    candidate += baseName;
     const auto stemSize = candidate.size();
 
-    candidate.append(".mp4");
+    candidate += ".mp4";
     for (std::int64_t counter = 1; fileManager_.fileExistsAtPath(candidate, nullptr); ++counter) {
         candidate.resize(stemSize);
         candidate.append(1, '(').append(std::to_string(counter)).append(").mp4");
