@@ -6,6 +6,8 @@
 #include "platform/ui/ImageView.h"
 
 #include <QGuiApplication>
+#include <QMetaObject>
+#include <QObject>
 #include <QSystemTrayIcon>
 #include <utility>
 #include <vector>
@@ -50,7 +52,9 @@ public:
         if (view_ == nullptr) {
             return;
         }
-        overBus_ = std::make_unique<StatusNotifierItem>(icon_, kToolTip, [this] { chooseFace(); });
+        // It takes questions to the bus, and whoever makes an item at the start has a first word to say before that.
+        QMetaObject::invokeMethod(
+            &context_, [this] { goOverBus(); }, Qt::QueuedConnection);
     }
 
     // No desktop draws its icons pressed by the application's wish.
@@ -65,6 +69,12 @@ private:
         QSystemTrayIcon icon;
         TrayWindow window;
     };
+
+    void goOverBus() {
+        if (view_ != nullptr && !overBus_) {
+            overBus_ = std::make_unique<StatusNotifierItem>(icon_, kToolTip, [this] { chooseFace(); });
+        }
+    }
 
     void chooseFace() {
         const bool isEmbedded = !overBus_->isShown() && canBeEmbedded();
@@ -82,6 +92,7 @@ private:
     const std::shared_ptr<Items> items_;
     std::shared_ptr<ui::View> view_;
     QIcon icon_;
+    QObject context_;
     std::unique_ptr<StatusNotifierItem> overBus_;
     std::unique_ptr<Embedded> embedded_;
 };
