@@ -1,6 +1,7 @@
 // Measures the core against bare references and writes one JSON object. `--smoke` runs each measurement once and
 // judges nothing.
 
+#include "Allocations.h"
 #include "KTRMeetingRecordConvertingJobRunner.h"
 #include "KTRMeetingRecordItem.h"
 #include "Pairs.h"
@@ -20,32 +21,9 @@
 #include <fstream>
 #include <malloc.h>
 #include <mutex>
-#include <new>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
-
-namespace {
-
-// Of this thread alone: a shared counter would cost the measured code more than the allocation.
-thread_local std::size_t allocations = 0;
-
-}  // namespace
-
-// Counts what the measured code allocates.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -79,11 +57,11 @@ bench::Pairs traceCall(const Settings& settings) {
 }
 
 std::size_t traceAllocations() {
-    const std::size_t before = allocations;
+    const std::size_t before = bench::allocationsOfThisThread();
     for (int i = 0; i < 1000; ++i) {
         MacInfoTrace2("RecordConverter", "%s: pid = %d", "-[KTRMeetingPool init]", i);
     }
-    return allocations - before;
+    return bench::allocationsOfThisThread() - before;
 }
 
 /// Waits for one event at a time.

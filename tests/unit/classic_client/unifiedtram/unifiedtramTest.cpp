@@ -203,6 +203,7 @@ TEST_F(unifiedtramTest, ManyThreadsMayTraceAtOnce) {
     constexpr int threadCount = 8;
     constexpr int lineCount = 200;
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([i] {
             for (int line = 0; line < lineCount; ++line) {
