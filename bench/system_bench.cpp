@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -46,7 +47,7 @@ struct Programs {
 };
 
 [[noreturn]] void fail(const std::string& what) {
-    std::fprintf(stderr, "system-bench: %s\n", what.c_str());
+    static_cast<void>(std::fprintf(stderr, "system-bench: %s\n", what.c_str()));
     std::exit(EXIT_FAILURE);
 }
 
@@ -92,6 +93,8 @@ struct Latencies {
 
 Latencies acknowledgementSeconds(bench::BusClient& client, const std::vector<std::string>& command, int count) {
     const auto child = launch(client, command);
+    // A recording is stopped long after the launch, whose last work stands behind the spawn confirmation.
+    letSettle();
     std::vector<double> seconds;
     int awaited = 0;
     bool acknowledged = false;
@@ -179,9 +182,10 @@ double meetingCpuSeconds(const std::vector<std::string>& converter, const std::v
 /// Returns when it has not used the processor for longer than a bubble stands.
 void letEveryBubbleGo(const bench::Child& child) {
     double before = -1;
-    for (double now = child.activity().cpuSeconds; now != before; now = child.activity().cpuSeconds) {
-        before = now;
+    double now = child.activity().cpuSeconds;
+    while (now != before) {
         std::this_thread::sleep_for(std::chrono::seconds(18));
+        before = std::exchange(now, child.activity().cpuSeconds);
     }
 }
 
@@ -312,10 +316,14 @@ int main(int argc, char* argv[]) {
     if (settings.meetings && arguments.size() >= 4) {
         const auto folder =
             fs::temp_directory_path() / ("system-bench-" + std::to_string(application.applicationPid()));
-        // The first rounds fill what is kept for the next: tables, caches, the allocator's own lists.
-        constexpr int half = 3;
-        const auto rounds = writtenKiBAfterConversions(client, programs.converter, arguments[2], folder, 2 * half);
-        growth = rounds.back() - rounds.at(half - 1);
+        // The first rounds fill what is kept for the next: tables, caches, and the allocator's own lists most slowly.
+        constexpr int settled = 9;
+        constexpr int all = 12;
+        const auto rounds = writtenKiBAfterConversions(client, programs.converter, arguments[2], folder, all);
+        growth = rounds.back() - rounds.at(settled - 1);
+        for (const double round : rounds) {
+            static_cast<void>(std::fprintf(stderr, "written after a round: %.0f KiB\n", round));
+        }
     }
     std::printf("],\n\"growthKiB\": %.0f, \"burstInOrder\": %s, \"burstLost\": %d,\n\"idleSeconds\": %.0f, "
                 "\"idleWakeUps\": %lu, "
