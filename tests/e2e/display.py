@@ -67,10 +67,10 @@ class DisplayWorld(world.World):
         super().setUp()
         # What the desktop's own programs see; a test may take the display away from the converter alone.
         self.desktop = self.environment
-        self._server = xvfb = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-noreset",
-                                  "-nolisten", "tcp", stdout=subprocess.PIPE)
-        self.addCleanup(xvfb.stdout.close)
-        self.environment["DISPLAY"] = ":" + xvfb.stdout.readline().decode().strip()
+        self._server = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24",
+                                          "-noreset", "-nolisten", "tcp", stdout=subprocess.PIPE)
+        self.addCleanup(self._server.stdout.close)
+        self.environment["DISPLAY"] = ":" + self._server.stdout.readline().decode().strip()
         self.start_program("openbox", "--sm-disable")
         processes.wait_until(lambda: "window id" in self.ask("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), 30,
                              "the window manager")

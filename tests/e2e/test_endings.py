@@ -11,11 +11,6 @@ import world
 
 
 class _Ending(world.World):
-    def _worker(self):
-        found = [pid for pid in processes.descendants()
-                 if "mediaconverter-worker" in processes.command_line(pid)]
-        return found[0] if found else None
-
     def _in_the_middle_of_a_conversion(self):
         meeting = self.meeting()
         self.source = recordings.make_slow(self.path("slow.avi"))
@@ -23,7 +18,7 @@ class _Ending(world.World):
             self.content = file.read()
         converter = self.launch_for(meeting, self.source)
         meeting.die()
-        worker = processes.Watched(processes.wait_until(self._worker, 20, "a worker"))
+        worker = processes.Watched(processes.wait_until(self.worker, 20, "a worker"))
         self.addCleanup(worker.close)
         return converter, worker
 

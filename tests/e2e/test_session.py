@@ -19,11 +19,6 @@ class _Session(world.World):
     def slow_recording(self, name="slow.avi"):
         return recordings.make_slow(self.path(name), seconds=5)
 
-    def worker(self):
-        found = [pid for pid in processes.descendants()
-                 if "mediaconverter-worker" in processes.command_line(pid)]
-        return found[0] if found else None
-
     def wait_converting(self):
         return self.wait_for(self.worker, 30, f"a conversion; {self.log_text()}")
 

@@ -163,6 +163,12 @@ class World(unittest.TestCase):
         self.converters.append(watched)
         return watched
 
+    def worker(self):
+        """The process id of a conversion under way; None while there is none."""
+        found = [pid for pid in processes.descendants()
+                 if "mediaconverter-worker" in processes.command_line(pid)]
+        return found[0] if found else None
+
     def meeting(self):
         meeting = processes.Meeting()
         self.addCleanup(meeting.die)

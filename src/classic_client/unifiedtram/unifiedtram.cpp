@@ -80,7 +80,7 @@ const char* KTRTRACEFILENAME2() {
     return fileName != nullptr ? fileName() : nullptr;
 }
 
-// The twelve variadic functions differ in level and module alone; a variable-argument list can only be started in the
+// The variadic functions differ in level and module alone; a variable-argument list can only be started in the
 // function that received it, hence a macro and no function. The test comes before the list: without a plug-in a call
 // costs little more than itself.
 #define KTR_TRACE_AND_RETURN(level, module)                                                                            \
@@ -93,11 +93,9 @@ const char* KTRTRACEFILENAME2() {
     va_end(arguments);                                                                                                 \
     return result
 
-#if defined(__GNUC__) && !defined(__clang__)
 std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...) {
     KTR_TRACE_AND_RETURN(level, module);
 }
-#endif
 
 std::int32_t KTRDEBUG(const char* format, ...) {
     KTR_TRACE_AND_RETURN(kKTRTraceLevelDebug, nullptr);

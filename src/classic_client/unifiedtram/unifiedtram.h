@@ -80,13 +80,13 @@ KTR_EXPORTED std::int32_t MacErrorTrace2(const char* module, const char* format,
 KTR_EXPORTED const char* MacTraceFileName2();
 }
 
+/// What the functions below call once they have seen a plug-in; nobody else should. The format has been checked before.
+KTR_EXPORTED std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...);
+
 // A variadic function stores its arguments before its first statement, whether it will need them or not. Callers built
 // by GCC look for the plug-in themselves, so that an unheard line costs them a test and no call. The functions proper
 // are there for every other caller.
 #if defined(__GNUC__) && !defined(__clang__)
-
-/// What such a caller calls when there is a plug-in; nobody else should. The format has been checked before.
-KTR_EXPORTED std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...);
 
 #define KTR_AT_CALLER extern inline __attribute__((always_inline, gnu_inline)) std::int32_t
 #define KTR_TRACE_IF_HEARD(level, module)                                                                              \
