@@ -65,7 +65,7 @@ def system(build):
             figure["limit"] = (figure["reference"] + 6 * 1024) / figure["reference"]
     return figures + [
         # A leak of 1 KiB a conversion would show as 300.
-        plain("memory written, grown from 900 to 1200 conversions", found["growthKiB"], "KiB", 64),
+        plain("memory written, grown from 300 to 600 conversions", found["growthKiB"], "KiB", 64),
         plain("burst: lost or out of order", found["burstLost"] + (not found["burstInOrder"]), "", 0),
         plain(f"wake-ups in {found['idleSeconds']:.0f} idle seconds", found["idleWakeUps"], "", 0),
         plain(f"CPU in {found['idleSeconds']:.0f} idle seconds", found["idleCpuSeconds"], "s", 0),
