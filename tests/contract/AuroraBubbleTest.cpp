@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPointer>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -107,7 +108,13 @@ TEST_F(AuroraBubble, TheLastOneIsToldOfWhenItIsNoMore) {
     std::vector<bool> gone;
     const auto first = show(makeView(kSaved));
     const auto last = show(makeView(kSaved));
-    maker->setAllGoneHandler([&] { gone.push_back(first.expired() && last.expired()); });
+    const auto open = windows();
+    const std::vector<QPointer<QWidget>> both(open.begin(), open.end());
+    const auto isDeleted = [](const QPointer<QWidget>& window) { return window.isNull(); };
+    maker->setAllGoneHandler([&] {
+        EXPECT_TRUE(first.expired() && last.expired());
+        gone.push_back(std::ranges::all_of(both, isDeleted));
+    });
     first.lock()->close();
     ASSERT_TRUE(waitUntilClosed(1));
     test::turnFor(100ms);

@@ -1,17 +1,49 @@
 #include "platform/linux/Memory.h"
 
+#include <array>
+#include <cstddef>
+#include <exception>
 #include <malloc.h>
+#include <memory>
+#include <new>
+#include <thread>
 
 namespace platform {
 
-void returnLargeMemoryAtOnce() {
+namespace {
+
+/// The GNU allocator keeps up to seven freed blocks of each of its 64 smallest sizes for the thread that freed them,
+/// wherever they lie, and none of them lets go of its page. All are asked for here, and freed by a thread that ends:
+/// what such a thread has kept goes back to the heap.
+void giveUpKeptBlocks() {
+    constexpr std::size_t sizes = 64;
+    constexpr std::size_t keptOfEach = 7;
+    constexpr std::size_t smallest = 24;
+    constexpr std::size_t step = 16;
+    std::array<std::unique_ptr<std::byte[]>, sizes * keptOfEach> kept;
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        kept.at(i).reset(new (std::nothrow) std::byte[smallest + step * (i / keptOfEach)]);
+    }
+    try {
+        std::thread([&kept] { kept = {}; }).join();
+    } catch (const std::exception&) {
+        // There is no thread to be had, so they stay with this one.
+    }
+}
+
+}  // namespace
+
+void keepMemoryTogether() {
     // Any value that is set by hand also stops the threshold from growing by itself. The pictures of one bubble are
     // larger than this; what the core allocates is far smaller.
     constexpr int threshold = 64 * 1024;
     (void)::mallopt(M_MMAP_THRESHOLD, threshold);
+    (void)::mallopt(M_MXFAST, 0);
+    (void)::mallopt(M_ARENA_MAX, 1);
 }
 
 void returnFreedMemory() {
+    giveUpKeptBlocks();
     (void)::malloc_trim(0);
 }
 

@@ -8,11 +8,14 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTimer>
+#include <chrono>
 #include <utility>
 
 namespace uilib::qt {
 
 namespace {
+
+constexpr auto kRest = std::chrono::seconds(1);
 
 Rect rectOf(const QRect& rect) {
     return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
@@ -62,8 +65,9 @@ void BubbleStack::remove(const QtAuroraBubble& bubble) {
     if (bubbles_.empty()) {
         screenWatch_.reset();
         if (allGone_) {
-            // The last bubble itself goes only after this call.
-            QTimer::singleShot(0, qApp, allGone_);
+            // The last bubble goes only after this call, its window later still, and then what it has set going on the
+            // bus and the screen.
+            QTimer::singleShot(kRest, qApp, allGone_);
         }
     }
     arrange();

@@ -28,7 +28,7 @@ public:
     BubbleStack(const BubbleStack&) = delete;
     BubbleStack& operator=(const BubbleStack&) = delete;
 
-    /// `handler` is called from the event loop each time the last open bubble has gone.
+    /// `handler` is called from the event loop a second after the last open bubble has gone, each time.
     void setAllGoneHandler(std::function<void()> handler);
 
     void add(std::shared_ptr<QtAuroraBubble> bubble);

@@ -27,8 +27,8 @@ public:
     /// looks like any other.
     void prepare();
 
-    /// `handler` is called from the event loop each time the last open bubble has gone, its window and pictures with
-    /// it.
+    /// `handler` is called from the event loop a second after the last open bubble has gone, its window and pictures
+    /// with it, each time.
     void setAllGoneHandler(std::function<void()> handler);
 
     std::shared_ptr<CAuroraBubble>

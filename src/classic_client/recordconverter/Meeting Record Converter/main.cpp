@@ -130,7 +130,7 @@ bool handedOver(Providers& providers) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    platform::returnLargeMemoryAtOnce();
+    platform::keepMemoryTogether();
     // Neither is ever destroyed: at the process's end the conversion queue may still be using them.
     static const auto* const services = new StandardServices(resourcesFolder());
     (void)services;

@@ -171,7 +171,7 @@ TEST(LinuxBackgroundExecutorTest, RunsTasksElsewhereAtTheLowestPriorityAndWaitsF
 // The sanitizers bring an allocator of their own.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(MemoryTest, AFreedPictureGoesBackToTheSystemAndSoDoTheNext) {
-    platform::returnLargeMemoryAtOnce();
+    platform::keepMemoryTogether();
     const auto mapped = [] { return ::mallinfo2().hblkhd; };
     const auto before = mapped();
     const auto picture = [] { return std::make_unique<char[]>(std::size_t{300} * 1024); };
@@ -182,6 +182,33 @@ TEST(MemoryTest, AFreedPictureGoesBackToTheSystemAndSoDoTheNext) {
         EXPECT_GE(mapped(), before + 2 * std::size_t{300} * 1024) << "the first one freed has changed nothing";
     }
     EXPECT_EQ(mapped(), before);
+}
+
+TEST(MemoryTest, SmallBlocksThatAThreadKeepsForItsNextAreGivenBack) {
+    platform::returnFreedMemory();
+    const auto held = [] { return ::mallinfo2().uordblks; };
+    const auto before = held();
+    {
+        std::vector<std::unique_ptr<char[]>> blocks;
+        for (std::size_t size = 24; size <= 1032; size += 16) {
+            for (int i = 0; i < 7; ++i) {
+                blocks.push_back(std::make_unique<char[]>(size));
+            }
+        }
+    }
+    ASSERT_GE(held(), before + 100'000) << "the thread keeps what has been freed";
+    platform::returnFreedMemory();
+    EXPECT_LE(held(), before + 10'000);
+}
+
+TEST(MemoryTest, AFreedSmallBlockJoinsItsNeighboursAtOnce) {
+    platform::keepMemoryTogether();
+    const auto waiting = [] { return ::mallinfo2().fsmblks; };
+    {
+        std::vector<std::unique_ptr<char[]>> blocks(100);
+        std::ranges::generate(blocks, [] { return std::make_unique<char[]>(40); });
+    }
+    EXPECT_EQ(waiting(), 0U);
 }
 #endif
 
