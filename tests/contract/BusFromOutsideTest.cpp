@@ -5,10 +5,12 @@
 #include "platform/qt/QtDistributedNotificationCenter.h"
 
 #include <QProcess>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 #include <variant>
 #include <vector>
 
@@ -123,6 +125,20 @@ TEST_F(BusFromOutside, SendsATextThatIsNotUtf8AsBytes) {
     ASSERT_TRUE(arrived.userInfo.has_value());
     EXPECT_TRUE(std::holds_alternative<platform::Bytes>(arrived.userInfo->at("path")));
     EXPECT_EQ(platform::textValue(arrived.userInfo->at("path")), "/tmp/\xff.mkv");
+}
+
+TEST_F(BusFromOutside, RunsWorkOnTheThreadThatReadsFromTheBus) {
+    std::vector<std::thread::id> threads;
+    std::atomic<int> done = 0;
+    for (int i = 0; i < 2; ++i) {
+        center.runOnBusThread([&] {
+            threads.push_back(std::this_thread::get_id());
+            ++done;
+        });
+    }
+    ASSERT_TRUE(test::turnUntil([&] { return done == 2; }));
+    EXPECT_NE(threads.at(0), std::this_thread::get_id());
+    EXPECT_EQ(threads.at(0), threads.at(1));
 }
 
 TEST(BusBeforeObservers, WhatArrivesBeforeTheFirstObserverIsDeliveredToAllThatRegisterInThatTurn) {

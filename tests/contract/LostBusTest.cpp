@@ -48,6 +48,7 @@ TEST(LostBus, WithoutABusTheSystemLogHearsSoAndNothingElseHappens) {
     QtDistributedNotificationCenter center;
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines()[0].find("no session bus"), 0U) << log.lines()[0];
+    center.runOnBusThread([] { FAIL() << "there is no such thread"; });
     EXPECT_TRUE(center.acquireName("org.recordconverter.Test"));
     observersAndPostsDoNothing(center);
 }
@@ -59,6 +60,7 @@ TEST(LostBus, WithAnAddressThatNobodyAnswersTheSystemLogHearsSo) {
     QtDistributedNotificationCenter center;
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines()[0].find("no session bus"), 0U) << log.lines()[0];
+    center.runOnBusThread([] { FAIL() << "there is no such thread"; });
     observersAndPostsDoNothing(center);
 }
 
@@ -72,6 +74,7 @@ TEST(LostBus, ABusThatGoesAwayEndsNothingAndCostsNothing) {
     bus.stop();
     EXPECT_TRUE(test::turnUntil([&] { return !log.lines().empty(); }));
     EXPECT_EQ(log.lines().size(), 1U);
+    center.runOnBusThread([] {});
     observersAndPostsDoNothing(center);
 }
 

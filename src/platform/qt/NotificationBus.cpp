@@ -8,6 +8,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusReply>
+#include <QMetaObject>
 
 namespace platform::qt {
 
@@ -66,6 +67,13 @@ NotificationBus::~NotificationBus() {
     if (connection_) {
         connection_.reset();
         QDBusConnection::disconnectFromBus(connectionName_);
+    }
+}
+
+void NotificationBus::runOnBusThread(std::function<void()> work) {
+    // Qt's own object for talking to the bus lives on that thread.
+    if (auto* const bus = connection_ ? connection_->interface() : nullptr) {
+        QMetaObject::invokeMethod(bus, std::move(work), Qt::QueuedConnection);
     }
 }
 

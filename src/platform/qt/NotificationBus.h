@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace platform::qt {
 
@@ -47,6 +48,10 @@ public:
 
     /// The address of the name's holder; empty when there is none.
     QString holderOf(const QString& busName) const;
+
+    /// Runs `work` later, on the thread on which Qt reads from all of this process's buses. Never where there is no
+    /// bus.
+    void runOnBusThread(std::function<void()> work);
 
     /// The process behind an address; absent when it has left the bus.
     std::optional<std::int32_t> processIdOf(const QString& address) const;

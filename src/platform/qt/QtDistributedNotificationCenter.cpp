@@ -109,6 +109,10 @@ void QtDistributedNotificationCenter::stopDelivering() {
     bus_->connection.setPostedHandler(nullptr);
 }
 
+void QtDistributedNotificationCenter::runOnBusThread(std::function<void()> work) {
+    bus_->connection.runOnBusThread(std::move(work));
+}
+
 bool QtDistributedNotificationCenter::acquireName(const std::string& busName) {
     return bus_->connection.acquireName(QString::fromStdString(busName));
 }

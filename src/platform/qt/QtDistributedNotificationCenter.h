@@ -3,6 +3,7 @@
 #include "platform/DistributedNotificationCenter.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,6 +46,10 @@ public:
     /// Delivers nothing more, for good. A process that is about to end must not accept what it can't do any more: a
     /// launch that gets no answer from it takes its place.
     void stopDelivering();
+
+    /// Runs `work` later, on the thread on which Qt reads from all of this process's buses. Never where there is no
+    /// bus.
+    void runOnBusThread(std::function<void()> work);
 
     /// Takes `busName` for this process, or leaves it to the process that holds it. True when this process holds it,
     /// and where there is no bus that could know better.

@@ -104,7 +104,11 @@ void mindTheSession(Providers& providers) {
     providers.application.setTerminationCheck([&] { return !providers.conversionQueues.isBusy(); });
     // A converter that goes on waiting for a meeting has no use for what the bubbles' many small blocks have left
     // behind.
-    providers.bubbleMaker.setAllGoneHandler(platform::returnFreedMemory);
+    providers.bubbleMaker.setAllGoneHandler([&] {
+        platform::returnFreedMemory();
+        // The thread that reads from the bus lives as long as the process, and keeps what it has freed as well.
+        providers.distributedCenter.runOnBusThread(platform::returnFreedMemory);
+    });
     providers.application.setTerminationHandler([&] { providers.distributedCenter.stopDelivering(); });
 }
 
