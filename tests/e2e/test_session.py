@@ -256,6 +256,13 @@ class LostBus(trace.TracedWorld):
 
 class Priority(_Session):
     def test_a_conversion_gives_way_to_everything_else(self):
+        self._gives_way()
+
+    def test_a_conversion_gives_way_to_a_converter_that_gives_way_itself(self):
+        os.nice(5)
+        self._gives_way()
+
+    def _gives_way(self):
         meeting = self.meeting()
         converter = self.launch_for(meeting, self.slow_recording())
         meeting.die()

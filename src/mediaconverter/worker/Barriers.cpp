@@ -87,7 +87,8 @@ void limitResources(Reporter& reporter, std::int64_t sourceSize) {
     // A broken pipe and a file size limit are told by the failing call, which knows what it was doing.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-    ::setpriority(PRIO_PROCESS, 0, 10);
+    // Below whatever the converter has been given, never above it.
+    static_cast<void>(::nice(10));
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioBestEffortLowest);
     limit(reporter, RLIMIT_CORE, 0, "core files");
     limit(reporter, RLIMIT_FSIZE,
