@@ -49,6 +49,12 @@ std::string readLine(int descriptor) {
     return line;
 }
 
+/// `unix:path=PATH,guid=...`
+std::string socketOf(const std::string& address) {
+    const auto begin = address.find('=') + 1;
+    return address.substr(begin, address.find(',') - begin);
+}
+
 }  // namespace
 
 PrivateBus::PrivateBus() {
@@ -59,7 +65,8 @@ PrivateBus::PrivateBus() {
     }
     daemon_ = fork();
     if (daemon_ == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        // Where this object is never destroyed: the bus takes its socket along.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
         dup2(ends[1], STDOUT_FILENO);
         execlp("dbus-daemon", "dbus-daemon", ("--config-file=" + configuration).c_str(), "--nofork", "--nopidfile",
                "--print-address=1", nullptr);
@@ -72,6 +79,7 @@ PrivateBus::PrivateBus() {
     if (address.empty()) {
         throw std::runtime_error("dbus-daemon did not start");
     }
+    socket_ = socketOf(address);
     setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
 }
@@ -85,6 +93,7 @@ void PrivateBus::stop() {
         kill(daemon_, SIGKILL);
         waitpid(daemon_, nullptr, 0);
         daemon_ = -1;
+        std::filesystem::remove(socket_);
     }
 }
 

@@ -21,6 +21,7 @@ public:
 
 private:
     pid_t daemon_ = -1;
+    std::string socket_;
 };
 
 }  // namespace test
