@@ -21,6 +21,15 @@ BusClient::BusClient(int senders) {
         connections_.push_back(
             QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("client-%1").arg(i)));
     }
+    listen();
+}
+
+BusClient::BusClient(const QString& address)
+    : connections_{QDBusConnection::connectToBus(address, QStringLiteral("client-at-") + address)} {
+    listen();
+}
+
+void BusClient::listen() {
     connections_.front().connect(QString(), path, interface, member, this, SLOT(hear(QDBusMessage)));
 }
 

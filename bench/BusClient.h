@@ -17,8 +17,11 @@ class BusClient final : public QObject {
 public:
     using Heard = std::function<void(const QString& name, const QVariantMap& userInfo)>;
 
-    /// `senders` connections to post from, each a sender of its own.
+    /// `senders` connections to the user's bus to post from, each a sender of its own.
     explicit BusClient(int senders = 1);
+
+    /// One connection to the bus at this address.
+    explicit BusClient(const QString& address);
     ~BusClient() override;
 
     /// Who hears the notifications from now on.
@@ -33,6 +36,8 @@ private Q_SLOTS:
     void hear(const QDBusMessage& message);
 
 private:
+    void listen();
+
     std::vector<QDBusConnection> connections_;
     Heard heard_;
 };
