@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,6 +19,7 @@ Child::Child(const std::vector<std::string>& command) {
         throw std::runtime_error("can't fork");
     }
     if (pid_ == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
         const int nothing = ::open("/dev/null", O_RDWR);
         ::dup2(nothing, STDIN_FILENO);
