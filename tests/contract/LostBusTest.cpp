@@ -74,8 +74,9 @@ TEST(LostBus, ABusThatGoesAwayEndsNothingAndCostsNothing) {
     bus.stop();
     EXPECT_TRUE(test::turnUntil([&] { return !log.lines().empty(); }));
     EXPECT_EQ(log.lines().size(), 1U);
-    center.runOnBusThread([] {});
     observersAndPostsDoNothing(center);
+    center.runOnBusThread([] {});
+    test::turnFor(100ms);
 }
 
 TEST(LostBus, WhatIsLaunchedDoesNotHearWhatThisProcessHasSetForItself) {
