@@ -8,7 +8,9 @@
 #include "Pairs.h"
 #include "contract/PrivateBus.h"
 
+#include <QByteArray>
 #include <QCoreApplication>
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -110,7 +112,7 @@ private:
     QByteArray value_;
 };
 
-/// A program on a bus of its own, launched and at rest.
+/// A program on a bus of its own, launched. Ends with the object.
 class Answerer {
 public:
     explicit Answerer(const std::vector<std::string>& command)

@@ -7,7 +7,7 @@ namespace test {
 
 /// A bus for this process and its children alone, named in the environment as the session's and as the system's.
 /// Nothing is started on it by a name: what a test wants there, it brings. The bus library looks there only once a
-/// process, so a process has one such bus. Ends with this object.
+/// process, so a process has one such bus for itself; others are for its children. Ends with this object.
 class PrivateBus final {
 public:
     PrivateBus();

@@ -28,7 +28,8 @@ public:
     BubbleStack(const BubbleStack&) = delete;
     BubbleStack& operator=(const BubbleStack&) = delete;
 
-    /// `handler` is called from the event loop a second after the last open bubble has gone, each time.
+    /// `handler` is called from the event loop a second after the last open bubble has gone, each time, also where the
+    /// next has come meanwhile.
     void setAllGoneHandler(std::function<void()> handler);
 
     void add(std::shared_ptr<QtAuroraBubble> bubble);

@@ -28,7 +28,7 @@ public:
     void prepare();
 
     /// `handler` is called from the event loop a second after the last open bubble has gone, its window and pictures
-    /// with it, each time.
+    /// with it, each time, also where the next has come meanwhile.
     void setAllGoneHandler(std::function<void()> handler);
 
     std::shared_ptr<CAuroraBubble>
