@@ -1,45 +1,65 @@
 #include "platform/ThreadSerialQueue.h"
 
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <pthread.h>
 #include <utility>
 
 namespace platform {
 
-ThreadSerialQueue::ThreadSerialQueue(std::string label) : label_(std::move(label)) {}
+struct ThreadSerialQueue::State {
+    explicit State(std::string name) : label(std::move(name)) {}
+
+    void run();
+
+    const std::string label;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<std::function<void()>> tasks;
+    bool hasThread = false;
+    bool ending = false;
+};
+
+ThreadSerialQueue::ThreadSerialQueue(std::string label) : state_(std::make_shared<State>(std::move(label))) {}
 
 ThreadSerialQueue::~ThreadSerialQueue() {
     {
-        const std::lock_guard lock(mutex_);
-        ending_ = true;
+        const std::lock_guard lock(state_->mutex);
+        state_->ending = true;
     }
-    changed_.notify_one();
-    if (thread_.joinable()) {
+    state_->changed.notify_one();
+    if (thread_.get_id() == std::this_thread::get_id()) {
+        thread_.detach();
+    } else if (thread_.joinable()) {
         thread_.join();
     }
 }
 
 void ThreadSerialQueue::async(std::function<void()> task) {
+    // The task may let go of this queue before this call has returned.
+    const auto state = state_;
     {
-        const std::lock_guard lock(mutex_);
-        tasks_.push_back(std::move(task));
-        if (!thread_.joinable()) {
-            thread_ = std::thread([this] { run(); });
+        const std::lock_guard lock(state->mutex);
+        state->tasks.push_back(std::move(task));
+        if (!std::exchange(state->hasThread, true)) {
+            thread_ = std::thread([state] { state->run(); });
         }
     }
-    changed_.notify_one();
+    state->changed.notify_one();
 }
 
-void ThreadSerialQueue::run() {
+void ThreadSerialQueue::State::run() {
     // Thread names hold 15 bytes and a terminator.
-    pthread_setname_np(pthread_self(), label_.substr(0, 15).c_str());
-    std::unique_lock lock(mutex_);
+    pthread_setname_np(pthread_self(), label.substr(0, 15).c_str());
+    std::unique_lock lock(mutex);
     for (;;) {
-        changed_.wait(lock, [this] { return ending_ || !tasks_.empty(); });
-        if (tasks_.empty()) {
+        changed.wait(lock, [this] { return ending || !tasks.empty(); });
+        if (tasks.empty()) {
             return;
         }
-        auto task = std::move(tasks_.front());
-        tasks_.pop_front();
+        auto task = std::move(tasks.front());
+        tasks.pop_front();
         lock.unlock();
         task();
         task = nullptr;

@@ -2,9 +2,7 @@
 
 #include "platform/DispatchQueue.h"
 
-#include <condition_variable>
-#include <deque>
-#include <mutex>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -15,7 +13,8 @@ class ThreadSerialQueue final : public DispatchQueue {
 public:
     explicit ThreadSerialQueue(std::string label);
 
-    /// Runs what was put already, then ends the thread. Not from a task of this queue.
+    /// Runs what was put already, then ends the thread. From a task of this queue, or from what a task held, it returns
+    /// first: the thread runs the rest and ends by itself.
     ~ThreadSerialQueue() override;
 
     ThreadSerialQueue(const ThreadSerialQueue&) = delete;
@@ -24,13 +23,10 @@ public:
     void async(std::function<void()> task) override;
 
 private:
-    void run();
+    struct State;
 
-    const std::string label_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> tasks_;
-    bool ending_ = false;
+    /// Shared with the thread, which may outlive the queue.
+    const std::shared_ptr<State> state_;
     std::thread thread_;
 };
 

@@ -43,6 +43,7 @@ private:
     application.setTerminationCheck([&] { return !busy; });
     application.setTerminationHandler([] { say("asked"); });
     application.setLaunchedHandler([] { say("then"); });
+    application.setEndingHandler([] { say("last"); });
     application.setDelegate(std::make_shared<Delegate>([&] { application.terminate(nullptr); }));
     QTimer::singleShot(time, [&] {
         say("done");
@@ -53,7 +54,7 @@ private:
 }
 
 TEST(ApplicationEndTest, IsDeclinedWhileTheCheckSaysSoAndOrderlyAfterwards) {
-    EXPECT_EXIT(runDecliningFor(300ms), ::testing::ExitedWithCode(0), "launched then done asked ending $");
+    EXPECT_EXIT(runDecliningFor(300ms), ::testing::ExitedWithCode(0), "launched then done asked ending last $");
 }
 
 [[noreturn]] void runUnchecked() {

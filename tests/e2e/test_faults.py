@@ -33,13 +33,32 @@ class FailingConversions(world.World):
         self.assertEqual(self.files(), ["good.mp4"])
         self.assertEqual(len(re.findall("convert error", self.log_text())), 1)
 
-    def test_a_meeting_that_is_gone_at_the_launch_can_still_quit(self):
+    def test_a_meeting_that_is_gone_at_the_launch_has_its_recording_converted(self):
         meeting = self.meeting()
         meeting.die()
         source = self.recording()
         converter = self.launch_for(meeting, source)
-        self.assertEqual(self.files(), ["talk.mkv"], "an exit that nobody reports")
-        self.line.quit(meeting.pid)
+        self.wait_converted(source, self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_a_meeting_that_is_gone_at_its_first_notification_has_its_recording_converted(self):
+        converter = self.launch()
+        self.line.wait_confirmed(0)
+        meeting = self.meeting()
+        meeting.die()
+        source = self.recording()
+        self.line.started(meeting.pid, source)
+        self.wait_converted(source, self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_stray_stops_do_not_keep_it(self):
+        meeting, other = self.meeting(), self.meeting()
+        other.die()
+        source = self.recording()
+        converter = self.launch_for(meeting, source)
+        self.line.stopped(other.pid)
+        self.line.post(bus.STOPPED)
+        meeting.die()
         self.wait_converted(source, self.path("talk.mp4"))
         self.assertEqual(self.wait_ended(converter), 0)
 

@@ -9,6 +9,8 @@ void FakeProcessExitWatch::watch(std::int32_t processId, std::function<void(std:
     watched_.push_back(processId);
     if (processId > 0 && !gone_.contains(processId)) {
         armed_.push_back({processId, std::move(exited)});
+    } else if (goneHandler_) {
+        goneHandler_(processId);
     }
 }
 

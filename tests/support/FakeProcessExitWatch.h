@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace test {
@@ -14,6 +15,9 @@ namespace test {
 class FakeProcessExitWatch final : public platform::ProcessExitWatch {
 public:
     void watch(std::int32_t processId, std::function<void(std::int32_t)> exited) override;
+
+    /// Like the real provider's: called from inside `watch` with an id that names no process, or no longer any.
+    void setGoneHandler(std::function<void(std::int32_t)> handler) { goneHandler_ = std::move(handler); }
 
     /// Ends the process: every watch on it fires once, in the order of arming. Later watches on it stay silent.
     void exit(std::int32_t processId);
@@ -33,6 +37,7 @@ private:
     std::vector<std::int32_t> watched_;
     std::vector<Watch> armed_;
     std::set<std::int32_t> gone_;
+    std::function<void(std::int32_t)> goneHandler_;
 };
 
 }  // namespace test

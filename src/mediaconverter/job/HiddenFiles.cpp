@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <string_view>
 #include <vector>
@@ -29,7 +30,7 @@ struct Entry {
 /// Removes what is left when the process exits in the middle of a conversion.
 class Registry {
 public:
-    ~Registry() {
+    void removeAll() {
         const std::lock_guard lock(mutex_);
         for (const Entry& entry : entries_) {
             ::unlinkat(entry.folder, entry.name.c_str(), 0);
@@ -52,7 +53,11 @@ private:
 };
 
 Registry& registry() {
-    static Registry instance;
+    // Never destroyed: at the process's end a conversion may still be using it.
+    static auto& instance = *[] {
+        static_cast<void>(std::atexit([] { registry().removeAll(); }));
+        return new Registry;
+    }();
     return instance;
 }
 

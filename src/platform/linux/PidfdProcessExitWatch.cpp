@@ -18,13 +18,14 @@ namespace platform {
 PidfdProcessExitWatch::PidfdProcessExitWatch(RunLoop& runLoop) : runLoop_(runLoop) {}
 
 void PidfdProcessExitWatch::watch(std::int32_t processId, std::function<void(std::int32_t)> exited) {
-    if (processId <= 0) {
-        return;
-    }
     // The kernel marks every process descriptor close-on-exec, so no child keeps one.
-    const int descriptor = pidfd_open(processId, 0);
+    const int descriptor = processId > 0 ? pidfd_open(processId, 0) : -1;
     if (descriptor < 0) {
-        if (errno != ESRCH) {
+        if (processId <= 0 || errno == ESRCH) {
+            if (gone_) {
+                gone_(processId);
+            }
+        } else {
             SystemLog::standard().write("can't watch the exit of process " + std::to_string(processId) + ": " +
                                         std::generic_category().message(errno));
         }

@@ -2,6 +2,8 @@
 
 #include "platform/ProcessExitWatch.h"
 
+#include <utility>
+
 namespace platform {
 
 class RunLoop;
@@ -16,8 +18,12 @@ public:
 
     void watch(std::int32_t processId, std::function<void(std::int32_t)> exited) override;
 
+    /// Called from inside `watch` with an id that names no process, or no longer any.
+    void setGoneHandler(std::function<void(std::int32_t)> handler) { gone_ = std::move(handler); }
+
 private:
     RunLoop& runLoop_;
+    std::function<void(std::int32_t)> gone_;
 };
 
 }  // namespace platform

@@ -7,6 +7,8 @@
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusError>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
 #include <QDBusReply>
 #include <QMetaObject>
 
@@ -19,6 +21,14 @@ const auto kInterface = QStringLiteral("org.recordconverter.NotificationCenter")
 const auto kSignal = QStringLiteral("Posted");
 const auto kBus = QStringLiteral("org.freedesktop.DBus");
 const auto kBusPath = QStringLiteral("/org/freedesktop/DBus");
+
+// Milliseconds.
+constexpr int kFlushPatience = 1000;
+constexpr int kDeliveryPatience = 5000;
+
+QDBusMessage roundTrip() {
+    return QDBusMessage::createMethodCall(kBus, kBusPath, kBus, QStringLiteral("GetId"));
+}
 
 void sayThatThereIsNoBus(const QString& reason) {
     SystemLog::standard().write("no session bus (" + reason.toStdString() +
@@ -105,8 +115,21 @@ void NotificationBus::send(const DistributedNotification& notification) {
 
 void NotificationBus::flush() {
     if (isConnected()) {
-        connection_->call(QDBusMessage::createMethodCall(kBus, kBusPath, kBus, QStringLiteral("GetId")));
+        connection_->call(roundTrip(), QDBus::Block, kFlushPatience);
     }
+}
+
+void NotificationBus::afterDelivery(std::function<void()> then) {
+    if (!isConnected()) {
+        QMetaObject::invokeMethod(this, std::move(then), Qt::QueuedConnection);
+        return;
+    }
+    // Signals and answers reach this thread in the order in which the bus has sent them.
+    auto* const answer = new QDBusPendingCallWatcher(connection_->asyncCall(roundTrip(), kDeliveryPatience), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [answer, then = std::move(then)] {
+        answer->deleteLater();
+        then();
+    });
 }
 
 bool NotificationBus::acquireName(const QString& busName) {

@@ -40,8 +40,12 @@ public:
 
     void send(const DistributedNotification& notification);
 
-    /// Returns once the bus has taken everything that was sent.
+    /// Returns once the bus has taken everything that was sent; after a second at the latest.
     void flush();
+
+    /// Runs `then` from the event loop once everything that is on the bus now has been delivered here: after one round
+    /// trip. Where there is no bus, or it does not answer within five seconds, without that.
+    void afterDelivery(std::function<void()> then);
 
     /// False only when another process holds the name.
     bool acquireName(const QString& busName);

@@ -121,6 +121,10 @@ void QtApplication::setLaunchedHandler(std::function<void()> handler) {
     launchedHandler_ = std::move(handler);
 }
 
+void QtApplication::setEndingHandler(std::function<void()> handler) {
+    endingHandler_ = std::move(handler);
+}
+
 void QtApplication::terminate(const ApplicationDelegate*) {
     if (terminationCheck_ && !terminationCheck_()) {
         return;
@@ -147,6 +151,9 @@ void QtApplication::run() {
     QCoreApplication::exec();
     if (delegate_) {
         delegate_->applicationWillTerminate();
+    }
+    if (endingHandler_) {
+        endingHandler_();
     }
     std::exit(EXIT_SUCCESS);
 }

@@ -29,6 +29,9 @@ public:
     /// What runs at once when the application terminates on request, before the events that are still queued.
     void setTerminationHandler(std::function<void()> handler);
 
+    /// What runs last of all before the process ends through its exit handlers, however it was asked to.
+    void setEndingHandler(std::function<void()> handler);
+
     /// What runs once the delegate has heard that launching has finished.
     void setLaunchedHandler(std::function<void()> handler);
 
@@ -44,6 +47,7 @@ private:
     std::function<bool()> terminationCheck_;
     std::function<void()> terminationHandler_;
     std::function<void()> launchedHandler_;
+    std::function<void()> endingHandler_;
 };
 
 }  // namespace platform::qt

@@ -109,6 +109,14 @@ void QtDistributedNotificationCenter::stopDelivering() {
     bus_->connection.setPostedHandler(nullptr);
 }
 
+void QtDistributedNotificationCenter::flush() {
+    bus_->connection.flush();
+}
+
+void QtDistributedNotificationCenter::afterDelivery(std::function<void()> then) {
+    bus_->connection.afterDelivery(std::move(then));
+}
+
 void QtDistributedNotificationCenter::runOnBusThread(std::function<void()> work) {
     bus_->connection.runOnBusThread(std::move(work));
 }

@@ -47,6 +47,13 @@ public:
     /// launch that gets no answer from it takes its place.
     void stopDelivering();
 
+    /// Returns once the bus has taken everything that was posted; after a second at the latest.
+    void flush();
+
+    /// Runs `then` from the event loop once everything that other processes had sent before this call has been
+    /// delivered. Where there is no bus, or it does not answer within five seconds, without that.
+    void afterDelivery(std::function<void()> then);
+
     /// Runs `work` later, on the thread on which Qt reads from all of this process's buses. Never where there is no
     /// bus.
     void runOnBusThread(std::function<void()> work);

@@ -118,6 +118,23 @@ TEST(ThreadSerialQueueTest, TheThreadCarriesTheFirst15BytesOfTheLabel) {
     EXPECT_STREQ(name.data(), "ktrmp4recording");
 }
 
+TEST(ThreadSerialQueueTest, ATaskMayHoldTheLastReferenceToItsQueue) {
+    std::promise<void> ended;
+    auto queue = std::make_shared<ThreadSerialQueue>("own");
+    std::promise<void> letGo;
+    bool ranLater = false;
+    queue->async([&, held = queue]() mutable {
+        letGo.get_future().wait();
+        held->async([&] { ranLater = true; });
+        held->async([&] { ended.set_value(); });
+        held = nullptr;
+    });
+    queue = nullptr;
+    letGo.set_value();
+    ended.get_future().wait();
+    EXPECT_TRUE(ranLater) << "what was put already runs";
+}
+
 TEST(ThreadSerialQueueTest, TheMakerMakesSeparateQueues) {
     platform::ThreadSerialQueueMaker maker;
     std::thread::id first;

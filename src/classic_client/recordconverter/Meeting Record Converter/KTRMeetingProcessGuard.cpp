@@ -31,11 +31,14 @@ void KTRMeetingProcessGuard::startGuardTimer() {
     if (guardTimer_) {
         return;
     }
-    heldByTimer_ = shared_from_this();
-    guardTimer_ = runLoop_.scheduleRepeatingTimer(guardInterval_, [this] {
-        // A crash stops the timer, and with it what kept this guard alive.
-        const auto self = shared_from_this();
-        onGuardTimer(guardTimer_);
+    // Each timer holds its guard by itself until it is stopped, also one that `guardTimer_` no longer names.
+    const auto hold = std::make_shared<std::shared_ptr<KTRMeetingProcessGuard>>(shared_from_this());
+    timerHold_ = hold;
+    guardTimer_ = runLoop_.scheduleRepeatingTimer(guardInterval_, [hold] {
+        // A crash stops the timer, and with it what holds this guard.
+        if (const auto self = *hold) {
+            self->onGuardTimer(self->guardTimer_);
+        }
     });
 }
 
@@ -43,8 +46,9 @@ void KTRMeetingProcessGuard::stopGuardTimer() {
     if (guardTimer_ && guardTimer_->isValid()) {
         guardTimer_->invalidate();
         guardTimer_ = nullptr;
+        const auto hold = timerHold_.lock();
         // Last: this may be the guard's end.
-        const auto self = std::exchange(heldByTimer_, nullptr);
+        const auto self = hold ? std::exchange(*hold, nullptr) : nullptr;
     }
 }
 

@@ -87,6 +87,6 @@ private:
     std::shared_ptr<platform::Timer> guardTimer_;
     std::uint64_t failureCounter_ = 0;
     std::uint64_t maxFailureCount_ = 5;
-    // This guard itself, while its timer runs.
-    std::shared_ptr<KTRMeetingProcessGuard> heldByTimer_;
+    // What the timer started last holds this guard by.
+    std::weak_ptr<std::shared_ptr<KTRMeetingProcessGuard>> timerHold_;
 };

@@ -21,18 +21,22 @@ void KTRMeetingRecordConverter::convertsRecordItem(std::shared_ptr<KTRMeetingRec
     }
     recordItem_ = std::move(item);
     reportConvertingStarted();
-    converterProxy_->ConvertRecord(recordItem_->srcPath().c_str(), recordItem_->dstPath().c_str());
+    // A report may make the runner begin with the next item, on another thread, before this one has returned.
+    const auto converted = recordItem_;
+    converterProxy_->ConvertRecord(converted->srcPath().c_str(), converted->dstPath().c_str());
 }
 
 void KTRMeetingRecordConverter::reportConvertingStarted() {
     if (const auto delegate = delegate_.lock()) {
-        delegate->meetingRecordConverterDidStartConvertingRecordItem(*this, recordItem_);
+        const auto item = recordItem_;
+        delegate->meetingRecordConverterDidStartConvertingRecordItem(*this, item);
     }
 }
 
 void KTRMeetingRecordConverter::reportConvertingProgress(float progress) {
     if (const auto delegate = delegate_.lock()) {
-        delegate->meetingRecordConverterUpdatesConvertingProgressForRecordItem(*this, double{progress}, recordItem_);
+        const auto item = recordItem_;
+        delegate->meetingRecordConverterUpdatesConvertingProgressForRecordItem(*this, double{progress}, item);
     }
     if (progress >= 100.0F) {
         reportConvertingStopped();
@@ -41,17 +45,19 @@ void KTRMeetingRecordConverter::reportConvertingProgress(float progress) {
 
 void KTRMeetingRecordConverter::reportConvertingError(int error) {
     if (const auto delegate = delegate_.lock()) {
-        delegate->meetingRecordConverterHitsConvertingErrorForRecordItem(*this, error, recordItem_);
+        const auto item = recordItem_;
+        delegate->meetingRecordConverterHitsConvertingErrorForRecordItem(*this, error, item);
     }
 }
 
 void KTRMeetingRecordConverter::reportConvertingStopped() {
     const auto delegate = delegate_.lock();
-    if (!delegate || !delegate->meetingRecordConverterShouldKeepIntermediateItem(*this, recordItem_)) {
-        deleteIntermediateItem(*recordItem_);
+    const auto item = recordItem_;
+    if (!delegate || !delegate->meetingRecordConverterShouldKeepIntermediateItem(*this, item)) {
+        deleteIntermediateItem(*item);
     }
     if (delegate) {
-        delegate->meetingRecordConverterDidStopConvertingRecordItem(*this, recordItem_);
+        delegate->meetingRecordConverterDidStopConvertingRecordItem(*this, item);
     }
 }
 

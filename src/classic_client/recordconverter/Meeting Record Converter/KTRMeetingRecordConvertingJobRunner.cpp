@@ -53,7 +53,8 @@ std::shared_ptr<KTRMeetingRecordItem> KTRMeetingRecordConvertingJobRunner::popFr
 
 void KTRMeetingRecordConvertingJobRunner::runNextJob() {
     MacInfoTrace2("RecordConverter", "%s: ... ", "-[KTRMeetingRecordConvertingJobRunner runNextJob]");
-    convertQueue_->async([this] { runJobStep(); });
+    // The step holds the runner, so that a conversion under way never finds its delegate gone.
+    convertQueue_->async([self = shared_from_this()] { self->runJobStep(); });
 }
 
 void KTRMeetingRecordConvertingJobRunner::runJobStep() {
@@ -74,7 +75,7 @@ void KTRMeetingRecordConvertingJobRunner::convertItem(const std::shared_ptr<KTRM
 void KTRMeetingRecordConvertingJobRunner::reCreateConverter() {
     converter_.reset();
     converter_ = std::make_unique<KTRMeetingRecordConverter>(fileManager_);
-    converter_->setDelegate(weak_from_this().lock());
+    converter_->setDelegate(shared_from_this());
 }
 
 void KTRMeetingRecordConvertingJobRunner::meetingRecordConverterDidStartConvertingRecordItem(

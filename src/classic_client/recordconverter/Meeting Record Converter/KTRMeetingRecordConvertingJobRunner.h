@@ -111,6 +111,7 @@ private:
     std::atomic<std::size_t> waitingCount_ = 0;
     std::atomic<bool> hasJobRunning_ = false;
     std::unique_ptr<KTRMeetingRecordConverter> converter_;
-    // Last: its end waits for the step under way, which uses everything above.
+    // Last: its end waits for the steps that are queued, which use everything above. They hold the runner, so its end
+    // may come on this very queue.
     std::unique_ptr<platform::DispatchQueue> convertQueue_;
 };

@@ -30,7 +30,7 @@ KTRMeetingRecordConvertingQueue::~KTRMeetingRecordConvertingQueue() = default;
 KTRMeetingRecordConverter& KTRMeetingRecordConvertingQueue::converter() {
     if (!converter_) {
         converter_ = std::make_unique<KTRMeetingRecordConverter>(fileManager_);
-        converter_->setDelegate(weak_from_this().lock());
+        converter_->setDelegate(shared_from_this());
     }
     return *converter_;
 }

@@ -24,15 +24,19 @@
 #include "platform/qt/QtWorkspace.h"
 #include "platform/qt/WorkInhibitor.h"
 #include "platform/ui/Image.h"
+#include "recordkeeping/Recordkeeper.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "setAppLocale.h"
 #include "uilib/qt/QtAuroraBubbleMaker.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace {
 
@@ -89,19 +93,28 @@ struct Providers {
     uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
     platform::qt::OwnScope ownScope;
     platform::qt::WorkInhibitor inhibitor{"Record converter", "Converting a meeting recording to MP4"};
+    recordkeeping::Recordkeeper recordkeeper{asPlatform(), conversionQueues, [this](std::function<void()> then) {
+                                                 distributedCenter.afterDelivery(std::move(then));
+                                             }};
 };
 
 void mindTheSession(Providers& providers) {
     // Whoever started the converter waits for its first word; these can come behind it.
     providers.application.setLaunchedHandler([&] {
+        providers.recordkeeper.noteLaunched();
         providers.ownScope.ask(kMeetingRecordConverterBundleIdentifier);
         providers.bubbleMaker.prepare();
     });
-    providers.conversionQueues.setBusyHandler(
-        [&](bool busy) { busy ? providers.inhibitor.hold() : providers.inhibitor.release(); });
+    providers.conversionQueues.setBusyHandler([&](bool busy) {
+        busy ? providers.inhibitor.hold() : providers.inhibitor.release();
+        if (!busy) {
+            providers.recordkeeper.noteIdle();
+        }
+    });
     // A quit check that was begun just before a recording came in would end the process in the middle of it. The check
     // asks again each second, so none is lost.
-    providers.application.setTerminationCheck([&] { return !providers.conversionQueues.isBusy(); });
+    providers.application.setTerminationCheck([&] { return providers.recordkeeper.mayTerminate(); });
+    providers.exitWatch.setGoneHandler([&](std::int32_t processId) { providers.recordkeeper.noteGone(processId); });
     // A converter that goes on waiting for a meeting has no use for what the bubbles' many small blocks have left
     // behind.
     providers.bubbleMaker.setAllGoneHandler([&] {
@@ -110,6 +123,8 @@ void mindTheSession(Providers& providers) {
         providers.distributedCenter.runOnBusThread(platform::returnFreedMemory);
     });
     providers.application.setTerminationHandler([&] { providers.distributedCenter.stopDelivering(); });
+    // What was acknowledged a moment ago is still on its way to the bus.
+    providers.application.setEndingHandler([&] { providers.distributedCenter.flush(); });
 }
 
 /// True when another converter runs and has been given what this launch was to do.
@@ -145,6 +160,9 @@ int main(int argc, char* argv[]) {
         return EXIT_SUCCESS;
     }
     mindTheSession(providers);
-    providers.application.setDelegate(std::make_shared<AppDelegate>(providers.asPlatform(), providers.bubbleMaker));
+    const auto application =
+        std::make_shared<AppDelegate>(providers.recordkeeper.platformForApplication(), providers.bubbleMaker);
+    providers.recordkeeper.setApplication(application);
+    providers.application.setDelegate(application);
     providers.application.run();
 }

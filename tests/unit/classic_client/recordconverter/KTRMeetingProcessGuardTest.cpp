@@ -223,6 +223,23 @@ TEST_F(KTRMeetingProcessGuardTest, ARunningTimerKeepsTheGuardAliveUntilItIsStopp
     EXPECT_EQ(systemLog.lines().back(), "-[KTRMeetingProcessGuard dealloc]");
 }
 
+TEST_F(KTRMeetingProcessGuardTest, ATimerThatWasReplacedStillHoldsItsGuard) {
+    guard->guardIt();
+    const auto first = guard->guardTimer();
+    guard->setGuardTimer(nullptr);
+    guard->guardIt();
+    guard->cancel();
+    const std::weak_ptr<KTRMeetingProcessGuard> watched = guard;
+    guard = nullptr;
+    ASSERT_TRUE(first->isValid());
+    runLoop.advance(1s);
+    EXPECT_FALSE(watched.expired()) << "the timer ticks, so what it calls must be there";
+    runLoop.advance(9s);
+    EXPECT_EQ(polls->log.back(), "crash of 4711");
+    watched.lock()->setGuardTimer(first);
+    watched.lock()->cancel();
+}
+
 TEST_F(KTRMeetingProcessGuardTest, ItsEndIsLogged) {
     guard = nullptr;
     EXPECT_EQ(systemLog.lines(), (Log{"-[KTRMeetingProcessGuard initWithMeetingProcessId:]: pid = 4711",

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/DistributedNotificationCenter.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace recordkeeping {
+
+/// The application's notification center: passes everything on to and from the real one, lets its owner look at each
+/// notification before and after the application has handled it, and lets its owner speak to the application as a
+/// meeting client does. Main thread.
+class TappedNotificationCenter final : public platform::DistributedNotificationCenter {
+public:
+    using Hook = std::function<void(const platform::DistributedNotification&)>;
+
+    /// `center` outlives this object.
+    explicit TappedNotificationCenter(platform::DistributedNotificationCenter& center) : center_(center) {}
+
+    void addObserver(const void* observer, const std::string& name, Callback callback) override;
+    void removeObserver(const void* observer) override;
+    void postNotification(const platform::DistributedNotification& notification) override;
+
+    /// `before` runs before an observer gets a notification from the bus, `after` once it has returned.
+    void setHooks(Hook before, Hook after);
+
+    /// Gives `notification` to the application's observers at once, without the hooks. Nothing that they post meanwhile
+    /// reaches the bus: no process is waiting for an answer.
+    void speak(const platform::DistributedNotification& notification);
+
+private:
+    struct Registration {
+        const void* observer;
+        std::string name;
+        Callback callback;
+    };
+
+    platform::DistributedNotificationCenter& center_;
+    std::vector<std::shared_ptr<Registration>> registrations_;
+    Hook before_;
+    Hook after_;
+    bool isSpeaking_ = false;
+};
+
+}  // namespace recordkeeping

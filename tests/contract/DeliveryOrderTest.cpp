@@ -1,0 +1,56 @@
+/// What a process has sent on the bus comes before the news of its end.
+
+#include "contract/EventLoop.h"
+#include "platform/linux/PidfdProcessExitWatch.h"
+#include "platform/qt/QtDistributedNotificationCenter.h"
+#include "platform/qt/QtRunLoop.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <optional>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using platform::DistributedNotification;
+using platform::qt::QtDistributedNotificationCenter;
+
+TEST(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
+    constexpr std::size_t count = 200;
+    QtDistributedNotificationCenter client;
+    QtDistributedNotificationCenter center;
+    std::size_t heard = 0;
+    center.addObserver(&heard, "Name", [&](const DistributedNotification&) { ++heard; });
+    for (std::size_t index = 0; index < count; ++index) {
+        client.postNotification({"Name", std::nullopt, std::nullopt});
+    }
+    client.flush();
+    std::optional<std::size_t> heardBefore;
+    center.afterDelivery([&] { heardBefore = heard; });
+    EXPECT_FALSE(heardBefore) << "never inside the call";
+    ASSERT_TRUE(test::turnUntil([&] { return heardBefore.has_value(); }));
+    EXPECT_EQ(*heardBefore, count);
+}
+
+TEST(DeliveryOrder, IdsThatNameNoProcessAreToldAtOnce) {
+    platform::qt::QtRunLoop runLoop;
+    platform::PidfdProcessExitWatch watch(runLoop);
+    std::vector<std::int32_t> gone;
+    watch.setGoneHandler([&](std::int32_t processId) { gone.push_back(processId); });
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    const auto silent = [](std::int32_t) { ADD_FAILURE() << "only the handler is told"; };
+    watch.watch(child, silent);
+    watch.watch(0, silent);
+    watch.watch(-1, silent);
+    watch.watch(getpid(), silent);
+    EXPECT_EQ(gone, (std::vector<std::int32_t>{child, 0, -1}));
+}
+
+}  // namespace
