@@ -6,15 +6,24 @@
 
 namespace mediatest {
 
+namespace {
+
+void* symbolOfLibrary(const char* name) {
+    static void* const library = dlopen(shippedLibrary().c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) {
+        throw std::runtime_error(dlerror());
+    }
+    return dlsym(library, name);
+}
+
+}  // namespace
+
 CreateFunction shippedConverter() {
-    static const CreateFunction function = [] {
-        void* const library = dlopen(shippedLibrary().c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) {
-            throw std::runtime_error(dlerror());
-        }
-        return reinterpret_cast<CreateFunction>(dlsym(library, "CreateMediaConverter"));
-    }();
-    return function;
+    return reinterpret_cast<CreateFunction>(symbolOfLibrary("CreateMediaConverter"));
+}
+
+RemoveFunction shippedRemoval() {
+    return reinterpret_cast<RemoveFunction>(symbolOfLibrary("RemoveConvertedSource"));
 }
 
 std::string shippedLibrary() {

@@ -13,6 +13,10 @@ using CreateFunction = int (*)(zed::IZedMediaConverter**, zed::IZedMediaConverte
 /// CreateMediaConverter of the library that ships, as this build made it.
 CreateFunction shippedConverter();
 
+/// RemoveConvertedSource of that library.
+using RemoveFunction = int (*)(const char*, char*, std::size_t);
+RemoveFunction shippedRemoval();
+
 /// The file of that library.
 std::string shippedLibrary();
 

@@ -30,7 +30,7 @@ ConversionJob::ConversionJob(JobOwner& owner, std::string source, std::string de
     : owner_(owner), sourcePath_(std::move(source)), destinationPath_(std::move(destination)) {}
 
 void ConversionJob::run() {
-    const SourceFile source(sourcePath_);
+    const SourceFile& source = source_.emplace(sourcePath_);
     OutputFile output(destinationPath_, source.status());
     if (source.isOpenForWriting()) {
         note("another program still has the recording open for writing");

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace mediaconverter {
 
@@ -20,6 +21,9 @@ public:
     /// trace of it.
     void run();
 
+    /// The recording that run() has converted; after run() has returned, once.
+    SourceFile takeSource() noexcept { return std::move(*source_); }
+
 private:
     void runWorker(const SourceFile& source, const OutputFile& output);
     bool waitForMessage(WorkerProcess& worker);
@@ -32,6 +36,7 @@ private:
     JobOwner& owner_;
     const std::string sourcePath_;
     const std::string destinationPath_;
+    std::optional<SourceFile> source_;
     std::optional<std::string> damage_;
     int silentSeconds_ = 0;
     std::optional<std::uint64_t> lastProcessorTime_;

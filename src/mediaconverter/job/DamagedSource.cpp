@@ -1,6 +1,7 @@
 #include "mediaconverter/job/DamagedSource.h"
 
 #include "mediaconverter/job/JobFailure.h"
+#include "mediaconverter/job/SecondName.h"
 
 #include <fcntl.h>
 
@@ -13,24 +14,6 @@ namespace mediaconverter {
 namespace {
 
 using enum ConversionError;
-
-std::string damagedName(const std::string& path, int number) {
-    const auto slash = path.rfind('/');
-    const std::string folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-    std::string stem = slash == std::string::npos ? path : path.substr(slash + 1);
-    std::string extension;
-    if (const auto dot = stem.rfind('.'); dot != std::string::npos && dot != 0) {
-        extension = stem.substr(dot);
-        stem.erase(dot);
-    }
-    const std::string mark = number == 1 ? " (damaged)" : " (damaged " + std::to_string(number) + ")";
-    // A name holds 255 bytes; one that is full already gives up the end of its stem.
-    if (const std::size_t length = stem.size() + mark.size() + extension.size(); length > 255) {
-        const std::size_t excess = length - 255;
-        stem.resize(stem.size() > excess ? stem.size() - excess : 0);
-    }
-    return folder + stem + mark + extension;
-}
 
 bool writeAll(int descriptor, const char* bytes, std::size_t length) {
     while (length > 0) {
@@ -50,7 +33,7 @@ bool writeAll(int descriptor, const char* bytes, std::size_t length) {
 
 DamagedSource::DamagedSource(const SourceFile& source) {
     for (int number = 1; number < 100; ++number) {
-        path_ = damagedName(source.path(), number);
+        path_ = secondName(source.path(), "damaged", number);
         if (linkTo(source, path_)) {
             syncFolder();
             return;

@@ -69,12 +69,15 @@ int MediaConverter::Convert(const char* source, const char* destination, int tra
 }
 
 int MediaConverter::runJob(const char* source, const char* destination, int tracks, int container) {
+    converted_.forget();
     try {
         if (source == nullptr || destination == nullptr || *source == '\0' || *destination == '\0' ||
             tracks != bothTracks || container != mp4Container) {
             throw JobFailure(ConversionError::badRequest);
         }
-        ConversionJob(*this, source, destination).run();
+        ConversionJob job(*this, source, destination);
+        job.run();
+        converted_.remember(job.takeSource());
     } catch (const JobFailure& failure) {
         return report(source, failure.error, failure.detail);
     } catch (const std::bad_alloc&) {

@@ -2,6 +2,7 @@
 
 #include "mediaconverter/ConversionError.h"
 #include "mediaconverter/IZedMediaConverter.h"
+#include "mediaconverter/job/ConvertedSource.h"
 #include "mediaconverter/job/JobOwner.h"
 
 #include <atomic>
@@ -42,6 +43,7 @@ private:
     int report(const char* source, ConversionError error, const std::string& detail);
 
     zed::IZedMediaConverterSink& sink_;
+    ConvertedSource converted_;
     std::mutex mutex_;
     std::condition_variable ended_;
     std::thread::id converting_;

@@ -1,5 +1,6 @@
 #include "mediaconverter/job/SourceFile.h"
 
+#include "mediaconverter/job/FileIdentity.h"
 #include "mediaconverter/job/JobFailure.h"
 
 #include <fcntl.h>
@@ -30,11 +31,6 @@ ConversionError errorOfOpening(int number) {
     default:
         return sourceNotOpened;
     }
-}
-
-bool isSameContent(const struct stat& a, const struct stat& b) {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
-           a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include "KTRMeetingRecordItem.h"
 #include "mediaconverter/ConversionError.h"
 #include "mediaconverter/IZedMediaConverter.h"
-#include "platform/FileManager.h"
+#include "mediaconverter/providers/ConvertedFileManager.h"
 #include "tools/convert-recording/OpenForWriting.h"
 #include "tools/convert-recording/StandardErrorCapture.h"
 
@@ -84,7 +84,7 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
         return outcome;
     }
 
-    platform::PosixFileManager fileManager;
+    mediaconverter::ConvertedFileManager fileManager;
     const KTRMeetingRecordItem item(0, outcome.source, fileManager);
     Sink sink(progress_);
     zed::IZedMediaConverter* converter = nullptr;
@@ -96,20 +96,17 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
     StandardErrorCapture capture;
     converter->Convert(item.srcPath().c_str(), item.dstPath().c_str(), 3, 4);
     outcome.error = sink.waitForEnd();
-    converter->Release();
-    if (outcome.error != 0) {
+    if (outcome.error == 0) {
+        outcome.kind = Outcome::Kind::converted;
+        outcome.destination = item.dstPath();
+        if (!options_.keep) {
+            outcome.text = fileManager.removeItemAtPath(outcome.source).value_or("");
+        }
+    } else {
         outcome.text = sentenceOf(outcome.error);
     }
+    // Only now: until then the media converter knows which file it has converted.
+    converter->Release();
     sort(capture.lines(), outcome);
-    if (outcome.error != 0) {
-        return outcome;
-    }
-    outcome.kind = Outcome::Kind::converted;
-    outcome.destination = item.dstPath();
-    if (!options_.keep) {
-        if (const auto failure = fileManager.removeItemAtPath(outcome.source)) {
-            outcome.text = "the recording stays: " + *failure;
-        }
-    }
     return outcome;
 }

@@ -2,8 +2,8 @@
 
 #include "AppDelegate.h"
 #include "KTRAppLaunchingEnv.h"
+#include "mediaconverter/providers/ConvertedFileManager.h"
 #include "platform/BusySerialQueueMaker.h"
-#include "platform/FileManager.h"
 #include "platform/IntegerReading.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PathOperations.h"
@@ -87,7 +87,8 @@ struct Providers {
     platform::NotificationCenter notificationCenter;
     platform::PidfdProcessExitWatch exitWatch{runLoop};
     platform::MainProcessInformation processInformation;
-    platform::PosixFileManager fileManager;
+    mediaconverter::ConvertedFileManager fileManager{
+        [](const std::string& text) { platform::SystemLog::standard().write(text); }};
     platform::qt::QtStatusBar statusBar;
     platform::qt::QtWorkspace workspace;
     uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
