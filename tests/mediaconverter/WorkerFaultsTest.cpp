@@ -37,12 +37,16 @@ protected:
         ASSERT_EQ(::chmod(worker().c_str(), 0755), 0);
     }
 
-    void expectErrorOfWorker(ConversionError error) {
+    void convertWithOwnWorker() {
         library_ = dlopen(application_.file("lib/libmediaconverter.so").c_str(), RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(library_, nullptr);
         const auto create = reinterpret_cast<CreateFunction>(dlsym(library_, "CreateMediaConverter"));
-        testing::internal::CaptureStderr();
         make(create, sink_)->Convert(source_.c_str(), destination().c_str(), 3, 4);
+    }
+
+    void expectErrorOfWorker(ConversionError error) {
+        testing::internal::CaptureStderr();
+        convertWithOwnWorker();
         const std::string log = testing::internal::GetCapturedStderr();
         EXPECT_EQ(sink_.onlyError(), static_cast<int>(error)) << log;
         EXPECT_NE(log.find(mediaconverter::sentence(error)), std::string::npos) << log;
@@ -103,6 +107,104 @@ TEST_F(WorkerFaultsTest, SaysDoneAndCrashes) {
 TEST_F(WorkerFaultsTest, SaysDoneAndGoesOnTalking) {
     writeWorker("printf '\\004\\000\\000\\000' >&5; head -c 1020 /dev/zero >&5");
     expectErrorOfWorker(workerNonsense);
+}
+
+/// A worker that calls whatever is in the file "result" a finished MP4.
+class FalseResultTest : public WorkerFaultsTest {
+protected:
+    FalseResultTest() {
+        RecordingSink sink;
+        convert(source_, destination(), sink);
+        whole_ = contentOf(destination());
+        fs::remove(destination());
+    }
+
+    void saysDoneWith(const std::string& result) {
+        writeFile(application_.file("result"), result);
+        writeWorker("cat '" + application_.file("result") +
+                    "' >&4; printf '\\004\\000\\000\\000' >&5; head -c 508 /dev/zero >&5");
+    }
+
+    void expectRefusal(const std::string& result) {
+        saysDoneWith(result);
+        expectErrorOfWorker(proofFailed);
+    }
+
+    std::size_t at(const std::string& box) const { return whole_.find(box) - 4; }
+    std::string dataBox() const { return whole_.substr(at("mdat")); }
+
+    std::string whole_;
+};
+
+TEST_F(FalseResultTest, AWholeMp4IsPublished) {
+    saysDoneWith(whole_);
+    convertWithOwnWorker();
+    EXPECT_TRUE(sink_.isSuccess());
+    EXPECT_TRUE(contentOf(destination()) == whole_);
+}
+
+TEST_F(FalseResultTest, AnEmptyFile) {
+    expectRefusal("");
+}
+
+TEST_F(FalseResultTest, AText) {
+    expectRefusal("All is well: this is your recording.\n");
+}
+
+TEST_F(FalseResultTest, ABeginningOnly) {
+    expectRefusal(whole_.substr(0, whole_.size() - 1));
+}
+
+TEST_F(FalseResultTest, BytesAfterTheEnd) {
+    expectRefusal(whole_ + "PK\3\4");
+}
+
+TEST_F(FalseResultTest, AnotherBoxAfterTheEnd) {
+    expectRefusal(whole_ + std::string("\0\0\0\x0C"
+                                       "meta"
+                                       "abcd",
+                                       12));
+}
+
+TEST_F(FalseResultTest, NoFileType) {
+    expectRefusal(whole_.substr(at("moov")));
+}
+
+TEST_F(FalseResultTest, NoIndex) {
+    expectRefusal(whole_.substr(0, at("moov")) + dataBox());
+}
+
+TEST_F(FalseResultTest, TheIndexAfterTheData) {
+    const std::string index = whole_.substr(at("moov"), at("mdat") - at("moov"));
+    expectRefusal(whole_.substr(0, at("moov")) + dataBox() + index);
+}
+
+TEST_F(FalseResultTest, NoData) {
+    expectRefusal(whole_.substr(0, at("mdat")));
+}
+
+TEST_F(FalseResultTest, AnIndexWithoutTracks) {
+    std::string result = whole_;
+    for (auto track = result.find("trak"); track != std::string::npos; track = result.find("trak", track)) {
+        result.replace(track, 4, "free");
+    }
+    expectRefusal(result);
+}
+
+TEST_F(FalseResultTest, DataWithoutAnEnd) {
+    std::string result = whole_;
+    result.replace(at("mdat"), 4, std::string(4, '\0'));
+    expectRefusal(result);
+}
+
+TEST_F(FalseResultTest, MoreBoxesThanAnyMp4Has) {
+    std::string result = whole_.substr(0, at("moov"));
+    for (int count = 0; count < 2000; ++count) {
+        result += std::string("\0\0\0\x08"
+                              "free",
+                              8);
+    }
+    expectRefusal(result + whole_.substr(at("moov")));
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take more than any limit by themselves

@@ -3,6 +3,7 @@
 #include "mediaconverter/job/DamagedSource.h"
 #include "mediaconverter/job/JobFailure.h"
 #include "mediaconverter/job/JobLog.h"
+#include "mediaconverter/job/Mp4Structure.h"
 
 #include <poll.h>
 #include <sys/wait.h>
@@ -37,6 +38,7 @@ void ConversionJob::run() {
     }
     owner_.jobProgress(0);
     runWorker(source, output);
+    requireWholeMp4(output.descriptor());
     owner_.jobProgress(workerPercent);
     source.requireUnchanged();
     requireNotAbandoned();
