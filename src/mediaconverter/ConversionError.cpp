@@ -56,6 +56,7 @@ constexpr std::array entries = {
     Entry{workerHung, "the conversion program made no progress"},
     Entry{workerOutOfMemory, "the conversion program needed more memory than it may use"},
     Entry{workerNonsense, "the conversion program sent what cannot be understood"},
+    Entry{workerOverBudget, "the conversion program used more processor time than the recording can need"},
 };
 
 }  // namespace

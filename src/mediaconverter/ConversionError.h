@@ -56,6 +56,7 @@ enum class ConversionError : int {
     workerHung = 82,
     workerOutOfMemory = 83,
     workerNonsense = 84,
+    workerOverBudget = 85,
 };
 
 /// One plain sentence without a full stop, for the system log; never null, whatever the value.

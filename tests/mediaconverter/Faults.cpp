@@ -2,7 +2,9 @@
 //   FAULT=who:call:n:errno[:all]   who is "library" or "worker", "all" lets every call from the n-th on fail
 //   FAULT_HIT=path                 a file that gets a byte for every fault that has happened
 //   CLOCK_BACK=1                   the time of day goes back by an hour with every look at it
-// Only calls on regular files and pipes that the conversion itself makes are counted.
+//   NO_UNNAMED_FILES=1, NO_RENAME_NOREPLACE=1   a file system without them
+// Only calls on regular files and pipes that the conversion itself makes are counted. The worker is given none of these
+// variables; it looks for them in its parent's environment.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,6 +15,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -39,12 +42,38 @@ struct Fault {
 
 Fault fault;
 
+bool isWorker = false;
+bool clockGoesBack = false;
+char environmentOfParent[65536];
+
+void readEnvironmentOfParent() {
+    char path[32] = {};
+    static_cast<void>(std::snprintf(path, sizeof path, "/proc/%d/environ", static_cast<int>(::getppid())));
+    const auto file = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, O_RDONLY));
+    static_cast<void>(::syscall(SYS_read, file, environmentOfParent, sizeof environmentOfParent - 2));
+    ::syscall(SYS_close, file);
+}
+
+const char* setting(const char* name) {
+    const std::size_t length = std::strlen(name);
+    for (const char* entry = environmentOfParent; isWorker && *entry != '\0'; entry += std::strlen(entry) + 1) {
+        if (std::strncmp(entry, name, length) == 0 && entry[length] == '=') {
+            return entry + length + 1;
+        }
+    }
+    return std::getenv(name);
+}
+
 __attribute__((constructor)) void readFault() {
-    const char* const text = std::getenv("FAULT");
+    isWorker = std::strstr(program_invocation_short_name, "worker") != nullptr;
+    if (isWorker) {
+        readEnvironmentOfParent();
+    }
+    clockGoesBack = setting("CLOCK_BACK") != nullptr;
+    const char* const text = setting("FAULT");
     if (text == nullptr) {
         return;
     }
-    const bool isWorker = std::strstr(program_invocation_short_name, "worker") != nullptr;
     const bool isOther = std::strcmp(program_invocation_short_name, "convert-one") != 0;
     const char* const wanted = isWorker ? "worker:" : isOther ? "nobody:" : "library:";
     if (std::strncmp(text, wanted, std::strlen(wanted)) != 0) {
@@ -58,7 +87,7 @@ __attribute__((constructor)) void readFault() {
     fault.error = static_cast<int>(std::strtol(rest + 1, &rest, 10));
     fault.all = *rest == ':';
     // Opened now: the worker may open nothing later. The number is beyond what it uses.
-    if (const char* const path = std::getenv("FAULT_HIT"); path != nullptr) {
+    if (const char* const path = setting("FAULT_HIT"); path != nullptr) {
         const auto made = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, O_CREAT | O_WRONLY, 0600));
         fault.hit = static_cast<int>(::syscall(SYS_fcntl, made, F_DUPFD_CLOEXEC, 900));
         ::syscall(SYS_close, made);
@@ -83,9 +112,8 @@ bool strikes(const char* call) {
 
 /// Seconds to take from the time of day at this look.
 time_t setBack() {
-    static const bool goesBack = std::getenv("CLOCK_BACK") != nullptr;
     static std::atomic<time_t> hours{0};
-    return goesBack ? 3600 * ++hours : 0;
+    return clockGoesBack ? 3600 * ++hours : 0;
 }
 
 bool isWrittenFile(int descriptor) {

@@ -3,7 +3,6 @@
 #include "mediaconverter/job/JobOwner.h"
 #include "mediaconverter/job/OutputFile.h"
 #include "mediaconverter/job/SourceFile.h"
-#include "mediaconverter/job/WorkerProcess.h"
 
 #include <optional>
 #include <string>
@@ -25,11 +24,6 @@ public:
     SourceFile takeSource() noexcept { return std::move(*source_); }
 
 private:
-    void runWorker(const SourceFile& source, const OutputFile& output);
-    bool waitForMessage(WorkerProcess& worker);
-    void requireSigns(WorkerProcess& worker);
-    void requireCleanEnd(WorkerProcess& worker, bool saidDone);
-    void take(const WorkerMessage& message);
     void requireNotAbandoned() const;
     void note(const std::string& text) const;
 
@@ -38,8 +32,6 @@ private:
     const std::string destinationPath_;
     std::optional<SourceFile> source_;
     std::optional<std::string> damage_;
-    int silentSeconds_ = 0;
-    std::optional<std::uint64_t> lastProcessorTime_;
 };
 
 }  // namespace mediaconverter

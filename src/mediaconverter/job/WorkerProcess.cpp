@@ -4,17 +4,22 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <sstream>
+#include <string_view>
+#include <vector>
 
 namespace mediaconverter {
 
@@ -61,83 +66,170 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
+/// What the worker's loader and a sanitizer's runtime read, and nothing else: the rest is the user's and of no use to a
+/// program that reads a stranger's file.
+std::vector<char*> workerEnvironment() {
+    std::vector<char*> kept;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string_view text(*entry);
+        const std::string_view name = text.substr(0, text.find('='));
+        if (name.starts_with("LD_") || name.ends_with("SAN_OPTIONS")) {
+            kept.push_back(*entry);
+        }
+    }
+    kept.push_back(nullptr);
+    return kept;
+}
+
+/// Killed workers that a file system holds. Nothing waits for them; they are reaped in passing.
+class Unreaped {
+public:
+    static void add(pid_t process) {
+        const std::lock_guard lock(mutex);
+        *std::find(processes.begin(), processes.end() - 1, 0) = process;
+    }
+
+    static void reap() {
+        const std::lock_guard lock(mutex);
+        for (pid_t& process : processes) {
+            if (process != 0 && ::waitpid(process, nullptr, WNOHANG) != 0) {
+                process = 0;
+            }
+        }
+    }
+
+private:
+    static inline std::mutex mutex;
+    static inline std::array<pid_t, 16> processes{};
+};
+
+/// How long a killed worker is waited for.
+constexpr int mostKillMilliseconds = 5000;
+
+/// Between the warning of the processor time's limit and its being enforced.
+constexpr rlim_t graceSeconds = 5;
+
 }  // namespace
 
-WorkerProcess::WorkerProcess(const std::string& program, int source, int output) {
+WorkerProcess::WorkerProcess(const std::string& program, const SourceFile& source, int output) {
+    Unreaped::reap();
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) {
+    if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         throw JobFailure::ofSystem(ConversionError::workerMissing, errno);
     }
     report_ = UniqueDescriptor(ends[0]);
     const UniqueDescriptor writeEnd(ends[1]);
-    const UniqueDescriptor movedSource = movedUp(source);
+    // The worker's end waits where the pipe is full.
+    static_cast<void>(::fcntl(writeEnd.get(), F_SETFL, 0));
+    const UniqueDescriptor movedSource = movedUp(source.descriptor());
     UniqueDescriptor movedOutput = movedUp(output);
     const UniqueDescriptor movedReport = movedUp(writeEnd.get());
+    start(program, movedSource.get(), movedOutput.get(), movedReport.get());
+    end_ = UniqueDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+    limitProcessorTime(processorBudget(source.status().st_size));
+    if (!movedOutput.close()) {
+        const int number = errno;
+        end();
+        throw JobFailure::ofSystem(ConversionError::closeFailed, number);
+    }
+}
 
+void WorkerProcess::start(const std::string& program, int source, int output, int report) {
     SpawnActions spawn;
     posix_spawn_file_actions_addopen(spawn.actions(), STDIN_FILENO, "/dev/null", O_RDWR, 0);
     posix_spawn_file_actions_adddup2(spawn.actions(), STDIN_FILENO, STDOUT_FILENO);
 #ifndef __SANITIZE_ADDRESS__  // a sanitizer's report must be seen
     posix_spawn_file_actions_adddup2(spawn.actions(), STDIN_FILENO, STDERR_FILENO);
 #endif
-    posix_spawn_file_actions_adddup2(spawn.actions(), movedSource.get(), descriptor::source);
-    posix_spawn_file_actions_adddup2(spawn.actions(), movedOutput.get(), descriptor::output);
-    posix_spawn_file_actions_adddup2(spawn.actions(), movedReport.get(), descriptor::report);
+    posix_spawn_file_actions_adddup2(spawn.actions(), source, descriptor::source);
+    posix_spawn_file_actions_adddup2(spawn.actions(), output, descriptor::output);
+    posix_spawn_file_actions_adddup2(spawn.actions(), report, descriptor::report);
     posix_spawn_file_actions_addclosefrom_np(spawn.actions(), descriptor::report + 1);
 
     std::string name = program;
     std::array<char*, 2> arguments = {name.data(), nullptr};
-    const int failed =
-        ::posix_spawn(&pid_, program.c_str(), spawn.actions(), spawn.attributes(), arguments.data(), environ);
+    std::vector<char*> environment = workerEnvironment();
+    pid_t process = -1;
+    const int failed = ::posix_spawn(&process, program.c_str(), spawn.actions(), spawn.attributes(), arguments.data(),
+                                     environment.data());
     if (failed != 0) {
-        pid_ = -1;
         throw JobFailure::ofSystem(ConversionError::workerMissing, failed);
     }
-    if (!movedOutput.close()) {
-        const int number = errno;
-        kill();
-        wait();
-        throw JobFailure::ofSystem(ConversionError::closeFailed, number);
+    pid_ = process;
+}
+
+void WorkerProcess::limitProcessorTime(rlim_t seconds) {
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_CPU, &limit);
+    limit.rlim_cur = std::min(limit.rlim_cur, seconds);
+    limit.rlim_max = std::min(limit.rlim_max, limit.rlim_cur + graceSeconds);
+    if (::prlimit(pid_, RLIMIT_CPU, &limit, nullptr) == 0) {
+        processorSeconds_ = limit.rlim_cur;
     }
 }
 
 WorkerProcess::~WorkerProcess() {
+    end();
+}
+
+void WorkerProcess::end() {
+    if (pid_ <= 0) {
+        return;
+    }
+    ::kill(pid_, SIGKILL);
+    pollfd ended = {end_.get(), POLLIN, 0};
+    for (int waited = 0; waited < mostKillMilliseconds && pid_ > 0; waited += 100) {
+        static_cast<void>(::poll(&ended, 1, 100));
+        static_cast<void>(tryWait());
+    }
     if (pid_ > 0) {
-        kill();
-        wait();
+        Unreaped::add(pid_);
     }
 }
 
-std::optional<WorkerMessage> WorkerProcess::read() {
-    WorkerMessage message;
-    auto* const bytes = reinterpret_cast<char*>(&message);
-    std::size_t have = 0;
-    while (have < sizeof message) {
-        const ssize_t got = ::read(report_.get(), bytes + have, sizeof message - have);
+std::optional<WorkerMessage> WorkerProcess::tryRead() {
+    auto* const bytes = reinterpret_cast<char*>(&message_);
+    while (have_ < sizeof message_) {
+        const ssize_t got = ::read(report_.get(), bytes + have_, sizeof message_ - have_);
         if (got > 0) {
-            have += static_cast<std::size_t>(got);
-        } else if (got == 0 || errno != EINTR) {
+            have_ += static_cast<std::size_t>(got);
+        } else if (got == 0) {
+            closed_ = true;
+            return std::nullopt;
+        } else if (errno != EINTR) {
+            closed_ = errno != EAGAIN;
             return std::nullopt;
         }
     }
-    message.text.back() = '\0';
-    return message;
+    have_ = 0;
+    message_.text.back() = '\0';
+    return message_;
 }
 
-void WorkerProcess::kill() {
-    if (pid_ > 0) {
-        ::kill(pid_, SIGKILL);
-    }
-}
-
-std::optional<int> WorkerProcess::wait() {
+std::optional<WorkerEnd> WorkerProcess::tryWait() {
+    WorkerEnd end;
     int status = 0;
+    rusage usage = {};
     pid_t ended = -1;
     do {
-        ended = ::waitpid(pid_, &status, 0);
+        ended = ::wait4(pid_, &status, WNOHANG, &usage);
     } while (ended < 0 && errno == EINTR);
+    if (ended == 0) {
+        return std::nullopt;
+    }
+    if (ended > 0) {
+        end.status = status;
+        end.processorSeconds = static_cast<rlim_t>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec +
+                                                   (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1'000'000);
+    }
     pid_ = -1;
-    return ended < 0 ? std::nullopt : std::optional(status);
+    return end;
+}
+
+bool WorkerProcess::isOverBudget(const WorkerEnd& end) const {
+    // A worker that did not heed the warning was killed some seconds later.
+    const int signal = end.status && WIFSIGNALED(*end.status) ? WTERMSIG(*end.status) : 0;
+    return signal == SIGXCPU || (signal == SIGKILL && end.processorSeconds >= processorSeconds_);
 }
 
 std::string WorkerProcess::statusFields() const {
@@ -150,8 +242,8 @@ std::string WorkerProcess::statusFields() const {
         return {};
     }
     // The program's name, in parentheses, may hold anything; the fields after it are plain.
-    const char* const behindName = std::strrchr(text.data(), ')');
-    return behindName == nullptr ? std::string() : std::string(behindName + 1);
+    const char* const afterName = std::strrchr(text.data(), ')');
+    return afterName == nullptr ? std::string() : std::string(afterName + 1);
 }
 
 std::optional<std::uint64_t> WorkerProcess::processorTime() const {
@@ -171,6 +263,12 @@ bool WorkerProcess::waitsForDisk() const {
     char state = '?';
     fields >> state;
     return state == 'D';
+}
+
+rlim_t processorBudget(std::int64_t size) {
+    constexpr rlim_t anyRecording = 600;
+    constexpr std::int64_t bytesPerSecond = 1000;
+    return anyRecording + static_cast<rlim_t>(std::max<std::int64_t>(size, 0) / bytesPerSecond);
 }
 
 std::string workerProgram() {

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "mediaconverter/job/JobOwner.h"
+#include "mediaconverter/job/OutputFile.h"
+#include "mediaconverter/job/SourceFile.h"
+#include "mediaconverter/job/WorkerProcess.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace mediaconverter {
+
+/// Runs one worker and believes it as little as possible: it may crash, stop in the middle of a message, flood the log,
+/// or never end. Every wait here has an end, and abandoning the job ends it at once. Lives on the converting thread.
+class WorkerSupervision {
+public:
+    /// `note` is given the worker's notes, a bounded number of them.
+    WorkerSupervision(JobOwner& owner, std::function<void(const std::string&)> note);
+
+    /// Returns when the worker has said that it is done and has ended well; gives back which parts of the source it
+    /// could not read. Throws JobFailure; the worker is dead then as well.
+    std::optional<std::string> run(const SourceFile& source, const OutputFile& output);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void waitForNews(const WorkerProcess& worker) const;
+    void takeMessages(WorkerProcess& worker);
+    void take(const WorkerMessage& message);
+    void takeProgress(float fraction);
+    void takeNote(const std::string& text);
+    void requireSigns(const WorkerProcess& worker);
+    void requireCleanEnd(const WorkerProcess& worker, const WorkerEnd& end) const;
+
+    JobOwner& owner_;
+    const std::function<void(const std::string&)> note_;
+    std::optional<std::string> damage_;
+    bool done_ = false;
+    bool hasClosedReports_ = false;
+    float furthest_ = 0;
+    int messages_ = 0;
+    int notes_ = 0;
+    Clock::time_point lastSign_ = Clock::now();
+    std::optional<std::uint64_t> lastProcessorTime_;
+};
+
+}  // namespace mediaconverter

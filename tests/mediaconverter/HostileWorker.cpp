@@ -1,0 +1,130 @@
+#include "mediaconverter/WorkerMessage.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+// A worker program that misbehaves; what it does is its argument. Tests put a script in the worker's place that
+// starts it with its descriptors.
+
+namespace {
+
+using mediaconverter::WorkerMessage;
+namespace given = mediaconverter::descriptor;
+
+void send(WorkerMessage::Kind kind, float fraction = 0, std::string_view text = {}) {
+    WorkerMessage message;
+    message.kind = kind;
+    message.fraction = fraction;
+    std::memcpy(message.text.data(), text.data(), text.size());
+    if (::write(given::report, &message, sizeof message) != static_cast<ssize_t>(sizeof message)) {
+        ::_exit(EXIT_FAILURE);
+    }
+}
+
+[[noreturn]] void stay() {
+    while (true) {
+        ::pause();
+    }
+}
+
+[[noreturn]] void compute() {
+    while (true) {
+        static_cast<void>(::getppid());
+    }
+}
+
+void sendHalfAMessage() {
+    const char bytes[200] = {};
+    static_cast<void>(!::write(given::report, bytes, sizeof bytes));
+}
+
+/// Reports as if it lived, and gets nowhere.
+[[noreturn]] void reportTheSameForEver() {
+    while (true) {
+        send(WorkerMessage::Kind::progress, 0.25F);
+        ::sleep(1);
+    }
+}
+
+/// While a child shares its memory, the process is in the sleep that no signal but a deadly one ends.
+void sleepUninterruptibly(unsigned seconds) {
+    const pid_t child = ::vfork();
+    if (child == 0) {
+        ::sleep(seconds);
+        ::_exit(0);
+    }
+}
+
+[[noreturn]] void flood(WorkerMessage::Kind kind, long count) {
+    for (long index = 0; index < count; ++index) {
+        send(kind, 0, "line " + std::to_string(index));
+    }
+    ::_exit(EXIT_FAILURE);
+}
+
+void reportLimits() {
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_CPU, &limit);
+    send(WorkerMessage::Kind::note, 0, "processor seconds " + std::to_string(limit.rlim_cur));
+}
+
+void reportEnvironment() {
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        send(WorkerMessage::Kind::note, 0, std::string("environment ").append(*entry).substr(0, 400));
+    }
+}
+
+void goBackAndForth() {
+    for (const float fraction : {0.5F, 0.2F, -3.0F, 0.6F, 0.1F, 70.0F, 0.3F}) {
+        send(WorkerMessage::Kind::progress, fraction);
+    }
+}
+
+}  // namespace
+
+int main(int, char** arguments) {
+    const std::string_view how = arguments[1];
+    if (how == "half a message, then silence") {
+        sendHalfAMessage();
+        stay();
+    } else if (how == "half a message, then the end") {
+        sendHalfAMessage();
+    } else if (how == "closed reports") {
+        ::close(given::report);
+        stay();
+    } else if (how == "closed reports, computing") {
+        ::close(given::report);
+        compute();
+    } else if (how == "done without ending") {
+        send(WorkerMessage::Kind::done);
+        stay();
+    } else if (how == "done, computing") {
+        send(WorkerMessage::Kind::done);
+        compute();
+    } else if (how == "the same progress") {
+        reportTheSameForEver();
+    } else if (how == "notes without end") {
+        flood(WorkerMessage::Kind::note, 1000);
+    } else if (how == "messages without end") {
+        flood(WorkerMessage::Kind::progress, 10'000'000);
+    } else if (how == "computing") {
+        compute();
+    } else if (how == "uninterruptible") {
+        sleepUninterruptibly(36);
+    } else if (how == "limits") {
+        reportLimits();
+    } else if (how == "environment") {
+        reportEnvironment();
+    } else if (how == "back and forth") {
+        goBackAndForth();
+    }
+    return EXIT_FAILURE;
+}
