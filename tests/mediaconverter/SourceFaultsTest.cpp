@@ -368,13 +368,6 @@ TEST_F(SourceFaultsTest, OneFrame) {
     expectSuccess(put("a.mkv", contentOf(samples::make("mkv", {"-c:v", "libx264", "-c:a", "aac"}, 0.04))));
 }
 
-TEST_F(SourceFaultsTest, StillOpenForWritingIsSaidInTheLog) {
-    const std::string source = put("a.mkv", contentOf(samples::matroska()));
-    std::ofstream writer(source, std::ios::app | std::ios::binary);
-    const std::string log = expectSuccess(source);
-    EXPECT_NE(log.find("open for writing"), std::string::npos) << log;
-}
-
 /// Changes the source when the conversion has begun.
 class ChangingSourceTest : public SourceFaultsTest {
 protected:

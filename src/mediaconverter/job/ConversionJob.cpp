@@ -5,6 +5,7 @@
 #include "mediaconverter/job/JobLog.h"
 #include "mediaconverter/job/Mp4Structure.h"
 #include "mediaconverter/job/WorkerSupervision.h"
+#include "mediaconverter/job/WriterWait.h"
 
 namespace mediaconverter {
 
@@ -18,13 +19,12 @@ ConversionJob::ConversionJob(JobOwner& owner, std::string source, std::string de
     : owner_(owner), sourcePath_(std::move(source)), destinationPath_(std::move(destination)) {}
 
 void ConversionJob::run() {
-    const SourceFile& source = source_.emplace(sourcePath_);
-    OutputFile output(destinationPath_, source.status());
-    if (source.isOpenForWriting()) {
-        note("another program still has the recording open for writing");
-    }
-    owner_.jobProgress(0);
     const auto noteIt = [this](const std::string& text) { note(text); };
+    SourceFile& source = source_.emplace(sourcePath_);
+    const bool mayGrow = WriterWait(owner_, noteIt, {}).wait(source) == WriterWait::End::idle;
+    source.takeState();
+    OutputFile output(destinationPath_, source.status());
+    owner_.jobProgress(0);
     damage_ = WorkerSupervision(owner_, noteIt).run(source, output);
     requireWholeMp4(output.descriptor());
     source.requireUnchanged();
@@ -33,12 +33,13 @@ void ConversionJob::run() {
     owner_.jobProgress(99);
     source.requireUnchanged();
     requireNotAbandoned();
-    if (!damage_) {
+    if (!damage_ && !mayGrow) {
         output.publish();
         return;
     }
     DamagedSource kept(source);
-    note("parts of the recording could not be read (" + *damage_ + "); its data stays as " + printable(kept.path()));
+    note((damage_ ? "parts of the recording could not be read (" + *damage_ + ")" : "it may be written to later") +
+         "; its data stays as " + printable(kept.path()));
     output.publish();
     kept.keep();
 }

@@ -51,6 +51,12 @@ SourceFile::SourceFile(std::string path) : path_(std::move(path)) {
     if (!S_ISREG(status_.st_mode)) {
         throw JobFailure(sourceNotRegular);
     }
+}
+
+void SourceFile::takeState() {
+    if (::fstat(descriptor_.get(), &status_) != 0) {
+        throw JobFailure::ofSystem(sourceNotOpened, errno);
+    }
     if (status_.st_size == 0) {
         throw JobFailure(sourceEmpty);
     }
@@ -65,15 +71,6 @@ void SourceFile::requireUnchanged() const {
     if (!isSameContent(opened, status_) || !isSameContent(named, status_)) {
         throw JobFailure(sourceChanged);
     }
-}
-
-bool SourceFile::isOpenForWriting() const {
-    // A read lease is granted only while nobody has the file open for writing.
-    if (::fcntl(descriptor_.get(), F_SETLEASE, F_RDLCK) == 0) {
-        ::fcntl(descriptor_.get(), F_SETLEASE, F_UNLCK);
-        return false;
-    }
-    return errno == EAGAIN;
 }
 
 }  // namespace mediaconverter

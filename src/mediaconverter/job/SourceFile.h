@@ -12,21 +12,21 @@ namespace mediaconverter {
 class SourceFile {
 public:
     /// Opens the file that `path` leads to. Never waits (a FIFO without a writer does not block) and refuses
-    /// everything but a regular file that holds something.
+    /// everything but a regular file.
     explicit SourceFile(std::string path);
+
+    /// Makes what the file is now what it is to stay, and refuses one that holds nothing.
+    void takeState();
 
     int descriptor() const { return descriptor_.get(); }
     const std::string& path() const { return path_; }
 
-    /// What the file was when it was opened.
+    /// What the file was when its state was taken last, at first when it was opened.
     const struct stat& status() const { return status_; }
 
-    /// Fails when the file is not what it was when it was opened: its size, its modification time, or the file that
-    /// the path leads to.
+    /// Fails when the file is not what it was when its state was taken: its size, its modification time, or the file
+    /// that the path leads to.
     void requireUnchanged() const;
-
-    /// True where a living process holds the file open for writing, as far as this user may see.
-    bool isOpenForWriting() const;
 
 private:
     std::string path_;

@@ -3,13 +3,17 @@
 #include "KTRMeetingRecordItem.h"
 #include "mediaconverter/ConversionError.h"
 #include "mediaconverter/IZedMediaConverter.h"
+#include "mediaconverter/job/UniqueDescriptor.h"
+#include "mediaconverter/job/Writers.h"
 #include "mediaconverter/providers/ConvertedFileManager.h"
-#include "tools/convert-recording/OpenForWriting.h"
 #include "tools/convert-recording/StandardErrorCapture.h"
 
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -57,6 +61,20 @@ std::string sentenceOf(int error) {
                : "the conversion failed";
 }
 
+/// Which process writes the file, or that some process does; empty where none does.
+std::string writerOf(const std::string& path) {
+    struct stat file {};
+    if (::stat(path.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) {
+        return {};
+    }
+    const mediaconverter::UniqueDescriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!opened || !mediaconverter::isOpenForWriting(opened.get())) {
+        return {};
+    }
+    const auto writers = mediaconverter::writersOf(file);
+    return writers.empty() ? "another user's process" : "process " + std::to_string(writers.front().process);
+}
+
 /// The media converter says on standard error what it is about to report, with more detail than a code can have. That
 /// becomes the outcome's own text; the other lines are its notes.
 void sort(const std::vector<std::string>& lines, Outcome& outcome) {
@@ -76,11 +94,9 @@ void sort(const std::vector<std::string>& lines, Outcome& outcome) {
 Outcome LeftoverConversion::convert(const std::string& path) const {
     Outcome outcome;
     outcome.source = std::filesystem::absolute(path).lexically_normal().native();
-    const auto writers = processesWriting(outcome.source);
-    if (!writers.empty() && !options_.force) {
+    if (const std::string writer = options_.force ? "" : writerOf(outcome.source); !writer.empty()) {
         outcome.kind = Outcome::Kind::stillWritten;
-        outcome.text =
-            "process " + std::to_string(writers.front()) + " is still writing it; --force converts it anyway";
+        outcome.text = writer + " is still writing it; --force converts it anyway";
         return outcome;
     }
 

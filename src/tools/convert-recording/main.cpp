@@ -69,7 +69,8 @@ int main(int argc, char* argv[]) {
     app.set_version_flag("--version", std::string("convert-recording ") + CONVERT_RECORDING_VERSION);
     app.add_option("FILE", files, "The recordings")->required();
     app.add_flag("--keep", options.keep, "Keep the recordings; otherwise each is removed once its MP4 is whole");
-    app.add_flag("--force", options.force, "Convert even what a process is still writing");
+    app.add_flag("--force", options.force,
+                 "Convert even what a process is still writing, once it stands still; its data keeps a second name");
     app.add_flag("--json", json, "One JSON object a file: source, status, destination, error, text");
     app.footer("Exit status: 0 all converted, 1 a conversion failed, 2 wrong command line,\n"
                "3 a file is still being written (and was left alone).");

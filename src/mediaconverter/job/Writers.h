@@ -1,0 +1,28 @@
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace mediaconverter {
+
+/// A process that has a file open for writing, or mapped so that it can write.
+struct Writer {
+    pid_t process = 0;
+    std::string name;  ///< the kernel's name for it, at most 15 bytes; empty when it can't be had
+};
+
+/// True where some process has the file behind `descriptor` (open for reading alone) open or mapped for writing, by
+/// whatever name. Processes of other users count as well where the kernel answers for them, which it does for files of
+/// this user on local file systems. Never waits, and no signal can come of it.
+bool isOpenForWriting(int descriptor);
+
+/// The processes that have the file open or mapped for writing, as far as this user may look into them; in no order.
+std::vector<Writer> writersOf(const struct stat& file);
+
+/// "process 12 (recorder)", several of them parted by commas; for a log.
+std::string textOf(const std::vector<Writer>& writers);
+
+}  // namespace mediaconverter
