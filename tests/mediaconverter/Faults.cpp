@@ -2,11 +2,13 @@
 //   FAULT=who:call:n:errno[:all]   who is "library" or "worker", "all" lets every call from the n-th on fail
 //   FAULT_HIT=path                 a file that gets a byte for every fault that has happened
 //   CLOCK_BACK=1                   the time of day goes back by an hour with every look at it
-//   NO_UNNAMED_FILES=1, NO_RENAME_NOREPLACE=1   a file system without them
+//   NO_UNNAMED_FILES=1, NO_RENAME_NOREPLACE=1, NO_LINKS=1   a file system without them
 // Only calls on regular files and pipes that the conversion itself makes are counted. The worker is given none of these
 // variables; it looks for them in its parent's environment.
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -139,6 +141,18 @@ INTERPOSE ssize_t pwrite(int descriptor, const void* bytes, size_t length, off_t
     return ::syscall(SYS_pwrite64, descriptor, bytes, length, position);
 }
 
+INTERPOSE ssize_t read(int descriptor, void* bytes, size_t length) {
+    return strikes("read") ? -1 : ::syscall(SYS_read, descriptor, bytes, length);
+}
+
+INTERPOSE int poll(pollfd* descriptors, nfds_t count, int milliseconds) {
+    return strikes("poll") ? -1 : static_cast<int>(::syscall(SYS_poll, descriptors, count, milliseconds));
+}
+
+INTERPOSE pid_t wait4(pid_t process, int* status, int options, rusage* usage) {
+    return strikes("wait4") ? -1 : static_cast<pid_t>(::syscall(SYS_wait4, process, status, options, usage));
+}
+
 INTERPOSE int ftruncate(int descriptor, off_t length) noexcept {
     return strikes("ftruncate") ? -1 : static_cast<int>(::syscall(SYS_ftruncate, descriptor, length));
 }
@@ -164,12 +178,16 @@ INTERPOSE int close(int descriptor) {
 }
 
 INTERPOSE int linkat(int from, const char* name, int to, const char* target, int flags) noexcept {
+    if (setting("NO_LINKS") != nullptr) {
+        errno = EPERM;
+        return -1;
+    }
     return strikes("linkat") ? -1 : static_cast<int>(::syscall(SYS_linkat, from, name, to, target, flags));
 }
 
 INTERPOSE int renameat2(int from, const char* name, int to, const char* target, unsigned flags) noexcept {
     // A second switch, so that a file system without either can be played.
-    if (std::getenv("NO_RENAME_NOREPLACE") != nullptr && flags != 0) {
+    if (setting("NO_RENAME_NOREPLACE") != nullptr && flags != 0) {
         errno = EINVAL;
         return -1;
     }
@@ -181,7 +199,7 @@ INTERPOSE int openat(int folder, const char* name, int flags, ...) {
     va_start(more, flags);
     const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
     va_end(more);
-    if (std::getenv("NO_UNNAMED_FILES") != nullptr && (flags & O_TMPFILE) == O_TMPFILE) {
+    if (setting("NO_UNNAMED_FILES") != nullptr && (flags & O_TMPFILE) == O_TMPFILE) {
         errno = EOPNOTSUPP;
         return -1;
     }

@@ -145,9 +145,11 @@ TEST(HostileWorkerTest, ItsProcessorTimeIsLimited) {
 
 TEST(HostileWorkerTest, BeyondItsProcessorTimeItIsEndedWithAnErrorOfItsOwn) {
     // The tighter limit of whoever started the application wins.
-    const Ending ending = convertWith("computing", {"prlimit", "--cpu=2"});
-    EXPECT_TRUE(ending.result.saidError(workerOverBudget)) << ending.result.output;
-    EXPECT_TRUE(ending.isAsBefore);
+    for (const char* limit : {"--cpu=2:60", "--cpu=2"}) {
+        const Ending ending = convertWith("computing", {"prlimit", limit});
+        EXPECT_TRUE(ending.result.saidError(workerOverBudget)) << ending.result.output;
+        EXPECT_TRUE(ending.isAsBefore);
+    }
 }
 
 TEST(HostileWorkerTest, OfTheEnvironmentItSeesOnlyWhatItsLoaderReads) {

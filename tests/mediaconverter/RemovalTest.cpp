@@ -21,14 +21,15 @@ std::function<void(std::string_view)> beforeRemoval;
 
 }  // namespace
 
-extern "C" int renameat2(int from, const char* name, int to, const char* target, unsigned flags) noexcept {
+extern "C" __attribute__((visibility("default"))) int renameat2(int from, const char* name, int to, const char* target,
+                                                                unsigned flags) noexcept {
     if (const auto hook = std::exchange(beforeRename, nullptr)) {
         hook(name);
     }
     return static_cast<int>(::syscall(SYS_renameat2, from, name, to, target, flags));
 }
 
-extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
+extern "C" __attribute__((visibility("default"))) int unlinkat(int folder, const char* name, int flags) noexcept {
     if (beforeRemoval) {
         beforeRemoval(name);
     }

@@ -410,6 +410,24 @@ TEST_F(ChangingSourceTest, IsTouched) {
     });
 }
 
+TEST_F(ChangingSourceTest, IsTouchedByANanosecond) {
+    expectChangeIsSeen([](const std::string& path) {
+        fs::last_write_time(path, fs::last_write_time(path) + std::chrono::nanoseconds(1));
+    });
+}
+
+TEST_F(ChangingSourceTest, GrowsAfterTheMp4HasBeenSynced) {
+    const std::string source = put("a.mkv", contentOf(samples::matroska()));
+    sink_.inCallback = [&] {
+        if (sink_.progress().back() == 99.0F) {
+            std::ofstream(source, std::ios::app) << "more";
+        }
+    };
+    convert(source, destination(), sink_);
+    EXPECT_EQ(sink_.onlyError(), static_cast<int>(sourceChanged));
+    EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
+}
+
 TEST_F(SourceFaultsTest, OddNamesAreJustNames) {
     const std::string content = contentOf(samples::matroska());
     const std::string longest(251, 'n');

@@ -23,7 +23,10 @@ void ConversionJob::run() {
     SourceFile& source = source_.emplace(sourcePath_);
     const bool mayGrow = WriterWait(owner_, noteIt, {}).wait(source) == WriterWait::End::idle;
     source.takeState();
-    OutputFile output(destinationPath_, source.status());
+    OutputFile output(destinationPath_, source);
+    if (!output.limitation().empty()) {
+        note(output.limitation());
+    }
     owner_.jobProgress(0);
     damage_ = WorkerSupervision(owner_, noteIt).run(source, output);
     requireWholeMp4(output.descriptor());

@@ -1,6 +1,7 @@
 #include "mediaconverter/job/DamagedSource.h"
 
 #include "mediaconverter/job/JobFailure.h"
+#include "mediaconverter/job/Privacy.h"
 #include "mediaconverter/job/SecondName.h"
 
 #include <fcntl.h>
@@ -83,17 +84,18 @@ bool DamagedSource::linkTo(const SourceFile& source, const std::string& path) {
 }
 
 bool DamagedSource::copyTo(const SourceFile& source, const std::string& path) {
-    UniqueDescriptor copy(
-        ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, source.status().st_mode & 0666U));
+    UniqueDescriptor copy(::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!copy) {
         return false;
     }
+    static_cast<void>(takeAccess(source.descriptor(), source.status(), copy.get()));
     std::vector<char> block(std::size_t{1} << 20U);
     off_t position = 0;
     bool fine = true;
     while (fine && position < source.status().st_size) {
         const ssize_t got = ::pread(source.descriptor(), block.data(), block.size(), position);
-        fine = got > 0 && writeAll(copy.get(), block.data(), static_cast<std::size_t>(got));
+        const bool again = got < 0 && errno == EINTR;
+        fine = again || (got > 0 && writeAll(copy.get(), block.data(), static_cast<std::size_t>(got)));
         position += got > 0 ? got : 0;
     }
     fine = fine && ::fsync(copy.get()) == 0 && copy.close();

@@ -94,12 +94,12 @@ std::string freshName() {
 
 }  // namespace
 
-HiddenFile make(int folder, mode_t mode) {
+HiddenFile make(int folder) {
     sweep(folder);
     for (int attempt = 0; attempt < 8; ++attempt) {
         HiddenFile made{UniqueDescriptor(), freshName()};
         made.descriptor = UniqueDescriptor(
-            ::openat(folder, made.name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, mode));
+            ::openat(folder, made.name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600));
         if (!made.descriptor) {
             if (errno == EEXIST) {
                 continue;

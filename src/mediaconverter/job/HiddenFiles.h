@@ -2,8 +2,6 @@
 
 #include "mediaconverter/job/UniqueDescriptor.h"
 
-#include <sys/types.h>
-
 #include <string>
 
 namespace mediaconverter::hiddenfiles {
@@ -13,10 +11,10 @@ struct HiddenFile {
     std::string name;
 };
 
-/// Makes a hidden file in the folder, open for reading and writing and locked for as long as any descriptor of it is
-/// open, in this process or the worker. Those that killed converters left in the folder are removed before.
-/// A file made here is removed when the process exits, unless forgotten.
-HiddenFile make(int folder, mode_t mode);
+/// Makes a hidden file in the folder, for its owner alone, open for reading and writing and locked for as long as any
+/// descriptor of it is open, in this process or the worker. Those that killed converters left in the folder are removed
+/// before. A file made here is removed when the process exits, unless forgotten.
+HiddenFile make(int folder);
 
 /// The file has its final name or is removed already.
 void forget(int folder, const std::string& name);

@@ -1,7 +1,9 @@
 #include "mediaconverter/job/OutputFile.h"
 
+#include "mediaconverter/IZedMediaConverterDestination.h"
 #include "mediaconverter/job/HiddenFiles.h"
 #include "mediaconverter/job/JobFailure.h"
+#include "mediaconverter/job/Privacy.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -57,17 +59,11 @@ ConversionError errorOfPublishing(int number) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& destination, const struct stat& source) {
-    const auto slash = destination.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : destination.substr(0, slash + 1);
-    name_ = slash == std::string::npos ? destination : destination.substr(slash + 1);
-    folder_ = UniqueDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder_ && errno == EACCES) {  // a folder that may be written to and not listed
-        folder_ = UniqueDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    }
-    if (!folder_) {
-        throw JobFailure::ofSystem(errorOfFolder(errno), errno);
-    }
+OutputFile::OutputFile(const std::string& destination, const SourceFile& source) {
+    const std::string path = FittingDestination(destination);
+    const auto slash = path.rfind('/');
+    name_ = slash == std::string::npos ? path : path.substr(slash + 1);
+    openFolder(slash == std::string::npos ? "." : path.substr(0, slash + 1));
     if (name_.empty()) {
         throw JobFailure(destinationExists, "it is a folder");
     }
@@ -78,20 +74,24 @@ OutputFile::OutputFile(const std::string& destination, const struct stat& source
     if (errno != ENOENT) {
         throw JobFailure::ofSystem(errorOfFolder(errno), errno);
     }
-    const mode_t mode = (source.st_mode & 0666U) | 0600U;
-    makeUnnamed(mode);
+    makeUnnamed();
     if (!descriptor_) {
-        makeHidden(mode);
+        makeHidden();
     }
     if (::fstat(descriptor_.get(), &identity_) != 0) {
         throw JobFailure::ofSystem(destinationNotOpened, errno);
     }
-    // The mode given to open is cut by the umask, and a group other than the source's may hold other people.
-    const bool hasGroup =
-        identity_.st_gid == source.st_gid || ::fchown(descriptor_.get(), static_cast<uid_t>(-1), source.st_gid) == 0;
-    const mode_t wanted = hasGroup ? mode : (mode & ~static_cast<mode_t>(0060U));
-    // A file system without modes (FAT) refuses; the folder then decides who reads, for the source as well.
-    static_cast<void>(::fchmod(descriptor_.get(), wanted));
+    limitation_ = takeAccess(source.descriptor(), source.status(), descriptor_.get());
+}
+
+void OutputFile::openFolder(const std::string& folder) {
+    folder_ = UniqueDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder_ && errno == EACCES) {  // a folder that may be written to and not listed
+        folder_ = UniqueDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
+    if (!folder_) {
+        throw JobFailure::ofSystem(errorOfFolder(errno), errno);
+    }
 }
 
 OutputFile::~OutputFile() {
@@ -101,8 +101,8 @@ OutputFile::~OutputFile() {
     }
 }
 
-void OutputFile::makeUnnamed(mode_t mode) {
-    descriptor_ = UniqueDescriptor(::openat(folder_.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
+void OutputFile::makeUnnamed() {
+    descriptor_ = UniqueDescriptor(::openat(folder_.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (descriptor_) {
         return;
     }
@@ -112,8 +112,8 @@ void OutputFile::makeUnnamed(mode_t mode) {
     }
 }
 
-void OutputFile::makeHidden(mode_t mode) {
-    auto made = hiddenfiles::make(folder_.get(), mode);
+void OutputFile::makeHidden() {
+    auto made = hiddenfiles::make(folder_.get());
     if (!made.descriptor) {
         throw JobFailure::ofSystem(errorOfFolder(errno), errno);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mediaconverter/job/SourceFile.h"
 #include "mediaconverter/job/UniqueDescriptor.h"
 
 #include <sys/stat.h>
@@ -13,14 +14,17 @@ namespace mediaconverter {
 /// Every operation throws JobFailure.
 class OutputFile {
 public:
-    /// Makes the file. Its mode and owner group let nobody read it who may not read `source`.
-    OutputFile(const std::string& destination, const struct stat& source);
+    /// Makes the file, for the readers of `source` and nobody else. A name that is longer than a name can be is cut.
+    OutputFile(const std::string& destination, const SourceFile& source);
     ~OutputFile();
 
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
     int descriptor() const { return descriptor_.get(); }
+
+    /// What of the source's readers and attributes the file could not be given, for the log; may be empty.
+    const std::string& limitation() const { return limitation_; }
 
     /// Takes the time of `source` and brings data and state to the disk. A failed sync is not tried again: the kernel
     /// may have forgotten the data by then.
@@ -31,14 +35,16 @@ public:
     void publish();
 
 private:
-    void makeUnnamed(mode_t mode);
-    void makeHidden(mode_t mode);
+    void openFolder(const std::string& folder);
+    void makeUnnamed();
+    void makeHidden();
     void linkUnnamed();
     void renameHidden();
     void renameOverPlaceholder();
     void takeBackName();
 
     std::string name_;
+    std::string limitation_;
     std::string hiddenName_;  ///< empty for a file without a name
     UniqueDescriptor folder_;
     UniqueDescriptor descriptor_;

@@ -1,28 +1,10 @@
 #include "mediaconverter/job/SecondName.h"
 
+#include "mediaconverter/IZedMediaConverterDestination.h"
+
 #include <algorithm>
 
 namespace mediaconverter {
-
-namespace {
-
-bool continuesCharacter(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
-}
-
-}  // namespace
-
-std::string cutAtCharacter(const std::string& text, std::size_t length) {
-    if (text.size() <= length) {
-        return text;
-    }
-    // A character has at most three bytes after its first; more than that is no UTF-8 and may be cut anywhere.
-    std::size_t end = length;
-    while (end > 0 && length - end < 3 && continuesCharacter(text[end])) {
-        --end;
-    }
-    return text.substr(0, continuesCharacter(text[end]) ? length : end);
-}
 
 std::string secondName(const std::string& path, const std::string& mark, int number) {
     const auto slash = path.rfind('/');

@@ -229,7 +229,7 @@ std::optional<WorkerEnd> WorkerProcess::tryWait() {
 bool WorkerProcess::isOverBudget(const WorkerEnd& end) const {
     // A worker that did not heed the warning was killed some seconds later.
     const int signal = end.status && WIFSIGNALED(*end.status) ? WTERMSIG(*end.status) : 0;
-    return signal == SIGXCPU || (signal == SIGKILL && end.processorSeconds >= processorSeconds_);
+    return signal == SIGXCPU || (signal == SIGKILL && end.processorSeconds + 1 >= processorSeconds_);
 }
 
 std::string WorkerProcess::statusFields() const {

@@ -1,5 +1,6 @@
 #include "mediaconverter/providers/ConvertedFileManager.h"
 
+#include "mediaconverter/IZedMediaConverterDestination.h"
 #include "mediaconverter/IZedMediaConverterRemoval.h"
 
 #include <array>
@@ -10,7 +11,7 @@ extern "C" __attribute__((weak)) int RemoveConvertedSource(const char* path, cha
 namespace mediaconverter {
 
 bool ConvertedFileManager::fileExistsAtPath(const std::string& path, bool* isDirectory) const {
-    return files_.fileExistsAtPath(path, isDirectory);
+    return files_.fileExistsAtPath(FittingDestination(path), isDirectory);
 }
 
 std::optional<std::string> ConvertedFileManager::removeItemAtPath(const std::string& path) {

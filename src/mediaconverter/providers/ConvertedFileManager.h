@@ -17,6 +17,7 @@ public:
     /// `log` is given a line for each file that stays.
     explicit ConvertedFileManager(std::function<void(const std::string&)> log = {}) : log_(std::move(log)) {}
 
+    /// For an MP4's name that is longer than a name can be, about the one that the MP4 gets instead.
     bool fileExistsAtPath(const std::string& path, bool* isDirectory) const override;
 
     /// Null when the file is gone, else why it stays.

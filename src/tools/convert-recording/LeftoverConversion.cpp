@@ -3,11 +3,14 @@
 #include "KTRMeetingRecordItem.h"
 #include "mediaconverter/ConversionError.h"
 #include "mediaconverter/IZedMediaConverter.h"
+#include "mediaconverter/IZedMediaConverterDestination.h"
+#include "mediaconverter/job/Mp4Boxes.h"
 #include "mediaconverter/job/UniqueDescriptor.h"
 #include "mediaconverter/job/Writers.h"
 #include "mediaconverter/providers/ConvertedFileManager.h"
 #include "tools/convert-recording/StandardErrorCapture.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
@@ -61,18 +64,30 @@ std::string sentenceOf(int error) {
                : "the conversion failed";
 }
 
-/// Which process writes the file, or that some process does; empty where none does.
-std::string writerOf(const std::string& path) {
+/// The file, where it is a regular one that may be read.
+mediaconverter::UniqueDescriptor openedFile(const std::string& path) {
     struct stat file {};
-    if (::stat(path.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) {
+    const bool isFile = ::stat(path.c_str(), &file) == 0 && S_ISREG(file.st_mode);
+    return mediaconverter::UniqueDescriptor(isFile ? ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1);
+}
+
+/// Which process writes the file, or that some process does; empty where none does.
+std::string writerOf(int file) {
+    struct stat status {};
+    if (!mediaconverter::isOpenForWriting(file) || ::fstat(file, &status) != 0) {
         return {};
     }
-    const mediaconverter::UniqueDescriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!opened || !mediaconverter::isOpenForWriting(opened.get())) {
-        return {};
-    }
-    const auto writers = mediaconverter::writersOf(file);
+    const auto writers = mediaconverter::writersOf(status);
     return writers.empty() ? "another user's process" : "process " + std::to_string(writers.front().process);
+}
+
+/// By name and content: "talk.mp4.tmp" becomes talk.mp4 even where nothing but its name has to change.
+bool isMp4Already(const std::string& path, int file) {
+    std::string extension = std::filesystem::path(path).extension();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    const bool hasName = extension == ".mp4" || extension == ".m4v" || extension == ".m4a";
+    return hasName && mediaconverter::isFlatMp4(file);
 }
 
 /// The media converter says on standard error what it is about to report, with more detail than a code can have. That
@@ -94,10 +109,18 @@ void sort(const std::vector<std::string>& lines, Outcome& outcome) {
 Outcome LeftoverConversion::convert(const std::string& path) const {
     Outcome outcome;
     outcome.source = std::filesystem::absolute(path).lexically_normal().native();
-    if (const std::string writer = options_.force ? "" : writerOf(outcome.source); !writer.empty()) {
-        outcome.kind = Outcome::Kind::stillWritten;
-        outcome.text = writer + " is still writing it; --force converts it anyway";
-        return outcome;
+    if (const auto file = openedFile(outcome.source)) {
+        const std::string writer = options_.force ? "" : writerOf(file.get());
+        if (!writer.empty()) {
+            outcome.kind = Outcome::Kind::stillWritten;
+            outcome.text = writer + " is still writing it; --force converts it anyway";
+            return outcome;
+        }
+        if (isMp4Already(outcome.source, file.get())) {
+            outcome.kind = Outcome::Kind::alreadyMp4;
+            outcome.text = "it is an MP4 already and was left alone";
+            return outcome;
+        }
     }
 
     mediaconverter::ConvertedFileManager fileManager;
@@ -114,7 +137,7 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
     outcome.error = sink.waitForEnd();
     if (outcome.error == 0) {
         outcome.kind = Outcome::Kind::converted;
-        outcome.destination = item.dstPath();
+        outcome.destination = FittingDestination(item.dstPath());
         if (!options_.keep) {
             outcome.text = fileManager.removeItemAtPath(outcome.source).value_or("");
         }

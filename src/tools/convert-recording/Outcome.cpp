@@ -48,6 +48,8 @@ const char* statusOf(Outcome::Kind kind) {
     switch (kind) {
     case Outcome::Kind::converted:
         return "converted";
+    case Outcome::Kind::alreadyMp4:
+        return "already-mp4";
     case Outcome::Kind::stillWritten:
         return "still-written";
     case Outcome::Kind::failed:

@@ -5,7 +5,7 @@
 
 /// What has become of one leftover recording. Value.
 struct Outcome {
-    enum class Kind { converted, failed, stillWritten };
+    enum class Kind { converted, alreadyMp4, failed, stillWritten };
 
     Kind kind = Kind::failed;
     std::string source;
@@ -18,6 +18,7 @@ struct Outcome {
 /// One line for people, without line end.
 std::string asText(const Outcome& outcome);
 
-/// One JSON object in one line, without line end: `source`, `status` ("converted", "failed", "still-written"), then
+/// One JSON object in one line, without line end: `source`, `status` ("converted", "already-mp4", "failed",
+/// "still-written"), then
 /// `destination`, `error` and `text` where there is one. A path that is not UTF-8 has each stray byte as \udcXX.
 std::string asJson(const Outcome& outcome);

@@ -49,6 +49,7 @@ private:
 int statusOf(Outcome::Kind kind) {
     switch (kind) {
     case Outcome::Kind::converted:
+    case Outcome::Kind::alreadyMp4:
         return kDone;
     case Outcome::Kind::stillWritten:
         return kStillWritten;
@@ -72,7 +73,7 @@ int main(int argc, char* argv[]) {
     app.add_flag("--force", options.force,
                  "Convert even what a process is still writing, once it stands still; its data keeps a second name");
     app.add_flag("--json", json, "One JSON object a file: source, status, destination, error, text");
-    app.footer("Exit status: 0 all converted, 1 a conversion failed, 2 wrong command line,\n"
+    app.footer("Exit status: 0 all converted (or MP4 files already), 1 a conversion failed, 2 wrong command line,\n"
                "3 a file is still being written (and was left alone).");
     try {
         app.parse(argc, argv);
@@ -88,7 +89,7 @@ int main(int argc, char* argv[]) {
         for (const std::string& note : outcome.notes) {
             std::cerr << note << std::endl;
         }
-        std::ostream& output = json || outcome.kind == Outcome::Kind::converted ? std::cout : std::cerr;
+        std::ostream& output = json || statusOf(outcome.kind) == kDone ? std::cout : std::cerr;
         output << (json ? asJson(outcome) : asText(outcome)) << std::endl;
         status = std::max(status, statusOf(outcome.kind));
     }

@@ -3,6 +3,7 @@
 #include "AppDelegate.h"
 #include "KTRAppLaunchingEnv.h"
 #include "mediaconverter/providers/ConvertedFileManager.h"
+#include "mediaconverter/providers/ConvertedWorkspace.h"
 #include "platform/BusySerialQueueMaker.h"
 #include "platform/IntegerReading.h"
 #include "platform/NotificationCenter.h"
@@ -73,7 +74,7 @@ struct Providers {
     platform::Platform asPlatform() {
         return {application,        runLoop,   mainQueue,          conversionQueues, distributedCenter,
                 notificationCenter, exitWatch, processInformation, fileManager,      statusBar,
-                workspace};
+                convertedWorkspace};
     }
 
     platform::qt::QtApplication application;
@@ -91,6 +92,7 @@ struct Providers {
         [](const std::string& text) { platform::SystemLog::standard().write(text); }};
     platform::qt::QtStatusBar statusBar;
     platform::qt::QtWorkspace workspace;
+    mediaconverter::ConvertedWorkspace convertedWorkspace{workspace};
     uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
     platform::qt::OwnScope ownScope;
     platform::qt::WorkInhibitor inhibitor{"Record converter", "Converting a meeting recording to MP4"};

@@ -1,0 +1,116 @@
+#include "mediaconverter/job/Privacy.h"
+
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace mediaconverter {
+
+namespace {
+
+constexpr const char* accessList = "system.posix_acl_access";
+
+// The kernel's form of an access list (linux/posix_acl_xattr.h): a version, then entries of tag, rights and id, all
+// little-endian.
+constexpr std::size_t listHeader = 4;
+constexpr std::size_t entrySize = 8;
+constexpr std::size_t rightsOffset = 2;
+constexpr char ownersTag = 0x01;
+constexpr char readAndWrite = 06;
+
+std::optional<std::vector<char>> attribute(int file, const char* name) {
+    std::vector<char> value(65536);  // the kernel allows no more
+    const ssize_t length = ::fgetxattr(file, name, value.data(), value.size());
+    if (length < 0) {
+        return std::nullopt;
+    }
+    value.resize(static_cast<std::size_t>(length));
+    return value;
+}
+
+/// A list that lets nobody execute, and its owner read and write.
+std::vector<char> forAnMp4(std::vector<char> list) {
+    for (std::size_t entry = listHeader; entry + entrySize <= list.size(); entry += entrySize) {
+        char& rights = list[entry + rightsOffset];
+        rights = list[entry] == ownersTag ? readAndWrite : static_cast<char>(rights & readAndWrite);
+    }
+    return list;
+}
+
+/// In another group, its members may do only what both the source's group and all others may: they can have been
+/// either. So may all others, who can have been members of the source's group.
+mode_t modeInOtherGroup(mode_t mode) {
+    const mode_t both = (mode >> 3U) & mode & 06U;
+    return (mode & 0600U) | both << 3U | both;
+}
+
+bool takeOwners(const struct stat& source, int output) {
+    struct stat present = {};
+    if (::fstat(output, &present) != 0) {
+        return false;
+    }
+    const bool mayGiveAway = present.st_uid != source.st_uid && ::fchown(output, source.st_uid, source.st_gid) == 0;
+    return mayGiveAway || present.st_gid == source.st_gid ||
+           ::fchown(output, static_cast<uid_t>(-1), source.st_gid) == 0;
+}
+
+/// False where some readers of the source may not read the output.
+bool takeReaders(int source, const struct stat& status, int output) {
+    // A list that the folder hands down to its files would add readers.
+    ::fremovexattr(output, accessList);
+    const bool hasGroup = takeOwners(status, output);
+    const mode_t mode = (status.st_mode & 0666U) | 0600U;
+    const auto list = attribute(source, accessList);
+    if (list) {
+        const auto wanted = forAnMp4(*list);
+        return hasGroup && ::fsetxattr(output, accessList, wanted.data(), wanted.size(), 0) == 0;
+    }
+    if (errno != ENODATA && errno != EOPNOTSUPP && errno != ENOSYS) {
+        return false;  // there may be a list
+    }
+    // A file system without modes (FAT) refuses; the folder then decides who reads, for the source as well.
+    const mode_t wanted = hasGroup ? mode : modeInOtherGroup(mode);
+    static_cast<void>(::fchmod(output, wanted));
+    return wanted == mode;
+}
+
+/// The type would be wrong.
+bool comesAlong(std::string_view name) {
+    return name.starts_with("user.") && name != "user.mime_type";
+}
+
+bool takeAttributes(int source, int output) {
+    std::vector<char> names(65536);  // the kernel allows no more
+    const ssize_t length = ::flistxattr(source, names.data(), names.size());
+    bool all = true;
+    for (const char* name = names.data(); name < names.data() + std::max<ssize_t>(length, 0);
+         name += std::string_view(name).size() + 1) {
+        if (comesAlong(name)) {
+            const auto value = attribute(source, name);
+            all = value && ::fsetxattr(output, name, value->data(), value->size(), 0) == 0 && all;
+        }
+    }
+    return all;
+}
+
+}  // namespace
+
+std::string takeAccess(int source, const struct stat& status, int output) {
+    std::string left;
+    if (!takeReaders(source, status, output)) {
+        left = "fewer people may read the MP4 than the recording: its group or access list cannot be given to it";
+    }
+    if (!takeAttributes(source, output)) {
+        left += std::string(left.empty() ? "" : "; ") + "some extended attributes could not be given to the MP4";
+    }
+    return left;
+}
+
+}  // namespace mediaconverter
