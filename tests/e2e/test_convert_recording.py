@@ -48,6 +48,47 @@ class ConvertRecording(world.World):
             self.assertEqual(self.convert("--force", "talk.mkv").returncode, 0)
         self.assertEqual(self.files(), ["talk (damaged).mkv", "talk.mp4"])
 
+    def _make(self, name, *options):
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", "testsrc2=duration=1", "-c:v",
+                        "libx264", "-preset", "ultrafast", *options, self.path(name)], check=True)
+
+    def test_leaves_an_mp4_alone(self):
+        self._make("flat.mp4")
+        self._make("front.mp4", "-movflags", "faststart")
+        with open(self.path("flat.mp4"), "rb") as file:
+            before = file.read()
+        result = self.convert("flat.mp4", "front.mp4")
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        self.assertIn("flat.mp4: it is an MP4 already and was left alone", result.stdout.decode())
+        self.assertEqual(self.files(), ["flat.mp4", "front.mp4"])
+        with open(self.path("flat.mp4"), "rb") as file:
+            self.assertEqual(file.read(), before)
+        self.assertEqual(json.loads(self.convert("--json", "flat.mp4").stdout)["status"], "already-mp4")
+
+    def test_converts_a_fragmented_mp4_and_one_of_another_name(self):
+        self._make("fragmented.mp4", "-movflags", "frag_keyframe+empty_moov")
+        self._make("talk.mp4.tmp", "-f", "mp4")
+        self._make("old.mov")
+        self.assertEqual(self.convert("fragmented.mp4", "talk.mp4.tmp", "old.mov").returncode, 0)
+        self.assertEqual(self.files(), ["fragmented(1).mp4", "old.mp4", "talk.mp4"])
+
+    def test_gives_the_mp4_to_the_owner_of_the_recording(self):
+        if os.getuid() != 0:
+            self.skipTest("needs to give files away")
+        os.chown(self.recording(), 1234, 5678)
+        os.chmod(self.path("talk.mkv"), 0o640)
+        self.assertEqual(self.convert("talk.mkv").returncode, 0)
+        status = os.stat(self.path("talk.mp4"))
+        self.assertEqual((status.st_uid, status.st_gid, status.st_mode & 0o777), (1234, 5678, 0o640))
+
+    def test_converts_what_has_the_longest_name(self):
+        name = "n" * 252 + ".ts"
+        os.rename(self.recording(), self.path(name))
+        result = self.convert(name)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        self.assertEqual(self.files(), ["n" * 251 + ".mp4"])
+        self.assertIn(" -> " + self.path("n" * 251 + ".mp4"), result.stdout.decode())
+
     def test_a_reader_does_not_matter(self):
         with open(self.recording(), "rb"):
             self.assertEqual(self.convert("talk.mkv").returncode, 0)
