@@ -12,28 +12,21 @@ namespace mediaconverter {
 
 namespace {
 
-/// All that live, linked through themselves. A recording's removal holds the lock, so that nothing is forgotten in the
-/// middle of it.
-struct Living {
-    std::mutex mutex;
-    ConvertedSource* first = nullptr;
-};
-
-Living& living() {
-    static Living& instance = *new Living;  // converters may outlive the destruction of static objects
-    return instance;
-}
+/// All that live, linked through themselves: nothing is allocated where a failure could not be reported, and nothing is
+/// destroyed before the last converter. A recording's removal holds the lock, so that nothing is forgotten meanwhile.
+constinit std::mutex mutex;
+constinit ConvertedSource* first = nullptr;
 
 }  // namespace
 
 ConvertedSource::ConvertedSource() {
-    const std::lock_guard lock(living().mutex);
-    next_ = std::exchange(living().first, this);
+    const std::lock_guard lock(mutex);
+    next_ = std::exchange(first, this);
 }
 
 ConvertedSource::~ConvertedSource() {
-    const std::lock_guard lock(living().mutex);
-    ConvertedSource** place = &living().first;
+    const std::lock_guard lock(mutex);
+    ConvertedSource** place = &first;
     while (*place != this) {
         place = &(*place)->next_;
     }
@@ -41,18 +34,18 @@ ConvertedSource::~ConvertedSource() {
 }
 
 void ConvertedSource::remember(SourceFile&& source) noexcept {
-    const std::lock_guard lock(living().mutex);
+    const std::lock_guard lock(mutex);
     source_.emplace(std::move(source));
 }
 
 void ConvertedSource::forget() noexcept {
-    const std::lock_guard lock(living().mutex);
+    const std::lock_guard lock(mutex);
     source_.reset();
 }
 
 std::optional<std::string> ConvertedSource::remove(const std::string& path) {
-    const std::lock_guard lock(living().mutex);
-    for (ConvertedSource* one = living().first; one != nullptr; one = one->next_) {
+    const std::lock_guard lock(mutex);
+    for (ConvertedSource* one = first; one != nullptr; one = one->next_) {
         if (one->source_ && one->source_->path() == path) {
             auto reason = removeSource(*one->source_);
             if (!reason) {
