@@ -9,7 +9,7 @@
 #include <cmath>
 #include <sstream>
 
-// Every recording becomes an MP4: what MP4 holds bit for bit, the rest encoded anew.
+// Every recording becomes an MP4: what MP4 holds bit for bit, the rest re-encoded.
 
 namespace {
 
@@ -58,6 +58,18 @@ const std::vector<Format> formats = {
      {"vp9", "opus"},
      true},
     {"Mpeg4Ac3", "mkv", {"-c:v", "mpeg4", "-c:a", "ac3"}, {"mpeg4", "ac3"}, true},
+    {"Mpeg2Mp2", "mkv", {"-c:v", "mpeg2video", "-c:a", "mp2"}, {"mpeg2video", "mp3"}, true},
+    {"Mp2InTransportStream", "ts", {"-vn", "-c:a", "mp2"}, {"mp3"}, true},
+    {"Mp2Alone", "mp2", {"-vn", "-c:a", "mp2"}, {"mp3"}, true},
+    {"Mpeg1", "mkv", {"-an", "-c:v", "mpeg1video"}, {"mpeg1video"}, true},
+    {"Dts", "mkv", {"-vn", "-c:a", "dca", "-strict", "-2", "-b:a", "768k"}, {"dts"}, true},
+    {"Vp9Profile1",
+     "mkv",
+     {"-an", "-c:v", "libvpx-vp9", "-pix_fmt", "yuv444p", "-cpu-used", "8", "-deadline", "realtime"},
+     {"vp9"},
+     true},
+    {"H264BaselineAdts", "ts", plus(h264Aac, {"-profile:v", "baseline"}), {"h264", "aac"}, false},
+    {"Adts", "aac", {"-vn", "-c:a", "aac"}, {"aac"}, false},
     {"H264Alac", "mov", {"-c:v", "libx264", "-preset", "veryfast", "-c:a", "alac"}, {"h264", "alac"}, true},
     {"H264Flac", "mkv", {"-c:v", "libx264", "-preset", "veryfast", "-c:a", "flac"}, {"h264", "flac"}, true},
     {"Vp8Vorbis", "webm", {"-c:v", "libvpx", "-deadline", "realtime", "-c:a", "libvorbis"}, {"h264", "aac"}, false},

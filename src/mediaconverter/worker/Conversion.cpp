@@ -1,17 +1,18 @@
 #include "mediaconverter/worker/Conversion.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/FileDescription.h"
+#include "mediaconverter/worker/OutputSpace.h"
 #include "mediaconverter/worker/Proof.h"
 #include "mediaconverter/worker/TrackPlan.h"
 #include "mediaconverter/worker/TranscodedText.h"
 #include "mediaconverter/worker/TranscodedTrack.h"
 
-#include <fcntl.h>
-#include <sys/statvfs.h>
+extern "C" {
+#include <libavutil/avstring.h>
+}
 
 #include <algorithm>
-#include <cerrno>
-#include <system_error>
 
 namespace worker {
 
@@ -26,9 +27,6 @@ std::int64_t originOf(const AVFormatContext& format) {
     return Timeline::isCountable(format.start_time) ? format.start_time : 0;
 }
 
-/// How often streams may turn up that were not there before; each time the conversion begins anew.
-constexpr int mostAttempts = 5;
-
 /// True where the muxer can describe the stream: broadcast streams may name ones that have not been seen yet.
 bool isKnown(const AVStream& stream) {
     const AVCodecParameters& parameters = *stream.codecpar;
@@ -42,91 +40,56 @@ bool isKnown(const AVStream& stream) {
     }
 }
 
-}  // namespace
-
-void convertRecording(int source, int output, Reporter& reporter) {
-    Foreknowledge known;
-    for (int attempt = 1;; ++attempt) {
-        try {
-            Conversion(source, output, reporter, known).run();
-            return;
-        } catch (const ChangedStream& changed) {
-            if (!known.changingStreams.insert(changed.index).second) {
-                throw Failure(containerFailed, "stream " + std::to_string(changed.index) + " changes again");
-            }
-            --attempt;
-        } catch (const LateStream& late) {
-            if (attempt == mostAttempts) {
-                throw Failure(limitExceeded, late.name + " turns up at byte " + std::to_string(late.position));
-            }
-            if (late.position > known.lookAhead) {
-                known.lookAhead = late.position;
-                known.lateHasSibling = late.hasSibling;
-            } else if (known.lateHasSibling) {
-                // It could not be made out though it was looked at.
-                known.lookAhead = 0;
-                known.passesStrays = true;
-            } else {
-                throw Failure(codecUnknown, late.name);
-            }
-        }
-    }
+/// False for audio that stands alone in its file.
+bool hasTimes(const AVInputFormat& format) {
+    return av_match_name(format.name, "aac,ac3,eac3,mp3,dts,dtshd,truehd,mlp,loas") == 0;
 }
+
+/// True for audio and video, and not for what accompanies them.
+bool isContent(const AVStream& stream) {
+    const AVMediaType type = stream.codecpar->codec_type;
+    return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
+           (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+}
+
+}  // namespace
 
 Conversion::Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known)
     : output_(output),
       reporter_(reporter),
       known_(known),
       recording_(source, known.lookAhead),
-      writer_(output, estimateIndex()),
+      writer_(output, estimateIndex(recording_.format(), recording_.size())),
       timeline_(originOf(recording_.format()), (recording_.format().iformat->flags & AVFMT_TS_DISCONT) != 0) {}
 
 void Conversion::run() {
+    try {
+        makeMp4();
+    } catch (const TrackFailure& failure) {
+        learnFrom(failure);
+    }
+}
+
+void Conversion::learnFrom(const TrackFailure& failure) {
+    const Track& track = *tracks_.at(static_cast<std::size_t>(failure.track));
+    const AVStream& stream = track.source();
+    if (!track.isCopy()) {
+        throw failure.why;
+    }
+    reporter_.note(describe(stream) + " cannot be stored as it is: " + failure.why.detail);
+    throw UnstorableStream{stream.index, failure.why};
+}
+
+void Conversion::makeMp4() {
     addTracks();
-    copyMetadata();
-    copyChapters();
+    copyMetadata(recording_.format(), writer_.format());
+    copyChapters(recording_.format(), writer_.format(), timeline_.origin());
     writer_.start(onlyCopies_);
     convert();
     writer_.finish();
     prove(output_);
     if (!recording_.damage().empty()) {
         reporter_.damaged(recording_.damage());
-    }
-}
-
-std::int64_t Conversion::estimateIndex() const {
-    // Sizes, times, places: about this many bytes a packet.
-    constexpr double bytesOfPacket = 20;
-    constexpr double usualPacketRate = 50;
-    const AVFormatContext& format = recording_.format();
-    const double seconds = format.duration > 0 ? static_cast<double>(format.duration) / AV_TIME_BASE
-                                               : static_cast<double>(recording_.size()) / 20'000;
-    double packets = 0;
-    for (unsigned index = 0; index < format.nb_streams; ++index) {
-        const AVStream& stream = *format.streams[index];
-        const AVCodecParameters& parameters = *stream.codecpar;
-        const bool isSound = parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.frame_size > 0;
-        const double rate = isSound ? static_cast<double>(parameters.sample_rate) / parameters.frame_size
-                            : stream.avg_frame_rate.den > 0 ? av_q2d(stream.avg_frame_rate)
-                                                            : usualPacketRate;
-        packets += seconds * std::clamp(rate, 1.0, 1000.0);
-    }
-    return std::int64_t{64} * 1024 + static_cast<std::int64_t>(std::min(packets * bytesOfPacket, 256e6));
-}
-
-void Conversion::requireSpace(int output) const {
-    struct statvfs space = {};
-    // Reserved where the file system can; what is not used is given back at the end.
-    if (::fallocate(output, FALLOC_FL_KEEP_SIZE, 0, recording_.size()) == 0) {
-        return;
-    }
-    const int number = errno;
-    if (number != EOPNOTSUPP && number != ENOSYS && number != EINTR) {
-        throw Failure(mediaconverter::errorOfWriting(number), std::generic_category().message(number));
-    }
-    if (::fstatvfs(output, &space) == 0 && static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize) <
-                                               static_cast<double>(recording_.size())) {
-        throw Failure(diskFull, "the recording alone needs " + std::to_string(recording_.size()) + " bytes");
     }
 }
 
@@ -145,9 +108,12 @@ void Conversion::addTracks() {
             reporter_.note(describe(stream) + " has no place in an MP4 and is left out");
             continue;
         }
-        // What can't be said again on the way is made anew in one form.
-        const bool changes = known_.changingStreams.contains(stream.index);
-        addTrack(stream, treatment == Treatment::copy && (!changes || CopiedTrack::canRepeatParameters(stream)));
+        if (!isContent(stream) && known_.unstorableStreams.contains(stream.index)) {
+            stream.discard = AVDISCARD_ALL;
+            recording_.addDamage(describe(stream) + " cannot be stored");
+            continue;
+        }
+        addTrack(stream, treatment == Treatment::copy && isCopied(stream));
         trackOfStream_[index] = tracks_.back().get();
         const AVMediaType type = stream.codecpar->codec_type;
         hasContent = hasContent || type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO;
@@ -156,8 +122,19 @@ void Conversion::addTracks() {
         throw Failure(nothingRecorded);
     }
     if (onlyCopies_) {
-        requireSpace(output_);
+        reserveSpace(output_, recording_.size());
     }
+}
+
+bool Conversion::isCopied(const AVStream& stream) const {
+    if (!isContent(stream)) {
+        return true;
+    }
+    if (known_.copiesNothing || known_.unstorableStreams.contains(stream.index)) {
+        return false;
+    }
+    // Parameters that cannot be repeated on the way have to become one form.
+    return !known_.changingStreams.contains(stream.index) || CopiedTrack::canRepeatParameters(stream);
 }
 
 void Conversion::addTrack(const AVStream& stream, bool copies) {
@@ -167,15 +144,23 @@ void Conversion::addTrack(const AVStream& stream, bool copies) {
         addCopy(stream, target);
         return;
     }
-    reporter_.note(describe(stream) + " is encoded anew");
+    reporter_.note(describe(stream) + " is re-encoded");
     if (type == AVMEDIA_TYPE_VIDEO) {
-        tracks_.push_back(std::make_unique<TranscodedVideo>(stream, target, timeline_));
+        tracks_.push_back(std::make_unique<TranscodedVideo>(stream, target, timeline_, planFor(stream)));
     } else if (type == AVMEDIA_TYPE_AUDIO) {
-        tracks_.push_back(std::make_unique<TranscodedAudio>(stream, target, timeline_));
+        tracks_.push_back(std::make_unique<TranscodedAudio>(stream, target, timeline_, planFor(stream)));
     } else {
         tracks_.push_back(std::make_unique<TranscodedText>(stream, target, timeline_));
     }
     onlyCopies_ = false;
+}
+
+FormPlan Conversion::planFor(const AVStream& stream) const {
+    FormPlan plan = {TrackForm::of(stream), !known_.formsAreFinal, hasTimes(*recording_.format().iformat)};
+    if (const auto learned = known_.forms.find(stream.index); learned != known_.forms.end()) {
+        plan.form.widen(learned->second);
+    }
+    return plan;
 }
 
 void Conversion::addCopy(const AVStream& stream, AVStream& target) {
@@ -187,46 +172,49 @@ void Conversion::addCopy(const AVStream& stream, AVStream& target) {
     tracks_.push_back(std::make_unique<CopiedTrack>(stream, target, timeline_, changes));
 }
 
-void Conversion::copyMetadata() {
-    AVFormatContext& target = writer_.format();
-    av_dict_copy(&target.metadata, recording_.format().metadata, 0);
-    // These describe the recording's own container, and the muxer names itself.
-    for (const char* const key : {"major_brand", "minor_version", "compatible_brands", "encoder", "DURATION"}) {
-        av_dict_set(&target.metadata, key, nullptr, 0);
-    }
-}
-
-void Conversion::copyChapters() {
-    AVFormatContext& target = writer_.format();
-    for (unsigned index = 0; index < recording_.format().nb_chapters; ++index) {
-        const AVChapter& chapter = *recording_.format().chapters[index];
-        const std::int64_t shift = av_rescale_q(timeline_.origin(), AV_TIME_BASE_Q, chapter.time_base);
-        auto* const copy = static_cast<AVChapter*>(present(av_mallocz(sizeof(AVChapter))));
-        copy->id = chapter.id;
-        copy->time_base = chapter.time_base;
-        copy->start = std::max<std::int64_t>(0, chapter.start - shift);
-        copy->end = std::max(copy->start, chapter.end - shift);
-        av_dict_copy(&copy->metadata, chapter.metadata, 0);
-        int count = static_cast<int>(target.nb_chapters);
-        av_dynarray_add(&target.chapters, &count, copy);
-        target.nb_chapters = static_cast<unsigned>(count);
-    }
-}
-
 void Conversion::convert() {
     const PacketPointer packet = newPacket();
     for (std::int64_t count = 0; recording_.read(*packet); ++count) {
-        take(*packet);
+        try {
+            take(*packet);
+        } catch (const OutgrownForm&) {
+            surveyRest();
+        }
         av_packet_unref(packet.get());
         if (count % 64 == 0) {
             reporter_.progress(recording_.fractionRead() * conversionShare);
         }
     }
-    for (const auto& track : tracks_) {
-        track->finish(writer_);
+    try {
+        for (const auto& track : tracks_) {
+            track->finish(writer_);
+        }
+    } catch (const OutgrownForm&) {
+        surveyRest();
     }
+    writer_.storeRest();
     requireContent();
     reportDamage();
+}
+
+void Conversion::surveyRest() {
+    const PacketPointer packet = newPacket();
+    while (recording_.read(*packet)) {
+        const auto index = static_cast<std::size_t>(packet->stream_index);
+        if (Track* const track = index < trackOfStream_.size() ? trackOfStream_[index] : nullptr) {
+            track->survey(packet.get());
+        }
+        av_packet_unref(packet.get());
+    }
+    LearnedForms learned;
+    for (const auto& track : tracks_) {
+        track->survey(nullptr);
+        if (const TrackForm* const form = track->form()) {
+            learned.forms.emplace(track->source().index, *form);
+        }
+    }
+    reporter_.note("a re-encoded track grows on the way; begun again with its largest form");
+    throw learned;
 }
 
 void Conversion::take(AVPacket& packet) {

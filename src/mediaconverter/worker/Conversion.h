@@ -1,34 +1,20 @@
 #pragma once
 
+#include "mediaconverter/worker/Foreknowledge.h"
 #include "mediaconverter/worker/Mp4Writer.h"
 #include "mediaconverter/worker/Recording.h"
 #include "mediaconverter/worker/Reporter.h"
 #include "mediaconverter/worker/Timeline.h"
-#include "mediaconverter/worker/Track.h"
+#include "mediaconverter/worker/TranscodedTrack.h"
 
 #include <memory>
-#include <set>
 #include <vector>
 
 namespace worker {
 
-/// The whole work of one worker: a recording in, a proved MP4 out. Throws Failure.
+/// The whole work of one worker: a recording in, a proved MP4 out. Tries again, knowing more, where an attempt shows
+/// that a stream has to be treated in another way. Throws Failure.
 void convertRecording(int source, int output, Reporter& reporter);
-
-/// Thrown when sound or picture shows up of which nothing was known when the MP4 was begun.
-struct LateStream {
-    std::int64_t position;  ///< in bytes
-    std::string name;
-    bool hasSibling;  ///< there is a track of its kind
-};
-
-/// What an earlier attempt found out about a recording.
-struct Foreknowledge {
-    std::int64_t lookAhead = 0;     ///< there are streams at this byte that show nowhere before
-    bool lateHasSibling = false;    ///< they are not the only ones of their kind
-    bool passesStrays = false;      ///< streams that show late are packets under a wrong name
-    std::set<int> changingStreams;  ///< their parameters do not stay what they are at first
-};
 
 /// One attempt at it.
 class Conversion {
@@ -36,19 +22,20 @@ public:
     /// `known` must outlive it.
     Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known);
 
-    /// Throws LateStream or ChangedStream when it has to be begun anew, knowing more.
+    /// Throws LateStream, ChangedStream, UnstorableStream or LearnedForms when it has to be begun again, knowing more.
     void run();
 
 private:
-    std::int64_t estimateIndex() const;
-    void requireSpace(int output) const;
+    void makeMp4();
+    [[noreturn]] void learnFrom(const TrackFailure& failure);
+    bool isCopied(const AVStream& stream) const;
     void addTracks();
     void addTrack(const AVStream& stream, bool copies);
+    FormPlan planFor(const AVStream& stream) const;
     void addCopy(const AVStream& stream, AVStream& target);
-    void copyMetadata();
-    void copyChapters();
     void convert();
     void take(AVPacket& packet);
+    [[noreturn]] void surveyRest();
     bool hasTrackOf(AVMediaType type) const;
     void reportDamage();
     void requireContent();

@@ -20,4 +20,10 @@ struct Failure {
     static Failure ofLibrary(ConversionError error, int number);
 };
 
+/// Thrown where one track of the MP4 is what does not work, so that it may be tried in another way.
+struct TrackFailure {
+    int track;  ///< its index in the MP4
+    Failure why;
+};
+
 }  // namespace worker

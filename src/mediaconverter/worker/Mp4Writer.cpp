@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/Mp4Writer.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/TrialMuxer.h"
 
 #include <algorithm>
 
@@ -12,6 +13,10 @@ using enum ConversionError;
 
 /// How far one track may be behind another before players would have to seek to and fro.
 constexpr std::int64_t mostBehind = AV_TIME_BASE;
+
+/// A track of which more packets are refused, and more than this share, is not what its header says.
+constexpr std::int64_t mostRefusals = 8;
+constexpr std::int64_t mostRefusedShare = 20;
 
 /// Of a frame about which nothing is known, in the stream's time base.
 std::int64_t usualDuration(const AVStream& stream) {
@@ -41,23 +46,45 @@ Mp4Writer::Mp4Writer(int descriptor, std::int64_t indexEstimate) : file_(descrip
 }
 
 AVStream& Mp4Writer::addTrack() {
+    AVStream& track = *present(avformat_new_stream(format_.get(), nullptr));
     tallies_.emplace_back();
-    return *present(avformat_new_stream(format_.get(), nullptr));
+    lastTimes_.emplace_back();
+    refusals_.emplace_back();
+    firstPackets_.emplace_back();
+    return track;
 }
 
 void Mp4Writer::start(bool keepOrder) {
     keepOrder_ = keepOrder;
     if (const int written = avformat_write_header(format_.get(), nullptr); written < 0) {
-        file_.requireNoError();
-        throw Failure::ofLibrary(containerFailed, written);
+        blameTrack(written);
     }
+    queue_.start(*format_);
     file_.headerWritten();
 }
 
 void Mp4Writer::write(AVPacket& packet) {
+    repairTimes(packet, lastTimes_[static_cast<std::size_t>(packet.stream_index)]);
+    if (keepOrder_ && isOutOfOrder(packet)) {
+        keepOrder_ = false;
+    }
+    if (keepOrder_) {
+        store(packet);
+        return;
+    }
+    queue_.push(packet);
+    storeQueued(false);
+}
+
+void Mp4Writer::storeQueued(bool all) {
+    while (const PacketPointer next = queue_.pop(all)) {
+        store(*next);
+    }
+}
+
+void Mp4Writer::store(AVPacket& packet) {
     const auto index = static_cast<std::size_t>(packet.stream_index);
     TrackTally tally = tallies_[index];
-    repairTimes(packet, tally);
     ++tally.packets;
     tally.bytes += packet.size;
     tally.lastDecodingTime = packet.dts;
@@ -68,53 +95,75 @@ void Mp4Writer::write(AVPacket& packet) {
         tally.end = packet.pts;
     }
     tally.end = std::max(tally.end, packet.pts + packet.duration);
-
-    if (keepOrder_ && isOutOfOrder(packet)) {
-        keepOrder_ = false;
+    if (!firstPackets_[index]) {
+        firstPackets_[index].reset(present(av_packet_clone(&packet)));
     }
-    int written = 0;
-    if (keepOrder_) {
-        written = av_write_frame(format_.get(), &packet);
-        av_packet_unref(&packet);
-    } else {
-        written = av_interleaved_write_frame(format_.get(), &packet);
-    }
-    if (written == AVERROR_INVALIDDATA && format_->pb->error >= 0) {
-        ++refused_;
-        return;
-    }
-    if (written < 0 || format_->pb->error < 0) {
+    const int written = av_write_frame(format_.get(), &packet);
+    av_packet_unref(&packet);
+    if (format_->pb->error < 0) {
         file_.requireNoError();
-        throw Failure::ofLibrary(containerFailed, written);
+    }
+    if (written < 0) {
+        refuse(index, written);
+        return;
     }
     tallies_[index] = tally;
 }
 
-void Mp4Writer::finish() {
-    if (!keepOrder_) {
-        if (const int flushed = av_interleaved_write_frame(format_.get(), nullptr); flushed < 0) {
-            file_.requireNoError();
-            throw Failure::ofLibrary(containerFailed, flushed);
-        }
+void Mp4Writer::refuse(std::size_t track, int error) {
+    const Failure why = Failure::ofLibrary(containerFailed, error);
+    if (why.error != containerFailed) {
+        throw why;
     }
+    ++refused_;
+    if (++refusals_[track] > mostRefusals && refusals_[track] * mostRefusedShare > tallies_[track].packets) {
+        throw TrackFailure{static_cast<int>(track), why};
+    }
+}
+
+void Mp4Writer::storeRest() {
+    storeQueued(true);
+    requireTracksWithPackets();
+}
+
+void Mp4Writer::finish() {
     file_.dataWritten();
     if (const int ended = av_write_trailer(format_.get()); ended < 0) {
-        file_.requireNoError();
-        throw Failure::ofLibrary(containerFailed, ended);
+        blameTrack(ended);
     }
     file_.placeIndex();
 }
 
-void Mp4Writer::repairTimes(AVPacket& packet, TrackTally& tally) const {
+void Mp4Writer::requireTracksWithPackets() const {
+    for (std::size_t track = 0; track < tallies_.size(); ++track) {
+        if (tallies_[track].packets == 0 && refusals_[track] > 0) {
+            throw TrackFailure{static_cast<int>(track),
+                               Failure(containerFailed, "the muxer takes none of its packets")};
+        }
+    }
+}
+
+void Mp4Writer::blameTrack(int error) {
+    file_.requireNoError();
+    const Failure why = Failure::ofLibrary(containerFailed, error);
+    for (std::size_t track = 0; why.error == containerFailed && track < firstPackets_.size(); ++track) {
+        if (!isTakenByMuxer(*format_->streams[track], firstPackets_[track].get())) {
+            throw TrackFailure{static_cast<int>(track), why};
+        }
+    }
+    throw why;
+}
+
+void Mp4Writer::repairTimes(AVPacket& packet, LastTime& last) const {
     packet.duration = std::max<std::int64_t>(packet.duration, 0);
     if (packet.dts == AV_NOPTS_VALUE) {
         packet.dts = packet.pts;
     }
     if (packet.dts == AV_NOPTS_VALUE) {
-        packet.dts = tally.lastDecodingTime == AV_NOPTS_VALUE ? 0 : tally.lastDecodingTime + 1;
+        packet.dts = last.decoding == AV_NOPTS_VALUE ? 0 : last.decoding + 1;
     }
-    if (tally.lastDecodingTime != AV_NOPTS_VALUE) {
-        packet.dts = std::max(packet.dts, tally.lastDecodingTime + 1);
+    if (last.decoding != AV_NOPTS_VALUE) {
+        packet.dts = std::max(packet.dts, last.decoding + 1);
     }
     if (packet.pts == AV_NOPTS_VALUE || packet.pts < packet.dts) {
         packet.pts = packet.dts;
@@ -122,9 +171,9 @@ void Mp4Writer::repairTimes(AVPacket& packet, TrackTally& tally) const {
     // Players pass over a last frame that lasts no time.
     const AVStream& stream = *format_->streams[packet.stream_index];
     if (packet.duration == 0 && stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) {
-        packet.duration =
-            tally.lastDecodingTime != AV_NOPTS_VALUE ? packet.dts - tally.lastDecodingTime : usualDuration(stream);
+        packet.duration = last.decoding != AV_NOPTS_VALUE ? packet.dts - last.decoding : usualDuration(stream);
     }
+    last.decoding = packet.dts;
 }
 
 bool Mp4Writer::isOutOfOrder(const AVPacket& packet) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/Interleaver.h"
 #include "mediaconverter/worker/Mp4File.h"
 
 #include <cstdint>
@@ -20,7 +21,7 @@ struct TrackTally {
 };
 
 /// The muxer. Packets arrive with the times of their track in its time base and leave with times that an MP4 can
-/// hold. Throws Failure.
+/// hold. Throws Failure, and TrackFailure where the muxer refuses one track's header or many of its packets.
 class Mp4Writer {
 public:
     Mp4Writer(int descriptor, std::int64_t indexEstimate);
@@ -36,21 +37,38 @@ public:
     /// Takes the packet's content and leaves it blank. One that is too damaged to be stored is passed over.
     void write(AVPacket& packet);
 
-    /// How many were.
+    /// Number of packets passed over.
     std::int64_t refused() const { return refused_; }
 
-    /// Ends the file: samples, index in front.
+    /// Stores what waits for its turn; nothing more comes.
+    void storeRest();
+
+    /// After storeRest(). Ends the file: samples, index in front.
     void finish();
 
     const std::vector<TrackTally>& tallies() const { return tallies_; }
 
 private:
-    void repairTimes(AVPacket& packet, TrackTally& tally) const;
+    /// The last packet that was given, whether stored or not.
+    struct LastTime {
+        std::int64_t decoding = AV_NOPTS_VALUE;
+    };
+
+    void repairTimes(AVPacket& packet, LastTime& last) const;
     bool isOutOfOrder(const AVPacket& packet);
+    void storeQueued(bool all);
+    void store(AVPacket& packet);
+    void refuse(std::size_t track, int error);
+    void requireTracksWithPackets() const;
+    void blameTrack(int error);
 
     Mp4File file_;
     OutputPointer format_;
+    Interleaver queue_;
     std::vector<TrackTally> tallies_;
+    std::vector<LastTime> lastTimes_;
+    std::vector<std::int64_t> refusals_;       ///< per track
+    std::vector<PacketPointer> firstPackets_;  ///< per track
     bool keepOrder_ = false;
     std::int64_t furthest_ = INT64_MIN;
     std::int64_t refused_ = 0;

@@ -16,7 +16,13 @@ bool isCover(const AVStream& stream) {
 }
 
 [[noreturn]] void disprove(const AVStream& stream, const std::string& what) {
-    throw Failure(ConversionError::proofFailed, "track " + std::to_string(stream.index) + ": " + what);
+    throw TrackFailure{stream.index,
+                       Failure(ConversionError::proofFailed, "track " + std::to_string(stream.index) + ": " + what)};
+}
+
+/// MP4 has one object type for all layers of MPEG audio (ISO/IEC 14496-1, 7.2.6.6.2): the packets tell which it is.
+AVCodecID nameInMp4(AVCodecID codec) {
+    return codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 ? AV_CODEC_ID_MP3 : codec;
 }
 
 class Proof {
@@ -32,7 +38,7 @@ private:
     AVStream& nextTrack(const AVStream& written);
     void comparePackets(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
     void compareDuration(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
-    void readAt(AVStream& read, int entry);
+    void readAt(AVStream& read, const AVStream& written, int entry);
 
     SourceReader reader_;
     InputPointer format_;
@@ -67,7 +73,7 @@ void Proof::compare(const AVStream& written, const TrackTally& tally) {
     compareDuration(read, written, tally);
     const int entries = avformat_index_get_entries_count(&read);
     for (const int entry : {0, entries / 2, entries - 1}) {
-        readAt(read, entry);
+        readAt(read, written, entry);
     }
 }
 
@@ -88,7 +94,7 @@ AVStream& Proof::nextTrack(const AVStream& written) {
     }
     AVStream& read = *format_->streams[next_++];
     if (read.codecpar->codec_type != written.codecpar->codec_type ||
-        read.codecpar->codec_id != written.codecpar->codec_id) {
+        nameInMp4(read.codecpar->codec_id) != nameInMp4(written.codecpar->codec_id)) {
         disprove(written, "it became another");
     }
     return read;
@@ -116,7 +122,7 @@ void Proof::compareDuration(const AVStream& read, const AVStream& written, const
     }
 }
 
-void Proof::readAt(AVStream& read, int entry) {
+void Proof::readAt(AVStream& read, const AVStream& written, int entry) {
     const AVIndexEntry* const wanted = avformat_index_get_entry(&read, entry);
     const int sought = wanted == nullptr ? AVERROR_INVALIDDATA
                                          : av_seek_frame(format_.get(), read.index, wanted->timestamp,
@@ -128,7 +134,7 @@ void Proof::readAt(AVStream& read, int entry) {
         result = result < 0 ? result : av_read_frame(format_.get(), packet.get());
     } while (result >= 0 && packet->stream_index != read.index);
     if (result < 0 || packet->size == 0 || (packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
-        disprove(read, "packet " + std::to_string(entry) + " cannot be read");
+        disprove(written, "packet " + std::to_string(entry) + " cannot be read");
     }
 }
 

@@ -7,7 +7,8 @@
 namespace worker {
 
 /// Reads the finished file afresh and compares it with what was put in: the tracks, the packets of each, their
-/// durations, and a packet at the start, in the middle and at the end. Throws Failure where anything is amiss.
+/// durations, and a packet at the start, in the middle and at the end. Throws Failure, and
+/// TrackFailure where one track is amiss.
 void proveMp4(int descriptor, const AVFormatContext& written, const std::vector<TrackTally>& tallies);
 
 }  // namespace worker

@@ -84,6 +84,7 @@ void Track::send(AVPacket& packet, AVRational base, Mp4Writer& writer) {
 
 CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters)
     : Track(source, target, timeline),
+      form_(*source.codecpar),
       countsSamples_(source.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && source.codecpar->sample_rate > 0 &&
                      source.time_base.den != source.codecpar->sample_rate),
       repeatsParameters_(repeatsParameters) {
@@ -103,6 +104,10 @@ bool CopiedTrack::canRepeatParameters(const AVStream& stream) {
 }
 
 void CopiedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
+    if (!isIntact(packet)) {
+        countUndecodable();
+        return;
+    }
     followParameters(packet);
     clock().place(packet);
     if (countsSamples_) {
@@ -116,6 +121,14 @@ void CopiedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     writer.write(packet);
 }
 
+bool CopiedTrack::isIntact(const AVPacket& packet) {
+    const auto verdict = form_.look({packet.data, static_cast<std::size_t>(packet.size)});
+    if (verdict == FormWatch::Verdict::changed) {
+        throw ChangedStream{source().index};
+    }
+    return verdict != FormWatch::Verdict::damaged;
+}
+
 void CopiedTrack::followParameters(AVPacket& packet) {
     std::size_t length = 0;
     const std::uint8_t* const data = av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, &length);
@@ -125,7 +138,7 @@ void CopiedTrack::followParameters(AVPacket& packet) {
         if (repeatsParameters_) {
             auto sets = inBandParameterSets(*target().codecpar, fresh);
             if (!sets) {
-                throw Failure(ConversionError::codecUnknown, "its pictures change their form on the way");
+                throw ChangedStream{source().index};
             }
             parameters_ = std::move(*sets);
         } else if (!std::equal(fresh.begin(), fresh.end(), first.begin(), first.end())) {

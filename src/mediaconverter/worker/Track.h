@@ -1,7 +1,9 @@
 #pragma once
 
+#include "mediaconverter/worker/FormWatch.h"
 #include "mediaconverter/worker/Mp4Writer.h"
 #include "mediaconverter/worker/Timeline.h"
+#include "mediaconverter/worker/TrackForm.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -35,6 +37,13 @@ public:
 
     /// Nothing more comes.
     void finish(Mp4Writer& writer);
+
+    /// Only learns from the packet what form the track takes; nullptr when nothing more comes. For the rest of a
+    /// recording after OutgrownForm.
+    virtual void survey(const AVPacket*) {}
+
+    /// The largest form so far; none where it does not matter.
+    virtual const TrackForm* form() const { return nullptr; }
 
     /// True where packets leave in the order and number in which they come.
     virtual bool isCopy() const { return false; }
@@ -87,10 +96,12 @@ public:
 
 private:
     void pass(AVPacket& packet, Mp4Writer& writer) override;
+    bool isIntact(const AVPacket& packet);
     void placeSamples(AVPacket& packet);
     void followParameters(AVPacket& packet);
     void putBefore(AVPacket& packet) const;
 
+    FormWatch form_;
     bool countsSamples_;
     bool repeatsParameters_;
     std::vector<std::uint8_t> parameters_;  ///< those in force, as units of the stream

@@ -11,7 +11,7 @@ namespace worker {
 /// What becomes of one stream of the recording.
 enum class Treatment {
     copy,       ///< MP4 holds it as it is
-    transcode,  ///< MP4 does not; decoded and encoded anew
+    transcode,  ///< MP4 does not; it is re-encoded
     leave,      ///< data that an MP4 has no place for; named in the log
 };
 

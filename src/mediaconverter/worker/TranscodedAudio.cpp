@@ -1,3 +1,4 @@
+#include "mediaconverter/worker/AudioSamples.h"
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/TranscodedTrack.h"
 
@@ -28,34 +29,23 @@ int nearestRate(const AVCodec& codec, int wanted) {
     return best;
 }
 
-std::string layoutText(const AVChannelLayout& layout) {
-    std::array<char, 128> text{};
-    av_channel_layout_describe(&layout, text.data(), text.size());
-    return text.data();
-}
-
-/// Sound without a layout gets the usual one of its number of channels.
-void copyLayout(AVChannelLayout& to, const AVChannelLayout& from) {
-    if (from.order == AV_CHANNEL_ORDER_UNSPEC) {
-        av_channel_layout_default(&to, from.nb_channels);
-    } else {
-        av_channel_layout_copy(&to, &from);
+void setLayout(AVChannelLayout& layout, const std::string& text) {
+    if (av_channel_layout_from_string(&layout, text.c_str()) < 0) {
+        throw Failure(ConversionError::encodingFailed, "no channels " + text);
     }
 }
 
 }  // namespace
 
-TranscodedAudio::TranscodedAudio(const AVStream& source, AVStream& target, Timeline& timeline)
-    : TranscodedTrack(source, target, timeline) {
+TranscodedAudio::TranscodedAudio(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan)
+    : TranscodedTrack(source, target, timeline, plan) {
     makeEncoder("aac");
     AVCodecContext& aac = encoder();
-    const AVChannelLayout& layout =
-        decoder().ch_layout.nb_channels > 0 ? decoder().ch_layout : source.codecpar->ch_layout;
-    if (layout.nb_channels <= 0 || decoder().sample_rate <= 0) {
+    if (plan.form.channels <= 0 || plan.form.rate <= 0) {
         throw Failure(ConversionError::codecUnknown, "sound without channels or rate");
     }
-    copyLayout(aac.ch_layout, layout);
-    aac.sample_rate = nearestRate(*aac.codec, decoder().sample_rate);
+    setLayout(aac.ch_layout, plan.form.layout);
+    aac.sample_rate = nearestRate(*aac.codec, plan.form.rate);
     aac.sample_fmt = AV_SAMPLE_FMT_FLTP;
     aac.bit_rate = rateOfChannel * aac.ch_layout.nb_channels;
     aac.cutoff = std::min(highestFrequency, aac.sample_rate / 2);
@@ -67,6 +57,32 @@ TranscodedAudio::TranscodedAudio(const AVStream& source, AVStream& target, Timel
         av_dict_set(&options, tool, "0", 0);
     }
     openEncoder(options);
+    framer_ = std::make_unique<AudioFramer>(encoder());
+}
+
+void TranscodedAudio::inspect(AVFrame& frame) {
+    if (silenceImpossibleSamples(frame) > 0) {
+        countUndecodable();
+    }
+    if (hasTimes()) {
+        return;
+    }
+    // The library counts these by the rate and length of the first packets.
+    frame.pts = nextTime_ == AV_NOPTS_VALUE ? frame.pts : nextTime_;
+    nextTime_ = (frame.pts == AV_NOPTS_VALUE ? 0 : frame.pts) +
+                av_rescale_q(frame.nb_samples, {1, std::max(frame.sample_rate, 1)}, source().time_base);
+}
+
+void TranscodedAudio::takeFiltered(AVFrame* frame, Mp4Writer& writer) {
+    if (frame != nullptr) {
+        framer_->push(*frame);
+    }
+    while (const FramePointer next = framer_->pop(frame == nullptr)) {
+        encode(next.get(), writer);
+    }
+    if (frame == nullptr) {
+        encode(nullptr, writer);
+    }
 }
 
 std::string TranscodedAudio::filters(const AVFrame&) const {
@@ -76,14 +92,11 @@ std::string TranscodedAudio::filters(const AVFrame&) const {
 }
 
 std::string TranscodedAudio::sourceArguments(const AVFrame& frame) const {
-    AVChannelLayout layout = {};
-    copyLayout(layout, frame.ch_layout);
     const AVRational base = source().time_base;
     std::array<char, 256> text{};
     static_cast<void>(std::snprintf(text.data(), text.size(),
                                     "sample_rate=%d:sample_fmt=%d:channel_layout=%s:time_base=%d/%d", frame.sample_rate,
-                                    frame.format, layoutText(layout).c_str(), base.num, base.den));
-    av_channel_layout_uninit(&layout);
+                                    frame.format, layoutText(frame.ch_layout).c_str(), base.num, base.den));
     return text.data();
 }
 

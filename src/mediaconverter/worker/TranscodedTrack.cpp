@@ -1,6 +1,12 @@
 #include "mediaconverter/worker/TranscodedTrack.h"
 
+#include "mediaconverter/worker/CodecThreads.h"
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/Foreknowledge.h"
+
+extern "C" {
+#include <libavutil/cpu.h>
+}
 
 #include <algorithm>
 
@@ -10,7 +16,13 @@ namespace {
 
 using enum ConversionError;
 
-CodecPointer openDecoder(const AVStream& source) {
+/// No level of any video codec goes beyond this size; a header that does is damaged.
+constexpr std::int64_t mostPixels = std::int64_t{8192} * 8192;
+
+/// As many frames of audio in a row make a form; fewer may come from a damaged header.
+constexpr int leastFramesAlike = 3;
+
+CodecPointer openDecoder(const AVStream& source, const TrackForm& form) {
     const AVCodec* const codec = avcodec_find_decoder(source.codecpar->codec_id);
     if (codec == nullptr) {
         throw Failure(codecUnknown, avcodec_get_name(source.codecpar->codec_id));
@@ -18,7 +30,8 @@ CodecPointer openDecoder(const AVStream& source) {
     CodecPointer decoder(present(avcodec_alloc_context3(codec)));
     int result = avcodec_parameters_to_context(decoder.get(), source.codecpar);
     decoder->pkt_timebase = source.time_base;
-    decoder->thread_count = 0;
+    decoder->thread_count = codecThreadsFor(form.mostPixels, av_cpu_count()).decoder;
+    decoder->max_pixels = mostPixels;
     if (result >= 0) {
         result = avcodec_open2(decoder.get(), codec, nullptr);
     }
@@ -28,11 +41,15 @@ CodecPointer openDecoder(const AVStream& source) {
     return decoder;
 }
 
+/// A filter or encoder that fails this often without a frame between does not work at all.
+constexpr int mostFailuresInARow = 100;
+
 }  // namespace
 
-TranscodedTrack::TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline)
+TranscodedTrack::TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan)
     : Track(source, target, timeline),
-      decoder_(openDecoder(source)),
+      plan_(plan),
+      decoder_(openDecoder(source, plan.form)),
       decoded_(newFrame()),
       filtered_(newFrame()),
       encoded_(newPacket()) {}
@@ -62,18 +79,56 @@ void TranscodedTrack::openEncoder(AVDictionary* options) {
 
 void TranscodedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     clock().place(packet);
-    decode(&packet, writer);
+    decode(&packet, [&](AVFrame& frame) { convert(frame, writer); });
+}
+
+void TranscodedTrack::survey(const AVPacket* packet) {
+    decode(packet, [this](AVFrame& frame) {
+        if (isSettled(frame)) {
+            seen_.widen(frame);
+        }
+    });
+}
+
+void TranscodedTrack::convert(AVFrame& frame, Mp4Writer& writer) {
+    if (isSettled(frame)) {
+        seen_.widen(frame);
+        if (plan_.mayGrow && !plan_.form.holds(frame)) {
+            throw OutgrownForm{};
+        }
+    }
+    if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
+        frame.pts = frame.best_effort_timestamp;
+    }
+    inspect(frame);
+    filter(&frame, writer);
+}
+
+bool TranscodedTrack::isSettled(const AVFrame& frame) {
+    if (encoder_->codec_type != AVMEDIA_TYPE_AUDIO) {
+        return true;
+    }
+    const bool isAlike = frame.sample_rate == lastRate_ && frame.ch_layout.nb_channels == lastChannels_;
+    framesAlike_ = isAlike ? framesAlike_ + 1 : 1;
+    lastRate_ = frame.sample_rate;
+    lastChannels_ = frame.ch_layout.nb_channels;
+    return framesAlike_ >= leastFramesAlike;
 }
 
 void TranscodedTrack::end(Mp4Writer& writer) {
-    decode(nullptr, writer);
-    if (graph_) {
-        filter(nullptr, writer);
-    }
-    encode(nullptr, writer);
+    decode(nullptr, [&](AVFrame& frame) { convert(frame, writer); });
+    endFilters(writer);
+    takeFiltered(nullptr, writer);
 }
 
-void TranscodedTrack::decode(const AVPacket* packet, Mp4Writer& writer) {
+void TranscodedTrack::endFilters(Mp4Writer& writer) {
+    if (graph_) {
+        filter(nullptr, writer);
+        graph_.reset();
+    }
+}
+
+void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AVFrame&)>& take) {
     const int sent = avcodec_send_packet(decoder_.get(), packet);
     if (sent == AVERROR(ENOMEM)) {
         throw Failure(workerOutOfMemory);
@@ -97,26 +152,35 @@ void TranscodedTrack::decode(const AVPacket* packet, Mp4Writer& writer) {
             }
             continue;
         }
-        if (decoded_->best_effort_timestamp != AV_NOPTS_VALUE) {
-            decoded_->pts = decoded_->best_effort_timestamp;
-        }
-        filter(decoded_.get(), writer);
+        take(*decoded_);
         av_frame_unref(decoded_.get());
     }
 }
 
 void TranscodedTrack::filter(AVFrame* frame, Mp4Writer& writer) {
     if (frame != nullptr && !(graph_ && isLike(*frame))) {
-        if (graph_) {
-            filter(nullptr, writer);
+        endFilters(writer);
+        if (!passes(makeGraph(*frame))) {
+            graph_.reset();
+            return;
         }
-        makeGraph(*frame);
         remember(*frame);
     }
-    if (const int given = av_buffersrc_add_frame_flags(graphSource_, frame, AV_BUFFERSRC_FLAG_KEEP_REF); given < 0) {
-        throw Failure::ofLibrary(encodingFailed, given);
+    if (passes(av_buffersrc_add_frame_flags(graphSource_, frame, AV_BUFFERSRC_FLAG_KEEP_REF))) {
+        drainFilters(writer);
     }
-    drainFilters(writer);
+}
+
+bool TranscodedTrack::passes(int result) {
+    if (result >= 0) {
+        return true;
+    }
+    const Failure why = Failure::ofLibrary(encodingFailed, result);
+    if (why.error != encodingFailed || ++failuresInARow_ > mostFailuresInARow) {
+        throw why;
+    }
+    countUndecodable();
+    return false;
 }
 
 void TranscodedTrack::drainFilters(Mp4Writer& writer) {
@@ -125,8 +189,8 @@ void TranscodedTrack::drainFilters(Mp4Writer& writer) {
         if (taken == AVERROR(EAGAIN) || taken == AVERROR_EOF) {
             return;
         }
-        if (taken < 0) {
-            throw Failure::ofLibrary(encodingFailed, taken);
+        if (!passes(taken)) {
+            return;
         }
         if (filtered_->pts != AV_NOPTS_VALUE) {
             filtered_->pts = av_rescale_q(filtered_->pts, av_buffersink_get_time_base(graphSink_), encoder_->time_base);
@@ -137,28 +201,33 @@ void TranscodedTrack::drainFilters(Mp4Writer& writer) {
         }
         lastTime_ = filtered_->pts;
         filtered_->pict_type = AV_PICTURE_TYPE_NONE;
-        encode(filtered_.get(), writer);
+        takeFiltered(filtered_.get(), writer);
         av_frame_unref(filtered_.get());
     }
 }
 
 void TranscodedTrack::encode(AVFrame* frame, Mp4Writer& writer) {
-    if (const int sent = avcodec_send_frame(encoder_.get(), frame); sent < 0 && sent != AVERROR_EOF) {
-        throw Failure::ofLibrary(encodingFailed, sent);
+    if (const int sent = avcodec_send_frame(encoder_.get(), frame); sent != AVERROR_EOF && !passes(sent)) {
+        return;
     }
     while (true) {
         const int received = avcodec_receive_packet(encoder_.get(), encoded_.get());
         if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
             return;
         }
-        if (received < 0) {
-            throw Failure::ofLibrary(encodingFailed, received);
+        if (!passes(received)) {
+            // An encoder that is being drained would give the same error for ever.
+            if (frame == nullptr) {
+                return;
+            }
+            continue;
         }
+        failuresInARow_ = 0;
         send(*encoded_, encoder_->time_base, writer);
     }
 }
 
-void TranscodedTrack::makeGraph(const AVFrame& frame) {
+int TranscodedTrack::makeGraph(const AVFrame& frame) {
     graph_.reset(present(avfilter_graph_alloc()));
     // The frames are small work beside the encoding; threads of their own only cost.
     graph_->nb_threads = 1;
@@ -180,12 +249,7 @@ void TranscodedTrack::makeGraph(const AVFrame& frame) {
     if (result >= 0) {
         result = avfilter_graph_config(graph_.get(), nullptr);
     }
-    if (result < 0) {
-        throw Failure::ofLibrary(encodingFailed, result);
-    }
-    if (encoder_->codec_type == AVMEDIA_TYPE_AUDIO && encoder_->frame_size > 0) {
-        av_buffersink_set_frame_size(graphSink_, static_cast<unsigned>(encoder_->frame_size));
-    }
+    return result;
 }
 
 }  // namespace worker

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mediaconverter/worker/AudioFramer.h"
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/Track.h"
 
@@ -8,15 +9,28 @@ extern "C" {
 #include <libavfilter/buffersrc.h>
 }
 
+#include <functional>
 #include <string>
 
 namespace worker {
 
-/// A stream that MP4 can't hold: decoded, brought into a form that the encoder takes, encoded anew. Sound and
-/// picture share the way; what differs is in the two classes below.
+/// The form that a re-encoded track is given.
+struct FormPlan {
+    TrackForm form;
+    bool mayGrow = true;
+    bool hasTimes = true;  ///< false for audio in a format without times: they follow from the samples alone
+};
+
+/// A stream that MP4 can't hold: decoded, brought into a form that the encoder takes, re-encoded. Audio and
+/// video share the way; what differs is in the two classes below.
 class TranscodedTrack : public Track {
+public:
+    void survey(const AVPacket* packet) override;
+    const TrackForm* form() const override { return &seen_; }
+
 protected:
-    TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline);
+    /// The encoder is made for the plan's form. Where that may grow, a frame that it does not hold throws OutgrownForm.
+    TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan);
 
     /// The filter chain that brings frames like `frame` into the encoder's form.
     virtual std::string filters(const AVFrame& frame) const = 0;
@@ -31,6 +45,23 @@ protected:
     virtual bool isLike(const AVFrame& frame) const = 0;
     virtual void remember(const AVFrame& frame) = 0;
 
+    /// Looks at a decoded frame before it is filtered, and may change it.
+    virtual void inspect(AVFrame&) {}
+
+    /// Takes a frame in the encoder's form, with its time in the encoder's time base; nullptr when nothing more comes.
+    virtual void takeFiltered(AVFrame* frame, Mp4Writer& writer) { encode(frame, writer); }
+
+    /// Gives a frame to the encoder; nullptr when nothing more comes. One that it refuses is passed over.
+    void encode(AVFrame* frame, Mp4Writer& writer);
+
+    /// Takes what is in the filters out of them; the next frame gets new ones.
+    void endFilters(Mp4Writer& writer);
+
+    /// The form that the encoder is made for.
+    const TrackForm& planned() const { return plan_.form; }
+
+    bool hasTimes() const { return plan_.hasTimes; }
+
     AVCodecContext& encoder() { return *encoder_; }
     const AVCodecContext& encoder() const { return *encoder_; }
     const AVCodecContext& decoder() const { return *decoder_; }
@@ -42,12 +73,19 @@ protected:
 private:
     void pass(AVPacket& packet, Mp4Writer& writer) override;
     void end(Mp4Writer& writer) override;
-    void decode(const AVPacket* packet, Mp4Writer& writer);
+    void decode(const AVPacket* packet, const std::function<void(AVFrame&)>& take);
+    void convert(AVFrame& frame, Mp4Writer& writer);
+    bool isSettled(const AVFrame& frame);
     void filter(AVFrame* frame, Mp4Writer& writer);
     void drainFilters(Mp4Writer& writer);
-    void encode(AVFrame* frame, Mp4Writer& writer);
-    void makeGraph(const AVFrame& frame);
+    bool passes(int result);
+    int makeGraph(const AVFrame& frame);
 
+    const FormPlan plan_;
+    TrackForm seen_;
+    int lastRate_ = 0;
+    int lastChannels_ = 0;
+    int framesAlike_ = 0;
     CodecPointer decoder_;
     CodecPointer encoder_;
     GraphPointer graph_;
@@ -57,23 +95,28 @@ private:
     FramePointer filtered_;
     PacketPointer encoded_;
     std::int64_t lastTime_ = AV_NOPTS_VALUE;
+    int failuresInARow_ = 0;
 };
 
 /// Pictures, to H.264.
 class TranscodedVideo final : public TranscodedTrack {
 public:
-    TranscodedVideo(const AVStream& source, AVStream& target, Timeline& timeline);
+    TranscodedVideo(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan);
 
 private:
+    struct Size {
+        int width;
+        int height;
+    };
+
     std::string filters(const AVFrame& frame) const override;
     std::string sourceArguments(const AVFrame& frame) const override;
     const char* sourceFilter() const override { return "buffer"; }
     const char* sinkFilter() const override { return "buffersink"; }
     bool isLike(const AVFrame& frame) const override;
     void remember(const AVFrame& frame) override;
+    Size placed(const AVFrame& frame) const;
 
-    int encoderWidth_ = 0;
-    int encoderHeight_ = 0;
     int width_ = 0;
     int height_ = 0;
     int format_ = -1;
@@ -82,7 +125,7 @@ private:
 /// Sound, to AAC.
 class TranscodedAudio final : public TranscodedTrack {
 public:
-    TranscodedAudio(const AVStream& source, AVStream& target, Timeline& timeline);
+    TranscodedAudio(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan);
 
 private:
     std::string filters(const AVFrame& frame) const override;
@@ -92,9 +135,14 @@ private:
     bool isLike(const AVFrame& frame) const override;
     void remember(const AVFrame& frame) override;
 
+    void inspect(AVFrame& frame) override;
+    void takeFiltered(AVFrame* frame, Mp4Writer& writer) override;
+
     int rate_ = 0;
     int format_ = -1;
     std::string layout_;
+    std::int64_t nextTime_ = AV_NOPTS_VALUE;  ///< by the samples so far, in the source's time base
+    std::unique_ptr<AudioFramer> framer_;
 };
 
 }  // namespace worker

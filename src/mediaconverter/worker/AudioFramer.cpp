@@ -1,0 +1,101 @@
+#include "mediaconverter/worker/AudioFramer.h"
+
+#include "mediaconverter/worker/Failure.h"
+
+extern "C" {
+#include <libavutil/samplefmt.h>
+}
+
+#include <algorithm>
+#include <array>
+
+namespace worker {
+
+namespace {
+
+/// Samples that are taken at once where the encoder takes any number.
+constexpr int usualFrame = 4096;
+
+/// A pause shorter than this share of a second is rounding.
+constexpr int shareOfRounding = 10;
+
+int frameLength(const AVCodecContext& encoder) {
+    return encoder.frame_size > 0 ? encoder.frame_size : usualFrame;
+}
+
+}  // namespace
+
+AudioFramer::AudioFramer(const AVCodecContext& encoder)
+    : encoder_(encoder),
+      fifo_(present(av_audio_fifo_alloc(encoder.sample_fmt, encoder.ch_layout.nb_channels, frameLength(encoder)))) {}
+
+void AudioFramer::push(AVFrame& frame) {
+    if (start_ == AV_NOPTS_VALUE) {
+        start_ = frame.pts == AV_NOPTS_VALUE ? 0 : frame.pts;
+    }
+    const std::int64_t ahead = frame.pts == AV_NOPTS_VALUE ? 0 : frame.pts - start_ - waiting();
+    if (ahead > encoder_.sample_rate * longestSilence) {
+        pause(frame);
+        return;
+    }
+    if (ahead > encoder_.sample_rate / shareOfRounding) {
+        pad(ahead);
+    }
+    if (av_audio_fifo_write(fifo_.get(), reinterpret_cast<void**>(frame.extended_data), frame.nb_samples) <
+        frame.nb_samples) {
+        throw std::bad_alloc();
+    }
+}
+
+void AudioFramer::pause(AVFrame& next) {
+    const int length = frameLength(encoder_);
+    if (const auto over = static_cast<int>(waiting() % length); over > 0) {
+        pad(length - over);
+    }
+    afterPause_.reset(present(av_frame_clone(&next)));
+}
+
+void AudioFramer::pad(std::int64_t samples) {
+    while (samples > 0) {
+        const int count = static_cast<int>(std::min<std::int64_t>(samples, usualFrame));
+        const FramePointer silence = newAudio(count);
+        av_samples_set_silence(silence->extended_data, 0, count, encoder_.ch_layout.nb_channels, encoder_.sample_fmt);
+        if (av_audio_fifo_write(fifo_.get(), reinterpret_cast<void**>(silence->extended_data), count) < count) {
+            throw std::bad_alloc();
+        }
+        samples -= count;
+    }
+}
+
+FramePointer AudioFramer::pop(bool all) {
+    if (waiting() == 0 && afterPause_) {
+        const FramePointer next = std::move(afterPause_);
+        start_ = AV_NOPTS_VALUE;
+        push(*next);
+    }
+    if (waiting() >= frameLength(encoder_) || (all && waiting() > 0)) {
+        return take(static_cast<int>(std::min<std::int64_t>(waiting(), frameLength(encoder_))));
+    }
+    return nullptr;
+}
+
+FramePointer AudioFramer::take(int samples) {
+    FramePointer frame = newAudio(samples);
+    av_audio_fifo_read(fifo_.get(), reinterpret_cast<void**>(frame->extended_data), samples);
+    frame->pts = start_;
+    start_ += samples;
+    return frame;
+}
+
+FramePointer AudioFramer::newAudio(int samples) const {
+    FramePointer frame = newFrame();
+    frame->nb_samples = samples;
+    frame->format = encoder_.sample_fmt;
+    frame->sample_rate = encoder_.sample_rate;
+    if (av_channel_layout_copy(&frame->ch_layout, &encoder_.ch_layout) < 0 || av_frame_get_buffer(frame.get(), 0) < 0) {
+        throw std::bad_alloc();
+    }
+    return frame;
+}
+
+}  // namespace worker

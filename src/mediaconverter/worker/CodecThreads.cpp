@@ -1,0 +1,42 @@
+#include "mediaconverter/worker/CodecThreads.h"
+
+#include <algorithm>
+
+namespace worker {
+
+namespace {
+
+/// More bring nothing for the sizes that meetings have.
+constexpr int mostThreads = 16;
+
+/// What the codecs may take of the worker's 4 GiB.
+constexpr double budget = 2.25 * (std::int64_t{1} << 30U);
+
+// Bytes per pixel of the pictures that libx264 and a decoder keep, measured with 4K pictures, and rounded up: for each
+// of the encoder's threads a picture under work, its reconstruction and its half-size copies; the same for those that
+// look ahead; and the decoder's, of up to 16 bits and 4:4:4.
+constexpr double bytesPerEncoderThread = 10;
+constexpr double bytesOfLookAhead = 55;
+constexpr double bytesPerDecoderThread = 6;
+constexpr double bytesOfReferences = 24;
+
+double bytesFor(std::int64_t pixels, const CodecThreads& threads) {
+    return static_cast<double>(pixels) *
+           (bytesOfLookAhead + bytesOfReferences + threads.encoder * bytesPerEncoderThread +
+            threads.decoder * bytesPerDecoderThread);
+}
+
+}  // namespace
+
+CodecThreads codecThreadsFor(std::int64_t pixels, int processors) {
+    // What the libraries choose by themselves where memory is no question.
+    CodecThreads threads = {std::clamp(processors > 1 ? processors + 1 : 1, 1, mostThreads),
+                            std::clamp(processors * 3 / 2, 1, mostThreads)};
+    while (bytesFor(pixels, threads) > budget && (threads.decoder > 1 || threads.encoder > 1)) {
+        int& larger = threads.decoder > threads.encoder ? threads.decoder : threads.encoder;
+        --larger;
+    }
+    return threads;
+}
+
+}  // namespace worker

@@ -1,0 +1,86 @@
+#include "mediaconverter/worker/Conversion.h"
+#include "mediaconverter/worker/Failure.h"
+
+namespace worker {
+
+namespace {
+
+using enum ConversionError;
+
+/// How often streams may turn up that were not there before; each time the conversion begins again.
+constexpr int mostLateStreams = 5;
+
+/// How many streams may turn out not to be storable, each of which costs an attempt, before all are re-encoded.
+constexpr std::size_t mostUnstorableStreams = 4;
+
+/// How often the streams may turn out to be larger than all that had been seen of them.
+constexpr int mostGrowths = 3;
+
+/// Learns from why the attempts failed. Each kind of lesson is bounded, so the attempts come to an end.
+class Lessons {
+public:
+    const Foreknowledge& known() const { return known_; }
+
+    void learn(const ChangedStream& changed) {
+        if (!known_.changingStreams.insert(changed.index).second) {
+            learn(UnstorableStream{changed.index, Failure(codecUnknown, "its form changes on the way")});
+        }
+    }
+
+    void learn(const UnstorableStream& refused) {
+        if (!known_.unstorableStreams.insert(refused.index).second) {
+            throw refused.why;
+        }
+        known_.copiesNothing = known_.unstorableStreams.size() >= mostUnstorableStreams;
+    }
+
+    void learn(const LearnedForms& learned) {
+        for (const auto& [index, form] : learned.forms) {
+            known_.forms[index].widen(form);
+        }
+        known_.formsAreFinal = ++growths_ == mostGrowths;
+    }
+
+    void learn(const LateStream& late) {
+        if (++lateStreams_ == mostLateStreams) {
+            throw Failure(limitExceeded, late.name + " turns up at byte " + std::to_string(late.position));
+        }
+        if (late.position > known_.lookAhead) {
+            known_.lookAhead = late.position;
+            known_.lateHasSibling = late.hasSibling;
+        } else if (known_.lateHasSibling) {
+            // It could not be made out though it was looked at.
+            known_.lookAhead = 0;
+            known_.passesStrays = true;
+        } else {
+            throw Failure(codecUnknown, late.name);
+        }
+    }
+
+private:
+    Foreknowledge known_;
+    int lateStreams_ = 0;
+    int growths_ = 0;
+};
+
+}  // namespace
+
+void convertRecording(int source, int output, Reporter& reporter) {
+    Lessons lessons;
+    while (true) {
+        try {
+            Conversion(source, output, reporter, lessons.known()).run();
+            return;
+        } catch (const ChangedStream& lesson) {
+            lessons.learn(lesson);
+        } catch (const UnstorableStream& lesson) {
+            lessons.learn(lesson);
+        } catch (const LearnedForms& lesson) {
+            lessons.learn(lesson);
+        } catch (const LateStream& lesson) {
+            lessons.learn(lesson);
+        }
+    }
+}
+
+}  // namespace worker
