@@ -150,10 +150,10 @@ TEST_F(AuroraBubble, StaysWhileThePointerIsOverItAndThreeSecondsLonger) {
 
 TEST_F(AuroraBubble, StaysWhileTheKeyboardIsInItAndThreeSecondsLonger) {
     show(makeView(kSaved, {"Open"}), 0.5);
-    QApplication::setActiveWindow(onlyWindow());
+    activate(onlyWindow());
     test::turnFor(1500ms);
     EXPECT_TRUE(closed.empty());
-    QApplication::setActiveWindow(nullptr);
+    activate(nullptr);
     const auto left = std::chrono::steady_clock::now();
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_GE(std::chrono::steady_clock::now() - left, 2850ms);

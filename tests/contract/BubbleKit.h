@@ -39,6 +39,9 @@ protected:
     /// The windows of the bubbles now on the screen.
     static std::vector<QWidget*> windows();
 
+    /// Makes this the window that has the keyboard; none with nullptr.
+    static void activate(QWidget* window);
+
     platform::qt::QtTextMeasure measure;
     platform::ui::FolderImageCatalog images{RESOURCES "/images"};
     platform::NotificationCenter center;

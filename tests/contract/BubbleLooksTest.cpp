@@ -102,7 +102,7 @@ TEST_F(BubbleLooks, ItsButtonsTitlesHaveAContrastOfAtLeastSevenToOneInEveryLook)
 
     button->setDown(false);
     button->setAttribute(Qt::WA_UnderMouse, false);
-    QApplication::setActiveWindow(window);
+    activate(window);
     button->setFocus(Qt::TabFocusReason);
     EXPECT_NE(drawn(window), plain);
     EXPECT_GE(contrastOf(window, button), 7) << "focused";

@@ -1,5 +1,6 @@
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/FfmpegVersions.h"
 
 extern "C" {
 #include <libavutil/mastering_display_metadata.h>
@@ -63,8 +64,8 @@ void writeBright(const std::string& source, const std::string& target) {
     avcodec_parameters_copy(stream->codecpar, input->streams[0]->codecpar);
     stream->codecpar->codec_tag = 0;
     stream->time_base = input->streams[0]->time_base;
-    auto* const display = reinterpret_cast<AVMasteringDisplayMetadata*>(
-        av_stream_new_side_data(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA, sizeof(AVMasteringDisplayMetadata)));
+    auto* const display = reinterpret_cast<AVMasteringDisplayMetadata*>(worker::ffmpeg::newSideData(
+        *stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA, sizeof(AVMasteringDisplayMetadata)));
     *display = {};
     const AVRational primaries[3][2] = {
         {{34000, 50000}, {16000, 50000}}, {{13250, 50000}, {34500, 50000}}, {{7500, 50000}, {3000, 50000}}};
@@ -75,7 +76,7 @@ void writeBright(const std::string& source, const std::string& target) {
     display->max_luminance = {1000, 1};
     display->has_primaries = display->has_luminance = 1;
     auto* const light = reinterpret_cast<AVContentLightMetadata*>(
-        av_stream_new_side_data(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL, sizeof(AVContentLightMetadata)));
+        worker::ffmpeg::newSideData(*stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL, sizeof(AVContentLightMetadata)));
     *light = {1000, 400};
     avio_open(&output->pb, target.c_str(), AVIO_FLAG_WRITE);
     if (avformat_write_header(output.get(), nullptr) < 0) {

@@ -103,7 +103,7 @@ void Mp4File::requireNoError() {
     }
 }
 
-int Mp4File::writeCallback(void* self, std::uint8_t* bytes, int length) {
+int Mp4File::writeCallback(void* self, ffmpeg::WrittenByte* bytes, int length) {
     return static_cast<Mp4File*>(self)->write(bytes, static_cast<std::size_t>(length));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mediaconverter/worker/BlockWriter.h"
+#include "mediaconverter/worker/FfmpegVersions.h"
 
 extern "C" {
 #include <libavformat/avio.h>
@@ -39,7 +40,7 @@ public:
     void requireNoError();
 
 private:
-    static int writeCallback(void* self, std::uint8_t* bytes, int length);
+    static int writeCallback(void* self, ffmpeg::WrittenByte* bytes, int length);
     static std::int64_t seekCallback(void* self, std::int64_t offset, int whence);
     int write(const std::uint8_t* bytes, std::size_t length);
     void keepFileType(const std::uint8_t* bytes, std::size_t length);

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/Track.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/FfmpegVersions.h"
 #include "mediaconverter/worker/ParameterSets.h"
 
 #include <algorithm>
@@ -30,11 +31,6 @@ void copyDescription(const AVStream& source, AVStream& target) {
     target.sample_aspect_ratio = source.sample_aspect_ratio;
     target.avg_frame_rate = source.avg_frame_rate;
     target.r_frame_rate = source.r_frame_rate;
-    for (int index = 0; index < source.nb_side_data; ++index) {
-        const AVPacketSideData& data = source.side_data[index];
-        std::uint8_t* const copy = present(av_stream_new_side_data(&target, data.type, data.size));
-        std::copy_n(data.data, data.size, copy);
-    }
 }
 
 }  // namespace
@@ -69,6 +65,12 @@ void Track::finish(Mp4Writer& writer) {
     end(writer);
 }
 
+void Track::copySideData() {
+    for (const AVPacketSideData& data : ffmpeg::sideDataOf(source_)) {
+        std::copy_n(data.data, data.size, present(ffmpeg::newSideData(target_, data.type, data.size)));
+    }
+}
+
 void Track::passWaiting(Mp4Writer& writer) {
     pass(*waiting_, writer);
     av_packet_unref(waiting_.get());
@@ -94,6 +96,7 @@ CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& tim
     target.codecpar->codec_tag = tagFor(source.codecpar->codec_id);
     target.time_base = source.time_base;
     target.start_time = AV_NOPTS_VALUE;
+    copySideData();
     if (repeatsParameters_) {
         parameters_ = inBandParameterSets(*source.codecpar, parametersOf(*source.codecpar)).value_or(parameters_);
     }

@@ -67,6 +67,10 @@ protected:
     TrackClock& clock() { return clock_; }
     void countUndecodable() { ++undecodable_; }
 
+    /// Gives the target the source's rotation, light level and the like. After the target's codec parameters are set,
+    /// which since FFmpeg 6.1 hold them.
+    void copySideData();
+
     /// Gives the packet to the writer as one of this track; its times are in `base`.
     void send(AVPacket& packet, AVRational base, Mp4Writer& writer);
 

@@ -1,11 +1,14 @@
 #include "mediaconverter/worker/TrackPlan.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/FfmpegVersions.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/encryption_info.h>
 }
+
+#include <algorithm>
 
 namespace worker {
 
@@ -47,8 +50,9 @@ bool isCover(const AVStream& stream) {
 
 bool isEncrypted(const AVStream& stream) {
     const unsigned tag = stream.codecpar->codec_tag;
+    const auto isKeys = [](const AVPacketSideData& data) { return data.type == AV_PKT_DATA_ENCRYPTION_INIT_INFO; };
     return tag == MKTAG('e', 'n', 'c', 'v') || tag == MKTAG('e', 'n', 'c', 'a') ||
-           av_stream_get_side_data(&stream, AV_PKT_DATA_ENCRYPTION_INIT_INFO, nullptr) != nullptr;
+           std::ranges::any_of(ffmpeg::sideDataOf(stream), isKeys);
 }
 
 bool isText(AVCodecID codec) {

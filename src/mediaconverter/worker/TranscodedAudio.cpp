@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/AudioSamples.h"
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/FfmpegVersions.h"
 #include "mediaconverter/worker/TranscodedTrack.h"
 
 #include <algorithm>
@@ -21,9 +22,9 @@ constexpr int highestFrequency = 14000;
 /// The rate that the coder has and that comes next to the source's.
 int nearestRate(const AVCodec& codec, int wanted) {
     int best = 48000;
-    for (const int* rate = codec.supported_samplerates; rate != nullptr && *rate != 0; ++rate) {
-        if (std::abs(*rate - wanted) < std::abs(best - wanted)) {
-            best = *rate;
+    for (const int rate : ffmpeg::sampleRatesOf(codec)) {
+        if (std::abs(rate - wanted) < std::abs(best - wanted)) {
+            best = rate;
         }
     }
     return best;

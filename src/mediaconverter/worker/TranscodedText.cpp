@@ -55,6 +55,7 @@ TranscodedText::TranscodedText(const AVStream& source, AVStream& target, Timelin
         throw Failure::ofLibrary(encodingFailed, copied);
     }
     target.time_base = milliseconds;
+    copySideData();
 }
 
 void TranscodedText::pass(AVPacket& packet, Mp4Writer& writer) {

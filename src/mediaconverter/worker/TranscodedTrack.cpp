@@ -75,6 +75,7 @@ void TranscodedTrack::openEncoder(AVDictionary* options) {
     }
     target().codecpar->codec_tag = 0;
     target().time_base = encoder_->time_base;
+    copySideData();
 }
 
 void TranscodedTrack::pass(AVPacket& packet, Mp4Writer& writer) {

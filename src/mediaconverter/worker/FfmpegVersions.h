@@ -1,0 +1,66 @@
+#pragma once
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// Everything that differs between the FFmpeg releases that the worker builds with, 5.1 to 8: each difference with the
+/// version that brought it, as FFmpeg's doc/APIchanges lists it. The worker uses nothing that FFmpeg 8 lacks.
+namespace worker::ffmpeg {
+
+/// What avio_alloc_context()'s write callback is given: const since FFmpeg 7.0 (libavformat 61.0.100).
+#if LIBAVFORMAT_VERSION_MAJOR >= 61
+using WrittenByte = const std::uint8_t;
+#else
+using WrittenByte = std::uint8_t;
+#endif
+
+/// Side data of a whole stream (display matrix, mastering display, …): with the codec parameters since FFmpeg 6.1
+/// (libavcodec 60.30.100), no longer with the stream since FFmpeg 8.0 (libavformat 62).
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 30, 100)
+inline std::span<const AVPacketSideData> sideDataOf(const AVStream& stream) {
+    return {stream.codecpar->coded_side_data, static_cast<std::size_t>(stream.codecpar->nb_coded_side_data)};
+}
+/// `size` bytes to fill in; what was there of that type is replaced. Null when out of memory. Before
+/// avformat_write_header().
+inline std::uint8_t* newSideData(AVStream& stream, AVPacketSideDataType type, std::size_t size) {
+    AVCodecParameters& parameters = *stream.codecpar;
+    AVPacketSideData* const added =
+        av_packet_side_data_new(&parameters.coded_side_data, &parameters.nb_coded_side_data, type, size, 0);
+    return added == nullptr ? nullptr : added->data;
+}
+#else
+inline std::span<const AVPacketSideData> sideDataOf(const AVStream& stream) {
+    return {stream.side_data, static_cast<std::size_t>(stream.nb_side_data)};
+}
+inline std::uint8_t* newSideData(AVStream& stream, AVPacketSideDataType type, std::size_t size) {
+    return av_stream_new_side_data(&stream, type, size);
+}
+#endif
+
+/// Sample rates that an encoder takes, in Hz; empty when it takes any. A question since FFmpeg 7.1 (libavcodec
+/// 61.13.100), which deprecates the list in AVCodec.
+inline std::span<const int> sampleRatesOf(const AVCodec& codec) {
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
+    const void* rates = nullptr;
+    int count = 0;
+    if (avcodec_get_supported_config(nullptr, &codec, AV_CODEC_CONFIG_SAMPLE_RATE, 0, &rates, &count) < 0) {
+        return {};
+    }
+    return {static_cast<const int*>(rates), static_cast<std::size_t>(count)};
+#else
+    const int* const rates = codec.supported_samplerates;
+    const int* end = rates;
+    while (end != nullptr && *end != 0) {
+        ++end;
+    }
+    return {rates, end};
+#endif
+}
+
+}  // namespace worker::ffmpeg
