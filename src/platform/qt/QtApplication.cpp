@@ -3,6 +3,7 @@
 #include "platform/SystemLog.h"
 #include "platform/UserDefaults.h"
 #include "platform/qt/DisplayChoice.h"
+#include "platform/qt/DrawingThreads.h"
 #include "platform/qt/EndingSignals.h"
 #include "platform/qt/FontLanguage.h"
 #include "platform/qt/SessionBus.h"
@@ -10,7 +11,6 @@
 #include <QApplication>
 #include <QMetaObject>
 #include <QSessionManager>
-#include <QThreadPool>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -88,10 +88,7 @@ QtApplication::QtApplication(int argc, char* argv[])
     QGuiApplication::setDesktopFileName(QStringLiteral("org.recordconverter.RecordConverter"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
-    // The toolkit shares large pictures out among threads that would wait half a minute for the next one, and then wake
-    // up just to end. They end as soon as the picture is drawn; a single one, since a bubble gives no work to more.
-    QThreadPool::globalInstance()->setMaxThreadCount(1);
-    QThreadPool::globalInstance()->setExpiryTimeout(0);
+    endDrawingThreadsWithTheirPicture();
     QObject::connect(&toolkit_->application, &QGuiApplication::saveStateRequest, &toolkit_->application,
                      [](QSessionManager& session) {
                          // A meeting client starts us when there is work; the next session must not.
