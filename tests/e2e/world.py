@@ -211,6 +211,9 @@ class World(unittest.TestCase):
 
 
 def main():
+    # A shell gives its background jobs an ignored SIGINT, which every program here would inherit.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)
     try:
         unittest.main()
     finally:

@@ -80,9 +80,12 @@ bool isRefusedBySeccomp(const std::function<long()>& attempt) {
 }
 
 TEST(IsolationTest, SeccompRefusesFiles) {
-    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_open, "/etc/passwd", O_RDONLY); }));
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_openat, AT_FDCWD, "/etc/passwd", O_RDONLY); }));
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_unlinkat, AT_FDCWD, "/nothing", 0); }));
+#ifdef SYS_open  // newer architectures start without the older calls
+    EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_open, "/etc/passwd", O_RDONLY); }));
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_unlink, "/nothing"); }));
+#endif
 }
 
 TEST(IsolationTest, SeccompRefusesTheNetwork) {
@@ -91,7 +94,9 @@ TEST(IsolationTest, SeccompRefusesTheNetwork) {
 }
 
 TEST(IsolationTest, SeccompRefusesProcesses) {
+#ifdef SYS_fork
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_fork); }));
+#endif
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0); }));
     EXPECT_TRUE(isRefusedBySeccomp([] {
         char name[] = "/bin/true";
@@ -113,7 +118,9 @@ TEST(IsolationTest, SeccompLetsThreadsAndMemoryBe) {
 }
 
 TEST(IsolationTest, ResourcesAreLimited) {
-    EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
+    // The tests themselves may run at a lower priority; 19 is the lowest there is.
+    const int priority = std::min(::getpriority(PRIO_PROCESS, 0) + 10, 19);
+    EXPECT_TRUE(holdsInside([priority](worker::Reporter& reporter) {
         worker::barriers::limitResources(reporter, 1000);
         const auto limitOf = [](__rlimit_resource resource) {
             rlimit limit = {};
@@ -121,7 +128,7 @@ TEST(IsolationTest, ResourcesAreLimited) {
             return limit.rlim_max;
         };
         return limitOf(RLIMIT_NOFILE) <= 16 && limitOf(RLIMIT_CORE) == 0 && limitOf(RLIMIT_FSIZE) == 1U << 30U &&
-               limitOf(RLIMIT_AS) <= rlim_t{4} << 30U && ::getpriority(PRIO_PROCESS, 0) == 10 &&
+               limitOf(RLIMIT_AS) <= rlim_t{4} << 30U && ::getpriority(PRIO_PROCESS, 0) == priority &&
                ::syscall(SYS_ioprio_get, 1, 0) == (2 << 13 | 7);
     }));
 }

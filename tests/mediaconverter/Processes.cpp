@@ -25,7 +25,18 @@ Process::Process(const std::vector<std::string>& command) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-    const int failed = ::posix_spawnp(&id_, arguments[0], &actions, nullptr, arguments.data(), environ);
+    // A shell gives its background jobs an ignored SIGINT, which the program would inherit.
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+        sigaddset(&ending, number);
+    }
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigdefault(&attributes, &ending);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    const int failed = ::posix_spawnp(&id_, arguments[0], &actions, &attributes, arguments.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (failed != 0) {
         throw std::runtime_error("cannot start " + command.front());
