@@ -2,6 +2,7 @@
 
 #include "AppDelegate.h"
 #include "KTRAppLaunchingEnv.h"
+#include "answerToUser.h"
 #include "mediaconverter/providers/ConvertedFileManager.h"
 #include "mediaconverter/providers/ConvertedWorkspace.h"
 #include "platform/BusySerialQueueMaker.h"
@@ -31,6 +32,7 @@
 #include "uilib/qt/QtAuroraBubbleMaker.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -152,6 +154,10 @@ bool handedOver(Providers& providers) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    if (const auto answer = answerToUser({argv, argv + argc}, VERSION)) {
+        std::fputs(answer->c_str(), stdout);
+        return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
     platform::keepMemoryTogether();
     // Neither is ever destroyed: at the process's end the conversion queue may still be using them.
     static const auto* const services = new StandardServices(resourcesFolder());
