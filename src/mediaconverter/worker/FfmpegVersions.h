@@ -20,6 +20,10 @@ using WrittenByte = const std::uint8_t;
 using WrittenByte = std::uint8_t;
 #endif
 
+/// The name to look for a recording's format with, whatever the recording's own: since FFmpeg 7.1.1 a playlist is taken
+/// for one only under such a name, and it has to be refused as one. No other format is found by it.
+inline constexpr const char* probedName = "recording.m3u8";
+
 /// Side data of a whole stream (display matrix, mastering display, …): with the codec parameters since FFmpeg 6.1
 /// (libavcodec 60.30.100), no longer with the stream since FFmpeg 8.0 (libavformat 62).
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 30, 100)

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/Recording.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/FfmpegVersions.h"
 #include "mediaconverter/worker/FlvTags.h"
 #include "mediaconverter/worker/FragmentGaps.h"
 
@@ -125,7 +126,7 @@ Recording::Listening::~Listening() {
 void Recording::open() {
     AVIOContext* const bytes = reader_.context();
     const AVInputFormat* found = nullptr;
-    const int score = av_probe_input_buffer2(bytes, &found, "", nullptr, 0, 1U << 20U);
+    const int score = av_probe_input_buffer2(bytes, &found, ffmpeg::probedName, nullptr, 0, 1U << 20U);
     reader_.requireNoError();
     if (found != nullptr && isListed(*found, refusedFormats)) {
         throw Failure(formatRefused, found->name);
