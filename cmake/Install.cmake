@@ -23,7 +23,10 @@ endforeach()
 set(id org.recordconverter.RecordConverter)
 set(desktop "${PROJECT_SOURCE_DIR}/resources/desktop")
 install(FILES "${desktop}/${id}.desktop" DESTINATION share/applications COMPONENT application)
-install(FILES "${desktop}/${id}.metainfo.xml" DESTINATION share/metainfo COMPONENT application)
+# A store fetches the screenshots from there.
+set(RECORD_CONVERTER_HOMEPAGE "https://recordconverter.invalid" CACHE STRING "Where the source tree is published")
+configure_file("${desktop}/${id}.metainfo.xml.in" "${PROJECT_BINARY_DIR}/install/${id}.metainfo.xml" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/install/${id}.metainfo.xml" DESTINATION share/metainfo COMPONENT application)
 install(FILES "${PROJECT_SOURCE_DIR}/resources/images/corvoball.svg" RENAME ${id}.svg
   DESTINATION share/icons/hicolor/scalable/apps COMPONENT application)
 install(FILES "${desktop}/${id}-symbolic.svg"
@@ -63,6 +66,8 @@ if(SCDOC)
   endforeach()
   add_custom_target(manual_pages ALL DEPENDS ${pages})
   install(FILES ${pages} DESTINATION share/man/man1 COMPONENT application)
+else()
+  message(STATUS "scdoc is not there: the manual pages are left out")
 endif()
 
 # For authors of meeting clients
@@ -83,5 +88,11 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/install/MeetingRecordNot
   COMPATIBILITY SameMinorVersion)
 install(FILES "${config}" "${PROJECT_BINARY_DIR}/install/MeetingRecordNotificationsConfigVersion.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/MeetingRecordNotifications COMPONENT development)
+# The prefix is found from the file's own place, as the CMake package does it.
+file(RELATIVE_PATH pc_to_prefix "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" pc_to_prefix "${pc_to_prefix}")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/recordmeeting.pc.in" "${PROJECT_BINARY_DIR}/install/recordmeeting.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/install/recordmeeting.pc"
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES "${PROJECT_SOURCE_DIR}/docs/meeting-clients.md"
   DESTINATION share/doc/record-converter-dev COMPONENT development)
