@@ -25,6 +25,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(record_converter_options INTERFACE -Wno-null-dereference)
 endif()
 
+# The worker parses what strangers have made, so everything is hardened whether or not the builder asks for it. The
+# sanitizers find the same faults, and bring run-time libraries that some of this gets in the way of.
+option(RECORD_CONVERTER_HARDENING "Build with the protections that compiler and linker offer" ON)
+if(RECORD_CONVERTER_HARDENING AND NOT RECORD_CONVERTER_SANITIZE AND NOT RECORD_CONVERTER_FUZZ)
+  include(Hardening)
+endif()
+
 if(RECORD_CONVERTER_SANITIZE)
   add_compile_options(-fsanitize=${RECORD_CONVERTER_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${RECORD_CONVERTER_SANITIZE})

@@ -1,0 +1,77 @@
+"""What compiler and linker protect the packaged programs with, read from the programs themselves.
+
+The packages are built without the hardening that Debian's own flags bring, so all of it is the project's.
+"""
+
+import glob
+import os
+import platform
+import re
+import subprocess
+import tempfile
+import unittest
+
+PACKAGES = os.environ.get("RECORD_CONVERTER_PACKAGES", "")
+
+
+def read(tool, *arguments):
+    return subprocess.run([tool, *arguments], check=True, stdout=subprocess.PIPE, text=True,
+                          env={**os.environ, "LC_ALL": "C"}).stdout
+
+
+class Hardening(unittest.TestCase):
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        for name in ("record-converter", "record-converter-trace"):
+            package, = glob.glob(os.path.join(PACKAGES, name + "_*.deb"))
+            subprocess.run(["dpkg-deb", "--extract", package, place.name], check=True)
+        self.application = os.path.join(place.name, "usr", "lib", "record-converter")
+        self.worker = os.path.join(self.application, "libexec", "mediaconverter-worker")
+
+    def _each(self):
+        found = sorted(path for folder in ("bin", "lib", "libexec", "PlugIns")
+                       for path in glob.glob(os.path.join(self.application, folder, "*")))
+        self.assertEqual(len(found), 6, found)
+        for path in found:
+            with self.subTest(os.path.relpath(path, self.application)):
+                yield path
+
+    def _code(self):
+        return read("objdump", "-d", "--no-show-raw-insn", self.worker)
+
+    def test_everything_is_position_independent(self):
+        for path in self._each():
+            self.assertRegex(read("readelf", "-hW", path), r"Type:\s+DYN")
+
+    def test_what_the_linker_resolves_is_resolved_at_the_start_and_then_read_only(self):
+        for path in self._each():
+            self.assertIn("GNU_RELRO", read("readelf", "-lW", path))
+            self.assertRegex(read("readelf", "-dW", path), r"\(FLAGS_1\).*\bNOW\b")
+
+    def test_no_stack_is_executable(self):
+        for path in self._each():
+            self.assertRegex(read("readelf", "-lW", path), r"GNU_STACK\s+(0x\w+\s+){5}RW\s")
+
+    def test_the_programs_guard_their_stack(self):
+        for path in self._each():
+            self.assertIn("__stack_chk_fail", read("readelf", "--dyn-syms", "-W", path))
+
+    def test_the_worker_calls_the_checked_forms_of_library_functions(self):
+        self.assertRegex(read("readelf", "--dyn-syms", "-W", self.worker), r"__(mem|str|sn?|vsn?|v?f)\w*_chk")
+
+    def test_the_worker_guards_jumps(self):
+        if platform.machine() == "x86_64":
+            # Each function that may be the target of a jump begins with this instruction.
+            self.assertGreater(len(re.findall(r"\bendbr64\b", self._code())), 100)
+        else:
+            self.assertRegex(self._code(), r"\b(bti|paciasp)\b")
+
+    def test_large_frames_touch_every_page_of_the_stack(self):
+        if platform.machine() != "x86_64":
+            self.skipTest("the probing instruction is known for x86 alone")
+        self.assertRegex(self._code(), r"\borq?\s+\$0x0,(0x\w+)?\(%rsp\)")
+
+
+if __name__ == "__main__":
+    unittest.main()
