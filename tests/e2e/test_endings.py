@@ -2,6 +2,7 @@
 
 import os
 import signal
+import subprocess
 import time
 
 import display
@@ -26,6 +27,17 @@ class _Ending(world.World):
         self.assertEqual(self.files(), ["slow.avi"])
         with open(self.source, "rb") as file:
             self.assertEqual(file.read(), self.content)
+
+
+class Questions(world.World):
+    with_bus = False
+
+    def test_help_and_version_are_answered_at_once_and_without_a_session(self):
+        for question, beginning in (("--help", "Usage: record-converter "), ("--version", "record-converter 0.")):
+            result = subprocess.run([self.program("record-converter"), question], env={}, stdin=subprocess.DEVNULL,
+                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=20, check=False)
+            self.assertEqual((result.returncode, result.stderr), (0, ""))
+            self.assertTrue(result.stdout.startswith(beginning), result.stdout)
 
 
 class Endings(_Ending):

@@ -7,6 +7,8 @@ import subprocess
 import world
 
 BUILD = os.environ.get("RECORD_CONVERTER_BUILD", "")
+PACKAGES = os.environ.get("RECORD_CONVERTER_PACKAGES", "")
+LIBRARIES = os.environ.get("RECORD_CONVERTER_LIBRARIES", "lib")
 ID = "org.recordconverter.RecordConverter"
 
 
@@ -55,7 +57,8 @@ class Install(world.World):
                      "share/fish/vendor_completions.d/meeting-client.fish",
                      "share/fish/vendor_completions.d/convert-recording.fish",
                      "share/dbus-1/interfaces/org.recordconverter.NotificationCenter.xml",
-                     "include/recordmeeting/KTRMeetingRecordNotifications.h"):
+                     "include/recordmeeting/KTRMeetingRecordNotifications.h",
+                     f"{LIBRARIES}/pkgconfig/recordmeeting.pc"):
             self.assertTrue(os.path.exists(os.path.join(self.prefix, path)), path)
         self.assertEqual(os.listdir(os.path.join(self.prefix, "lib/record-converter/PlugIns")), [],
                          "the trace plug-in only where it is asked for")
@@ -70,7 +73,8 @@ class Install(world.World):
         install(self.prefix)
         share = os.path.join(self.prefix, "share")
         commands = [["desktop-file-validate", f"{share}/applications/{ID}.desktop"],
-                    ["appstreamcli", "validate", "--no-net", f"{share}/metainfo/{ID}.metainfo.xml"]]
+                    ["appstreamcli", "validate", "--no-net", *self._strictness(),
+                     f"{share}/metainfo/{ID}.metainfo.xml"]]
         for page in os.listdir(f"{share}/man/man1"):
             commands.append(["man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", f"{share}/man/man1/{page}"])
         for command in commands:
@@ -79,27 +83,44 @@ class Install(world.World):
             self.assertEqual((result.returncode, result.stderr), (0, ""), (command, result.stdout))
 
 
+    def _strictness(self):
+        # Releases before 1.0 do not know how developers are named today and mention that as an information.
+        version = subprocess.run(["appstreamcli", "--version"], stdout=subprocess.PIPE, text=True, check=True).stdout
+        return [] if "version: 0." in version else ["--strict"]
+
+    def test_a_client_builds_with_pkg_config(self):
+        install(self.prefix)
+        with open(self.path("client.cpp"), "w", encoding="utf-8") as file:
+            file.write("#include <recordmeeting/KTRMeetingRecordNotifications.h>\n#include <cstdio>\n"
+                       "int main() { std::puts(kMeetingRecordConverterBundleIdentifier); }\n")
+        environment = {**os.environ, "PKG_CONFIG_PATH": os.path.join(self.prefix, LIBRARIES, "pkgconfig")}
+        subprocess.run("c++ client.cpp -o client $(pkg-config --cflags --libs recordmeeting)", shell=True, check=True,
+                       cwd=self.folder, env=environment)
+        self.assertEqual(subprocess.run([self.path("client")], stdout=subprocess.PIPE, text=True, check=True).stdout,
+                         "org.recordconverter.RecordConverter\n")
+
+
 class Packages(world.World):
     with_bus = False
 
-    def test_are_well_formed_and_complete(self):
-        subprocess.run(["cpack", "-G", "DEB", "-B", self.folder, "--config", f"{BUILD}/CPackConfig.cmake"], check=True,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env={**self.environment, "DPKG_COLORS": "never"})
-        packages = sorted(name for name in self.files() if name.endswith(".deb"))
-        self.assertEqual([name.split("_")[0] for name in packages],
-                         ["record-converter-dev", "record-converter-trace", "record-converter"])
-        result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error,warning", *packages], cwd=self.folder,
-                                env=self.environment, stdout=subprocess.PIPE, text=True, check=False)
-        self.assertEqual((result.returncode, result.stdout), (0, ""))
-        development, trace, application = packages
-        for library in ("libqt6widgets6", "libavformat59", "libseccomp2", "libc6"):
+    def test_are_complete(self):
+        self.folder = PACKAGES
+        development, trace, application = (self._package(end) for end in ("-dev", "-trace", ""))
+        self._package("-dbgsym")
+        for library in ("libqt6widgets6", "libavformat", "libseccomp2", "libc6"):
             self.assertIn(library, self._depends(application))
+        self.assertEqual([name for name in self._contents(application).splitlines() if "PlugIns" in name], [])
         # The plug-in is a package of its own, for the application must start without it, and adds no library.
         self.assertEqual({dependency.split()[0] for dependency in self._depends(trace).split(", ")},
                          {"record-converter", "libc6", "libgcc-s1", "libstdc++6"})
         plug_in = "./usr/lib/record-converter/PlugIns/ktrtrace.bundle"
         self.assertEqual([plug_in in self._contents(package) for package in (trace, application, development)],
                          [True, False, False])
+
+    def _package(self, end):
+        names = [name for name in self.files() if name.startswith(f"record-converter{end}_") and name.endswith(".deb")]
+        self.assertEqual(len(names), 1, (end, self.files()))
+        return names[0]
 
     def _depends(self, package):
         return subprocess.run(["dpkg-deb", "--field", self.path(package), "Depends"], check=True,
