@@ -12,16 +12,16 @@ namespace {
 /// Less than this is disorder among neighbours, not a clock that was set back.
 constexpr std::int64_t leastJumpBack = AV_TIME_BASE;
 
-/// A broadcast clock that leaps further than this was set anew; less is a gap in the recording.
-constexpr std::int64_t mostGap = std::int64_t{10} * AV_TIME_BASE;
+/// Where all tracks of a broadcast stream leap further than this, their clock was reset; less is a pause.
+constexpr std::int64_t mostSharedPause = std::int64_t{3600} * AV_TIME_BASE;
+
+/// A track that goes on for this long as if nothing had happened does not follow the jump of another.
+constexpr std::int64_t mostBelated = std::int64_t{10} * AV_TIME_BASE;
 
 /// No picture is decoded this long before it is shown, however seldom there is one.
 constexpr std::int64_t mostDelay = std::int64_t{3600} * AV_TIME_BASE;
 
-/// Two tracks' jumps that differ by less than this are the same event.
-constexpr std::int64_t sameJump = AV_TIME_BASE;
-
-/// A clock that leaps further than this was set anew, whatever the format: no recording pauses for a month.
+/// A clock that leaps further than this was reset, whatever the format: no recording pauses for a month.
 constexpr std::int64_t mostPause = std::int64_t{30} * 24 * 3600 * AV_TIME_BASE;
 
 /// Times further from 0 than this are damage: 140 years, so that a clock that counts from 1970 is none.
@@ -68,12 +68,23 @@ bool Timeline::isCountable(std::int64_t time) {
     return time != AV_NOPTS_VALUE && time > -mostTime && time < mostTime;
 }
 
+std::int64_t Timeline::furthest() const {
+    std::int64_t furthest = 0;
+    for (const TrackClock* const clock : clocks_) {
+        if (clock->expected_ != AV_NOPTS_VALUE) {
+            furthest = std::max(furthest, clock->expected());
+        }
+    }
+    return furthest;
+}
+
 TrackClock::TrackClock(Timeline& timeline, const AVStream& stream)
     : timeline_(timeline),
       stream_(stream),
       mostTime_(bound(mostTime, stream.time_base)),
       leastJump_(bound(leastJumpBack, stream.time_base)) {
-    jump(0);
+    timeline_.clocks_.push_back(this);
+    applyJumps();
 }
 
 void TrackClock::place(AVPacket& packet) {
@@ -99,8 +110,8 @@ void TrackClock::place(AVPacket& packet) {
         packet.dts = -offset_;
     }
     if (expected_ != AV_NOPTS_VALUE) {
-        if (const std::int64_t ahead = sum(sum(packet.dts, offset_), -expected_); std::llabs(ahead) > leastJump_) {
-            followJump(ahead);
+        if (std::llabs(sum(sum(packet.dts, offset_), -expected_)) > leastJump_) {
+            followJump(packet.dts);
         }
     } else {
         joinAt(packet.dts);
@@ -110,8 +121,6 @@ void TrackClock::place(AVPacket& packet) {
         packet.pts = sum(packet.pts, offset_);
     }
     expected_ = sum(packet.dts, duration);
-    timeline_.latest_ = packet.dts;
-    timeline_.latestBase_ = stream_.time_base;
 }
 
 bool TrackClock::isLeap(const AVPacket& packet) const {
@@ -126,45 +135,63 @@ bool TrackClock::isDamaged(std::int64_t time) const {
     return time != AV_NOPTS_VALUE && (time <= -mostTime_ || time >= mostTime_);
 }
 
-void TrackClock::jump(std::int64_t size) {
-    jumped_ = sum(jumped_, size);
-    offset_ = rescaled(sum(jumped_, -timeline_.origin_), AV_TIME_BASE_Q, stream_.time_base);
+bool TrackClock::isInStep() const {
+    const std::vector<Timeline::Jump>& jumps = timeline_.jumps_;
+    return followed_.jumps == jumps.size() || expected_ == AV_NOPTS_VALUE ||
+           stream_.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE ||
+           expected() < sum(jumps[followed_.jumps].place, mostBelated);
+}
+
+std::int64_t TrackClock::expected() const {
+    return rescaled(expected_, stream_.time_base, AV_TIME_BASE_Q);
+}
+
+void TrackClock::applyJumps() {
+    offset_ = rescaled(sum(followed_.sum, -timeline_.origin_), AV_TIME_BASE_Q, stream_.time_base);
 }
 
 void TrackClock::joinAt(std::int64_t time) {
-    // A track that begins late may begin behind jumps of the others: where it comes closest to them.
+    // A track that begins late may begin after jumps of the others: where it comes closest to them.
     const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
-    const std::int64_t latest = rescaled(timeline_.latest_, timeline_.latestBase_, AV_TIME_BASE_Q);
-    std::int64_t nearest = std::llabs(sum(raw, -latest));
-    std::int64_t total = 0;
-    for (std::size_t index = 0; index < timeline_.jumps_.size(); ++index) {
-        total = sum(total, timeline_.jumps_[index].size);
-        if (const std::int64_t distance = std::llabs(sum(sum(raw, total), -latest)); distance < nearest) {
-            nearest = distance;
-            jumpsFollowed_ = index + 1;
-            jumped_ = total;
-        }
-    }
-    jump(0);
+    followed_ = nearest(raw, timeline_.furthest(), INT64_MIN);
+    applyJumps();
 }
 
-void TrackClock::followJump(std::int64_t ticks) {
-    const std::int64_t ahead = rescaled(ticks, stream_.time_base, AV_TIME_BASE_Q);
-    const bool isJump = ahead < -leastJumpBack || ahead > mostPause || (timeline_.clocksAreReset_ && ahead > mostGap);
-    if (!isJump || stream_.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
-        return;
-    }
-    std::int64_t size = -ahead;
-    if (jumpsFollowed_ < timeline_.jumps_.size()) {
-        const std::int64_t others = timeline_.jumps_[jumpsFollowed_].size;
-        if (std::llabs(sum(others, -size)) < sameJump) {
-            size = others;
+TrackClock::Followed TrackClock::nearest(std::int64_t raw, std::int64_t place, std::int64_t earliest) const {
+    Followed best = followed_;
+    Followed next = followed_;
+    while (next.jumps < timeline_.jumps_.size()) {
+        next = {next.jumps + 1, sum(next.sum, timeline_.jumps_[next.jumps].size)};
+        const std::int64_t landing = sum(raw, next.sum);
+        if (landing >= earliest && std::llabs(sum(landing, -place)) < std::llabs(sum(sum(raw, best.sum), -place))) {
+            best = next;
         }
-    } else {
-        timeline_.jumps_.push_back({size});
     }
-    ++jumpsFollowed_;
-    jump(size);
+    return best;
+}
+
+void TrackClock::followJump(std::int64_t time) {
+    const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
+    const std::int64_t furthest = timeline_.furthest();
+    followed_ = nearest(raw, furthest, sum(expected(), -leastJumpBack));
+    // Texts are too seldom to tell a reset clock from a pause.
+    const bool isSparse = stream_.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE;
+    if (!isSparse && isReset(sum(raw, followed_.sum))) {
+        // Behind all tracks, so that none has to go back for another's sake.
+        const std::int64_t size = sum(furthest, -sum(raw, followed_.sum));
+        timeline_.jumps_.push_back({size, furthest});
+        followed_ = {timeline_.jumps_.size(), sum(followed_.sum, size)};
+    }
+    applyJumps();
+}
+
+bool TrackClock::isReset(std::int64_t place) const {
+    const std::int64_t ahead = sum(place, -expected());
+    if (ahead < -leastJumpBack || ahead > mostPause) {
+        return true;
+    }
+    // Where another track has come as far meanwhile, this one only paused.
+    return timeline_.clocksAreReset_ && sum(place, -timeline_.furthest()) > mostSharedPause;
 }
 
 }  // namespace worker
