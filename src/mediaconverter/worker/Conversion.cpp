@@ -23,9 +23,8 @@ using enum ConversionError;
 /// What reading and writing are of the worker's work; the rest is the proof.
 constexpr double conversionShare = 0.98;
 
-std::int64_t originOf(const AVFormatContext& format) {
-    return Timeline::isCountable(format.start_time) ? format.start_time : 0;
-}
+/// Less than this is what the rounding of milliseconds makes of the same time, in microseconds.
+constexpr std::int64_t leastEarlier = 2000;
 
 /// True where the muxer can describe the stream: broadcast streams may name ones that have not been seen yet.
 bool isKnown(const AVStream& stream) {
@@ -59,8 +58,10 @@ Conversion::Conversion(int source, int output, Reporter& reporter, const Forekno
       reporter_(reporter),
       known_(known),
       recording_(source, known.lookAhead),
+      beginning_(recording_),
       writer_(output, estimateIndex(recording_.format(), recording_.size())),
-      timeline_(originOf(recording_.format()), (recording_.format().iformat->flags & AVFMT_TS_DISCONT) != 0) {}
+      timeline_(std::min(known.start.value_or(INT64_MAX), beginning_.time()),
+                (recording_.format().iformat->flags & AVFMT_TS_DISCONT) != 0) {}
 
 void Conversion::run() {
     try {
@@ -174,7 +175,7 @@ void Conversion::addCopy(const AVStream& stream, AVStream& target) {
 
 void Conversion::convert() {
     const PacketPointer packet = newPacket();
-    for (std::int64_t count = 0; recording_.read(*packet); ++count) {
+    for (std::int64_t count = 0; beginning_.read(*packet); ++count) {
         try {
             take(*packet);
         } catch (const OutgrownForm&) {
@@ -199,7 +200,7 @@ void Conversion::convert() {
 
 void Conversion::surveyRest() {
     const PacketPointer packet = newPacket();
-    while (recording_.read(*packet)) {
+    while (beginning_.read(*packet)) {
         const auto index = static_cast<std::size_t>(packet->stream_index);
         if (Track* const track = index < trackOfStream_.size() ? trackOfStream_[index] : nullptr) {
             track->survey(packet.get());
@@ -225,6 +226,7 @@ void Conversion::take(AVPacket& packet) {
             throw Failure(encrypted, describe(stream));
         }
         track->accept(packet, writer_);
+        requireNoEarlierStart(*track);
         return;
     }
     const AVMediaType type = stream.codecpar->codec_type;
@@ -236,6 +238,16 @@ void Conversion::take(AVPacket& packet) {
             return;
         }
         throw LateStream{recording_.position(), describe(stream), hasTrackOf(type)};
+    }
+}
+
+void Conversion::requireNoEarlierStart(const Track& track) const {
+    const std::int64_t earliest = track.sourceTimes().earliest();
+    const AVStream& stream = track.source();
+    const bool isShown =
+        stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    if (isShown && earliest < -leastEarlier && !known_.startIsFinal) {
+        throw EarlierStart{timeline_.origin() + earliest};
     }
 }
 
@@ -278,7 +290,14 @@ void Conversion::requireContent() {
 
 void Conversion::prove(int output) {
     reporter_.progress(conversionShare);
-    proveMp4(output, writer_.format(), writer_.tallies());
+    std::vector<ProvedTrack> tracks;
+    for (std::size_t index = 0; index < tracks_.size(); ++index) {
+        tracks.push_back({*writer_.format().streams[index], writer_.tallies()[index], tracks_[index]->sourceTimes(),
+                          tracks_[index]->isCopy()});
+    }
+    if (const std::string difference = proveMp4(output, tracks); !difference.empty()) {
+        recording_.addDamage(difference);
+    }
     reporter_.progress(1);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mediaconverter/worker/Beginning.h"
 #include "mediaconverter/worker/Foreknowledge.h"
 #include "mediaconverter/worker/Mp4Writer.h"
 #include "mediaconverter/worker/Recording.h"
@@ -22,7 +23,8 @@ public:
     /// `known` must outlive it.
     Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known);
 
-    /// Throws LateStream, ChangedStream, UnstorableStream or LearnedForms when it has to be begun again, knowing more.
+    /// Throws LateStream, ChangedStream, EarlierStart, UnstorableStream or LearnedForms when it has to be begun again,
+    /// knowing more.
     void run();
 
 private:
@@ -36,6 +38,7 @@ private:
     void convert();
     void take(AVPacket& packet);
     [[noreturn]] void surveyRest();
+    void requireNoEarlierStart(const Track& track) const;
     bool hasTrackOf(AVMediaType type) const;
     void reportDamage();
     void requireContent();
@@ -45,6 +48,7 @@ private:
     Reporter& reporter_;
     const Foreknowledge& known_;
     Recording recording_;
+    Beginning beginning_;
     Mp4Writer writer_;
     Timeline timeline_;
     std::vector<std::unique_ptr<Track>> tracks_;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -12,14 +13,16 @@ namespace worker {
 
 /// What earlier attempts found out about a recording.
 struct Foreknowledge {
-    std::int64_t lookAhead = 0;       ///< there are streams at this byte that show nowhere before
-    bool lateHasSibling = false;      ///< they are not the only ones of their kind
-    bool passesStrays = false;        ///< streams that show late are packets under a wrong name
-    std::set<int> changingStreams;    ///< their parameters do not stay what they are at first
-    std::set<int> unstorableStreams;  ///< copies of them were refused or disproved
-    std::map<int, TrackForm> forms;   ///< of re-encoded streams that outgrew what their headers say
-    bool formsAreFinal = false;       ///< they outgrew these again; what is larger is made smaller
-    bool copiesNothing = false;       ///< so many were that no other copy is tried
+    std::int64_t lookAhead = 0;         ///< there are streams at this byte that show nowhere before
+    bool lateHasSibling = false;        ///< they are not the only ones of their kind
+    bool passesStrays = false;          ///< streams that show late are packets under a wrong name
+    std::set<int> changingStreams;      ///< their parameters do not stay what they are at first
+    std::set<int> unstorableStreams;    ///< copies of them were refused or disproved
+    std::map<int, TrackForm> forms;     ///< of re-encoded streams that outgrew what their headers say
+    bool formsAreFinal = false;         ///< they outgrew these again; what is larger is made smaller
+    bool copiesNothing = false;         ///< so many were that no other copy is tried
+    std::optional<std::int64_t> start;  ///< earlier than the first packets say; microseconds
+    bool startIsFinal = false;          ///< whatever else turns out to be earlier
 };
 
 /// Thrown when audio or video shows up of which nothing was known when the MP4 was begun.

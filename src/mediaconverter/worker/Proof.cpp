@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/Proof.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/ShownDifference.h"
 #include "mediaconverter/worker/SourceReader.h"
 
 #include <algorithm>
@@ -13,6 +14,16 @@ namespace {
 
 bool isCover(const AVStream& stream) {
     return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
+bool isJoinedByTheMuxer(const AVStream& stream) {
+    // Frames that are not shown, and sub-streams.
+    return stream.codecpar->codec_id == AV_CODEC_ID_VP9 || stream.codecpar->codec_id == AV_CODEC_ID_EAC3;
+}
+
+/// Tracks without a packet are not written, covers are no tracks.
+bool isWritten(const ProvedTrack& track) {
+    return !isCover(track.written) && track.tally.packets > 0;
 }
 
 [[noreturn]] void disprove(const AVStream& stream, const std::string& what) {
@@ -29,7 +40,9 @@ class Proof {
 public:
     explicit Proof(int descriptor);
 
-    void compare(const AVStream& written, const TrackTally& tally);
+    void compare(const ProvedTrack& track);
+
+    const SourceReader& reader() const { return reader_; }
 
     /// A read that failed on the way disproves all, even where another try went well.
     void requireReadable() const;
@@ -60,9 +73,9 @@ Proof::Proof(int descriptor) : reader_(descriptor) {
     format_.reset(context);
 }
 
-void Proof::compare(const AVStream& written, const TrackTally& tally) {
-    // Tracks without a packet are not written, covers are no tracks.
-    if (isCover(written) || tally.packets == 0) {
+void Proof::compare(const ProvedTrack& track) {
+    const auto& [written, tally, source, isCopy] = track;
+    if (!isWritten(track)) {
         return;
     }
     AVStream& read = nextTrack(written);
@@ -102,9 +115,8 @@ AVStream& Proof::nextTrack(const AVStream& written) {
 
 void Proof::comparePackets(const AVStream& read, const AVStream& written, const TrackTally& tally) const {
     const std::int64_t found = avformat_index_get_entries_count(&read);
-    const AVCodecID codec = written.codecpar->codec_id;
-    // These the muxer joins (frames that are not shown, sub-streams); texts it ends with empty samples.
-    const bool joins = codec == AV_CODEC_ID_VP9 || codec == AV_CODEC_ID_EAC3;
+    const bool joins = isJoinedByTheMuxer(written);
+    // The muxer ends texts with empty samples.
     const bool adds = written.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE;
     if ((found > tally.packets && !adds) || (found < tally.packets && !joins) || (found == 0 && tally.packets > 0)) {
         disprove(written, std::to_string(tally.packets) + " packets went in, " + std::to_string(found) + " are there");
@@ -138,14 +150,41 @@ void Proof::readAt(AVStream& read, const AVStream& written, int entry) {
     }
 }
 
+Likeness likenessOf(const ProvedTrack& track) {
+    if (!track.isCopy && track.written.codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+        return Likeness::otherFrames;
+    }
+    return isJoinedByTheMuxer(track.written) ? Likeness::fewer : Likeness::sameNumber;
+}
+
+std::string findShownDifference(const SourceReader& reader, const std::vector<ProvedTrack>& tracks) {
+    const std::vector<ShownTimes> shown = readShownTimes(reader);
+    std::size_t next = 0;
+    for (const ProvedTrack& track : tracks) {
+        if (!isWritten(track)) {
+            continue;
+        }
+        if (next == shown.size()) {
+            disprove(track.written, "it is missing");
+        }
+        const std::string difference = findShownDifference(track.source, shown[next++], likenessOf(track));
+        if (!difference.empty()) {
+            return "track " + std::to_string(track.written.index) + " is not shown as recorded: " + difference;
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
-void proveMp4(int descriptor, const AVFormatContext& written, const std::vector<TrackTally>& tallies) {
+std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks) {
     Proof proof(descriptor);
-    for (std::size_t index = 0; index < tallies.size(); ++index) {
-        proof.compare(*written.streams[index], tallies[index]);
+    for (const ProvedTrack& track : tracks) {
+        proof.compare(track);
     }
+    std::string difference = findShownDifference(proof.reader(), tracks);
     proof.requireReadable();
+    return difference;
 }
 
 }  // namespace worker

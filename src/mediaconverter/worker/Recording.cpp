@@ -166,7 +166,10 @@ void Recording::analyze() {
     std::vector<AVDictionary*> options(format_->nb_streams, nullptr);
     for (unsigned index = 0; index < format_->nb_streams; ++index) {
         if (isShownAsItComes(*format_->streams[index])) {
-            av_dict_set(&options[index], "skip_frame", "all", 0);
+            // One picture, and of that no more than its form, which the container need not give.
+            av_dict_set(&options[index], "skip_frame", "nokey", 0);
+            av_dict_set(&options[index], "skip_idct", "all", 0);
+            av_dict_set(&options[index], "skip_loop_filter", "all", 0);
         }
     }
     const int analyzed = avformat_find_stream_info(format_.get(), options.data());

@@ -13,6 +13,9 @@ constexpr int mostLateStreams = 5;
 /// How many streams may turn out not to be storable, each of which costs an attempt, before all are re-encoded.
 constexpr std::size_t mostUnstorableStreams = 4;
 
+/// How often a packet may turn out to be shown before all that had been seen.
+constexpr int mostEarlierStarts = 5;
+
 /// How often the streams may turn out to be larger than all that had been seen of them.
 constexpr int mostGrowths = 3;
 
@@ -32,6 +35,11 @@ public:
             throw refused.why;
         }
         known_.copiesNothing = known_.unstorableStreams.size() >= mostUnstorableStreams;
+    }
+
+    void learn(const EarlierStart& earlier) {
+        known_.start = earlier.time;
+        known_.startIsFinal = ++earlierStarts_ == mostEarlierStarts;
     }
 
     void learn(const LearnedForms& learned) {
@@ -61,6 +69,7 @@ private:
     Foreknowledge known_;
     int lateStreams_ = 0;
     int growths_ = 0;
+    int earlierStarts_ = 0;
 };
 
 }  // namespace
@@ -74,6 +83,8 @@ void convertRecording(int source, int output, Reporter& reporter) {
         } catch (const ChangedStream& lesson) {
             lessons.learn(lesson);
         } catch (const UnstorableStream& lesson) {
+            lessons.learn(lesson);
+        } catch (const EarlierStart& lesson) {
             lessons.learn(lesson);
         } catch (const LearnedForms& lesson) {
             lessons.learn(lesson);

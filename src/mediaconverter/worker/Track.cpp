@@ -36,7 +36,7 @@ void copyDescription(const AVStream& source, AVStream& target) {
 }  // namespace
 
 Track::Track(const AVStream& source, AVStream& target, Timeline& timeline)
-    : source_(source), target_(target), clock_(timeline, source), waiting_(newPacket()) {
+    : source_(source), target_(target), clock_(timeline, source), sourceTimes_(source), waiting_(newPacket()) {
     copyDescription(source, target);
 }
 
@@ -93,6 +93,10 @@ CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& tim
     if (const int copied = avcodec_parameters_copy(target.codecpar, source.codecpar); copied < 0) {
         throw Failure::ofLibrary(ConversionError::containerFailed, copied);
     }
+    // The muxer wants them alike; a container may overrule its pictures.
+    if (target.sample_aspect_ratio.num > 0) {
+        target.codecpar->sample_aspect_ratio = target.sample_aspect_ratio;
+    }
     target.codecpar->codec_tag = tagFor(source.codecpar->codec_id);
     target.time_base = source.time_base;
     target.start_time = AV_NOPTS_VALUE;
@@ -113,6 +117,7 @@ void CopiedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     }
     followParameters(packet);
     clock().place(packet);
+    witness().add(packet);
     if (countsSamples_) {
         placeSamples(packet);
     } else {

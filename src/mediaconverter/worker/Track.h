@@ -2,6 +2,7 @@
 
 #include "mediaconverter/worker/FormWatch.h"
 #include "mediaconverter/worker/Mp4Writer.h"
+#include "mediaconverter/worker/SourceTimes.h"
 #include "mediaconverter/worker/Timeline.h"
 #include "mediaconverter/worker/TrackForm.h"
 
@@ -56,6 +57,10 @@ public:
 
     const AVStream& source() const { return source_; }
 
+    /// What the source says about when its packets are shown, on the timeline: the origin taken away and jumps of the
+    /// clocks closed, nothing else.
+    const SourceTimes& sourceTimes() const { return sourceTimes_; }
+
 protected:
     /// As accept(), and each packet in its turn.
     virtual void pass(AVPacket& packet, Mp4Writer& writer) = 0;
@@ -65,6 +70,7 @@ protected:
 
     AVStream& target() { return target_; }
     TrackClock& clock() { return clock_; }
+    SourceTimes& witness() { return sourceTimes_; }
     void countUndecodable() { ++undecodable_; }
 
     /// Gives the target the source's rotation, light level and the like. After the target's codec parameters are set,
@@ -78,6 +84,7 @@ private:
     const AVStream& source_;
     AVStream& target_;
     TrackClock clock_;
+    SourceTimes sourceTimes_;
     void passWaiting(Mp4Writer& writer);
 
     std::int64_t undecodable_ = 0;

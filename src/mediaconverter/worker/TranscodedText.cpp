@@ -87,6 +87,7 @@ void TranscodedText::pass(AVPacket& packet, Mp4Writer& writer) {
     text->duration = packet.duration > 0 ? av_rescale_q(packet.duration, source().time_base, milliseconds)
                                          : (shown == UINT32_MAX ? 0 : shown);
     text->flags |= AV_PKT_FLAG_KEY;
+    witness().add(packet);
     send(*text, milliseconds, writer);
 }
 

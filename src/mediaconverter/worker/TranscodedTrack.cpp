@@ -80,6 +80,9 @@ void TranscodedTrack::openEncoder(AVDictionary* options) {
 
 void TranscodedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     clock().place(packet);
+    if (source().codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+        witness().add(packet);
+    }
     decode(&packet, [&](AVFrame& frame) { convert(frame, writer); });
 }
 
@@ -100,6 +103,10 @@ void TranscodedTrack::convert(AVFrame& frame, Mp4Writer& writer) {
     }
     if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
         frame.pts = frame.best_effort_timestamp;
+    }
+    // Not every packet of video is a picture.
+    if (source().codecpar->codec_type == AVMEDIA_TYPE_VIDEO && frame.pts != AV_NOPTS_VALUE) {
+        witness().addPicture(frame.pts);
     }
     inspect(frame);
     filter(&frame, writer);

@@ -1,0 +1,101 @@
+#include "mediaconverter/worker/Beginning.h"
+
+#include "mediaconverter/worker/SourceTimes.h"
+#include "mediaconverter/worker/Timeline.h"
+
+#include <algorithm>
+#include <map>
+#include <vector>
+
+namespace worker {
+
+namespace {
+
+constexpr std::size_t mostPackets = 512;
+constexpr std::int64_t mostBytes = std::int64_t{4} * 1024 * 1024;
+
+/// Pictures that may be shown before the one that is decoded first: as many as a decoder holds back at most (ITU-T
+/// H.264, A.3.1, and ITU-T H.265, A.4.2).
+constexpr std::size_t mostReordered = 16;
+
+/// What the rounding of milliseconds makes of the same time.
+constexpr std::int64_t sameTime = AV_TIME_BASE / 1000;
+
+bool isShown(const AVStream& stream) {
+    const AVMediaType type = stream.codecpar->codec_type;
+    return (type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_VIDEO) &&
+           (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0 && stream.discard < AVDISCARD_ALL;
+}
+
+/// The packets that are enough to know the time at which the stream begins.
+std::size_t enoughOf(const AVStream& stream) {
+    if (!isShown(stream)) {
+        return 0;
+    }
+    return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO ? mostReordered + 1 : 1;
+}
+
+}  // namespace
+
+Beginning::Beginning(Recording& recording) : recording_(recording) {
+    readAhead();
+    findTime();
+}
+
+void Beginning::readAhead() {
+    const AVFormatContext& format = recording_.format();
+    std::vector<std::size_t> missing;
+    std::int64_t bytes = 0;
+    for (unsigned index = 0; index < format.nb_streams; ++index) {
+        missing.push_back(enoughOf(*format.streams[index]));
+    }
+    const auto isMissing = [](std::size_t count) { return count > 0; };
+    while (packets_.size() < mostPackets && bytes < mostBytes &&
+           std::any_of(missing.begin(), missing.end(), isMissing)) {
+        PacketPointer packet = newPacket();
+        if (!recording_.read(*packet)) {
+            return;
+        }
+        bytes += packet->size;
+        const auto index = static_cast<std::size_t>(packet->stream_index);
+        if (index < missing.size() && missing[index] > 0) {
+            --missing[index];
+        }
+        packets_.push_back(std::move(packet));
+    }
+}
+
+void Beginning::findTime() {
+    const AVFormatContext& format = recording_.format();
+    std::map<int, SourceTimes> streams;
+    for (const PacketPointer& packet : packets_) {
+        const AVStream& stream = *format.streams[packet->stream_index];
+        if (isShown(stream)) {
+            streams.try_emplace(stream.index, stream).first->second.add(*packet);
+        }
+    }
+    std::int64_t earliest = INT64_MAX;
+    for (const auto& [index, times] : streams) {
+        earliest = std::min(earliest, times.earliest());
+    }
+    if (earliest == INT64_MAX) {
+        return;
+    }
+    time_ = earliest;
+    for (const auto& [index, times] : streams) {
+        if (times.earliest() != INT64_MAX && times.earliest() - earliest <= sameTime) {
+            time_ = std::max(time_, times.earliest());
+        }
+    }
+}
+
+bool Beginning::read(AVPacket& packet) {
+    if (packets_.empty()) {
+        return recording_.read(packet);
+    }
+    av_packet_move_ref(&packet, packets_.front().get());
+    packets_.pop_front();
+    return true;
+}
+
+}  // namespace worker

@@ -1,0 +1,207 @@
+#include "mediaconverter/ShownTimes.h"
+#include "mediaconverter/FaultTest.h"
+
+#include <filesystem>
+
+// What a player shows of the MP4 is what it shows of the recording: when each track begins and ends, how many pictures,
+// and how far the tracks are apart, whatever the container, the codec and the times that the recording starts with.
+
+namespace {
+
+using namespace mediatest;
+namespace fs = std::filesystem;
+
+struct Kind {
+    const char* name;
+    const char* extension;
+    Words video;
+    Words audio;
+    bool isCopied;
+};
+
+struct Start {
+    const char* name;
+    const char* video;   ///< seconds before its first picture
+    const char* audio;   ///< as above
+    const char* offset;  ///< of all times
+};
+
+std::ostream& operator<<(std::ostream& out, const Kind& kind) {
+    return out << kind.name;
+}
+
+std::ostream& operator<<(std::ostream& out, const Start& start) {
+    return out << start.name;
+}
+
+const Words baseline = {"-c:v", "libx264", "-preset", "ultrafast", "-profile:v", "baseline", "-g", "10"};
+const Words reordered = {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-g", "20"};
+const Words aac = {"-c:a", "aac"};
+
+class ShownTimesTest : public FaultTest {
+protected:
+    /// Pictures and a tone for `seconds`, each after its delay.
+    std::string record(const Kind& kind, const Start& start, const std::string& seconds = "2") {
+        const std::string name = std::string("recording.") + kind.extension;
+        Words words = {"-f",        "lavfi", "-itsoffset",
+                       start.video, "-i",    "testsrc2=size=64x48:rate=25:duration=" + seconds,
+                       "-f",        "lavfi", "-itsoffset",
+                       start.audio, "-i",    "sine=frequency=440:sample_rate=48000:duration=" + seconds,
+                       "-map",      "0:v",   "-map",
+                       "1:a"};
+        words.insert(words.end(), kind.video.begin(), kind.video.end());
+        words.insert(words.end(), kind.audio.begin(), kind.audio.end());
+        words.insert(words.end(), {"-fps_mode", "passthrough", "-output_ts_offset", start.offset, name});
+        return ffmpeg(words);
+    }
+
+    void expectShownAsRecorded(const std::string& source, bool copied) {
+        fs::remove(destination());
+        const std::string log = expectSuccess(source);
+        expectSameShown(source, destination(), copied);
+        if (HasFailure()) {
+            ADD_FAILURE() << log;
+        }
+    }
+};
+
+class StartTest : public ShownTimesTest, public testing::WithParamInterface<std::tuple<Kind, Start>> {};
+
+TEST_P(StartTest, IsShownAsItWasRecorded) {
+    const auto& [kind, start] = GetParam();
+    expectShownAsRecorded(record(kind, start), kind.isCopied);
+}
+
+const std::vector<Start> starts = {
+    {"Together", "0", "0", "0"},     {"AudioLater", "0", "0.5", "0"},   {"AudioMuchLater", "0", "20", "0"},
+    {"VideoLater", "0.7", "0", "0"}, {"AtTenHours", "0", "0", "36000"}, {"AudioLaterAtTenHours", "0", "0.5", "36000"},
+};
+const std::vector<Start> fewStarts = {starts[1], starts[3]};
+
+const std::vector<Kind> h264s = {
+    {"Baseline", "mkv", baseline, aac, true},
+    {"Reordered", "mkv", reordered, aac, true},
+};
+
+const std::vector<Kind> matroskas = {
+    {"BaselineOpus", "mkv", baseline, {"-c:a", "libopus"}, true},
+    {"BaselinePcm", "mkv", baseline, {"-c:a", "pcm_s16le"}, false},
+    {"HevcMp3",
+     "mkv",
+     {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=0"},
+     {"-c:a", "libmp3lame"},
+     true},
+    {"Vp9Opus", "webm", {"-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline", "realtime"}, {"-c:a", "libopus"}, true},
+    {"Vp8Vorbis", "webm", {"-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8"}, {"-c:a", "libvorbis"}, false},
+    {"Av1Flac", "mkv", {"-c:v", "libaom-av1", "-cpu-used", "8", "-usage", "realtime"}, {"-c:a", "flac"}, true},
+};
+
+const auto nameOf = [](const auto& test) {
+    return std::string(std::get<0>(test.param).name) + std::get<1>(test.param).name;
+};
+
+INSTANTIATE_TEST_SUITE_P(H264, StartTest, testing::Combine(testing::ValuesIn(h264s), testing::ValuesIn(starts)),
+                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Matroska, StartTest,
+                         testing::Combine(testing::ValuesIn(matroskas), testing::ValuesIn(fewStarts)), nameOf);
+
+TEST_F(ShownTimesTest, VideoAloneThatStartsAtTenHoursIsShown) {
+    const std::string source =
+        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=2", "-c:v", "libx264", "-profile:v",
+                "baseline", "-preset", "ultrafast", "-output_ts_offset", "36000", "alone.mkv"});
+    expectShownAsRecorded(source, true);
+    EXPECT_EQ(shownOf(destination()).at(0).packets, 50);
+}
+
+TEST_F(ShownTimesTest, PicturesOfBaselineKeepTheirAspectAndColours) {
+    const std::string entries = "stream=sample_aspect_ratio,color_space,color_transfer,color_primaries";
+    const Words video = {"-f",
+                         "lavfi",
+                         "-i",
+                         "testsrc2=size=64x48:rate=25:duration=1",
+                         "-vf",
+                         "setsar=4/3",
+                         "-c:v",
+                         "libx264",
+                         "-profile:v",
+                         "baseline",
+                         "-preset",
+                         "ultrafast",
+                         "-color_primaries",
+                         "bt709",
+                         "-color_trc",
+                         "bt709",
+                         "-colorspace",
+                         "bt709"};
+    const auto expectKept = [&](const std::string& source) {
+        fs::remove(destination());
+        expectSuccess(source);
+        EXPECT_EQ(probe(destination(), entries), probe(source, entries));
+    };
+    Words words = video;
+    words.push_back("wide.flv");
+    const std::string source = ffmpeg(words);
+    expectKept(source);
+    EXPECT_EQ(probe(source, entries), Words{"4:3,bt709,bt709,bt709"});
+    // A container that overrules what the pictures say.
+    expectKept(ffmpeg({"-i", source, "-c", "copy", "-aspect", "4:3", "overruled.mkv"}));
+}
+
+/// Part of the packets of a recording never came: a microphone that was muted, a screen that did not change.
+struct Silence {
+    const char* name;
+    const char* video;  ///< true for packets of video that are missing
+    const char* audio;
+};
+
+std::ostream& operator<<(std::ostream& out, const Silence& silence) {
+    return out << silence.name;
+}
+
+class SilenceTest : public ShownTimesTest, public testing::WithParamInterface<std::tuple<Kind, Silence>> {};
+
+TEST_P(SilenceTest, TracksStayInStepToTheEnd) {
+    const auto& [kind, silence] = GetParam();
+    Words words = {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=5:duration=45",
+                   "-f", "lavfi", "-i", "sine=sample_rate=48000:duration=45",
+                   "-g", "1"};
+    words.insert(words.end(), kind.video.begin(), kind.video.end());
+    words.insert(words.end(), kind.audio.begin(), kind.audio.end());
+    words.insert(words.end(), {"-bsf:v", std::string("noise=drop=") + silence.video, "-bsf:a",
+                               std::string("noise=drop=") + silence.audio, std::string("silence.") + kind.extension});
+    expectShownAsRecorded(ffmpeg(words), kind.isCopied);
+}
+
+const std::vector<Kind> broadcasts = {
+    {"Ts", "ts", {"-c:v", "libx264", "-preset", "ultrafast"}, {"-c:a", "libmp3lame"}, true},
+    {"Ps", "mpg", {"-c:v", "mpeg2video", "-r", "25"}, {"-c:a", "libmp3lame"}, true},
+    {"Ogg", "ogg", {"-c:v", "libtheora"}, {"-c:a", "libvorbis"}, false},
+};
+
+const std::vector<Silence> silences = {
+    {"Muted", "0", "between(pts*tb\\,5\\,37)"},
+    {"StaticScreen", "between(pts*tb\\,5\\,37)", "0"},
+    {"InTurns", "between(pts*tb\\,4\\,18)", "between(pts*tb\\,20\\,36)"},
+    {"Both", "between(pts*tb\\,5\\,20)", "between(pts*tb\\,5\\,20)"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Broadcasts, SilenceTest,
+                         testing::Combine(testing::ValuesIn(broadcasts), testing::ValuesIn(silences)), nameOf);
+
+TEST_F(ShownTimesTest, AClockThatAllTracksSeeLeapingIsNoPause) {
+    const auto record = [&](const char* offset, const std::string& name) {
+        return contentOf(ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=4", "-f", "lavfi", "-i",
+                                 "sine=sample_rate=48000:duration=4", "-c:v", "libx264", "-preset", "ultrafast", "-c:a",
+                                 "libmp3lame", "-output_ts_offset", offset, name}));
+    };
+    const std::string source = put("both.ts", record("0", "first.ts") + record("40000", "second.ts"));
+    // The counters of the packets start again as well, which can't be told from a loss.
+    expectSuccess(source, {"both (damaged).ts"});
+    const auto shown = shownOf(destination());
+    ASSERT_EQ(shown.size(), 2U);
+    EXPECT_NEAR(shown[0].end, 8, 0.3);
+    EXPECT_NEAR(shown[1].end, 8, 0.3);
+    EXPECT_EQ(shown[0].packets, 200);
+}
+
+}  // namespace
