@@ -264,6 +264,9 @@ void Conversion::reportDamage() {
         if (track->damagedTimes() > 0) {
             recording_.addDamage(std::to_string(track->damagedTimes()) + " packets had no possible time");
         }
+        if (!track->isInStep()) {
+            recording_.addDamage("the clock of " + describe(track->source()) + " contradicts another");
+        }
     }
     if (writer_.refused() > 0) {
         recording_.addDamage(std::to_string(writer_.refused()) + " packets could not be stored");

@@ -55,6 +55,9 @@ public:
     /// Packets whose time was damaged and was made up anew.
     std::int64_t damagedTimes() const { return damagedTimes_; }
 
+    /// False where the clocks of the recording's streams contradict each other.
+    bool isInStep() const { return clock_.isInStep(); }
+
     const AVStream& source() const { return source_; }
 
     /// What the source says about when its packets are shown, on the timeline: the origin taken away and jumps of the
