@@ -32,6 +32,20 @@ install(FILES "${PROJECT_SOURCE_DIR}/resources/images/corvoball.svg" RENAME ${id
 install(FILES "${desktop}/${id}-symbolic.svg"
   DESTINATION share/icons/hicolor/symbolic/apps COMPONENT application)
 
+# At login: recordings that a converter left are converted, and nothing is started where there are none. The unit comes
+# enabled, as distributions ship theirs.
+set(login "${PROJECT_SOURCE_DIR}/resources/login")
+install(FILES "${login}/record-converter-pending.service" DESTINATION lib/systemd/user COMPONENT application)
+file(CREATE_LINK "../record-converter-pending.service" "${PROJECT_BINARY_DIR}/install/record-converter-pending.service"
+  SYMBOLIC)
+install(FILES "${PROJECT_BINARY_DIR}/install/record-converter-pending.service"
+  DESTINATION lib/systemd/user/graphical-session.target.wants COMPONENT application)
+# Sessions look for autostart entries in /etc alone, which is beside the prefix /usr and inside any other.
+install(CODE "
+  string(REGEX REPLACE \"/usr/?$\" \"\" etc \"\${CMAKE_INSTALL_PREFIX}\")
+  file(INSTALL \"${login}/${id}.Pending.desktop\" DESTINATION \"\${etc}/etc/xdg/autostart\")"
+  COMPONENT application)
+
 # For OBS Studio
 install(FILES "${PROJECT_SOURCE_DIR}/src/tools/obs-bridge/record_converter_bridge.py"
   DESTINATION share/record-converter/obs COMPONENT application)

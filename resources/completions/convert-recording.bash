@@ -4,7 +4,7 @@ _convert_recording() {
     local current=${COMP_WORDS[COMP_CWORD]}
     COMPREPLY=()
     if [[ $current == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W '--help --version --keep --force --json' -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W '--help --version --keep --force --pending --json' -- "$current")
         return
     fi
     # Refused outside of a completion, as in a test.

@@ -1,32 +1,66 @@
 #include "recordkeeping/Recordkeeper.h"
 
 #include "AppDelegate.h"
+#include "KTRAppLaunchingEnv.h"
+#include "KTRMeetingRecordItem.h"
+#include "framework_art/commonmgr/LanguageManager.h"
+#include "platform/DispatchQueue.h"
+#include "platform/IntegerReading.h"
+#include "platform/ProcessInformation.h"
+#include "platform/SystemLog.h"
+#include "recordkeeping/HandOverKeys.h"
+#include "recordkeeping/JobWatch.h"
+#include "recordkeeping/Recovery.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace recordkeeping {
 
 namespace {
 
-std::int32_t meetingProcessId(const platform::DistributedNotification& notification) {
+const platform::UserInfoValue* entry(const platform::DistributedNotification& notification, const char* key) {
     if (!notification.userInfo) {
-        return 0;
+        return nullptr;
     }
-    const auto found = notification.userInfo->find(kMeetingRecordNotificationKey_MeetingProcessId);
-    return found == notification.userInfo->end() ? 0 : platform::integerValue(found->second);
+    const auto found = notification.userInfo->find(key);
+    return found == notification.userInfo->end() ? nullptr : &found->second;
+}
+
+/// 0 without one.
+std::int32_t number(const platform::DistributedNotification& notification, const char* key) {
+    const auto* const value = entry(notification, key);
+    return value != nullptr ? platform::integerValue(*value) : 0;
+}
+
+std::int32_t meetingProcessId(const platform::DistributedNotification& notification) {
+    return number(notification, kMeetingRecordNotificationKey_MeetingProcessId);
+}
+
+/// Empty without one.
+std::string intermediatePath(const platform::DistributedNotification& notification) {
+    const auto* const value = entry(notification, kMeetingRecordNotificationKey_RecordIntermediatePath);
+    return value != nullptr ? platform::textValue(*value).value_or("") : "";
+}
+
+bool areOneFile(const std::string& one, const std::string& other) {
+    std::error_code error;
+    return one == other || std::filesystem::equivalent(one, other, error);
 }
 
 }  // namespace
 
-Recordkeeper::Recordkeeper(const platform::Platform& platform, platform::BusySerialQueueMaker& queues,
-                           MeetingProcessWatch::Barrier afterDelivery)
+Recordkeeper::Recordkeeper(const platform::Platform& platform, Services services)
     : platform_(platform),
-      queues_(queues),
+      services_(std::move(services)),
       center_(platform.distributedCenter),
-      processWatch_(platform.exitWatch, std::move(afterDelivery)),
-      runLoop_(platform.runLoop) {
-    center_.setHooks(nullptr,
+      processWatch_(platform.exitWatch, services_.afterDelivery),
+      runLoop_(platform.runLoop),
+      pending_(services_.folder, services_.processes, platform.processInformation.processIdentifier()) {
+    center_.setHooks([this](const platform::DistributedNotification& notification) { noteArriving(notification); },
                      [this](const platform::DistributedNotification& notification) { noteHandled(notification); });
     processWatch_.setEndHandler([this](std::int32_t processId) { noteEnded(processId); });
 }
@@ -49,11 +83,72 @@ platform::Platform Recordkeeper::platformForApplication() {
 
 void Recordkeeper::setApplication(std::shared_ptr<AppDelegate> application) {
     application_ = std::move(application);
-    work_.emplace(*application_, queues_, platform_.mainQueue);
+    work_.emplace(*application_, services_.queues, platform_.mainQueue);
+    recovery_ =
+        std::make_unique<Recovery>(*application_, center_, pending_, services_.processes, platform_.fileManager);
+    left_ = pending_.takeOver();
+    announceLaunch();
+}
+
+void Recordkeeper::announceLaunch() {
+    KTRAppLaunchingEnv environment;
+    environment.parseArguments(platform_.processInformation.arguments());
+    launchLanguage_ = std::max(platform::integerReading(environment.localeId()), 1);
+    language_ = launchLanguage_;
+    // One byte wide, as the application reads it.
+    launchKeeps_ = static_cast<std::uint8_t>(platform::integerReading(environment.keepsIntermediateFile())) != 0;
+    const auto processId = platform::integerReading(environment.parentProcessId());
+    if (processId != 0 && environment.filePath() && !environment.filePath()->empty()) {
+        pending_.announce({*environment.filePath(), processId, launchLanguage_, launchKeeps_});
+    }
 }
 
 void Recordkeeper::noteLaunched() {
+    watchJobs();
+    bringLeft(std::exchange(left_, {}));
     work_->look();
+}
+
+void Recordkeeper::watchJobs() {
+    jobs_ = std::make_shared<JobWatch>(
+        application_, JobWatch::Hooks{[this](const JobWatch::Item& item) {
+                                          pending_.noteConverting(item->srcPath(), item->dstPath());
+                                          if (const auto pending = pending_.entryFor(item->srcPath())) {
+                                              platform_.mainQueue.async(
+                                                  [this, language = pending->language] { useLanguage(language); });
+                                          }
+                                      },
+                                      [this](const JobWatch::Item& item) {
+                                          pending_.noteSaved(item->srcPath());
+                                          const auto pending = pending_.entryFor(item->srcPath());
+                                          return pending && pending->keep;
+                                      },
+                                      [this](const JobWatch::Item& item) {
+                                          // After the bubble, which the application has put on the main queue.
+                                          platform_.mainQueue.async(
+                                              [this, item] { pending_.noteTold(item->srcPath(), item->pid()); });
+                                      }});
+    application_->convertingJobRunner()->setDelegate(jobs_);
+}
+
+void Recordkeeper::bringLeft(const std::vector<PendingEntry>& entries) {
+    if (recovery_->bring(entries)) {
+        work_->noteServed();
+    }
+    watchOtherConverters();
+}
+
+void Recordkeeper::watchOtherConverters() {
+    for (const auto processId : pending_.otherConverters()) {
+        processWatch_.watchIfUnwatched(processId);
+    }
+}
+
+void Recordkeeper::useLanguage(std::int32_t language) {
+    if (language != language_) {
+        language_ = language;
+        LanguageManager::setActiveLanguage(language);
+    }
 }
 
 void Recordkeeper::noteIdle() {
@@ -68,8 +163,50 @@ bool Recordkeeper::mayTerminate() const {
     return work_->mayTerminate();
 }
 
+void Recordkeeper::noteEnding() {
+    for (const auto& source : pending_.noteEnding()) {
+        platform::SystemLog::standard().write("left for the next start of the record converter: " + source);
+    }
+}
+
+void Recordkeeper::noteArriving(const platform::DistributedNotification& notification) {
+    std::string path = intermediatePath(notification);
+    if (notification.name != kMeetingRecordNotificationName_RecordingStarted || path.empty()) {
+        return;
+    }
+    const auto processId = meetingProcessId(notification);
+    const bool isHandedOver = number(notification, kHandedOverKey) != 0;
+    if (isHandedOver) {
+        path = stopOlderRecording(processId, path);
+    }
+    const auto language = number(notification, kLanguageKey);
+    pending_.announce({path, processId, language > 0 ? language : launchLanguage_,
+                       launchKeeps_ || number(notification, kKeepsIntermediateFileKey) != 0});
+}
+
+std::string Recordkeeper::stopOlderRecording(std::int32_t processId, const std::string& path) {
+    const auto& meetings = application_->meetingPool()->meetingApps();
+    const auto meeting = meetings.find(processId);
+    if (meeting == meetings.end() || !meeting->second->writingFile()) {
+        return path;
+    }
+    const std::string writing = *meeting->second->writingFile();
+    if (areOneFile(writing, path)) {
+        return writing;
+    }
+    center_.speak({kMeetingRecordNotificationName_RecordingStopped, std::nullopt,
+                   platform::UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, processId}}});
+    pending_.noteStopped(processId);
+    return path;
+}
+
 void Recordkeeper::noteHandled(const platform::DistributedNotification& notification) {
     const auto processId = meetingProcessId(notification);
+    if (notification.name == kMeetingRecordNotificationName_RecordingStopped) {
+        pending_.noteStopped(processId);
+    } else if (notification.name == kMeetingRecordNotificationName_MeetingAppQuit) {
+        pending_.noteDue(processId);
+    }
     // The application guards a process from its first start on. A stop without one leaves an entry that nothing would
     // ever take away.
     if (isKnown(processId)) {
@@ -79,9 +216,14 @@ void Recordkeeper::noteHandled(const platform::DistributedNotification& notifica
 }
 
 void Recordkeeper::noteEnded(std::int32_t processId) {
+    pending_.noteDue(processId);
     if (isKnown(processId)) {
         center_.speak({kMeetingRecordNotificationName_MeetingAppQuit, std::nullopt,
                        platform::UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, processId}}});
+    }
+    const auto others = pending_.otherConverters();
+    if (std::find(others.begin(), others.end(), processId) != others.end()) {
+        bringLeft(pending_.takeOver());
     }
     work_->look();
 }

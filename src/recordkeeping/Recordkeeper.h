@@ -3,12 +3,15 @@
 #include "platform/Platform.h"
 #include "recordkeeping/MeetingProcessWatch.h"
 #include "recordkeeping/NewestTimerRunLoop.h"
+#include "recordkeeping/PendingRecordings.h"
 #include "recordkeeping/TappedNotificationCenter.h"
 #include "recordkeeping/WorkWatch.h"
 
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 class AppDelegate;
 
@@ -18,15 +21,25 @@ class BusySerialQueueMaker;
 
 namespace recordkeeping {
 
+class JobWatch;
+class Recovery;
+
 /// Sees to it that the application forgets no recording and ends in the end, whatever dies around it and whatever
 /// happens at the same moment. Stands between the application and its platform. Main thread; lives until the process
 /// ends.
 class Recordkeeper final {
 public:
-    /// All of it outlives this object. `queues` is what makes serial queues in `platform`; its busy handler calls
-    /// `noteIdle`. The exit watch in `platform` reports processes that it does not find to `noteGone`.
-    Recordkeeper(const platform::Platform& platform, platform::BusySerialQueueMaker& queues,
-                 MeetingProcessWatch::Barrier afterDelivery);
+    /// What it needs besides the application's platform. All of it outlives this object.
+    struct Services {
+        /// What makes serial queues in the platform; its busy handler calls `noteIdle`.
+        platform::BusySerialQueueMaker& queues;
+        MeetingProcessWatch::Barrier afterDelivery;
+        PendingFolder& folder;
+        const platform::ProcessIdentities& processes;
+    };
+
+    /// All of `platform` outlives this object. Its exit watch reports processes that it does not find to `noteGone`.
+    Recordkeeper(const platform::Platform& platform, Services services);
     ~Recordkeeper();
 
     Recordkeeper(const Recordkeeper&) = delete;
@@ -35,10 +48,11 @@ public:
     /// What the application is to be handed in place of the platform.
     platform::Platform platformForApplication();
 
-    /// The application that has been handed it. Once, before it is launched.
+    /// The application that has been handed it. Once, before it is launched. Takes charge of what other converters have
+    /// left, and notes the recording that this process was launched for.
     void setApplication(std::shared_ptr<AppDelegate> application);
 
-    /// The application has finished launching.
+    /// The application has finished launching. Gives it the recordings that other converters have left.
     void noteLaunched();
 
     void noteIdle();
@@ -47,18 +61,38 @@ public:
     /// False while the application has or may get work.
     bool mayTerminate() const;
 
+    /// The process is about to end, or to start again: tells the system log what is left.
+    void noteEnding();
+
 private:
+    void noteArriving(const platform::DistributedNotification& notification);
     void noteHandled(const platform::DistributedNotification& notification);
     void noteEnded(std::int32_t processId);
+    void announceLaunch();
+    /// What `processId` is writing, under the very name that is known, where that is the file at `path`. Otherwise it
+    /// is stopped, and `path` comes back.
+    std::string stopOlderRecording(std::int32_t processId, const std::string& path);
+    void watchJobs();
+    void watchOtherConverters();
+    void bringLeft(const std::vector<PendingEntry>& entries);
+    void useLanguage(std::int32_t language);
     bool isKnown(std::int32_t processId) const;
 
     const platform::Platform platform_;
-    platform::BusySerialQueueMaker& queues_;
+    const Services services_;
     TappedNotificationCenter center_;
     MeetingProcessWatch processWatch_;
     NewestTimerRunLoop runLoop_;
+    PendingRecordings pending_;
     std::shared_ptr<AppDelegate> application_;
     std::optional<WorkWatch> work_;
+    std::unique_ptr<Recovery> recovery_;
+    std::shared_ptr<JobWatch> jobs_;
+    std::vector<PendingEntry> left_;
+    /// Those of this launch, for every recording that does not bring its own.
+    std::int32_t launchLanguage_ = 1;
+    bool launchKeeps_ = false;
+    std::int32_t language_ = 1;
 };
 
 }  // namespace recordkeeping

@@ -5,6 +5,7 @@ import signal
 import subprocess
 import time
 
+import bus
 import display
 import processes
 import recordings
@@ -92,13 +93,30 @@ class Endings(_Ending):
 class LostDisplay(display.DisplayWorld, _Ending):
     with_tray = False
 
-    def test_abandons_the_conversion(self):
+    def test_the_conversion_begins_again_off_screen(self):
         """The toolkit ends a program whose display has gone."""
         converter, worker = self._in_the_middle_of_a_conversion()
         self.end_display()
-        self.assertEqual(self.wait_ended(converter, 20), 1)
-        self.assertTrue(worker.ends_within(20), "the worker dies with its parent")
-        self._check_source_intact_and_nothing_else()
+        self.assertTrue(worker.ends_within(20), "the worker dies with its conversion")
+        self.wait_converted(self.source, self.path("slow.mp4"), 120)
+        self.assertEqual(self.files(), ["slow.mp4"])
+        self.assertIn("starting again off-screen", self.log_text())
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_a_meeting_is_served_to_its_end(self):
+        meeting = self.meeting()
+        one, two = self.recording("one.mkv"), self.recording("two.mkv")
+        converter = self.launch_for(meeting, one)
+        self.end_display()
+        self.wait_for(lambda: "starting again off-screen" in self.log_text(), 20, "the second start")
+        self.wait_for(lambda: processes.watches(converter.pid, meeting.pid), 20, "it watches the meeting again")
+        self.line.stopped(meeting.pid)
+        self.line.started(meeting.pid, two)
+        self.line.wait_acknowledged(meeting.pid, bus.STARTED)
+        meeting.die()
+        self.wait_converted(one, self.path("one.mp4"))
+        self.wait_converted(two, self.path("two.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
 
 
 if __name__ == "__main__":

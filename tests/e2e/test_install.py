@@ -5,6 +5,7 @@ import shutil
 import subprocess
 
 import world
+from gi.repository import Gio, GLib
 
 BUILD = os.environ.get("RECORD_CONVERTER_BUILD", "")
 PACKAGES = os.environ.get("RECORD_CONVERTER_PACKAGES", "")
@@ -52,6 +53,8 @@ class Install(world.World):
                      f"share/icons/hicolor/symbolic/apps/{ID}-symbolic.svg",
                      "share/man/man1/record-converter.1.gz", "share/man/man1/meeting-client.1.gz",
                      "share/man/man1/convert-recording.1.gz",
+                     "lib/systemd/user/graphical-session.target.wants/record-converter-pending.service",
+                     f"etc/xdg/autostart/{ID}.Pending.desktop",
                      "share/bash-completion/completions/meeting-client",
                      "share/bash-completion/completions/convert-recording",
                      "share/fish/vendor_completions.d/meeting-client.fish",
@@ -63,6 +66,29 @@ class Install(world.World):
         self.assertEqual(os.listdir(os.path.join(self.prefix, "lib/record-converter/PlugIns")), [],
                          "the trace plug-in only where it is asked for")
 
+    def _log_in(self):
+        """Runs what the autostart entry says."""
+        entry = os.path.join(self.prefix, "etc", "xdg", "autostart", f"{ID}.Pending.desktop")
+        command = GLib.shell_parse_argv(Gio.DesktopAppInfo.new_from_filename(entry).get_commandline())[1]
+        path = os.path.join(self.prefix, "bin") + ":" + self.environment["PATH"]
+        return subprocess.Popen(command, env={**self.environment, "PATH": path}, stderr=subprocess.DEVNULL)
+
+    def test_a_login_converts_what_was_left_and_starts_nothing_otherwise(self):
+        install(self.prefix)
+        self.application = os.path.join(self.prefix, "lib", "record-converter")
+        self.assertEqual(self._log_in().wait(20), 0)
+        self.assertFalse(self.line.converter_runs())
+        meeting = self.meeting()
+        converter = self.launch_for(meeting, self.recording())
+        converter.kill()
+        meeting.die()
+        converter.wait()
+        started = self._log_in()
+        self.addCleanup(started.kill)
+        self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
+        self.assertEqual(self.wait_ended(started), 0)
+        self.assertEqual(self._log_in().wait(20), 0)
+
     def test_holds_no_path_of_the_build(self):
         install(self.prefix)
         holding = subprocess.run(["grep", "-rlF", os.path.dirname(BUILD), self.prefix], stdout=subprocess.PIPE,
@@ -73,6 +99,7 @@ class Install(world.World):
         install(self.prefix)
         share = os.path.join(self.prefix, "share")
         commands = [["desktop-file-validate", f"{share}/applications/{ID}.desktop"],
+                    ["desktop-file-validate", f"{self.prefix}/etc/xdg/autostart/{ID}.Pending.desktop"],
                     ["appstreamcli", "validate", "--no-net", *self._strictness(),
                      f"{share}/metainfo/{ID}.metainfo.xml"]]
         for page in os.listdir(f"{share}/man/man1"):

@@ -119,12 +119,12 @@ class World(unittest.TestCase):
             file.write(path)
         return path
 
-    def launch(self, *arguments):
-        """Starts the converter; its standard error goes to `self.log`."""
+    def launch(self, *arguments, folder=None):
+        """Starts the converter, in the given working folder; its standard error goes to `self.log`."""
         self.log = os.path.join(self.root, "converter.log")
         with open(self.log, "ab") as log:
             command = [*shlex.split(WRAPPER.format(root=self.root)), self.program("record-converter"), *arguments]
-            process = subprocess.Popen(command, env=self.environment,
+            process = subprocess.Popen(command, env=self.environment, cwd=folder,
                                        stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)

@@ -15,8 +15,9 @@ constexpr auto kPatience = std::chrono::seconds(5);
 }  // namespace
 
 LaunchHandOver::LaunchHandOver(NotificationBus& bus, const QString& busName, const LaunchVocabulary& words,
-                               std::int32_t meetingProcessId, const std::optional<std::string>& path)
-    : bus_(bus), busName_(busName), words_(words), meetingProcessId_(meetingProcessId), path_(path) {
+                               std::int32_t meetingProcessId, const std::optional<std::string>& path,
+                               const UserInfo& extras)
+    : bus_(bus), busName_(busName), words_(words), meetingProcessId_(meetingProcessId), path_(path), extras_(extras) {
     bus_.setOwnerHandler(
         [this](const QString& name, const QString& oldOwner, const QString&) { ownerChanged(name, oldOwner); });
 }
@@ -54,7 +55,7 @@ QtDistributedNotificationCenter::HandOver LaunchHandOver::run() {
 
 LaunchHandOver::Answer LaunchHandOver::offerRecording() {
     answer_ = Answer::none;
-    DistributedNotification started{words_.recordingStarted, std::nullopt, UserInfo()};
+    DistributedNotification started{words_.recordingStarted, std::nullopt, extras_};
     started.userInfo->emplace(words_.meetingProcessId, meetingProcessId_);
     if (path_) {
         started.userInfo->emplace(words_.recordIntermediatePath, *path_);

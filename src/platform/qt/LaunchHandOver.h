@@ -14,7 +14,7 @@ class NotificationBus;
 class LaunchHandOver final {
 public:
     LaunchHandOver(NotificationBus& bus, const QString& busName, const LaunchVocabulary& words,
-                   std::int32_t meetingProcessId, const std::optional<std::string>& path);
+                   std::int32_t meetingProcessId, const std::optional<std::string>& path, const UserInfo& extras);
     ~LaunchHandOver();
 
     LaunchHandOver(const LaunchHandOver&) = delete;
@@ -38,6 +38,7 @@ private:
     const LaunchVocabulary words_;
     const std::int32_t meetingProcessId_;
     const std::optional<std::string> path_;
+    const UserInfo extras_;
 
     QString holder_;
     Answer answer_ = Answer::none;

@@ -127,8 +127,9 @@ bool QtDistributedNotificationCenter::acquireName(const std::string& busName) {
 
 QtDistributedNotificationCenter::HandOver
 QtDistributedNotificationCenter::handOver(const std::string& busName, const LaunchVocabulary& words,
-                                          std::int32_t meetingProcessId, const std::optional<std::string>& path) {
-    LaunchHandOver handOver(bus_->connection, QString::fromStdString(busName), words, meetingProcessId, path);
+                                          std::int32_t meetingProcessId, const std::optional<std::string>& path,
+                                          const UserInfo& extras) {
+    LaunchHandOver handOver(bus_->connection, QString::fromStdString(busName), words, meetingProcessId, path, extras);
     bus_->handOver = &handOver;
     bus_->offered = words.recordingStarted;
     const auto result = handOver.run();

@@ -67,8 +67,9 @@ public:
     /// acknowledgement, then posts the spawn confirmation in the holder's name and flushes the bus. A holder that
     /// leaves the bus before it has acknowledged is replaced by this process. One that stays silent is trusted to find
     /// the notification in its queue; the system log hears so.
+    /// `extras` goes along with the notification.
     HandOver handOver(const std::string& busName, const LaunchVocabulary& words, std::int32_t meetingProcessId,
-                      const std::optional<std::string>& path);
+                      const std::optional<std::string>& path, const UserInfo& extras = {});
 
 private:
     class Bus;

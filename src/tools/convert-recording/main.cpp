@@ -1,4 +1,5 @@
 #include "tools/convert-recording/LeftoverConversion.h"
+#include "tools/convert-recording/PendingConversions.h"
 
 #include <CLI/CLI.hpp>
 
@@ -65,10 +66,12 @@ int main(int argc, char* argv[]) {
     std::vector<std::string> files;
     LeftoverConversion::Options options;
     bool json = false;
+    bool pending = false;
 
     CLI::App app("Converts leftover recordings to MP4 files beside them.", "convert-recording");
     app.set_version_flag("--version", std::string("convert-recording ") + CONVERT_RECORDING_VERSION);
-    app.add_option("FILE", files, "The recordings")->required();
+    auto* const names = app.add_option("FILE", files, "The recordings");
+    app.add_flag("--pending", pending, "Convert what record converters that have ended left")->excludes(names);
     app.add_flag("--keep", options.keep, "Keep the recordings; otherwise each is removed once its MP4 is whole");
     app.add_flag("--force", options.force,
                  "Convert even what a process is still writing, once it stands still; its data keeps a second name");
@@ -77,14 +80,17 @@ int main(int argc, char* argv[]) {
                "3 a file is still being written (and was left alone).");
     try {
         app.parse(argc, argv);
+        if (files.empty() && !pending) {
+            throw CLI::RequiredError("FILE");
+        }
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kBadUsage;
     }
 
     int status = kDone;
     const ProgressBar bar;
-    for (const std::string& file : files) {
-        const Outcome outcome = LeftoverConversion(options, [&bar](float percent) { bar.show(percent); }).convert(file);
+    const auto progress = [&bar](float percent) { bar.show(percent); };
+    const auto report = [&](const Outcome& outcome) {
         bar.clear();
         for (const std::string& note : outcome.notes) {
             std::cerr << note << std::endl;
@@ -92,6 +98,12 @@ int main(int argc, char* argv[]) {
         std::ostream& output = json || statusOf(outcome.kind) == kDone ? std::cout : std::cerr;
         output << (json ? asJson(outcome) : asText(outcome)) << std::endl;
         status = std::max(status, statusOf(outcome.kind));
+    };
+    if (pending) {
+        PendingConversions(options, progress).convertAll(report);
+    }
+    for (const std::string& file : files) {
+        report(LeftoverConversion(options, progress).convert(file));
     }
     return status;
 }

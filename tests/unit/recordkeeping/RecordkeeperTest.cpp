@@ -3,13 +3,18 @@
 #include "AppDelegate.h"
 #include "KTRMeetingRecordItem.h"
 #include "platform/BusySerialQueueMaker.h"
+#include "recordkeeping/HandOverKeys.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
+#include "support/FakeBackgroundExecutor.h"
 #include "support/FakePlatform.h"
+#include "support/FakeProcessIdentities.h"
 #include "support/RecordingTrace.h"
 #include "support/ScriptedMediaConverter.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <deque>
+#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -20,6 +25,8 @@
 namespace {
 
 using namespace std::chrono_literals;
+using recordkeeping::PendingEntry;
+using recordkeeping::PendingFolder;
 using support::ScriptedMediaConverter;
 
 /// The application within its recordkeeper, on a fake platform whose conversion queue runs when the test says so.
@@ -34,18 +41,20 @@ protected:
         });
         fake.exitWatch.setGoneHandler([this](std::int32_t pid) { keeper.noteGone(pid); });
         fake.application.setTerminationCheck([this] { return keeper.mayTerminate(); });
-        keeper.setApplication(app);
         fake.application.setDelegate(app);
+        processes.start(fake.processInformation.processIdentifier());
     }
 
     ~RecordkeeperTest() override {
         // The application's end uses its recordkeeper.
         fake.application.setDelegate(nullptr);
+        std::filesystem::remove_all(home);
     }
 
     void launch(std::vector<std::string> arguments = {}) {
         arguments.insert(arguments.begin(), "/opt/bin/record-converter");
         fake.processInformation.setArguments(std::move(arguments));
+        keeper.setApplication(app);
         app->applicationDidFinishLaunching();
         keeper.noteLaunched();
         settle();
@@ -59,6 +68,15 @@ protected:
         fake.fileManager.addFile(path);
         auto info = about(pid);
         info.emplace(kMeetingRecordNotificationKey_RecordIntermediatePath, path);
+        fake.distributedCenter.deliver({kMeetingRecordNotificationName_RecordingStarted, std::nullopt, info});
+    }
+
+    void handOver(std::int32_t pid, const std::string& path, bool keep = false) {
+        fake.fileManager.addFile(path);
+        auto info = about(pid);
+        info.emplace(kMeetingRecordNotificationKey_RecordIntermediatePath, path);
+        info.emplace(recordkeeping::kHandedOverKey, true);
+        info.emplace(recordkeeping::kKeepsIntermediateFileKey, keep);
         fake.distributedCenter.deliver({kMeetingRecordNotificationName_RecordingStarted, std::nullopt, info});
     }
 
@@ -118,13 +136,42 @@ protected:
 
     using Paths = std::vector<std::string>;
 
+    static std::string temporaryFolder() {
+        std::string name = "/tmp/record-converter-keeper-XXXXXX";
+        return ::mkdtemp(name.data());
+    }
+
+    /// What a converter that has ended left; `change` is given the entry before it is written.
+    void leave(
+        const std::string& source, std::int32_t pid,
+        const std::function<void(PendingEntry&)>& change = [](PendingEntry&) {}) {
+        PendingEntry entry{
+            source, processes.identityOf(pid), {99, 1, "boot"}, 1, false, PendingEntry::State::recording, 0, {}};
+        change(entry);
+        folder.add(entry);
+        fake.fileManager.addFile(source);
+    }
+
+    Paths pending() {
+        Paths sources;
+        for (const auto& [name, entry] : folder.read()) {
+            sources.push_back(entry.source);
+        }
+        return sources;
+    }
+
     // Outlives the application, which traces its own end.
     test::RecordingTrace trace;
     test::FakePlatform fake;
     platform::BusySerialQueueMaker queues{fake.serialQueues, fake.mainQueue};
     std::deque<std::function<void()>> barriers;
-    recordkeeping::Recordkeeper keeper{fake.platformWith(queues), queues,
-                                       [this](std::function<void()> then) { barriers.push_back(std::move(then)); }};
+    std::string home = temporaryFolder();
+    test::FakeBackgroundExecutor executor;
+    test::FakeProcessIdentities processes;
+    PendingFolder folder{home + "/pending", executor};
+    recordkeeping::Recordkeeper keeper{
+        fake.platformWith(queues),
+        {queues, [this](std::function<void()> then) { barriers.push_back(std::move(then)); }, folder, processes}};
     std::shared_ptr<AppDelegate> app = std::make_shared<AppDelegate>(keeper.platformForApplication(), fake.bubbleMaker);
     std::size_t closed = 0;
 };
@@ -319,6 +366,182 @@ TEST_F(RecordkeeperTest, OneCheckTicksHoweverOftenTheJobsRunOut) {
     start(2, "/two.mkv");
     settle();
     EXPECT_EQ(fake.runLoop.validTimerCount(), 0U);
+}
+
+TEST_F(RecordkeeperTest, ARecordingIsOnTheDiskBeforeItIsAcknowledged) {
+    launch();
+    bool wasPending = false;
+    fake.distributedCenter.setOnPost([&](const auto&) { wasPending = pending() == Paths{"/a.mkv"}; });
+    start(7, "/a.mkv");
+    EXPECT_TRUE(wasPending);
+}
+
+TEST_F(RecordkeeperTest, TheRecordingOfTheLaunchIsOnTheDiskBeforeTheLaunchIsConfirmed) {
+    bool wasPending = false;
+    fake.distributedCenter.setOnPost([&](const auto&) { wasPending = pending() == Paths{"/a.mkv"}; });
+    launch({"-pid", "7", "-path", "/a.mkv"});
+    EXPECT_TRUE(wasPending);
+}
+
+TEST_F(RecordkeeperTest, ARecordingIsForgottenOnceItsOutcomeIsTold) {
+    launch();
+    start(7, "/a.mkv");
+    quit(7);
+    fake.serialQueues.last().drain();
+    EXPECT_EQ(pending(), Paths{"/a.mkv"}) << "the bubble is not up yet";
+    settle();
+    EXPECT_TRUE(pending().empty());
+}
+
+TEST_F(RecordkeeperTest, AFailureIsAnOutcome) {
+    launch();
+    ScriptedMediaConverter::script({.progress = {0.0F}, .error = 3});
+    start(7, "/a.mkv");
+    quit(7);
+    settle();
+    EXPECT_TRUE(pending().empty());
+}
+
+TEST_F(RecordkeeperTest, WhatAnEndedConverterLeftIsConvertedOnceAndTheApplicationEnds) {
+    leave("/a.mkv", 7);
+    leave("/b.mkv", 7);
+    leave("/c.mkv", 8);
+    launch();
+    EXPECT_EQ(converted(), (Paths{"/a.mkv", "/b.mkv", "/c.mkv"}));
+    EXPECT_TRUE(pending().empty());
+    EXPECT_TRUE(endsBySecond());
+}
+
+TEST_F(RecordkeeperTest, AnIdThatAnotherProcessHasGotIsNotUsed) {
+    leave("/a.mkv", 7);
+    processes.start(7);
+    launch({"-pid", "7", "-path", "/mine.mkv"});
+    EXPECT_EQ(converted(), Paths{"/a.mkv"});
+    EXPECT_EQ(app->meetingPool()->countOfMeetingProcesses(), 1U);
+}
+
+TEST_F(RecordkeeperTest, AMeetingThatLivesIsTakenUpAgainAsItWas) {
+    processes.start(7);
+    leave("/a.mkv", 7, [](PendingEntry& entry) { entry.state = PendingEntry::State::written; });
+    leave("/b.mkv", 7);
+    launch();
+    EXPECT_TRUE(converted().empty());
+    stop(7);
+    start(7, "/c.mkv");
+    fake.exitWatch.exit(7);
+    settle();
+    EXPECT_EQ(converted(), (Paths{"/a.mkv", "/b.mkv", "/c.mkv"}));
+    EXPECT_TRUE(pending().empty());
+}
+
+TEST_F(RecordkeeperTest, AMeetingThatHasQuitIsNotWaitedForAlthoughItsProcessLives) {
+    processes.start(7);
+    leave("/a.mkv", 7, [](PendingEntry& entry) { entry.state = PendingEntry::State::due; });
+    launch();
+    EXPECT_EQ(converted(), Paths{"/a.mkv"});
+}
+
+TEST_F(RecordkeeperTest, ALaunchForTheVeryRecordingThatWasLeftIsOneEntryAndOneConversion) {
+    processes.start(7);
+    leave("/a.mkv", 7);
+    launch({"-pid", "7", "-path", "/a.mkv"});
+    EXPECT_EQ(pending(), Paths{"/a.mkv"});
+    fake.exitWatch.exit(7);
+    settle();
+    EXPECT_EQ(converted(), Paths{"/a.mkv"});
+}
+
+TEST_F(RecordkeeperTest, WhatWasSavedBeforeTheEndIsToldAndNotConvertedAgain) {
+    leave("/a.mkv", 7, [](PendingEntry& entry) {
+        entry.attempts = 1;
+        entry.destination = "/a.mp4";
+    });
+    fake.fileManager.addFile("/a.mp4");
+    launch();
+    EXPECT_TRUE(converted().empty());
+    EXPECT_EQ(fake.bubbleMaker.bubbles().size(), 1U);
+    EXPECT_TRUE(pending().empty());
+    EXPECT_TRUE(endsBySecond());
+}
+
+TEST_F(RecordkeeperTest, WhatHasEndedTheConverterTwiceIsLeftAndReportedOnce) {
+    leave("/a.mkv", 7, [](PendingEntry& entry) {
+        entry.attempts = 2;
+        entry.destination = "/a.mp4";
+    });
+    launch();
+    EXPECT_TRUE(converted().empty());
+    EXPECT_EQ(pending(), Paths{"/a.mkv"});
+    EXPECT_EQ(fake.bubbleMaker.bubbles().size(), 1U);
+    EXPECT_EQ(folder.read()[0].second.state, PendingEntry::State::left);
+    EXPECT_TRUE(endsBySecond());
+}
+
+TEST_F(RecordkeeperTest, ARecordingThatIsGoneIsNotWaitedFor) {
+    leave("/a.mkv", 7);
+    fake.fileManager.removeItemAtPath("/a.mkv");
+    launch();
+    EXPECT_TRUE(converted().empty());
+    EXPECT_TRUE(pending().empty());
+    EXPECT_TRUE(fake.bubbleMaker.bubbles().empty());
+}
+
+TEST_F(RecordkeeperTest, AnotherConvertersRecordingsAreTakenOverWhenItEnds) {
+    processes.start(99);
+    leave("/a.mkv", 7, [this](PendingEntry& entry) { entry.converter = processes.identityOf(99); });
+    launch();
+    EXPECT_TRUE(converted().empty());
+    processes.end(99);
+    fake.exitWatch.exit(99);
+    settle();
+    EXPECT_EQ(converted(), Paths{"/a.mkv"});
+    EXPECT_TRUE(endsBySecond());
+}
+
+TEST_F(RecordkeeperTest, ARecordingIsKeptThatWasAnnouncedSo) {
+    leave("/a.mkv", 7, [](PendingEntry& entry) { entry.keep = true; });
+    leave("/b.mkv", 7);
+    launch();
+    EXPECT_TRUE(fake.fileManager.fileExistsAtPath("/a.mkv", nullptr));
+    EXPECT_FALSE(fake.fileManager.fileExistsAtPath("/b.mkv", nullptr));
+    EXPECT_TRUE(pending().empty());
+}
+
+TEST_F(RecordkeeperTest, ARecordingsLanguageIsThatOfItsAnnouncement) {
+    leave("/a.mkv", 7, [](PendingEntry& entry) { entry.language = 9; });
+    launch({"-locale", "1", "-pname", "x"});
+    EXPECT_EQ(fake.userDefaults.stringList("AppleLanguages"), (std::vector<std::string>{"de", "en"}));
+}
+
+TEST_F(RecordkeeperTest, AHandedOverFileStopsTheOneBeforeIt) {
+    fake.fileManager.addFile("/a.mkv");
+    launch({"-pid", "7", "-path", "/a.mkv"});
+    handOver(7, "/b.mkv");
+    handOver(7, "/b.mkv");
+    EXPECT_EQ(pending(), (Paths{"/a.mkv", "/b.mkv"}));
+    fake.exitWatch.exit(7);
+    settle();
+    EXPECT_EQ(converted(), (Paths{"/a.mkv", "/b.mkv"}));
+}
+
+TEST_F(RecordkeeperTest, AHandedOverFileIsKeptWhenItsLaunchSaysSo) {
+    fake.fileManager.addFile("/a.mkv");
+    launch({"-pid", "7", "-path", "/a.mkv"});
+    handOver(8, "/b.mkv", true);
+    quit(8);
+    quit(7);
+    settle();
+    EXPECT_TRUE(fake.fileManager.fileExistsAtPath("/b.mkv", nullptr));
+    EXPECT_FALSE(fake.fileManager.fileExistsAtPath("/a.mkv", nullptr));
+}
+
+TEST_F(RecordkeeperTest, TheEndNamesWhatIsLeft) {
+    launch();
+    start(7, "/a.mkv");
+    keeper.noteEnding();
+    ASSERT_EQ(fake.systemLog.lines().size(), 1U);
+    EXPECT_NE(fake.systemLog.lines()[0].find("/a.mkv"), std::string::npos);
+    EXPECT_EQ(pending(), Paths{"/a.mkv"});
 }
 
 }  // namespace

@@ -11,9 +11,12 @@
 #include "platform/PathOperations.h"
 #include "platform/ProcessInformation.h"
 #include "platform/ThreadSerialQueue.h"
+#include "platform/linux/LinuxBackgroundExecutor.h"
+#include "platform/linux/LinuxProcessIdentities.h"
 #include "platform/linux/Memory.h"
 #include "platform/linux/PidfdProcessExitWatch.h"
 #include "platform/linux/SyslogSystemLog.h"
+#include "platform/qt/LostDisplay.h"
 #include "platform/qt/OwnScope.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
@@ -26,20 +29,27 @@
 #include "platform/qt/QtWorkspace.h"
 #include "platform/qt/WorkInhibitor.h"
 #include "platform/ui/Image.h"
+#include "recordkeeping/HandOverKeys.h"
+#include "recordkeeping/PendingFolder.h"
 #include "recordkeeping/Recordkeeper.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "setAppLocale.h"
 #include "uilib/qt/QtAuroraBubbleMaker.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -98,9 +108,13 @@ struct Providers {
     uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
     platform::qt::OwnScope ownScope;
     platform::qt::WorkInhibitor inhibitor{"Record converter", "Converting a meeting recording to MP4"};
-    recordkeeping::Recordkeeper recordkeeper{asPlatform(), conversionQueues, [this](std::function<void()> then) {
-                                                 distributedCenter.afterDelivery(std::move(then));
-                                             }};
+    platform::LinuxProcessIdentities processIdentities;
+    platform::LinuxBackgroundExecutor background;
+    recordkeeping::PendingFolder pendingFolder{recordkeeping::PendingFolder::standardPath(), background};
+    recordkeeping::Recordkeeper recordkeeper{
+        asPlatform(),
+        {conversionQueues, [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); },
+         pendingFolder, processIdentities}};
 };
 
 void mindTheSession(Providers& providers) {
@@ -129,13 +143,60 @@ void mindTheSession(Providers& providers) {
     });
     providers.application.setTerminationHandler([&] { providers.distributedCenter.stopDelivering(); });
     // What was acknowledged a moment ago is still on its way to the bus.
-    providers.application.setEndingHandler([&] { providers.distributedCenter.flush(); });
+    providers.application.setEndingHandler([&] {
+        platform::qt::expectEnd();
+        providers.recordkeeper.noteEnding();
+        providers.distributedCenter.flush();
+    });
+}
+
+/// The bus may need a moment to see that the connection of this process before it was started again is gone.
+bool acquiresNameOfFormerSelf(Providers& providers, const std::string& busName) {
+    using namespace std::chrono_literals;
+    if (!platform::qt::wasStartedAgain()) {
+        return false;
+    }
+    for (auto waited = 0ms; waited < 2s; waited += 20ms) {
+        std::this_thread::sleep_for(20ms);
+        if (providers.distributedCenter.acquireName(busName)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// How this program is started again: what was announced to it is in the state folder, and comes back from there.
+std::vector<std::string> argumentsForRestart(Providers& providers) {
+    const auto arguments = providers.processInformation.arguments();
+    KTRAppLaunchingEnv environment;
+    environment.parseArguments(arguments);
+    return {arguments.empty() ? "record-converter" : arguments.front(), "-locale", environment.localeId().value_or("1"),
+            "-keepsIntermediateFile", environment.keepsIntermediateFile().value_or("0")};
+}
+
+/// The running converter has another working folder than this launch.
+std::optional<std::string> absolutePath(const std::optional<std::string>& path) {
+    if (!path || path->empty() || path->front() == '/') {
+        return path;
+    }
+    std::error_code error;
+    const auto folder = std::filesystem::current_path(error);
+    return error ? path : platform::appendingPathComponent(folder.string(), *path);
+}
+
+/// What the running converter can't know of this launch.
+platform::UserInfo handOverExtras(const KTRAppLaunchingEnv& environment) {
+    // One byte wide, as the application reads it.
+    const bool keeps = static_cast<std::uint8_t>(platform::integerReading(environment.keepsIntermediateFile())) != 0;
+    return {{recordkeeping::kHandedOverKey, true},
+            {recordkeeping::kKeepsIntermediateFileKey, keeps},
+            {recordkeeping::kLanguageKey, std::max(platform::integerReading(environment.localeId()), 1)}};
 }
 
 /// True when another converter runs and has been given what this launch was to do.
 bool handedOver(Providers& providers) {
     const std::string busName = kMeetingRecordConverterBundleIdentifier;
-    if (providers.distributedCenter.acquireName(busName)) {
+    if (providers.distributedCenter.acquireName(busName) || acquiresNameOfFormerSelf(providers, busName)) {
         return false;
     }
     KTRAppLaunchingEnv environment;
@@ -147,7 +208,8 @@ bool handedOver(Providers& providers) {
         kMeetingRecordNotificationKey_AckFromProcessId,       kMeetingRecordNotificationKey_AckToProcessId,
     };
     const auto parent = platform::integerReading(environment.parentProcessId());
-    return providers.distributedCenter.handOver(busName, words, parent, environment.filePath()) ==
+    return providers.distributedCenter.handOver(busName, words, parent, absolutePath(environment.filePath()),
+                                                handOverExtras(environment)) ==
            platform::qt::QtDistributedNotificationCenter::HandOver::done;
 }
 
@@ -173,5 +235,7 @@ int main(int argc, char* argv[]) {
         std::make_shared<AppDelegate>(providers.recordkeeper.platformForApplication(), providers.bubbleMaker);
     providers.recordkeeper.setApplication(application);
     providers.application.setDelegate(application);
+    platform::qt::startAgainWhenDisplayIsLost(argumentsForRestart(providers),
+                                              [] { providers.recordkeeper.noteEnding(); });
     providers.application.run();
 }

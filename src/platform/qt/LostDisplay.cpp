@@ -1,0 +1,76 @@
+#include "platform/qt/LostDisplay.h"
+
+#include "platform/SystemLog.h"
+
+#include <QString>
+#include <QtGlobal>
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <unistd.h>
+#include <utility>
+
+namespace platform::qt {
+
+namespace {
+
+constexpr const char* kMark = "RECORD_CONVERTER_STARTED_AGAIN";
+
+struct Restart {
+    std::vector<std::string> arguments;
+    std::function<void()> before;
+    QtMessageHandler previousHandler = nullptr;
+};
+
+// Never destroyed: it is needed while the process ends.
+Restart* restart = nullptr;
+std::atomic<bool> isEndExpected{true};
+
+void startAgain() {
+    if (isEndExpected.exchange(true)) {
+        return;
+    }
+    restart->before();
+    SystemLog::standard().write("the display has gone: starting again off-screen");
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv(kMark, "1", 1);
+    sigset_t none;
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    std::vector<char*> pointers;
+    for (auto& argument : restart->arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    // Also where the program's file has been replaced meanwhile. Returns only when it has failed.
+    execv("/proc/self/exe", pointers.data());
+}
+
+void onMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    restart->previousHandler(type, context, text);
+    // The toolkit's plug-in for Wayland says this and ends the process without its exit handlers.
+    if (text.startsWith(QLatin1String("The Wayland connection "))) {
+        startAgain();
+    }
+}
+
+}  // namespace
+
+void startAgainWhenDisplayIsLost(std::vector<std::string> arguments, std::function<void()> before) {
+    restart = new Restart{std::move(arguments), std::move(before)};
+    isEndExpected = false;
+    static_cast<void>(std::atexit(startAgain));
+    restart->previousHandler = qInstallMessageHandler(onMessage);
+}
+
+void expectEnd() {
+    isEndExpected = true;
+}
+
+bool wasStartedAgain() {
+    const bool was = std::getenv(kMark) != nullptr;
+    unsetenv(kMark);
+    return was;
+}
+
+}  // namespace platform::qt

@@ -1,0 +1,235 @@
+#include "recordkeeping/PendingFolder.h"
+
+#include "platform/BackgroundExecutor.h"
+#include "platform/SystemLog.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace recordkeeping {
+
+namespace {
+
+// A rest this old belongs to no write under way. Seconds.
+constexpr std::time_t restAge = 60;
+
+std::string valueOf(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value == nullptr ? "" : value;
+}
+
+void makeFolders(const std::string& path) {
+    for (auto slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        ::mkdir(path.substr(0, slash).c_str(), 0700);
+    }
+    ::mkdir(path.c_str(), 0700);
+}
+
+/// Names sort by the time of the announcement.
+std::string freshName() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    std::array<char, 32> text{};
+    static_cast<void>(
+        std::snprintf(text.data(), text.size(), "%020lld",
+                      static_cast<long long>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count())));
+    return text.data();
+}
+
+}  // namespace
+
+std::string PendingFolder::standardPath() {
+    const std::string state = valueOf("XDG_STATE_HOME");
+    const std::string home = valueOf("HOME");
+    // Relative paths are to be ignored (XDG Base Directory Specification).
+    if (state.starts_with('/')) {
+        return state + "/record-converter/pending";
+    }
+    return home.empty() ? "" : home + "/.local/state/record-converter/pending";
+}
+
+PendingFolder::PendingFolder(std::string path, platform::BackgroundExecutor& executor)
+    : path_(std::move(path)), executor_(executor) {}
+
+PendingFolder::~PendingFolder() {
+    if (descriptor_ >= 0) {
+        ::close(descriptor_);
+    }
+}
+
+int PendingFolder::descriptor() {
+    const std::lock_guard lock(mutex_);
+    if (descriptor_ < 0 && !path_.empty()) {
+        descriptor_ = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (descriptor_ < 0) {
+            makeFolders(path_);
+            descriptor_ = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        }
+    }
+    return descriptor_;
+}
+
+std::vector<PendingFolder::Named> PendingFolder::read() {
+    const int folder = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    std::vector<Named> found;
+    if (folder < 0) {
+        return found;
+    }
+    std::error_code error;
+    for (std::filesystem::directory_iterator file(path_, error), end; !error && file != end; file.increment(error)) {
+        const std::string name = file->path().filename().string();
+        if (const auto entry = name.starts_with('.') ? std::nullopt : readFile(folder, name)) {
+            found.emplace_back(name, *entry);
+        } else {
+            removeRest(folder, name);
+        }
+    }
+    ::close(folder);
+    std::sort(found.begin(), found.end(), [](const Named& a, const Named& b) { return a.first < b.first; });
+    return found;
+}
+
+std::optional<PendingEntry> PendingFolder::readFile(int folder, const std::string& name) {
+    const int file = ::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (file < 0) {
+        return std::nullopt;
+    }
+    std::string text;
+    std::array<char, 4096> room;
+    for (::ssize_t size = 0; (size = ::read(file, room.data(), room.size())) > 0;) {
+        text.append(room.data(), static_cast<std::size_t>(size));
+    }
+    ::close(file);
+    return pendingEntryFromText(text);
+}
+
+void PendingFolder::removeRest(int folder, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
+        status.st_mtime + restAge < std::time(nullptr)) {
+        ::unlinkat(folder, name.c_str(), 0);
+    }
+}
+
+std::optional<std::string> PendingFolder::add(const PendingEntry& entry) {
+    const int folder = descriptor();
+    std::string name = freshName();
+    const std::string text = asText(entry);
+    while (folder >= 0) {
+        if (write(folder, name, O_CREAT | O_EXCL, text)) {
+            syncSoon(name);
+            return name;
+        }
+        if (errno != EEXIST) {
+            break;
+        }
+        name += '+';
+    }
+    sayTrouble("write to");
+    return std::nullopt;
+}
+
+void PendingFolder::replace(const std::string& name, const PendingEntry& entry) {
+    const int folder = descriptor();
+    const std::string fresh = "." + name + "." + std::to_string(::getpid());
+    if (folder < 0 || !write(folder, fresh, O_CREAT | O_TRUNC, asText(entry)) ||
+        ::renameat(folder, fresh.c_str(), folder, name.c_str()) != 0) {
+        sayTrouble("write to");
+        return;
+    }
+    syncSoon(name);
+}
+
+void PendingFolder::remove(const std::string& name) {
+    const int folder = name.empty() ? -1 : descriptor();
+    if (folder >= 0) {
+        ::unlinkat(folder, name.c_str(), 0);
+        syncSoon(name);
+    }
+}
+
+bool PendingFolder::write(int folder, const std::string& name, int flags, const std::string& text) {
+    const int file = ::openat(folder, name.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | flags, 0600);
+    if (file < 0) {
+        return false;
+    }
+    const bool isWritten = ::write(file, text.data(), text.size()) == static_cast<::ssize_t>(text.size());
+    const int error = errno;
+    ::close(file);
+    if (!isWritten) {
+        ::unlinkat(folder, name.c_str(), 0);
+        errno = error;
+    }
+    return isWritten;
+}
+
+void PendingFolder::syncSoon(const std::string& name) {
+    {
+        const std::lock_guard lock(mutex_);
+        unsynced_.insert(name);
+        if (std::exchange(isSyncing_, true)) {
+            return;
+        }
+    }
+    executor_.async([this] { syncAll(); });
+}
+
+void PendingFolder::syncAll() {
+    for (;;) {
+        std::set<std::string> names;
+        int folder = -1;
+        {
+            const std::lock_guard lock(mutex_);
+            if (unsynced_.empty()) {
+                isSyncing_ = false;
+                return;
+            }
+            names.swap(unsynced_);
+            folder = descriptor_;
+        }
+        for (const std::string& name : names) {
+            const int file = ::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+            if (file >= 0) {
+                ::fsync(file);
+                ::close(file);
+            }
+        }
+        // A name is as durable as its folder.
+        ::fsync(folder);
+    }
+}
+
+void PendingFolder::sayTrouble(const std::string& what) {
+    const int error = errno;
+    const std::lock_guard lock(mutex_);
+    if (!std::exchange(hasSaidTrouble_, true)) {
+        platform::SystemLog::standard().write("can't " + what + " " + path_ + ": " +
+                                              std::generic_category().message(error) +
+                                              "; recordings that wait when this process is killed are not remembered");
+    }
+}
+
+PendingFolder::Lock::Lock(const PendingFolder& folder)
+    : descriptor_(::open(folder.path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (descriptor_ >= 0) {
+        ::flock(descriptor_, LOCK_EX);
+    }
+}
+
+PendingFolder::Lock::~Lock() {
+    if (descriptor_ >= 0) {
+        ::close(descriptor_);
+    }
+}
+
+}  // namespace recordkeeping

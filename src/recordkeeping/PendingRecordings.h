@@ -1,0 +1,94 @@
+#pragma once
+
+#include "recordkeeping/PendingFolder.h"
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace recordkeeping {
+
+/// Every recording that this converter is in charge of, from its announcement until its outcome is final and told, in
+/// memory and in the state folder. Any thread.
+class PendingRecordings final {
+public:
+    /// What makes a converter leave an entry alone.
+    static constexpr int mostAttempts = 2;
+
+    /// Both outlive this object. `converter` is this process.
+    PendingRecordings(PendingFolder& folder, const platform::ProcessIdentities& processes, std::int32_t converter);
+
+    struct Announcement {
+        std::string source;
+        std::int32_t processId = 0;
+        std::int32_t language = 1;
+        bool keep = false;
+    };
+
+    /// The process has begun to write `source`. On return the entry survives this process.
+    void announce(const Announcement& announcement);
+
+    /// What the process was writing is complete.
+    void noteStopped(std::int32_t processId);
+
+    /// The process is done: what it has written is to be converted.
+    void noteDue(std::int32_t processId);
+
+    /// Takes charge of every entry in the folder that no living converter is in charge of, and returns what it has
+    /// taken, oldest first.
+    std::vector<PendingEntry> takeOver();
+
+    /// The living converters that are in charge of other entries, as of the last `takeOver`.
+    std::vector<std::int32_t> otherConverters() const;
+
+    /// Of the entry for `source`; absent when there is none.
+    std::optional<PendingEntry> entryFor(const std::string& source) const;
+
+    /// Whether the application knows the recording.
+    bool isSpokenFor(const std::string& source) const;
+
+    /// The application knows the recording under this process's id.
+    void noteSpokenFor(const std::string& source, std::int32_t processId);
+
+    /// A conversion to `destination` begins: until it has ended it counts as an attempt.
+    void noteConverting(const std::string& source, const std::string& destination);
+
+    /// The MP4 is whole under its name, and the recording may be removed.
+    void noteSaved(const std::string& source);
+
+    /// Left to be converted by hand.
+    void noteLeft(const std::string& source);
+
+    /// The user knows the outcome of the job of this process: the entry goes, unless the path has been announced again.
+    void noteTold(const std::string& source, std::int32_t processId);
+    void remove(const std::string& source);
+
+    /// This process ends in an orderly way: a conversion under way is no attempt that has failed. Returns what is
+    /// left for the next start.
+    std::vector<std::string> noteEnding();
+
+private:
+    struct Kept {
+        std::string name;
+        PendingEntry entry;
+        /// The id under which the application knows it; absent while it does not.
+        std::optional<std::int32_t> spokenFor;
+        bool isConverting = false;
+    };
+
+    void raiseStates(std::int32_t processId, PendingEntry::State state);
+    void store(Kept& kept);
+    void write(const Kept& kept);
+
+    PendingFolder& folder_;
+    const platform::ProcessIdentities& processes_;
+    const platform::ProcessIdentity converter_;
+    mutable std::mutex mutex_;
+    /// By the recording's path.
+    std::map<std::string, Kept> kept_;
+    std::vector<std::int32_t> otherConverters_;
+};
+
+}  // namespace recordkeeping
