@@ -25,6 +25,7 @@ constexpr std::array entries = {
     Entry{sourceNameTooLong, "the recording's path is too long"},
     Entry{sourceNotOpened, "the recording cannot be opened"},
     Entry{sourceEmpty, "the recording is empty"},
+    Entry{sourceNotAbsolute, "the recording's path is not absolute: give the full path"},
     Entry{readFailed, "reading the recording failed"},
     Entry{sourceChanged, "the recording was changed, moved or replaced while it was converted"},
     Entry{notARecording, "the file is not a recording of a known format"},

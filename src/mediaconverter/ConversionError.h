@@ -17,6 +17,7 @@ enum class ConversionError : int {
     sourceNameTooLong = 14,
     sourceNotOpened = 15,
     sourceEmpty = 16,
+    sourceNotAbsolute = 17,
 
     // the source, while it is read
     readFailed = 20,

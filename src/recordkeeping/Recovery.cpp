@@ -50,6 +50,7 @@ void Recovery::bringOne(const PendingEntry& entry) {
     } else if (!files_.fileExistsAtPath(entry.source, nullptr)) {
         logLine("the recording " + entry.source + " is gone; it is not waited for any more");
         pending_.remove(entry.source);
+        hasWork_ = true;
     } else if (entry.attempts >= PendingRecordings::mostAttempts) {
         logLine("the converter has ended " + std::to_string(entry.attempts) + " times while it converted " +
                 entry.source + "; it is left alone: convert-recording --pending converts it by hand");

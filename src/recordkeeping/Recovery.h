@@ -24,7 +24,8 @@ public:
     Recovery(AppDelegate& application, TappedNotificationCenter& center, PendingRecordings& pending,
              const platform::ProcessIdentities& processes, const platform::FileManager& files);
 
-    /// `entries` as `PendingRecordings::takeOver` returned them. True when the application has got work by them.
+    /// `entries` as `PendingRecordings::takeOver` returned them. True when there was any: an
+    /// application that was started for them alone may end then.
     bool bring(const std::vector<PendingEntry>& entries);
 
 private:

@@ -51,6 +51,17 @@ class FailingConversions(world.World):
         self.wait_converted(source, self.path("talk.mp4"))
         self.assertEqual(self.wait_ended(converter), 0)
 
+    def test_a_first_launch_with_a_relative_path_is_refused_in_plain_words(self):
+        meeting = self.meeting()
+        self.recording()
+        converter = self.launch("-pid", str(meeting.pid), "-path", "talk.mkv", folder=self.folder)
+        self.line.wait_confirmed(meeting.pid)
+        meeting.die()
+        self.assertEqual(self.wait_ended(converter), 0)
+        self.assertIn("path is not absolute", self.log_text())
+        self.assertEqual(self.files(), ["talk.mkv"])
+        self.assertFalse(os.path.exists("/talk.mp4"))
+
     def test_stray_stops_do_not_keep_it(self):
         meeting, other = self.meeting(), self.meeting()
         other.die()

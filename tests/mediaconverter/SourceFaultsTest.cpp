@@ -450,6 +450,16 @@ TEST_F(SourceFaultsTest, OddNamesAreJustNames) {
     }
 }
 
+TEST_F(SourceFaultsTest, ARelativeNameWhoseMp4WouldBeginAtTheRootIsRefused) {
+    writeFile(folder_.file("a.mkv"), contentOf(samples::matroska()));
+    const auto old = fs::current_path();
+    fs::current_path(folder_.path());
+    convert("a.mkv", destination(), sink_);
+    fs::current_path(old);
+    EXPECT_EQ(sink_.onlyError(), static_cast<int>(sourceNotAbsolute));
+    EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
+}
+
 TEST_F(SourceFaultsTest, ANewlineInANameForgesNoLogLine) {
     const std::string source = put("a\nmediaconverter: all is well.mkv", "");
     testing::internal::CaptureStderr();

@@ -13,6 +13,13 @@ namespace {
 
 using enum ConversionError;
 
+// The name of an MP4 beside a relative path without a folder begins at the root.
+void requireFullPath(const std::string& source, const std::string& destination) {
+    if (!source.starts_with('/') && destination.starts_with('/')) {
+        throw JobFailure(sourceNotAbsolute);
+    }
+}
+
 }  // namespace
 
 ConversionJob::ConversionJob(JobOwner& owner, std::string source, std::string destination)
@@ -20,6 +27,7 @@ ConversionJob::ConversionJob(JobOwner& owner, std::string source, std::string de
 
 void ConversionJob::run() {
     const auto noteIt = [this](const std::string& text) { note(text); };
+    requireFullPath(sourcePath_, destinationPath_);
     SourceFile& source = source_.emplace(sourcePath_);
     const bool mayGrow = WriterWait(owner_, noteIt, {}).wait(source) == WriterWait::End::idle;
     source.takeState();

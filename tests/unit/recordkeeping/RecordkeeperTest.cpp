@@ -484,6 +484,7 @@ TEST_F(RecordkeeperTest, ARecordingThatIsGoneIsNotWaitedFor) {
     EXPECT_TRUE(converted().empty());
     EXPECT_TRUE(pending().empty());
     EXPECT_TRUE(fake.bubbleMaker.bubbles().empty());
+    EXPECT_TRUE(endsBySecond()) << "a login may have started it for this one alone";
 }
 
 TEST_F(RecordkeeperTest, AnotherConvertersRecordingsAreTakenOverWhenItEnds) {
