@@ -88,7 +88,7 @@ void limitResources(Reporter& reporter, std::int64_t sourceSize) {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     // Below whatever the converter has been given, never above it.
-    static_cast<void>(::nice(10));
+    [[maybe_unused]] const int priority = ::nice(10);
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioBestEffortLowest);
     limit(reporter, RLIMIT_CORE, 0, "core files");
     limit(reporter, RLIMIT_FSIZE,

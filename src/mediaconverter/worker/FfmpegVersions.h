@@ -3,6 +3,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/frame.h>
 }
 
 #include <cstddef>
@@ -44,6 +45,23 @@ inline std::span<const AVPacketSideData> sideDataOf(const AVStream& stream) {
 }
 inline std::uint8_t* newSideData(AVStream& stream, AVPacketSideDataType type, std::size_t size) {
     return av_stream_new_side_data(&stream, type, size);
+}
+#endif
+
+/// How a frame's two fields are shown: flags since FFmpeg 6.1 (libavutil 58.7.100), which deprecates the members.
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
+inline bool isInterlaced(const AVFrame& frame) {
+    return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
+}
+inline bool isTopFieldFirst(const AVFrame& frame) {
+    return (frame.flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
+}
+#else
+inline bool isInterlaced(const AVFrame& frame) {
+    return frame.interlaced_frame != 0;
+}
+inline bool isTopFieldFirst(const AVFrame& frame) {
+    return frame.top_field_first != 0;
 }
 #endif
 

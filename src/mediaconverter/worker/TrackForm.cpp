@@ -1,5 +1,7 @@
 #include "mediaconverter/worker/TrackForm.h"
 
+#include "mediaconverter/worker/FfmpegVersions.h"
+
 #include <algorithm>
 #include <array>
 
@@ -52,15 +54,15 @@ TrackForm TrackForm::of(const AVFrame& frame) {
     form.height = frame.height;
     form.mostPixels = std::int64_t{form.width} * form.height;
     form.pixelAspect = frame.sample_aspect_ratio;
-    form.isInterlaced = frame.interlaced_frame != 0;
-    form.topFieldFirst = frame.top_field_first != 0;
+    form.isInterlaced = ffmpeg::isInterlaced(frame);
+    form.topFieldFirst = ffmpeg::isTopFieldFirst(frame);
     form.rate = frame.sample_rate;
     setLayout(form, frame.ch_layout);
     return form;
 }
 
 bool TrackForm::holds(const AVFrame& frame) const {
-    return frame.width <= width && frame.height <= height && (isInterlaced || frame.interlaced_frame == 0) &&
+    return frame.width <= width && frame.height <= height && (isInterlaced || !ffmpeg::isInterlaced(frame)) &&
            frame.sample_rate <= rate && frame.ch_layout.nb_channels <= channels;
 }
 

@@ -5,6 +5,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include <cstdint>
 #include <string>
 
 namespace worker {
