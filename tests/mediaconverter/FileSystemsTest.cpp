@@ -141,6 +141,23 @@ TEST_F(FileSystemsTest, WithoutUnnamedFilesLinksOrModesTheResultIsTheSame) {
     EXPECT_TRUE(contentOf(mounted.file("talk.mp4")) == bytes);
 }
 
+class RemovalTest : public FileSystemsTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(RemovalTest, TheConvertedFileIsKnownAgainAndGoes) {
+    const MountedFolder mounted(GetParam(), GetParam() == std::string("xfs") ? 320 * mebibyte : 64 * mebibyte);
+    const std::string source = mounted.file("talk.mkv");
+    writeFile(source, contentOf(copied()));
+    const auto converter = make(shippedConverter(), sink_);
+    converter->Convert(source.c_str(), mounted.file("talk.mp4").c_str(), 3, 4);
+    ASSERT_TRUE(sink_.isSuccess());
+    char reason[300] = {};
+    EXPECT_EQ(shippedRemoval()(source.c_str(), reason, sizeof reason), 0) << reason;
+    EXPECT_EQ(mounted.names(), std::vector<std::string>{"talk.mp4"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, RemovalTest, testing::Values("tmpfs", "ext4", "xfs", "exfat"),
+                         [](const auto& test) { return std::string(test.param); });
+
 TEST_F(FileSystemsTest, WithoutLinksADamagedRecordingIsCopied) {
     const MountedFolder mounted("exfat", 64 * mebibyte);
     std::string bytes = contentOf(copied());
