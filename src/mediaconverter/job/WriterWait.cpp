@@ -6,11 +6,15 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace mediaconverter {
 
 namespace {
+
+/// How many times as long as a look the pause after it is at least.
+constexpr int restPerLook = 20;
 
 std::string textOfWriters(const SourceFile& source) {
     const auto writers = writersOf(source.status());
@@ -30,6 +34,7 @@ WriterWait::End WriterWait::wait(const SourceFile& source) {
     last_ = source.status();
     const auto start = Clock::now();
     auto lastGrowth = start;
+    auto looked = start;
     while (isOpenForWriting(source.descriptor())) {
         const auto now = Clock::now();
         lastGrowth = hasGrown(source) ? now : lastGrowth;
@@ -42,14 +47,16 @@ WriterWait::End WriterWait::wait(const SourceFile& source) {
             throw JobFailure(ConversionError::sourceChanged,
                              "after the longest wait it is still written by " + textOfWriters(source));
         }
-        pause();
+        // Where all processes must be looked through, a look takes its time; it must stay a small part of it.
+        pause(std::max(limits_.look, restPerLook * std::chrono::ceil<std::chrono::milliseconds>(now - looked)));
+        looked = Clock::now();
     }
     return End::closed;
 }
 
-void WriterWait::pause() const {
+void WriterWait::pause(std::chrono::milliseconds time) const {
     pollfd abandon = {owner_.abandonDescriptor(), POLLIN, 0};
-    static_cast<void>(::poll(&abandon, 1, static_cast<int>(limits_.look.count())));
+    static_cast<void>(::poll(&abandon, 1, static_cast<int>(time.count())));
     if (owner_.isAbandoned()) {
         throw JobFailure(ConversionError::abandoned);
     }

@@ -21,7 +21,7 @@ public:
     struct Limits {
         std::chrono::milliseconds patience{30'000};  ///< how long a file that is open may stay as it is
         std::chrono::milliseconds longest{600'000};  ///< how long a file that grows is waited for, as others wait too
-        std::chrono::milliseconds look{250};         ///< between two looks
+        std::chrono::milliseconds look{250};         ///< between two looks, longer where looking takes time
     };
 
     /// `note` is given what is waited for.
@@ -33,7 +33,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void pause() const;
+    void pause(std::chrono::milliseconds time) const;
     bool hasGrown(const SourceFile& source);
 
     const JobOwner& owner_;
