@@ -97,6 +97,67 @@ TEST(BubblePlacement, AFullColumnGoesOnBesideIt) {
     }
 }
 
+/// Every one of `places` is on the screen and none covers another.
+void expectApart(const std::vector<Place>& places, const Rect& screen) {
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        const auto& body = places[i].body;
+        EXPECT_TRUE(body.x >= screen.x && body.x + body.width <= screen.x + screen.width) << i;
+        EXPECT_TRUE(body.y >= screen.y && body.y + body.height <= screen.y + screen.height) << i;
+        for (std::size_t j = 0; j < i; ++j) {
+            EXPECT_FALSE(overlap(body, places[j].body)) << i << " covers " << j;
+        }
+    }
+}
+
+TEST(BubblePlacement, NoneCoversAnotherWhereverTheyHang) {
+    std::vector<Size> many;
+    for (int i = 0; i < 60; ++i) {
+        many.push_back({255.0 + (i * 37) % 90, i % 3 == 0 ? 59.0 : 81.0});
+    }
+    for (const double y : {2.0, 776.0}) {
+        for (const double x : {12.0, 300.0, 640.0, 1268.0}) {
+            const auto places = placeBubbles(iconAt(x, y), kArrow, many);
+            SCOPED_TRACE(::testing::Message() << "icon at " << x << ", " << y);
+            EXPECT_GE(places.size(), 16U) << "a good part of the screen is used";
+            expectApart(places, kScreen);
+        }
+    }
+    for (const auto corner : {Corner::topRight, Corner::bottomRight}) {
+        const auto places = placeBubbles({std::nullopt, kScreen, corner}, kArrow, many);
+        EXPECT_GE(places.size(), 24U);
+        expectApart(places, kScreen);
+    }
+}
+
+TEST(BubblePlacement, AFullScreenTakesNoMoreAndLaterOnesMoveNone) {
+    const auto few = placeBubbles(iconAt(12, 2), kArrow, std::vector<Size>(10, kSaved));
+    const auto many = placeBubbles(iconAt(12, 2), kArrow, std::vector<Size>(200, kSaved));
+    ASSERT_EQ(few.size(), 10U);
+    EXPECT_LT(many.size(), 200U);
+    for (std::size_t i = 0; i < few.size(); ++i) {
+        EXPECT_EQ(few[i].body, many[i].body) << i;
+    }
+}
+
+TEST(BubblePlacement, TheFirstHasAPlaceOnTheSmallestScreen) {
+    EXPECT_EQ(placeBubbles(iconAt(10, 2, {0, 0, 100, 60}), kArrow, {kSaved, kSaved}).size(), 1U);
+}
+
+TEST(BubblePlacement, TheCornerIsBesideThePanel) {
+    EXPECT_EQ(cornerBesidePanel(kScreen, {0, 28, 1280, 772}), Corner::topRight);
+    EXPECT_EQ(cornerBesidePanel(kScreen, {0, 0, 1280, 760}), Corner::bottomRight);
+    EXPECT_EQ(cornerBesidePanel(kScreen, {0, 28, 1280, 732}), Corner::topRight) << "panels at both edges";
+    EXPECT_EQ(cornerBesidePanel(kScreen, kScreen), Corner::topRight) << "no panel";
+}
+
+TEST(BubblePlacement, InTheBottomCornerStacksUpward) {
+    const auto places = placeBubbles({std::nullopt, {0, 0, 1280, 760}, Corner::bottomRight}, kArrow, {kSaved, kFailed});
+    EXPECT_EQ(places[0].body.x + kSaved.width, 1280 - kBubbleGap);
+    EXPECT_EQ(places[0].body.y + kSaved.height, 760 - kBubbleGap);
+    EXPECT_EQ(places[0].arrow, ArrowEdge::none);
+    EXPECT_EQ(places[1].body.y + kFailed.height + kBubbleGap, places[0].body.y);
+}
+
 TEST(BubblePlacement, ABubbleLargerThanTheScreenKeepsItsLeftEdgeOnIt) {
     const auto place = placeBubbles(iconAt(640, 2), kArrow, {Size{2000, 81}}).front();
     EXPECT_EQ(place.body.x, kBubbleGap);

@@ -1,6 +1,7 @@
 #include "uilib/qt/BubblePlacement.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace uilib::qt {
 
@@ -19,26 +20,55 @@ double pushedInside(double wanted, double width, const Rect& available) {
     return std::max(available.x + kBubbleGap, std::min(wanted, right(available) - kBubbleGap - width));
 }
 
-/// One column of bubbles that grows away from where it hangs.
-class Column {
+/// Columns of bubbles that grow away from where the first hangs.
+class Columns {
 public:
-    Column(const Rect& available, bool growsUp, double start)
+    Columns(const Rect& available, bool growsUp, double start)
         : available_(available), growsUp_(growsUp), start_(start), next_(start) {}
 
-    Rect add(const Size& body, double wantedLeft) {
-        if (!fits(body.height) && next_ != start_) {
-            shift_ += widest_ + kBubbleGap;
-            widest_ = 0;
-            next_ = start_;
+    /// Absent when there is no room left.
+    std::optional<Rect> add(const Size& body, double wantedLeft) {
+        const bool isFirst = leftmost_ > rightmost_;
+        if (!isFirst && !fits(body.height) && next_ != start_) {
+            beginAt(side_ == Side::right ? Side::right : Side::left,
+                    side_ == Side::right ? rightmost_ + kBubbleGap : leftmost_ - kBubbleGap);
         }
-        widest_ = std::max(widest_, body.width);
+        auto left = leftOf(body.width, wantedLeft);
+        if (!left && side_ == Side::left) {
+            beginAt(Side::right, rightmost_ + kBubbleGap);
+            left = leftOf(body.width, wantedLeft);
+        }
+        if (!left) {
+            return std::nullopt;
+        }
+        leftmost_ = std::min(leftmost_, *left);
+        rightmost_ = std::max(rightmost_, *left + body.width);
         const double top = growsUp_ ? next_ - body.height : next_;
         next_ = growsUp_ ? top - kBubbleGap : top + body.height + kBubbleGap;
-        const double left = pushedInside(wantedLeft, body.width, available_) - shift_;
-        return {pushedInside(left, body.width, available_), top, body.width, body.height};
+        return Rect{*left, top, body.width, body.height};
     }
 
 private:
+    enum class Side { middle, left, right };
+
+    void beginAt(Side side, double edge) {
+        next_ = start_;
+        side_ = side;
+        edge_ = edge;
+    }
+
+    std::optional<double> leftOf(double width, double wanted) const {
+        switch (side_) {
+        case Side::left:
+            return edge_ - width < available_.x + kBubbleGap ? std::nullopt : std::optional(edge_ - width);
+        case Side::right:
+            return edge_ + width > right(available_) - kBubbleGap ? std::nullopt : std::optional(edge_);
+        case Side::middle:
+            break;
+        }
+        return pushedInside(wanted, width, available_);
+    }
+
     bool fits(double height) const {
         return growsUp_ ? next_ - height >= available_.y : next_ + height <= bottom(available_);
     }
@@ -47,27 +77,42 @@ private:
     const bool growsUp_;
     const double start_;
     double next_;
-    double shift_ = 0;
-    double widest_ = 0;
+    double leftmost_ = std::numeric_limits<double>::max();
+    double rightmost_ = std::numeric_limits<double>::lowest();
+    Side side_ = Side::middle;
+    // Of the columns before, where the present one stands beside them.
+    double edge_ = 0;
 };
 
-std::vector<Place> placeInCorner(const Rect& available, const std::vector<Size>& bodies) {
+std::vector<Place> placeInCorner(const Surroundings& surroundings, const std::vector<Size>& bodies) {
+    const auto& available = surroundings.available;
+    const bool growsUp = surroundings.corner == Corner::bottomRight;
+    Columns columns(available, growsUp, growsUp ? bottom(available) - kBubbleGap : available.y + kBubbleGap);
     std::vector<Place> places;
     places.reserve(bodies.size());
-    Column column(available, false, available.y + kBubbleGap);
-    for (const auto& body : bodies) {
-        places.push_back({column.add(body, right(available) - kBubbleGap - body.width)});
+    for (const auto& size : bodies) {
+        const auto body = columns.add(size, right(available) - kBubbleGap - size.width);
+        if (!body) {
+            break;
+        }
+        places.push_back({*body});
     }
     return places;
 }
 
 }  // namespace
 
+Corner cornerBesidePanel(const Rect& screen, const Rect& available) {
+    const bool isTopFree = available.y <= screen.y;
+    const bool isBottomTaken = bottom(available) < bottom(screen);
+    return isTopFree && isBottomTaken ? Corner::bottomRight : Corner::topRight;
+}
+
 std::vector<Place> placeBubbles(const Surroundings& surroundings, const AuroraArrowRecord& arrow,
                                 const std::vector<Size>& bodies) {
     const auto& available = surroundings.available;
     if (bodies.empty() || !surroundings.icon) {
-        return placeInCorner(available, bodies);
+        return placeInCorner(surroundings, bodies);
     }
     const auto& icon = *surroundings.icon;
     const double tip = icon.x + icon.width / 2;
@@ -76,9 +121,13 @@ std::vector<Place> placeBubbles(const Surroundings& surroundings, const AuroraAr
 
     std::vector<Place> places;
     places.reserve(bodies.size());
-    Column column(available, growsUp, growsUp ? icon.y - arrow.height : below);
-    for (const auto& body : bodies) {
-        Place place{column.add(body, tip - body.width / 2)};
+    Columns columns(available, growsUp, growsUp ? icon.y - arrow.height : below);
+    for (const auto& size : bodies) {
+        const auto body = columns.add(size, tip - size.width / 2);
+        if (!body) {
+            break;
+        }
+        Place place{*body};
         if (places.empty()) {
             place.arrow = growsUp ? ArrowEdge::bottom : ArrowEdge::top;
             place.arrowTip = tip - place.body.x;
