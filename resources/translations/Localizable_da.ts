@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Åbn</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Luk</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Avaa</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Sulje</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Apri</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Chiudi</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>開く</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>閉じる</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>열기</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>닫기</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Openen</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Sluiten</translation>
+    </message>
 </context>
 </TS>

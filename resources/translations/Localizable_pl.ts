@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Otwórz</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Zamknij</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Открыть</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Закрыть</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Öppna</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Stäng</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>Aç</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Kapat</translation>
+    </message>
 </context>
 </TS>

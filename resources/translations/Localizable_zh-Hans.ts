@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>打开</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
 </context>
 </TS>

@@ -23,5 +23,9 @@
         <source>Open</source>
         <translation>開啟</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>關閉</translation>
+    </message>
 </context>
 </TS>

@@ -5,6 +5,9 @@
 #include "contract/EventLoop.h"
 
 #include <QApplication>
+#include <QCoreApplication>
+#include <QEnterEvent>
+#include <QKeyEvent>
 #include <algorithm>
 
 namespace test {
@@ -94,6 +97,31 @@ void BubbleKit::activate(QWidget* window) {
     QT_WARNING_DISABLE_DEPRECATED
     QApplication::setActiveWindow(window);
     QT_WARNING_POP
+}
+
+QWidget* BubbleKit::onlyWindow() {
+    const auto all = windows();
+    EXPECT_EQ(all.size(), 1U);
+    return all.size() == 1 ? all.front() : nullptr;
+}
+
+void BubbleKit::enter(QWidget* window) {
+    QEnterEvent event(QPointF(100, 40), QPointF(100, 40), QPointF(100, 40));
+    QCoreApplication::sendEvent(window, &event);
+}
+
+void BubbleKit::leave(QWidget* window) {
+    QEvent event(QEvent::Leave);
+    QCoreApplication::sendEvent(window, &event);
+}
+
+void BubbleKit::press(QWidget* window, int key) {
+    QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &down);
+}
+
+bool BubbleKit::waitUntilClosed(std::size_t count, std::chrono::milliseconds limit) const {
+    return turnUntil([&] { return closed.size() >= count; }, limit);
 }
 
 }  // namespace test

@@ -9,6 +9,8 @@
 #include "uilib/qt/QtAuroraBubbleMaker.h"
 
 #include <QWidget>
+#include <chrono>
+#include <cstddef>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -41,6 +43,16 @@ protected:
 
     /// Makes this the window that has the keyboard; none with nullptr.
     static void activate(QWidget* window);
+
+    /// The window of the one bubble there is; a failure and null when there is another number of them.
+    static QWidget* onlyWindow();
+
+    /// The pointer comes to a bubble and leaves it; a key is pressed in it.
+    static void enter(QWidget* window);
+    static void leave(QWidget* window);
+    static void press(QWidget* window, int key);
+
+    bool waitUntilClosed(std::size_t count, std::chrono::milliseconds limit = std::chrono::seconds(20)) const;
 
     platform::qt::QtTextMeasure measure;
     platform::ui::FolderImageCatalog images{RESOURCES "/images"};

@@ -10,13 +10,16 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QPainter>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <map>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -61,6 +64,28 @@ double contrastOf(QWidget* window, const QWidget* part) {
     return best;
 }
 
+double contrastOf(const QColor& a, const QColor& b) {
+    const auto [dark, light] = std::minmax({luminanceOf(a), luminanceOf(b)});
+    return (light + 0.05) / (dark + 0.05);
+}
+
+QAbstractButton* buttonNamed(QWidget* window, const QString& name) {
+    for (auto* candidate : window->findChildren<QAbstractButton*>()) {
+        if (candidate->accessibleName() == name) {
+            return candidate;
+        }
+    }
+    ADD_FAILURE() << "no button " << name.toStdString();
+    return nullptr;
+}
+
+/// The pixel in the middle of a widget's upper edge, and the one above it.
+std::pair<QColor, QColor> upperEdgeOf(QWidget* window, const QWidget* part) {
+    const auto image = drawn(window);
+    const auto middle = part->mapTo(window, QPoint(part->width() / 2, 0));
+    return {image.pixelColor(middle), image.pixelColor(middle - QPoint(0, 1))};
+}
+
 QColor edgeOf(QWidget* window) {
     const auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
     return drawn(window).pixelColor(client->x() + client->width() / 2, client->y() + client->height());
@@ -82,10 +107,7 @@ TEST_F(BubbleLooks, ItsTextHasAContrastOfAtLeastSevenToOne) {
 
 TEST_F(BubbleLooks, ItsButtonsTitlesHaveAContrastOfAtLeastSevenToOneInEveryLook) {
     auto* const window = showOne();
-    QAbstractButton* button = nullptr;
-    for (auto* candidate : window->findChildren<QAbstractButton*>()) {
-        button = candidate->accessibleName() == QLatin1String("Open") ? candidate : button;
-    }
+    auto* const button = buttonNamed(window, QStringLiteral("Open"));
     ASSERT_NE(button, nullptr);
     const auto plain = drawn(window);
     EXPECT_GE(contrastOf(window, button), 7);
@@ -106,6 +128,58 @@ TEST_F(BubbleLooks, ItsButtonsTitlesHaveAContrastOfAtLeastSevenToOneInEveryLook)
     button->setFocus(Qt::TabFocusReason);
     EXPECT_NE(drawn(window), plain);
     EXPECT_GE(contrastOf(window, button), 7) << "focused";
+}
+
+TEST_F(BubbleLooks, TheFocusRingStaysWhileThePointerIsOnTheSameButton) {
+    auto* const window = showOne();
+    activate(window);
+    for (const auto* name : {"Open", "Close"}) {
+        auto* const button = buttonNamed(window, QLatin1String(name));
+        // The toolkit gives the keyboard to the first button of a window that gets it.
+        window->setFocus();
+        const auto plain = drawn(window);
+        button->setFocus(Qt::TabFocusReason);
+        EXPECT_NE(drawn(window), plain) << name;
+        button->setAttribute(Qt::WA_UnderMouse);
+        const auto both = drawn(window);
+        window->setFocus();
+        EXPECT_NE(drawn(window), both) << name << ": the keyboard's place is seen under the pointer";
+        button->setAttribute(Qt::WA_UnderMouse, false);
+    }
+    activate(nullptr);
+}
+
+TEST_F(BubbleLooks, KeepsAnOutlineOnBlackAroundBodyAndArrow) {
+    auto* const window = showOne();
+    QImage onBlack(drawn(window, 2).size(), QImage::Format_RGB32);
+    onBlack.fill(Qt::black);
+    QPainter painter(&onBlack);
+    painter.drawImage(QRect(QPoint(), onBlack.size()), drawn(window, 2));
+    painter.end();
+    const auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
+    const QRect body(client->pos() * 2, client->size() * 2);
+    for (const auto& place : {QPoint(body.center().x(), body.bottom()), QPoint(body.left(), body.center().y()),
+                              QPoint(body.right(), body.center().y())}) {
+        EXPECT_GE(contrastOf(onBlack.pixelColor(place), Qt::black), 3) << place.x() << ", " << place.y();
+    }
+}
+
+TEST_F(BubbleLooks, ShowsThePictureOfItsKind) {
+    const auto colorAtIcon = [this](const char* icon) {
+        show(makeView(kSaved, {}, icon));
+        auto* const window = windows().back();
+        const auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
+        // The icon's left part, where its disc is plain.
+        const auto color = drawn(window, 4).pixelColor((client->pos() + QPoint(14, 24)) * 4);
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QApplication::sendEvent(window, &escape);
+        EXPECT_TRUE(test::turnUntil([] { return windows().empty(); }));
+        return color;
+    };
+    const auto saved = colorAtIcon("icn_check");
+    EXPECT_GT(saved.green(), saved.red() + 50);
+    const auto failed = colorAtIcon("icn_error");
+    EXPECT_GT(failed.red(), failed.green() + 50);
 }
 
 TEST_F(BubbleLooks, ADisabledButtonLooksDisabled) {
@@ -140,7 +214,10 @@ TEST_F(BubbleLooks, AnOutlineSetsItApartForThoseWhoAskForMoreContrast) {
     maker->prepare();
     test::turnUntil([&] { return portal.asked >= 4; });
     test::turnFor(std::chrono::milliseconds(100));
-    EXPECT_GT(edgeOf(showOne()).lightness(), 200);
+    auto* const window = showOne();
+    EXPECT_GT(edgeOf(window).lightness(), 200);
+    const auto [outline, around] = upperEdgeOf(window, buttonNamed(window, QStringLiteral("Open")));
+    EXPECT_GE(contrastOf(outline, around), 3) << "a button too";
 }
 
 int drawingThreads() {

@@ -7,8 +7,12 @@
 #include "support/FakeSystemLog.h"
 #include "uilib/AuroraRoundedButton.h"
 
+#include <QColor>
+#include <QCoreApplication>
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QEventLoop>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <memory>
@@ -32,41 +36,76 @@ protected:
 
     const test::NotificationServer::Shown& last() const { return server->shown.back(); }
 
-    bool waitUntilClosed(std::size_t count = 1) {
-        return test::turnUntil([&] { return closed.size() >= count; });
-    }
-
     std::unique_ptr<test::NotificationServer> server = std::make_unique<test::NotificationServer>();
     test::FakeSystemLog log;
 };
 
-TEST_F(NotificationBubble, SaysTheTextWithItsButtonsTimeAndKind) {
-    notify(makeView(kSaved, {"Open", "View in Folder"}), 15);
-    EXPECT_EQ(last().summary, QStringLiteral("Record converter"));
-    EXPECT_EQ(last().body.toStdString(), kSaved);
+TEST_F(NotificationBubble, SaysTheTextAndTheFilesNameWithButtonsTimeAndKind) {
+    const auto view = makeView(kSaved, {"Open", "View in Folder"});
+    view->setToolTip("talk.mp4");
+    notify(view, 15);
+    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_EQ(last().body, QStringLiteral("talk.mp4"));
     EXPECT_EQ(last().actions, (QStringList{"default", "Open", "0", "Open", "1", "View in Folder"}));
-    EXPECT_EQ(last().timeout, 15000);
+    EXPECT_GE(last().timeout, 15000) << "the bubble ends it, not the server";
     EXPECT_EQ(last().hints.value("category").toString(), QStringLiteral("transfer.complete"));
     EXPECT_EQ(last().hints.value("desktop-entry").toString(), QStringLiteral("org.recordconverter.RecordConverter"));
-    EXPECT_TRUE(last().hints.contains("urgency"));
+    EXPECT_EQ(last().icon, QStringLiteral("org.recordconverter.RecordConverter"));
+    EXPECT_EQ(last().hints.value("urgency").toUInt(), 1U);
     EXPECT_TRUE(windows().empty());
+}
+
+/// The colour in the middle of the lower left quarter's edge, where the pictures of both kinds are plain.
+QColor colorOfPicture(const QVariantMap& hints) {
+    const auto argument = hints.value(QStringLiteral("image-data")).value<QDBusArgument>();
+    EXPECT_EQ(argument.currentSignature(), QStringLiteral("(iiibiiay)"));
+    int width = 0;
+    int height = 0;
+    int row = 0;
+    bool hasAlpha = false;
+    int bits = 0;
+    int channels = 0;
+    QByteArray pixels;
+    argument.beginStructure();
+    argument >> width >> height >> row >> hasAlpha >> bits >> channels >> pixels;
+    argument.endStructure();
+    EXPECT_EQ(pixels.size(), row * height);
+    EXPECT_EQ(bits * channels, 32);
+    const auto* const pixel = reinterpret_cast<const uchar*>(pixels.constData()) + height / 2 * row + width / 8 * 4;
+    return {pixel[0], pixel[1], pixel[2], pixel[3]};
+}
+
+TEST_F(NotificationBubble, ShowsThePictureOfItsKind) {
+    notify(makeView(kSaved));
+    const auto saved = colorOfPicture(last().hints);
+    EXPECT_GT(saved.green(), saved.red() + 50);
+    notify(makeView("We had a problem.", {}, "icn_error"));
+    const auto failed = colorOfPicture(last().hints);
+    EXPECT_GT(failed.red(), failed.green() + 50);
+    notify(makeView("It is being prepared.", {}, "corvo_logo"));
+    EXPECT_FALSE(last().hints.contains("image-data")) << "white on nothing; the application's icon is shown";
 }
 
 TEST_F(NotificationBubble, TellsAFailureApart) {
     notify(makeView("We had a problem.", {}, "icn_error"));
     EXPECT_EQ(last().hints.value("category").toString(), QStringLiteral("transfer.error"));
+    EXPECT_EQ(last().hints.value("urgency").toUInt(), 2U);
     EXPECT_TRUE(last().actions.empty());
 }
 
-TEST_F(NotificationBubble, KeepsMarkupInATextFromBeingMarkup) {
-    notify(makeView("<b>& a \"name\"</b>"));
+TEST_F(NotificationBubble, KeepsMarkupInANameFromBeingMarkup) {
+    const auto view = makeView(kSaved);
+    view->setToolTip("<b>& a \"name\"</b>");
+    notify(view);
     EXPECT_EQ(last().body, QStringLiteral("&lt;b&gt;&amp; a &quot;name&quot;&lt;/b&gt;"));
 }
 
 TEST_F(NotificationBubble, LeavesOutWhatTheServerCannotShow) {
     server.reset();
     server = std::make_unique<test::NotificationServer>(QStringList());
-    notify(makeView(kSaved, {"Open"}));
+    const auto view = makeView(kSaved, {"Open"});
+    view->setToolTip("talk.mp4");
+    notify(view);
     EXPECT_EQ(last().summary.toStdString(), kSaved);
     EXPECT_TRUE(last().body.isEmpty());
     EXPECT_TRUE(last().actions.empty());
@@ -75,7 +114,7 @@ TEST_F(NotificationBubble, LeavesOutWhatTheServerCannotShow) {
 TEST_F(NotificationBubble, AnActionPressesItsButtonAndTheBubbleCloses) {
     const auto bubble = notify(makeView(kSaved, {"Open", "View in Folder"}));
     server->press(last().id, QStringLiteral("1"));
-    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(pressed, std::vector<std::string>{"View in Folder"});
     EXPECT_EQ(closed, std::vector<const void*>{bubble.get()});
 }
@@ -83,7 +122,7 @@ TEST_F(NotificationBubble, AnActionPressesItsButtonAndTheBubbleCloses) {
 TEST_F(NotificationBubble, APressOnTheNotificationItselfIsTheFirstButton) {
     notify(makeView(kSaved, {"Open", "View in Folder"}));
     server->press(last().id, QStringLiteral("default"));
-    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(pressed, std::vector<std::string>{"Open"});
 }
 
@@ -93,7 +132,7 @@ TEST_F(NotificationBubble, HandsTheActivationTokenToWhatThePressOpens) {
     view->buttonsArray().front()->setAction([&] { token = platform::qt::takeActivationToken(); });
     notify(view);
     server->press(last().id, QStringLiteral("0"), QStringLiteral("token-7"));
-    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(token, QStringLiteral("token-7"));
     EXPECT_TRUE(platform::qt::takeActivationToken().isEmpty());
 }
@@ -101,7 +140,7 @@ TEST_F(NotificationBubble, HandsTheActivationTokenToWhatThePressOpens) {
 TEST_F(NotificationBubble, ClosesWhenTheServerPutsItAway) {
     const auto bubble = notify(makeView(kSaved));
     server->expire(last().id);
-    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(closed, std::vector<const void*>{bubble.get()});
 }
 
@@ -129,7 +168,7 @@ TEST_F(NotificationBubble, TakesItsNotificationAwayWhenItIsClosed) {
     const auto bubble = notify(makeView(kSaved));
     bubble->close();
     EXPECT_TRUE(closed.empty());
-    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_TRUE(test::turnUntil([&] { return server->closedByClient.size() == 1; }));
     EXPECT_EQ(server->closedByClient.front(), last().id);
     test::turnFor(100ms);
@@ -138,7 +177,7 @@ TEST_F(NotificationBubble, TakesItsNotificationAwayWhenItIsClosed) {
 
 TEST_F(NotificationBubble, EndsByItselfWhenTheServerForgetsToEndIt) {
     notify(makeView(kSaved), 0.4);
-    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_TRUE(test::turnUntil([&] { return server->closedByClient.size() == 1; }));
 }
 
@@ -146,15 +185,69 @@ TEST_F(NotificationBubble, LeavesItsNotificationToAServerThatKeepsThemForLater) 
     server.reset();
     server = std::make_unique<test::NotificationServer>(QStringList{QStringLiteral("persistence")});
     notify(makeView(kSaved), 0.4);
-    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_TRUE(waitUntilClosed(1));
     test::turnFor(100ms);
     EXPECT_TRUE(server->closedByClient.empty());
+    EXPECT_EQ(server->shown.size(), 1U);
+}
+
+TEST_F(NotificationBubble, LeavesNoButtonThatNobodyAnswers) {
+    server.reset();
+    server = std::make_unique<test::NotificationServer>(
+        QStringList{QStringLiteral("persistence"), QStringLiteral("actions")});
+    notify(makeView(kSaved, {"Open"}), 0.4);
+    const auto id = last().id;
+    EXPECT_FALSE(last().actions.empty());
+    ASSERT_TRUE(waitUntilClosed(1));
+    ASSERT_TRUE(test::turnUntil([&] { return server->shown.size() == 2; }));
+    EXPECT_EQ(last().replaces, id);
+    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_TRUE(last().actions.empty());
+    EXPECT_EQ(last().hints.value("urgency").toUInt(), 0U) << "it need not be seen twice";
+    EXPECT_TRUE(server->closedByClient.empty());
+}
+
+TEST_F(NotificationBubble, IsTakenAwayAlsoWhenItIsClosedBeforeItsNumberCame) {
+    const auto bubble = open(makeView(kSaved), {0.1, 60, 0.1});
+    while (server->shown.empty()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    }
+    bubble->close();
+    ASSERT_TRUE(waitUntilClosed(1));
+    EXPECT_TRUE(test::turnUntil([&] { return server->closedByClient.size() == 1; }));
+    EXPECT_EQ(server->closedByClient.front(), last().id);
+}
+
+class DoNotDisturb : public NotificationBubble {
+protected:
+    DoNotDisturb() {
+        server.reset();
+        server = std::make_unique<test::NotificationServer>(QStringList{QStringLiteral("inhibitions")});
+    }
+};
+
+TEST_F(DoNotDisturb, ABubbleHeldBackIsToldWhenThatEnds) {
+    server->setInhibited(true);
+    notify(makeView(kSaved), 0.5);
+    test::turnFor(1500ms);
+    EXPECT_TRUE(closed.empty()) << "nobody has seen it yet";
+    server->setInhibited(false);
+    ASSERT_TRUE(test::turnUntil([&] { return server->shown.size() == 2; }));
+    EXPECT_EQ(last().replaces, server->shown.front().id);
+    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_TRUE(waitUntilClosed(1));
+}
+
+TEST_F(DoNotDisturb, OneThatIsNotHeldBackIsToldOnce) {
+    notify(makeView(kSaved), 0.5);
+    ASSERT_TRUE(waitUntilClosed(1));
+    EXPECT_EQ(server->shown.size(), 1U);
 }
 
 TEST_F(NotificationBubble, AServerThatVanishesClosesTheBubble) {
     notify(makeView(kSaved));
     server.reset();
-    EXPECT_TRUE(waitUntilClosed());
+    EXPECT_TRUE(waitUntilClosed(1));
 }
 
 TEST_F(NotificationBubble, EachBubbleLooksForAServerAnew) {

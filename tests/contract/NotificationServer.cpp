@@ -1,5 +1,6 @@
 #include "contract/NotificationServer.h"
 
+#include <QDBusMessage>
 #include <utility>
 
 namespace test {
@@ -20,7 +21,9 @@ NotificationServer::NotificationServer(QStringList capabilities)
     : capabilities_(std::move(capabilities)),
       connectionName_(newConnectionName()),
       connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName_)) {
-    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+    connection_.registerObject(kPath, this,
+                               QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
+                                   QDBusConnection::ExportAllProperties);
     connection_.registerService(kName);
 }
 
@@ -30,10 +33,20 @@ NotificationServer::~NotificationServer() {
     QDBusConnection::disconnectFromBus(connectionName_);
 }
 
-uint NotificationServer::Notify(const QString&, uint, const QString&, const QString& summary, const QString& body,
-                                const QStringList& actions, const QVariantMap& hints, int timeout) {
-    shown.push_back({++lastId_, summary, body, actions, hints, timeout});
-    return lastId_;
+uint NotificationServer::Notify(const QString&, uint replaces, const QString& icon, const QString& summary,
+                                const QString& body, const QStringList& actions, const QVariantMap& hints,
+                                int timeout) {
+    const uint id = replaces != 0 ? replaces : ++lastId_;
+    shown.push_back({id, replaces, icon, summary, body, actions, hints, timeout});
+    return id;
+}
+
+void NotificationServer::setInhibited(bool isInhibited) {
+    isInhibited_ = isInhibited;
+    auto change = QDBusMessage::createSignal(kPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                             QStringLiteral("PropertiesChanged"));
+    change << kName << QVariantMap{{QStringLiteral("Inhibited"), isInhibited}} << QStringList();
+    connection_.send(change);
 }
 
 void NotificationServer::CloseNotification(uint id) {

@@ -13,10 +13,13 @@ namespace test {
 class NotificationServer final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+    Q_PROPERTY(bool Inhibited READ isInhibited)
 
 public:
     struct Shown {
         uint id;
+        uint replaces;
+        QString icon;
         QString summary;
         QString body;
         QStringList actions;
@@ -34,6 +37,10 @@ public:
     void press(uint id, const QString& key, const QString& token = {});
     void expire(uint id);
 
+    /// Whether the user does not want to be disturbed; tells its clients of a change.
+    void setInhibited(bool isInhibited);
+    bool isInhibited() const { return isInhibited_; }
+
 public Q_SLOTS:
     QStringList GetCapabilities() { return capabilities_; }
     uint Notify(const QString& application, uint replaces, const QString& icon, const QString& summary,
@@ -50,6 +57,7 @@ private:
     const QString connectionName_;
     QDBusConnection connection_;
     uint lastId_ = 40;
+    bool isInhibited_ = false;
 };
 
 }  // namespace test

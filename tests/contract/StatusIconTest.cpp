@@ -97,6 +97,16 @@ TEST_F(StatusIcon, IsDrawnForEverySizeThatPanelsUse) {
     }
 }
 
+TEST_F(StatusIcon, TellsOfAPress) {
+    test::StatusWatcher watcher;
+    int presses = 0;
+    statusBar.setActivatedHandler([&] { ++presses; });
+    show();
+    ASSERT_TRUE(waitForItem(watcher));
+    watcher.activate(watcher.items.front());
+    EXPECT_TRUE(test::turnUntil([&] { return presses == 1; }));
+}
+
 TEST_F(StatusIcon, WithoutAnyStatusAreaItHasNoPlaceAndHarmsNothing) {
     show();
     test::turnFor(200ms);

@@ -46,4 +46,12 @@ QVariant StatusWatcher::property(const QString& item, const QString& name) {
     return answer.isValid() ? answer.value().variant() : QVariant();
 }
 
+void StatusWatcher::activate(const QString& item) {
+    auto call =
+        QDBusMessage::createMethodCall(item, QStringLiteral("/StatusNotifierItem"),
+                                       QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
+    call << 0 << 0;
+    connection_.send(call);
+}
+
 }  // namespace test

@@ -26,6 +26,9 @@ public:
     /// One property of an item, as a host asks for it; invalid when the item does not answer.
     QVariant property(const QString& item, const QString& name);
 
+    /// Presses an item, as a host does for its user.
+    void activate(const QString& item);
+
 public Q_SLOTS:
     void RegisterStatusNotifierItem(const QString& service) { items.append(service); }
 

@@ -83,8 +83,20 @@ class Notification:
         return f"{self.name} {self.info}"
 
 
+class Shown:
+    """One notification: its sentence, the line below, and the titles of its buttons."""
+
+    def __init__(self, parameters):
+        _, self.replaces, _, self.text, self.body, actions, self.hints, _ = parameters
+        # Keys and titles take turns; the first pair is the press on the notification itself.
+        self.buttons = actions[3::2]
+
+    def __repr__(self):
+        return f"{self.text} {self.body} {self.buttons}"
+
+
 class NotificationServer:
-    """Shows nothing and remembers everything: `shown` holds text and titles of the buttons, in order."""
+    """Shows nothing and remembers everything in `shown`, in order."""
 
     NAME = "org.freedesktop.Notifications"
     _PATH = "/org/freedesktop/Notifications"
@@ -107,9 +119,7 @@ class NotificationServer:
             invocation.return_value(GLib.Variant("(as)", (["body", "actions"],)))
         elif method == "Notify":
             self._last += 1
-            body, actions = arguments.unpack()[4:6]
-            # Keys and titles take turns; the first pair is the press on the notification itself.
-            self.shown.append((body, actions[3::2]))
+            self.shown.append(Shown(arguments.unpack()))
             invocation.return_value(GLib.Variant("(u)", (self._last,)))
         else:
             invocation.return_value(None)
@@ -205,6 +215,15 @@ class Line:
         server = NotificationServer(self._connection)
         self._ask("RequestName", GLib.Variant("(su)", (NotificationServer.NAME, 0)))
         return server
+
+    def play_screen_saver(self):
+        """Is the desktop's screen saver from now on, which covers the screen."""
+        node = Gio.DBusNodeInfo.new_for_xml(
+            "<node><interface name='org.freedesktop.ScreenSaver'><method name='GetActive'>"
+            "<arg type='b' direction='out'/></method></interface></node>")
+        self._connection.register_object("/org/freedesktop/ScreenSaver", node.interfaces[0],
+                                         lambda *call: call[6].return_value(GLib.Variant("(b)", (True,))), None, None)
+        self._ask("RequestName", GLib.Variant("(su)", ("org.freedesktop.ScreenSaver", 0)))
 
     def play_settings(self, settings):
         """Is the desktop's settings portal from now on. `settings` maps (group, key) to a number."""

@@ -1,8 +1,11 @@
 """A virtual display with a window manager and a tray, and hands and eyes on it."""
 
+import os
 import re
 import subprocess
+import time
 
+import pictures
 import processes
 import world
 
@@ -67,15 +70,21 @@ class DisplayWorld(world.World):
         super().setUp()
         # What the desktop's own programs see; a test may take the display away from the converter alone.
         self.desktop = self.environment
+        self.start_display()
+
+    def start_display(self):
         self._server = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24",
                                           "-noreset", "-nolisten", "tcp", stdout=subprocess.PIPE)
         self.addCleanup(self._server.stdout.close)
         self.environment["DISPLAY"] = ":" + self._server.stdout.readline().decode().strip()
-        self.start_program("openbox", "--sm-disable")
+        self.start_window_manager()
         processes.wait_until(lambda: "window id" in self.ask("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), 30,
                              "the window manager")
         if self.with_tray:
             self.start_tray()
+
+    def start_window_manager(self):
+        self.start_program("openbox", "--sm-disable")
 
     def end_display(self):
         self._server.kill()
@@ -140,6 +149,31 @@ class DisplayWorld(world.World):
             return first if same and len(first) == count else None
 
         return self.wait_for(at_rest, seconds, f"{count} bubbles on the screen")
+
+    def picture(self):
+        """What is on the screen now."""
+        pixels = subprocess.run(["import", "-silent", "-window", "root", "-depth", "8", "rgb:-"], env=self.desktop,
+                                stdout=subprocess.PIPE, check=True).stdout
+        return pictures.Picture(WIDTH, pixels)
+
+    def take_picture(self, path):
+        self.ask("import", "-silent", "-window", "root", path)
+
+    def keep_picture(self):
+        """For those who want to look: in the folder that RECORD_CONVERTER_PICTURES names."""
+        folder = os.environ.get("RECORD_CONVERTER_PICTURES")
+        if folder:
+            self.take_picture(os.path.join(folder, self.id().removeprefix("__main__.") + ".png"))
+
+    def wait_for_rest(self):
+        """Two pictures of the screen, a moment apart, that are alike; the later."""
+        last = self.picture()
+        while True:
+            time.sleep(0.5)
+            now = self.picture()
+            if now.changed_since(last) is None:
+                return now
+            last = now
 
     def click(self, place):
         x, y = (str(int(value)) for value in place)

@@ -44,7 +44,7 @@ script = {teller}
 
 # Is run for each notification that is displayed: application, summary, body, icon, urgency.
 TELLER = """#!/bin/sh
-printf '%s\\n' "$3" >>'{told}'
+printf '%s\\n' "$2" >>'{told}'
 """
 
 SAVED = "Your recording has been saved to your computer."
@@ -107,7 +107,7 @@ class PanelWithItems(test_bubbles.BubbleWorld):
         meeting.die()
         bubble = self.wait_for_failure()
         self.check_in_the_corner_below_the_panel(bubble)
-        self.assertIn("nobody tells where the status icon is", self.log_text())
+        self.assertIn("the position of the status icon is unknown", self.log_text())
         self.click(bubble.close_button())
         self.check_quits_soon(converter)
 

@@ -39,9 +39,9 @@ class Languages(world.World):
                 self.line.started(meeting.pid, path)
                 self.line.stopped(meeting.pid)
             self.line.quit(meeting.pid)
-            self.wait_for(lambda: text_in(code, FAILED) in [text for text, _ in server.shown], 40,
+            self.wait_for(lambda: text_in(code, FAILED) in [said.text for said in server.shown], 40,
                           f"the failure in {code}; {server.shown}")
-            saved = [buttons for text, buttons in server.shown if text == text_in(code, SAVED)]
+            saved = [said.buttons for said in server.shown if said.text == text_in(code, SAVED)]
             self.assertEqual(saved, [[text_in(code, OPEN), text_in(code, FOLDER)]], server.shown)
             server.close_all()
             self.assertEqual(self.wait_ended(converter), 0)
@@ -76,7 +76,10 @@ class ScreenReader(test_bubbles.BubbleWorld):
         tree = self.wait_for(lambda: [tree for tree in [self.reader.tree()] if ("label", text) in tree], 30,
                              f"the text is read; {self.reader.tree()}")[0]
         buttons = [name for role, name in tree if role in ("button", "push button")]
-        self.assertEqual(sorted(buttons), sorted([text_in("de", OPEN), text_in("de", FOLDER), "Close"]), tree)
+        self.assertEqual(sorted(buttons), sorted(text_in("de", title) for title in (OPEN, FOLDER, "Close")), tree)
+        self.assertIn(("notification", text), tree, "the bubble as a whole")
+        self.wait_for(lambda: ("notification", text) in self.reader.announced, 20,
+                      f"its showing is announced; {self.reader.announced}")
 
 
 if __name__ == "__main__":

@@ -31,8 +31,15 @@ struct QtStatusBar::Items {
         }
     }
 
+    void tellActivated() const {
+        if (activated) {
+            activated();
+        }
+    }
+
     std::vector<std::weak_ptr<Item>> made;
     std::function<void()> moved;
+    std::function<void()> activated;
 };
 
 // The bus comes first: where a host keeps such icons, an embedded one would be a second. The toolkit's tray icon would
@@ -72,7 +79,8 @@ private:
 
     void goOverBus() {
         if (view_ != nullptr && !overBus_) {
-            overBus_ = std::make_unique<StatusNotifierItem>(icon_, kToolTip, [this] { chooseFace(); });
+            overBus_ = std::make_unique<StatusNotifierItem>(
+                icon_, kToolTip, [this] { chooseFace(); }, [items = items_] { items->tellActivated(); });
         }
     }
 
@@ -82,6 +90,8 @@ private:
             embedded_ = std::make_unique<Embedded>([items = items_] { items->tellMoved(); });
             embedded_->icon.setIcon(icon_);
             embedded_->icon.setToolTip(kToolTip);
+            QObject::connect(&embedded_->icon, &QSystemTrayIcon::activated,
+                             [items = items_] { items->tellActivated(); });
             embedded_->icon.show();
         } else if (!isEmbedded) {
             embedded_.reset();
@@ -115,6 +125,10 @@ std::optional<ui::Rect> QtStatusBar::desktopFrameOf(const ui::View& view) const 
         }
     }
     return std::nullopt;
+}
+
+void QtStatusBar::setActivatedHandler(std::function<void()> activated) {
+    items_->activated = std::move(activated);
 }
 
 void QtStatusBar::setItemsMovedHandler(std::function<void()> moved) {

@@ -24,6 +24,9 @@ public:
     /// Calls `moved` whenever the place of an item may have changed; an empty function ends that.
     void setItemsMovedHandler(std::function<void()> moved);
 
+    /// Calls `activated` when the user presses an item; an empty function ends that.
+    void setActivatedHandler(std::function<void()> activated);
+
 private:
     class Item;
     struct Items;

@@ -70,10 +70,12 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, IconToolTip& tool
     return argument;
 }
 
-StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged)
+StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged,
+                                       std::function<void()> activated)
     : icon_(std::move(icon)),
       title_(std::move(title)),
       hostChanged_(std::move(hostChanged)),
+      activated_(std::move(activated)),
       connection_(newConnection()),
       watcher_(kWatcher, connection_,
                QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration),

@@ -54,8 +54,8 @@ class StatusNotifierItem final : public QObject {
 
 public:
     /// `hostChanged` is called once it is known whether a host shows such icons, and when one has come or gone; never
-    /// from inside this call.
-    StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged);
+    /// from inside this call. `activated` is called when the user presses the icon, by pointer or keyboard.
+    StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged, std::function<void()> activated);
     ~StatusNotifierItem() override;
 
     /// Whether a host shows this icon now.
@@ -72,8 +72,8 @@ public:
     bool itemIsMenu() const { return false; }
     QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
 
-    // The icon shows nothing but itself, so presses do nothing.
-    Q_SLOT void Activate(int, int) {}
+    Q_SLOT void Activate(int, int) { activated_(); }
+    // There is nothing more to the icon.
     Q_SLOT void SecondaryActivate(int, int) {}
     Q_SLOT void ContextMenu(int, int) {}
     Q_SLOT void Scroll(int, const QString&) {}
@@ -90,6 +90,7 @@ private:
     const QIcon icon_;
     const QString title_;
     const std::function<void()> hostChanged_;
+    const std::function<void()> activated_;
     QDBusConnection connection_;
     QDBusServiceWatcher watcher_;
     QString service_;

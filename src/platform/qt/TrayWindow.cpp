@@ -1,30 +1,17 @@
 #include "platform/qt/TrayWindow.h"
 
+#include "platform/qt/X11Connection.h"
+
 #include <QApplication>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
 #include <QWindow>
-#include <cstdlib>
-#include <memory>
 #include <utility>
-#include <xcb/xcb.h>
 
 namespace platform::qt {
 
 namespace {
-
-struct Freed {
-    void operator()(void* reply) const { std::free(reply); }
-};
-
-template<typename Reply>
-using Owned = std::unique_ptr<Reply, Freed>;
-
-xcb_connection_t* x11Connection() {
-    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 == nullptr ? nullptr : x11->connection();
-}
 
 // The toolkit keeps its tray window to itself; it is known by its class alone.
 xcb_window_t toolkitTrayWindow() {
@@ -38,8 +25,9 @@ xcb_window_t toolkitTrayWindow() {
     return XCB_WINDOW_NONE;
 }
 
-Owned<xcb_query_tree_reply_t> treeOf(xcb_connection_t* connection, xcb_window_t window) {
-    return Owned<xcb_query_tree_reply_t>(xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+X11Reply<xcb_query_tree_reply_t> treeOf(xcb_connection_t* connection, xcb_window_t window) {
+    return X11Reply<xcb_query_tree_reply_t>(
+        xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
 }
 
 // The toolkit keeps each screen's origin in device pixels and counts points from there.
@@ -95,11 +83,11 @@ std::optional<ui::Rect> TrayWindow::desktopFrame() {
         return std::nullopt;
     }
     listenAround(window);
-    const Owned<xcb_get_window_attributes_reply_t> attributes(
+    const X11Reply<xcb_get_window_attributes_reply_t> attributes(
         xcb_get_window_attributes_reply(connection, xcb_get_window_attributes(connection, window), nullptr));
-    const Owned<xcb_get_geometry_reply_t> geometry(
+    const X11Reply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
-    const Owned<xcb_translate_coordinates_reply_t> origin(xcb_translate_coordinates_reply(
+    const X11Reply<xcb_translate_coordinates_reply_t> origin(xcb_translate_coordinates_reply(
         connection, xcb_translate_coordinates(connection, window, tree->root, 0, 0), nullptr));
     if (!attributes || !geometry || !origin || attributes->map_state != XCB_MAP_STATE_VIEWABLE) {
         return std::nullopt;

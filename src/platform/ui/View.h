@@ -3,6 +3,8 @@
 #include "platform/ui/Geometry.h"
 
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace platform::ui {
@@ -25,6 +27,10 @@ public:
     /// Keeps the origin.
     void setFrameSize(const Size& size);
 
+    /// A few words more about the view, for a pointer that rests on it and for screen readers. Empty by default.
+    const std::string& toolTip() const { return toolTip_; }
+    void setToolTip(std::string toolTip) { toolTip_ = std::move(toolTip); }
+
     /// Puts `view` on top of the subviews there are.
     void addSubview(std::shared_ptr<View> view);
 
@@ -33,6 +39,7 @@ public:
 
 private:
     Rect frame_;
+    std::string toolTip_;
     std::vector<std::shared_ptr<View>> subviews_;
 };
 

@@ -14,6 +14,7 @@ void gather(const std::shared_ptr<platform::ui::View>& view, BubbleContent& cont
     } else if (const auto button = std::dynamic_pointer_cast<AuroraRoundedButton>(view)) {
         content.buttons.push_back({button->title().value_or(""), button});
     } else if (const auto image = std::dynamic_pointer_cast<platform::ui::ImageView>(view); image && image->image()) {
+        content.picture = image->image();
         if (image->image()->name == "icn_check") {
             content.kind = BubbleContent::Kind::success;
         } else if (image->image()->name == "icn_error") {
@@ -29,6 +30,7 @@ void gather(const std::shared_ptr<platform::ui::View>& view, BubbleContent& cont
 
 BubbleContent contentOf(const std::shared_ptr<platform::ui::View>& view) {
     BubbleContent content;
+    content.detail = view->toolTip();
     gather(view, content);
     return content;
 }

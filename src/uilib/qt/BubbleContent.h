@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ui/Control.h"
+#include "platform/ui/Image.h"
 #include "platform/ui/View.h"
 
 #include <memory>
@@ -19,10 +20,14 @@ struct BubbleContent {
     enum class Kind { news, success, failure };
 
     std::string text;
+    /// The name of the file that the text is about; empty where there is none.
+    std::string detail;
     /// The titled ones, in the view's order; the close button is the desktop's own affair.
     std::vector<Button> buttons;
     /// By the bubble's picture.
     Kind kind = Kind::news;
+    /// Null where the bubble has none.
+    std::shared_ptr<const platform::ui::Image> picture;
 };
 
 BubbleContent contentOf(const std::shared_ptr<platform::ui::View>& view);

@@ -8,7 +8,9 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <utility>
 
 namespace uilib::qt {
@@ -16,20 +18,26 @@ namespace uilib::qt {
 namespace {
 
 constexpr auto kRest = std::chrono::seconds(1);
+// Long enough to move the pointer from one bubble to the next, or to click twice.
+constexpr auto kSettling = std::chrono::milliseconds(600);
 
 Rect rectOf(const QRect& rect) {
     return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
             static_cast<double>(rect.height())};
 }
 
-Rect availableAt(const QPoint& point) {
-    const auto* const screen = QGuiApplication::screenAt(point);
-    return rectOf((screen != nullptr ? screen : QGuiApplication::primaryScreen())->availableGeometry());
+QScreen* screenAt(const QPoint& point) {
+    auto* const screen = QGuiApplication::screenAt(point);
+    return screen != nullptr ? screen : QGuiApplication::primaryScreen();
 }
 
 }  // namespace
 
-BubbleStack::BubbleStack(const platform::qt::QtStatusBar& statusBar) : statusBar_(statusBar) {}
+BubbleStack::BubbleStack(const platform::qt::QtStatusBar& statusBar) : statusBar_(statusBar) {
+    settling_.setSingleShot(true);
+    settling_.setInterval(kSettling);
+    QObject::connect(&settling_, &QTimer::timeout, [this] { arrange(); });
+}
 
 BubbleStack::~BubbleStack() = default;
 
@@ -57,13 +65,45 @@ void BubbleStack::add(std::shared_ptr<QtAuroraBubble> bubble) {
         });
     }
     bubble->setScreenVisible(screenWatch_->isVisible());
+    bubble->setStackAttended(!attended_.empty());
     bubbles_.push_back(std::move(bubble));
 }
 
+void BubbleStack::setAttended(const QtAuroraBubble& bubble, bool isAttended) {
+    const bool wasAttended = !attended_.empty();
+    if (isAttended) {
+        attended_.insert(&bubble);
+    } else {
+        attended_.erase(&bubble);
+    }
+    if (wasAttended == !attended_.empty()) {
+        return;
+    }
+    if (isAttended) {
+        settling_.stop();
+    } else {
+        settling_.start();
+    }
+    for (const auto& open : bubbles_) {
+        open->setStackAttended(isAttended);
+    }
+}
+
+bool BubbleStack::standsStill() const {
+    return !attended_.empty() || settling_.isActive();
+}
+
 void BubbleStack::remove(const QtAuroraBubble& bubble) {
+    setAttended(bubble, false);
+    for (auto& slot : slots_) {
+        slot.bubble = slot.bubble == &bubble ? nullptr : slot.bubble;
+    }
     std::erase_if(bubbles_, [&](const auto& held) { return held.get() == &bubble; });
     if (bubbles_.empty()) {
         screenWatch_.reset();
+        screen_.clear();
+        settling_.stop();
+        slots_.clear();
         if (allGone_) {
             // The last bubble goes only after this call, its window later still, and then what it has set going on the
             // bus and the screen.
@@ -73,39 +113,73 @@ void BubbleStack::remove(const QtAuroraBubble& bubble) {
     arrange();
 }
 
+void BubbleStack::giveKeyboard() {
+    const auto newest = std::find_if(bubbles_.rbegin(), bubbles_.rend(), [](const auto& bubble) {
+        return bubble->window() != nullptr && bubble->window()->isVisible() && !bubble->isLeaving();
+    });
+    if (newest != bubbles_.rend()) {
+        (*newest)->window()->takeKeyboard();
+    }
+}
+
 bool BubbleStack::hasIconPlace(const QtAuroraBubble& bubble) const {
     return bubble.anchor() && statusBar_.desktopFrameOf(*bubble.anchor());
 }
 
-Surroundings BubbleStack::surroundings(const QtAuroraBubble& first) const {
+Surroundings BubbleStack::withoutIcon() {
+    if (!screen_) {
+        screen_ = screenAt(QCursor::pos());
+    }
+    const auto available = rectOf(screen_->availableGeometry());
+    return {std::nullopt, available, cornerBesidePanel(rectOf(screen_->geometry()), available)};
+}
+
+Surroundings BubbleStack::surroundings(const QtAuroraBubble& first) {
     const auto icon = first.anchor() ? statusBar_.desktopFrameOf(*first.anchor()) : std::nullopt;
     if (!icon) {
-        return {std::nullopt, availableAt(QCursor::pos())};
+        return withoutIcon();
     }
     // The point is in the anchor's own coordinates; the desktop may show the anchor at another size.
     const double width = first.anchor()->frame().width;
     const double across = width > 0 ? first.point().x / width : 0.5;
     const double x = icon->x + icon->width * across;
-    return {Rect{x, icon->y, 0, icon->height}, availableAt(QPoint(qRound(x), qRound(icon->y + icon->height / 2)))};
+    const auto* const screen = screenAt(QPoint(qRound(x), qRound(icon->y + icon->height / 2)));
+    return {Rect{x, icon->y, 0, icon->height}, rectOf(screen->availableGeometry())};
+}
+
+void BubbleStack::updateSlots() {
+    if (!standsStill()) {
+        slots_.clear();
+    }
+    for (const auto& bubble : bubbles_) {
+        const bool isPlaced = bubble->window() != nullptr && !bubble->isLeaving();
+        const bool isKnown = std::ranges::any_of(slots_, [&](const Slot& slot) { return slot.bubble == bubble.get(); });
+        if (isPlaced && !isKnown) {
+            slots_.push_back({bubble.get(), bubble->window()->bodySize()});
+        }
+    }
 }
 
 void BubbleStack::arrange() {
-    std::vector<QtAuroraBubble*> placed;
-    std::vector<Size> bodies;
-    for (const auto& bubble : bubbles_) {
-        if (bubble->window() != nullptr && !bubble->isLeaving()) {
-            placed.push_back(bubble.get());
-            bodies.push_back(bubble->window()->bodySize());
-        }
-    }
-    if (placed.empty()) {
+    const bool wasEmpty = slots_.empty();
+    updateSlots();
+    if (slots_.empty()) {
         return;
     }
-    const auto& first = *placed.front();
-    const auto arrow = first.description()->arrowDescription();
-    const auto places = placeBubbles(surroundings(first), arrow ? *arrow : AuroraArrowRecord(), bodies);
-    for (std::size_t i = 0; i < placed.size(); ++i) {
-        placed[i]->window()->moveTo(places[i]);
+    if (!standsStill() || wasEmpty) {
+        const auto& first = *slots_.front().bubble;
+        surroundings_ = surroundings(first);
+        arrow_ = first.description()->arrowDescription();
+    }
+    std::vector<Size> bodies;
+    std::ranges::transform(slots_, std::back_inserter(bodies), &Slot::body);
+    const auto places = placeBubbles(surroundings_, arrow_ ? *arrow_ : AuroraArrowRecord(), bodies);
+    for (const auto& bubble : bubbles_) {
+        const auto slot = std::ranges::find(slots_, bubble.get(), &Slot::bubble);
+        const auto index = static_cast<std::size_t>(slot - slots_.begin());
+        if (index < places.size() && bubble->window() != nullptr && !bubble->isLeaving()) {
+            bubble->takePlace(places[index]);
+        }
     }
 }
 

@@ -1,8 +1,11 @@
 #include "uilib/qt/BubbleWindow.h"
 
+#include "uilib/qt/BubbleAccessible.h"
+#include "uilib/qt/BubbleContent.h"
 #include "uilib/qt/BubbleShape.h"
 #include "uilib/qt/Compositing.h"
 #include "uilib/qt/ViewWidgets.h"
+#include "uilib/qt/X11Window.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -16,6 +19,12 @@ namespace uilib::qt {
 
 namespace {
 
+// Milliseconds.
+constexpr int kSlide = 150;
+// 3 to 1 on black. The widget of the client view stands above, and leaves its edge transparent.
+const QColor kInnerOutline(96, 96, 96);
+constexpr double kInnerOutlineWidth = 1;
+
 QColor toolkitColor(const platform::ui::Color& color) {
     return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
                             static_cast<float>(color.blue), static_cast<float>(color.alpha));
@@ -26,12 +35,20 @@ AuroraArrowRecord arrowOf(const CAuroraBubbleDescription& description) {
                                                                      : AuroraArrowRecord();
 }
 
+// Without a kind of its own (tool, dialog) the window is nothing but a notification: window managers hide the tools of
+// an application that is not the active one.
+Qt::WindowFlags flagsFor(BubbleWindow::Host host) {
+    const Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                                  Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint;
+    return host == BubbleWindow::Host::none ? flags | Qt::X11BypassWindowManagerHint : flags;
+}
+
 }  // namespace
 
 BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> description,
-                           const std::shared_ptr<platform::ui::View>& clientView, const Taste& taste, Handlers handlers)
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
-                           Qt::NoDropShadowWindowHint),
+                           const std::shared_ptr<platform::ui::View>& clientView, const Taste& taste, Host host,
+                           Handlers handlers)
+    : QWidget(nullptr, flagsFor(host)),
       description_(std::move(description)),
       clientView_(clientView),
       handlers_(std::move(handlers)),
@@ -39,28 +56,40 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
       arrow_(arrowOf(*description_)),
       isComposited_(isDesktopComposited()),
       canFade_(canFadeWindows() && !taste.lessMotion),
+      canSlide_(!taste.lessMotion),
       hasEdge_(taste.moreContrast) {
     setAttribute(Qt::WA_ShowWithoutActivating);
-    setAttribute(Qt::WA_X11NetWmWindowTypeNotification);
     setAttribute(Qt::WA_TranslucentBackground);
     // Off-screen there is nothing to show it on, only to draw it for.
     setAttribute(Qt::WA_DontShowOnScreen, QGuiApplication::platformName() == QLatin1String("offscreen"));
     setWindowTitle(QStringLiteral("Record converter"));
+    const auto content = contentOf(clientView_);
+    setAccessibleName(QString::fromStdString(content.text));
+    setAccessibleDescription(QString::fromStdString(content.detail));
+    announceAsNotifications();
     setObjectName(QStringLiteral("bubble"));
 
-    auto* const client = makeViewWidget(clientView_, this);
+    auto* const client = makeViewWidget(clientView_, this, taste.moreContrast);
     client->setObjectName(QStringLiteral("client"));
     client->move(bodyInWindow().topLeft().toPoint());
     const int arrowRoom = qRound(arrow_.height);
     resize(client->width() + 2 * kShadowExtent, client->height() + 2 * (kShadowExtent + arrowRoom));
 
+    winId();
+    markAsNotification(*windowHandle());
     connect(&animation_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { setWindowOpacity(value.toDouble()); });
+    motion_.setDuration(kSlide);
+    motion_.setEasingCurve(QEasingCurve::OutCubic);
+    connect(&motion_, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& value) { putAt(value.toPoint()); });
 }
 
 void BubbleWindow::Retirement::operator()(BubbleWindow* window) const {
     window->handlers_ = {};
     window->animation_.stop();
+    window->motion_.stop();
+    window->inspection_.reset();
     window->hide();
     window->deleteLater();
 }
@@ -69,13 +98,24 @@ QRectF BubbleWindow::bodyInWindow() const {
     return {static_cast<double>(kShadowExtent), kShadowExtent + arrow_.height, bodySize_.width, bodySize_.height};
 }
 
+QPoint BubbleWindow::topLeft() const {
+    return (QPointF(place_.body.x, place_.body.y) - bodyInWindow().topLeft()).toPoint();
+}
+
 QPainterPath BubbleWindow::outline() const {
     return bubbleOutline(bodyInWindow(), description_->fCornerRadius(), arrow_, place_.arrow, place_.arrowTip);
 }
 
 void BubbleWindow::moveTo(const Place& place) {
     const Place before = std::exchange(place_, place);
-    move((QPointF(place.body.x, place.body.y) - bodyInWindow().topLeft()).toPoint());
+    motion_.stop();
+    if (canSlide_ && isVisible() && askedFor_ != topLeft()) {
+        motion_.setStartValue(askedFor_);
+        motion_.setEndValue(topLeft());
+        motion_.start();
+    } else {
+        putAt(topLeft());
+    }
     // Each bubble that goes moves all behind it up, and few of them look otherwise for that.
     if (shapedAtScale_ != devicePixelRatio() || before.arrow != place.arrow || before.arrowTip != place.arrowTip) {
         reshape();
@@ -83,12 +123,20 @@ void BubbleWindow::moveTo(const Place& place) {
     }
 }
 
+void BubbleWindow::standStill() {
+    motion_.stop();
+}
+
+void BubbleWindow::putAt(const QPoint& topLeft) {
+    askedFor_ = topLeft;
+    move(topLeft);
+}
+
 void BubbleWindow::reshape() {
     shapedAtScale_ = devicePixelRatio();
     const QRegion region(outline().toFillPolygon().toPolygon());
     if (isComposited_) {
         // What shows through should also be clicked through.
-        winId();
         setInputRegion(*windowHandle(), region);
     } else {
         setMask(region);
@@ -100,10 +148,14 @@ void BubbleWindow::fadeIn(double seconds, std::function<void()> then) {
         setWindowOpacity(0);
     }
     show();
+    if (!testAttribute(Qt::WA_DontShowOnScreen)) {
+        inspection_ = std::make_unique<WindowInspection>(*this, askedFor_, handlers_.seen, handlers_.unseen);
+    }
     fade(0, 1, seconds, std::move(then));
 }
 
 void BubbleWindow::fadeOut(double seconds, std::function<void()> then) {
+    inspection_.reset();
     fade(windowOpacity(), 0, seconds, [this, then = std::move(then)] {
         hide();
         then();
@@ -134,9 +186,14 @@ void BubbleWindow::paintEvent(QPaintEvent*) {
     painter.fillPath(shape, toolkitColor(description_->bgColor()));
     if (hasEdge_) {
         painter.strokePath(shape, QPen(Qt::white, 2));
-    } else if (description_->borderColor().alpha > 0) {
+        return;
+    }
+    if (description_->borderColor().alpha > 0) {
         painter.strokePath(shape, QPen(toolkitColor(description_->borderColor()), 1));
     }
+    // Within the edge, so that the bubble keeps its shape on ground as dark as itself.
+    painter.setClipPath(shape);
+    painter.strokePath(shape, QPen(kInnerOutline, 2 * kInnerOutlineWidth));
 }
 
 void BubbleWindow::tellAttention() {
@@ -162,9 +219,23 @@ void BubbleWindow::leaveEvent(QEvent*) {
     tellAttention();
 }
 
+void BubbleWindow::acceptKeyboard(bool accepts) {
+    windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, !accepts);
+    // The toolkit has written its own marks again.
+    markAsNotification(*windowHandle());
+}
+
+void BubbleWindow::takeKeyboard() {
+    acceptKeyboard(true);
+    activateWindow();
+    if (focusWidget() == nullptr) {
+        focusNextChild();
+    }
+}
+
 void BubbleWindow::mousePressEvent(QMouseEvent*) {
-    // Who clicks the bare bubble asks for it: from here on the keyboard may come.
-    windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, false);
+    // A click on the background opts in to the keyboard.
+    acceptKeyboard(true);
     activateWindow();
 }
 
@@ -184,6 +255,9 @@ void BubbleWindow::closeEvent(QCloseEvent* event) {
 
 void BubbleWindow::changeEvent(QEvent* event) {
     if (event->type() == QEvent::ActivationChange) {
+        if (!isActiveWindow()) {
+            acceptKeyboard(false);
+        }
         tellAttention();
     }
     QWidget::changeEvent(event);

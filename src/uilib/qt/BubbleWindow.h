@@ -3,24 +3,39 @@
 #include "platform/ui/View.h"
 #include "uilib/CAuroraBubbleDescription.h"
 #include "uilib/qt/BubblePlacement.h"
+#include "uilib/qt/WindowInspection.h"
 
 #include <QPainterPath>
 #include <QVariantAnimation>
 #include <QWidget>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace uilib::qt {
 
-/// The window of one bubble: draws body, arrow and shadow around the widgets of the client view. Never takes the
-/// keyboard by itself; a click on its bare body gives it. Main thread.
+/// The window of one bubble: draws body, arrow and shadow around the widgets of the client view. Screen readers
+/// announce it as a notification. Never takes the keyboard by itself; a click on its background gives it. Main thread.
 class BubbleWindow final : public QWidget {
+    Q_OBJECT
+
 public:
     struct Handlers {
         /// The pointer or the keyboard came to the bubble (true) or left it (false).
         std::function<void(bool)> attended;
         /// The user asked for the bubble to go.
         std::function<void()> dismissed;
+        /// The window is on the screen, where it belongs; once.
+        std::function<void()> seen;
+        /// The desktop does not let the window be seen where it belongs, for this reason. Off-screen neither follows.
+        std::function<void(const std::string& reason)> unseen;
+    };
+
+    /// Who shows the window and keeps it above others.
+    enum class Host {
+        desktop,
+        /// Nobody: on X11 no window manager gets to know it.
+        none,
     };
 
     /// Lets go of a window, perhaps from inside one of its own events: nothing is handled any more, and the window ends
@@ -36,12 +51,19 @@ public:
     };
 
     BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> description,
-                 const std::shared_ptr<platform::ui::View>& clientView, const Taste& taste, Handlers handlers);
+                 const std::shared_ptr<platform::ui::View>& clientView, const Taste& taste, Host host,
+                 Handlers handlers);
 
     Size bodySize() const { return bodySize_; }
 
-    /// Moves the body there; also while the window is shown.
+    /// Moves the body there; while the window is shown by an animation, unless less motion is asked for.
     void moveTo(const Place& place);
+
+    /// Ends a move that is under way where it is.
+    void standStill();
+
+    /// Takes the keyboard from whoever has it, and puts it on the first button. Only while the window is shown.
+    void takeKeyboard();
 
     /// Shows the window and fades it in, or fades it out and hides it; `then` runs when that is done, never from inside
     /// the call.
@@ -59,9 +81,12 @@ protected:
 
 private:
     QRectF bodyInWindow() const;
+    QPoint topLeft() const;
+    void putAt(const QPoint& topLeft);
     QPainterPath outline() const;
     void fade(double from, double to, double seconds, std::function<void()> then);
     void reshape();
+    void acceptKeyboard(bool accepts);
     void tellAttention();
     void dismiss();
 
@@ -72,11 +97,16 @@ private:
     const AuroraArrowRecord arrow_;
     const bool isComposited_;
     const bool canFade_;
+    const bool canSlide_;
     const bool hasEdge_;
     Place place_;
+    QPoint askedFor_;
     /// Pixels a point; 0 where it has no shape yet.
     double shapedAtScale_ = 0;
     QVariantAnimation animation_;
+    QVariantAnimation motion_;
+    // While the window is shown.
+    std::unique_ptr<WindowInspection> inspection_;
     bool isPointerInside_ = false;
     bool isAttended_ = false;
 };

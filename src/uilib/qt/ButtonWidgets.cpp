@@ -1,5 +1,6 @@
 #include "uilib/qt/ButtonWidgets.h"
 
+#include "platform/StringTables.h"
 #include "platform/qt/TextLines.h"
 #include "platform/qt/VectorPicture.h"
 
@@ -15,11 +16,13 @@ namespace {
 
 constexpr double kCornerRadius = 4;
 constexpr double kFocusRing = 1.5;
+constexpr double kOutline = 1;
+// At least 3 to 1 to the faces on both sides of it.
+const QColor kOutlineColor(200, 200, 200);
 
 struct Look {
     QColor face;
     QColor title;
-    QColor edge;
 };
 
 // Light on the bubble's black. Every enabled title keeps a contrast of at least 7 to 1 to its face.
@@ -27,17 +30,16 @@ Look lookOf(AuroraButtonState state) {
     const QColor white(255, 255, 255);
     switch (state) {
     case AuroraButtonState::disabled:
-        return {QColor(38, 38, 38), QColor(128, 128, 128), Qt::transparent};
+        return {QColor(38, 38, 38), QColor(128, 128, 128)};
     case AuroraButtonState::hover:
-        return {QColor(84, 84, 84), white, Qt::transparent};
-    case AuroraButtonState::focused:
-        return {QColor(58, 58, 58), white, white};
+        return {QColor(84, 84, 84), white};
     case AuroraButtonState::pressed:
-        return {QColor(36, 36, 36), QColor(225, 225, 225), Qt::transparent};
+        return {QColor(36, 36, 36), QColor(225, 225, 225)};
+    case AuroraButtonState::focused:
     case AuroraButtonState::normal:
         break;
     }
-    return {QColor(58, 58, 58), white, Qt::transparent};
+    return {QColor(58, 58, 58), white};
 }
 
 Qt::Alignment toolkitAlignment(AuroraTextAlignment alignment) {
@@ -94,8 +96,9 @@ AuroraButtonState ControlWidget::state() const {
     return hasFocus() ? AuroraButtonState::focused : AuroraButtonState::normal;
 }
 
-RoundedButtonWidget::RoundedButtonWidget(std::shared_ptr<const AuroraRoundedButton> button, QWidget* parent)
-    : ControlWidget(button, parent), button_(std::move(button)) {
+RoundedButtonWidget::RoundedButtonWidget(std::shared_ptr<const AuroraRoundedButton> button, QWidget* parent,
+                                         bool moreContrast)
+    : ControlWidget(button, parent), button_(std::move(button)), moreContrast_(moreContrast) {
     // An ampersand in a title is an ampersand, not a shortcut.
     auto title = QString::fromStdString(button_->title().value_or(""));
     setAccessibleName(title);
@@ -110,10 +113,12 @@ void RoundedButtonWidget::paintEvent(QPaintEvent*) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(look.face);
     painter.drawRoundedRect(QRectF(rect()), kCornerRadius, kCornerRadius);
-    if (look.edge.alpha() > 0) {
-        const double inset = kFocusRing / 2;
+    // The ring shows where the keyboard is, wherever the pointer is.
+    if (hasFocus() || moreContrast_) {
+        const double width = hasFocus() ? kFocusRing : kOutline;
+        const double inset = width / 2;
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(look.edge, kFocusRing));
+        painter.setPen(QPen(hasFocus() ? QColor(Qt::white) : kOutlineColor, width));
         painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kCornerRadius, kCornerRadius);
     }
     painter.setFont(platform::qt::toolkitFont(button_->font()));
@@ -125,13 +130,17 @@ void RoundedButtonWidget::paintEvent(QPaintEvent*) {
 
 StatesButtonWidget::StatesButtonWidget(std::shared_ptr<const AuroraXStatesButton> button, QWidget* parent)
     : ControlWidget(button, parent), button_(std::move(button)) {
-    setAccessibleName(tr("Close"));
+    setAccessibleName(
+        QString::fromStdString(platform::StringTables::standard().localizedString("Close", "Localizable")));
 }
 
 void StatesButtonWidget::paintEvent(QPaintEvent*) {
-    if (const auto image = button_->buttonImage(state())) {
+    const bool showsFocus = hasFocus() && isEnabled() && !isDown();
+    if (const auto image = button_->buttonImage(showsFocus ? AuroraButtonState::focused : state())) {
+        QRectF frame(0, 0, button_->frame().width, button_->frame().height);
+        frame.moveCenter(QRectF(rect()).center());
         QPainter painter(this);
-        platform::qt::VectorPicture(*image).draw(painter, rect());
+        platform::qt::VectorPicture(*image).draw(painter, frame);
     }
 }
 

@@ -26,16 +26,19 @@ private:
 
 class RoundedButtonWidget final : public ControlWidget {
 public:
-    RoundedButtonWidget(std::shared_ptr<const AuroraRoundedButton> button, QWidget* parent);
+    /// With `moreContrast` the button has an outline in every look.
+    RoundedButtonWidget(std::shared_ptr<const AuroraRoundedButton> button, QWidget* parent, bool moreContrast);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
     const std::shared_ptr<const AuroraRoundedButton> button_;
+    const bool moreContrast_;
 };
 
-/// The one image button of a bubble is its close button, so that is what screen readers call it.
+/// The one image button of a bubble is its close button, so that is what screen readers call it. The picture stands in
+/// the middle of the widget, at the view's own size.
 class StatesButtonWidget final : public ControlWidget {
 public:
     StatesButtonWidget(std::shared_ptr<const AuroraXStatesButton> button, QWidget* parent);

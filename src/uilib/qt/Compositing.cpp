@@ -1,32 +1,17 @@
 #include "uilib/qt/Compositing.h"
 
-#include <QGuiApplication>
+#include "platform/qt/X11Connection.h"
+
 #include <QWindow>
 #include <cmath>
-#include <cstdlib>
-#include <string>
 #include <vector>
 #include <xcb/shape.h>
-#include <xcb/xcb.h>
 
 namespace uilib::qt {
 
-namespace {
-
-xcb_connection_t* x11Connection() {
-    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 == nullptr ? nullptr : x11->connection();
-}
-
-xcb_atom_t atomNamed(xcb_connection_t* connection, const std::string& name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    auto* const reply = xcb_intern_atom_reply(connection, cookie, nullptr);
-    const xcb_atom_t atom = reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
-    std::free(reply);
-    return atom;
-}
-
-}  // namespace
+using platform::qt::x11Atom;
+using platform::qt::x11Connection;
+using platform::qt::X11Reply;
 
 bool isDesktopComposited() {
     auto* const connection = x11Connection();
@@ -34,12 +19,10 @@ bool isDesktopComposited() {
         return true;
     }
     // A compositing manager holds the selection that is named after its screen; the toolkit draws on the first.
-    const auto selection = atomNamed(connection, "_NET_WM_CM_S0");
-    auto* const reply =
-        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr);
-    const bool isOwned = reply != nullptr && reply->owner != XCB_WINDOW_NONE;
-    std::free(reply);
-    return isOwned;
+    const auto selection = x11Atom(connection, "_NET_WM_CM_S0");
+    const X11Reply<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
 bool canFadeWindows() {

@@ -2,10 +2,12 @@
 
 #include "platform/qt/ActivationToken.h"
 #include "platform/qt/SessionBus.h"
+#include "uilib/qt/NotificationPicture.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 #include <QMetaObject>
 #include <QVariantMap>
 #include <utility>
@@ -19,7 +21,17 @@ const auto kPath = QStringLiteral("/org/freedesktop/Notifications");
 const auto kConnectionName = QStringLiteral("record-converter desktop notifications");
 const auto kDefaultAction = QStringLiteral("default");
 const auto kTitle = QStringLiteral("Record converter");
+const auto kApplication = QStringLiteral("org.recordconverter.RecordConverter");
+const auto kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
+const auto kHeldBack = QStringLiteral("Inhibited");
 constexpr int kPatience = 5000;
+// The converter ends its notification by itself; the server only where the converter has gone.
+constexpr std::chrono::milliseconds kLonger{5000};
+
+// Urgency levels of the Desktop Notifications Specification 1.2.
+constexpr uchar kLow = 0;
+constexpr uchar kNormal = 1;
+constexpr uchar kCritical = 2;
 
 QDBusConnection connection() {
     return platform::qt::hasSessionBusAddress()
@@ -70,45 +82,86 @@ void DesktopNotification::ask() {
             const auto reason = "no notification server answers: " + reply.error().message().toStdString();
             end([this, reason] { handlers_.refused(reason); });
         } else {
-            notify(reply.value());
+            capabilities_ = reply.value();
+            notify();
         }
     });
 }
 
-void DesktopNotification::notify(const QStringList& capabilities) {
-    capabilities_ = capabilities;
-    auto text = QString::fromStdString(content_.text);
-    const bool hasBody = capabilities_.contains(QLatin1String("body"));
-    const bool hasMarkup = capabilities_.contains(QLatin1String("body-markup"));
-    auto call = callNamed(QStringLiteral("Notify"));
-    call << kTitle << 0U << QString() << (hasBody ? kTitle : text)
-         << (hasBody ? (hasMarkup ? text.toHtmlEscaped() : text) : QString()) << actions() << hints()
-         << static_cast<int>(time_.count());
-    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(call, kPatience), this);
+void DesktopNotification::notify() {
+    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(notification(false), kPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
         const QDBusPendingReply<uint> reply = *answer;
-        if (reply.isError()) {
+        if (!reply.isError()) {
+            onNumber(reply.value());
+        } else if (!hasEnded_) {
             const auto reason = "the notification server refuses: " + reply.error().message().toStdString();
-            if (!hasEnded_) {
-                end([this, reason] { handlers_.refused(reason); });
-            }
-            return;
+            end([this, reason] { handlers_.refused(reason); });
         }
-        id_ = reply.value();
-        if (hasEnded_) {
-            // Closed while the server was still making it.
-            hasEnded_ = false;
-            close();
-            return;
-        }
-        handlers_.shown();
     });
+}
+
+void DesktopNotification::onNumber(uint id) {
+    id_ = id;
+    if (hasEnded_) {
+        // Closed while the server was still making it.
+        hasEnded_ = false;
+        close();
+        return;
+    }
+    handlers_.shown();
+    if (can("inhibitions")) {
+        askWhetherHeldBack();
+    }
+}
+
+void DesktopNotification::askWhetherHeldBack() {
+    bus_.connect(kServer, kPath, kProperties, QStringLiteral("PropertiesChanged"), this,
+                 SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
+    auto question = QDBusMessage::createMethodCall(kServer, kPath, kProperties, QStringLiteral("Get"));
+    question << kServer << kHeldBack;
+    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(question, kPatience), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        answer->deleteLater();
+        const QDBusPendingReply<QDBusVariant> reply = *answer;
+        setHeldBack(reply.isValid() && reply.value().variant().toBool());
+    });
+}
+
+void DesktopNotification::onPropertiesChanged(const QString& interface, const QVariantMap& changed,
+                                              const QStringList&) {
+    if (interface == kServer && changed.contains(kHeldBack)) {
+        setHeldBack(changed.value(kHeldBack).toBool());
+    }
+}
+
+void DesktopNotification::setHeldBack(bool isHeldBack) {
+    if (hasEnded_ || std::exchange(isHeldBack_, isHeldBack) == isHeldBack) {
+        return;
+    }
+    handlers_.heldBack(isHeldBack);
+    if (!isHeldBack) {
+        bus_.send(notification(false));
+    }
+}
+
+bool DesktopNotification::can(const char* capability) const {
+    return capabilities_.contains(QLatin1String(capability));
+}
+
+QDBusMessage DesktopNotification::notification(bool isFarewell) const {
+    const auto body = can("body") ? QString::fromStdString(content_.detail) : QString();
+    auto call = callNamed(QStringLiteral("Notify"));
+    call << kTitle << id_ << kApplication << QString::fromStdString(content_.text)
+         << (can("body-markup") ? body.toHtmlEscaped() : body) << (isFarewell ? QStringList() : actions())
+         << hints(isFarewell) << static_cast<int>((time_ + kLonger).count());
+    return call;
 }
 
 QStringList DesktopNotification::actions() const {
     QStringList list;
-    if (!capabilities_.contains(QLatin1String("actions")) || content_.buttons.empty()) {
+    if (!can("actions") || content_.buttons.empty()) {
         return list;
     }
     // A press on the notification itself does what the first button does.
@@ -119,14 +172,18 @@ QStringList DesktopNotification::actions() const {
     return list;
 }
 
-QVariantMap DesktopNotification::hints() const {
+QVariantMap DesktopNotification::hints(bool isFarewell) const {
     const bool isFailure = content_.kind == BubbleContent::Kind::failure;
     QVariantMap hints;
-    hints[QStringLiteral("urgency")] = QVariant::fromValue<uchar>(1);
-    hints[QStringLiteral("desktop-entry")] = QStringLiteral("org.recordconverter.RecordConverter");
+    hints[QStringLiteral("urgency")] = QVariant::fromValue(isFarewell ? kLow : isFailure ? kCritical : kNormal);
+    hints[QStringLiteral("desktop-entry")] = kApplication;
     if (content_.kind != BubbleContent::Kind::news) {
         hints[QStringLiteral("category")] =
             isFailure ? QStringLiteral("transfer.error") : QStringLiteral("transfer.complete");
+        // The picture of news is drawn for dark ground alone; the application's icon stands in for it.
+        if (content_.picture) {
+            hints[QStringLiteral("image-data")] = QVariant::fromValue(notificationPicture(*content_.picture));
+        }
     }
     return hints;
 }
@@ -147,10 +204,10 @@ void DesktopNotification::close() {
 }
 
 void DesktopNotification::letGo() {
-    if (capabilities_.contains(QLatin1String("persistence"))) {
-        hasEnded_ = true;
-    } else {
+    if (!can("persistence")) {
         close();
+    } else if (!std::exchange(hasEnded_, true) && !actions().empty()) {
+        bus_.send(notification(true));
     }
 }
 

@@ -3,11 +3,13 @@
 #include "uilib/qt/BubbleContent.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
 #include <chrono>
 #include <functional>
 
@@ -23,6 +25,9 @@ public:
         std::function<void()> shown;
         /// There is nobody to show it, for this reason; nothing else follows.
         std::function<void(const std::string& reason)> refused;
+        /// The desktop holds notifications back because its user does not want to be disturbed (true), or no longer
+        /// (false): then it is shown again. Only on desktops that tell.
+        std::function<void(bool)> heldBack;
         /// The desktop has put it away, or has gone itself; nothing else follows. Presses come before.
         std::function<void()> closed;
     };
@@ -33,8 +38,8 @@ public:
     /// Takes it off the screen. No handler follows.
     void close();
 
-    /// Lets go of it after its time: a desktop that keeps notifications for later goes on keeping it. No handler
-    /// follows.
+    /// Lets go of it after its time: a desktop that keeps notifications for later goes on keeping it, without the
+    /// buttons, which nobody would answer. No handler follows.
     void letGo();
 
 private:
@@ -42,13 +47,20 @@ private:
     Q_SLOT void onActivationToken(uint id, const QString& token);
     Q_SLOT void onActionInvoked(uint id, const QString& key);
     Q_SLOT void onServerGone();
+    Q_SLOT void onPropertiesChanged(const QString& interface, const QVariantMap& changed,
+                                    const QStringList& invalidated);
 
     void listen();
     void ask();
-    void notify(const QStringList& capabilities);
+    void notify();
+    void onNumber(uint id);
+    void askWhetherHeldBack();
+    void setHeldBack(bool isHeldBack);
     void end(const std::function<void()>& last);
+    bool can(const char* capability) const;
+    QDBusMessage notification(bool isFarewell) const;
     QStringList actions() const;
-    QVariantMap hints() const;
+    QVariantMap hints(bool isFarewell) const;
 
     const BubbleContent content_;
     const std::chrono::milliseconds time_;
@@ -57,6 +69,7 @@ private:
     QDBusServiceWatcher serverWatch_;
     QStringList capabilities_;
     uint id_ = 0;
+    bool isHeldBack_ = false;
     bool hasEnded_ = false;
 };
 

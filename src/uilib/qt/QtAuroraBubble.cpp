@@ -21,10 +21,6 @@ std::chrono::milliseconds milliseconds(double seconds) {
     return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
 }
 
-bool canPlaceWindows() {
-    return QGuiApplication::platformName() == QLatin1String("xcb");
-}
-
 bool isOffScreen() {
     return QGuiApplication::platformName() == QLatin1String("offscreen");
 }
@@ -54,49 +50,89 @@ void QtAuroraBubble::showAtAndBindInViewOption(const platform::ui::Point& point,
     point_ = point;
     anchor_ = anchor;
     stack_->add(shared_from_this());
-    if (canPlaceWindows()) {
-        showAsWindow();
-        log(stack_->hasIconPlace(*this)
-                ? "bubble shown as a window at the status icon"
-                : "bubble shown as a window in the screen's corner: nobody tells where the status icon is");
-    } else {
-        showAsNotification();
+    facesLeft_ = facesFor(currentSession());
+    takeNextFace("no window can be placed here");
+}
+
+void QtAuroraBubble::takeNextFace(const std::string& reason) {
+    const auto face = facesLeft_.front();
+    facesLeft_.erase(facesLeft_.begin());
+    switch (face) {
+    case BubbleFace::window:
+        return showAsWindow(BubbleWindow::Host::desktop, reason);
+    case BubbleFace::notification:
+        return showAsNotification(reason);
+    case BubbleFace::unmanagedWindow:
+        return showAsWindow(BubbleWindow::Host::none, reason);
+    case BubbleFace::sentence:
+        return showAsSentence();
     }
 }
 
-void QtAuroraBubble::showAsWindow() {
+void QtAuroraBubble::showAsWindow(BubbleWindow::Host host, const std::string& reason) {
     BubbleWindow::Handlers handlers;
-    handlers.attended = [this](bool isAttended) {
-        isAttended_ = isAttended;
-        hold();
-    };
+    handlers.attended = [this](bool isAttended) { stack_->setAttended(*this, isAttended); };
     handlers.dismissed = [this] { close(); };
-    window_.reset(new BubbleWindow(description_, clientView_, stack_->taste(), std::move(handlers)));
+    handlers.seen = [this, host, reason] { logWindow(host, reason); };
+    handlers.unseen = [this](const std::string& fault) {
+        if (phase_ == Phase::shown) {
+            clock_.stop();
+            window_.reset();
+            stack_->setAttended(*this, false);
+            stack_->arrange();
+            takeNextFace(fault);
+        }
+    };
+    window_.reset(new BubbleWindow(description_, clientView_, stack_->taste(), host, std::move(handlers)));
     stack_->arrange();
-    window_->fadeIn(fade_.fadeIn, [this] { startClock(); });
 }
 
-void QtAuroraBubble::showAsNotification() {
-    auto content = contentOf(clientView_);
-    const auto text = content.text;
+void QtAuroraBubble::takePlace(const Place& place) {
+    window_->moveTo(place);
+    if (!window_->isVisible()) {
+        window_->fadeIn(fade_.fadeIn, [this] { startClock(); });
+    }
+}
+
+void QtAuroraBubble::logWindow(BubbleWindow::Host host, const std::string& reason) const {
+    const std::string place = stack_->hasIconPlace(*this)
+                                  ? " at the status icon"
+                                  : " in the corner of the screen: the position of the status icon is unknown";
+    const std::string manner = host == BubbleWindow::Host::none ? "; the window manager is left out: " + reason : "";
+    log("bubble shown as a window" + place + manner);
+}
+
+void QtAuroraBubble::showAsNotification(const std::string& reason) {
     DesktopNotification::Handlers handlers;
-    handlers.shown = [this] {
-        log("bubble shown as a desktop notification: no window can be placed here");
+    handlers.shown = [this, reason] {
+        log("bubble shown as a desktop notification: " + reason);
         startClock();
     };
-    handlers.refused = [this, text](const std::string& reason) {
-        if (isOffScreen()) {
-            log(text);
-        } else {
-            log("bubble shown as a window where the desktop puts it: " + reason);
-        }
+    handlers.refused = [this](const std::string& fault) {
         if (phase_ == Phase::shown) {
-            showAsWindow();
+            takeNextFace(fault);
         }
+    };
+    handlers.heldBack = [this](bool isHeldBack) {
+        // Once it is shown at last, its time begins.
+        clock_.stop();
+        isHeldBack_ = isHeldBack;
+        hold();
+        startClock();
     };
     handlers.closed = [this] { leaveSoon(); };
     notification_ =
-        std::make_unique<DesktopNotification>(std::move(content), milliseconds(fade_.shown), std::move(handlers));
+        std::make_unique<DesktopNotification>(contentOf(clientView_), milliseconds(fade_.shown), std::move(handlers));
+}
+
+void QtAuroraBubble::showAsSentence() {
+    log(contentOf(clientView_).text);
+    if (isOffScreen()) {
+        // Nobody sees it, but it takes its time like any other.
+        showAsWindow(BubbleWindow::Host::desktop, {});
+    } else {
+        leaveSoon();
+    }
 }
 
 void QtAuroraBubble::startClock() {
@@ -117,8 +153,16 @@ void QtAuroraBubble::setScreenVisible(bool isVisible) {
     hold();
 }
 
+void QtAuroraBubble::setStackAttended(bool isAttended) {
+    isStackAttended_ = isAttended;
+    if (window_ && isAttended) {
+        window_->standStill();
+    }
+    hold();
+}
+
 void QtAuroraBubble::hold() {
-    clock_.setHeld(isAttended_ || !isScreenVisible_);
+    clock_.setHeld(isStackAttended_ || isHeldBack_ || !isScreenVisible_);
 }
 
 void QtAuroraBubble::close() {

@@ -3,19 +3,21 @@
 #include "platform/NotificationCenter.h"
 #include "uilib/CAuroraBubble.h"
 #include "uilib/qt/BubbleClock.h"
+#include "uilib/qt/BubbleFaces.h"
 #include "uilib/qt/BubbleWindow.h"
 #include "uilib/qt/DesktopNotification.h"
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace uilib::qt {
 
 class BubbleStack;
 
-/// One bubble: fades in, is shown for its time, fades out, announces its closing. A window of our own where windows can
-/// be placed, else the desktop's notification, else a window all the same; each bubble finds out for itself. Reports to
-/// the stack that holds it while it is open. Main thread.
+/// One bubble: fades in, is shown for its time, fades out, announces its closing. Takes the best face that the session
+/// offers (see BubbleFaces.h), and the next one when that face turns out not to be seen. Reports to the stack that
+/// holds it while it is open. Main thread.
 class QtAuroraBubble final : public CAuroraBubble, public std::enable_shared_from_this<QtAuroraBubble> {
 public:
     /// `center` outlives every bubble.
@@ -31,6 +33,12 @@ public:
     /// No result is shown to an empty chair: the time stands still while the screen is covered.
     void setScreenVisible(bool isVisible);
 
+    /// Nothing changes under the user's finger: the time stands still while any bubble of the stack is attended.
+    void setStackAttended(bool isAttended);
+
+    /// Moves the window there; the first time shows it. Only with a window.
+    void takePlace(const Place& place);
+
     /// Null while the bubble has none.
     BubbleWindow* window() { return window_.get(); }
 
@@ -44,8 +52,11 @@ public:
 private:
     enum class Phase { made, shown, closing, closed };
 
-    void showAsWindow();
-    void showAsNotification();
+    void takeNextFace(const std::string& reason);
+    void showAsWindow(BubbleWindow::Host host, const std::string& reason);
+    void showAsNotification(const std::string& reason);
+    void showAsSentence();
+    void logWindow(BubbleWindow::Host host, const std::string& reason) const;
     void startClock();
     void timeIsUp();
     void hold();
@@ -60,7 +71,9 @@ private:
     platform::ui::Point point_;
     std::shared_ptr<platform::ui::View> anchor_;
     Phase phase_ = Phase::made;
-    bool isAttended_ = false;
+    std::vector<BubbleFace> facesLeft_;
+    bool isStackAttended_ = false;
+    bool isHeldBack_ = false;
     bool isScreenVisible_ = true;
     BubbleClock clock_;
     std::unique_ptr<BubbleWindow, BubbleWindow::Retirement> window_;

@@ -11,10 +11,12 @@ namespace uilib::qt {
 QtAuroraBubbleMaker::QtAuroraBubbleMaker(platform::NotificationCenter& center, platform::qt::QtStatusBar& statusBar)
     : center_(center), statusBar_(statusBar), stack_(std::make_shared<BubbleStack>(statusBar)) {
     statusBar_.setItemsMovedHandler([stack = stack_] { stack->arrange(); });
+    statusBar_.setActivatedHandler([stack = stack_] { stack->giveKeyboard(); });
 }
 
 QtAuroraBubbleMaker::~QtAuroraBubbleMaker() {
     statusBar_.setItemsMovedHandler(nullptr);
+    statusBar_.setActivatedHandler(nullptr);
 }
 
 void QtAuroraBubbleMaker::prepare() {

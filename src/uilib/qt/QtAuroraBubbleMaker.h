@@ -19,7 +19,7 @@ class BubbleStack;
 /// Bubbles as windows below the status icon. Needs the application object. Nothing wakes up while no bubble is open.
 class QtAuroraBubbleMaker final : public AuroraBubbleMaker {
 public:
-    /// Both outlive every bubble. Takes the status bar's items-moved handler.
+    /// Both outlive every bubble. Takes the status bar's items-moved and activated handlers.
     QtAuroraBubbleMaker(platform::NotificationCenter& center, platform::qt::QtStatusBar& statusBar);
     ~QtAuroraBubbleMaker() override;
 

@@ -8,6 +8,7 @@
 
 #include <QGuiApplication>
 #include <QPainter>
+#include <algorithm>
 #include <utility>
 
 namespace uilib::qt {
@@ -19,7 +20,10 @@ QColor toolkitColor(const platform::ui::Color& color) {
                             static_cast<float>(color.blue), static_cast<float>(color.alpha));
 }
 
-QWidget* makeWidgetOfKind(const std::shared_ptr<platform::ui::View>& view, QWidget* parent) {
+// Web Content Accessibility Guidelines 2.2, 2.5.8. Points.
+constexpr int kLeastTarget = 24;
+
+QWidget* makeWidgetOfKind(const std::shared_ptr<platform::ui::View>& view, QWidget* parent, bool moreContrast) {
     if (auto field = std::dynamic_pointer_cast<platform::ui::TextField>(view)) {
         return new TextFieldWidget(std::move(field), parent);
     }
@@ -27,7 +31,7 @@ QWidget* makeWidgetOfKind(const std::shared_ptr<platform::ui::View>& view, QWidg
         return new ImageViewWidget(std::move(image), parent);
     }
     if (auto button = std::dynamic_pointer_cast<AuroraRoundedButton>(view)) {
-        return new RoundedButtonWidget(std::move(button), parent);
+        return new RoundedButtonWidget(std::move(button), parent, moreContrast);
     }
     if (auto button = std::dynamic_pointer_cast<AuroraXStatesButton>(view)) {
         return new StatesButtonWidget(std::move(button), parent);
@@ -44,12 +48,27 @@ QRect widgetFrame(const platform::ui::Rect& frame, const platform::ui::Rect& sur
     return {topLeft, QSize(bottomRight.x() - topLeft.x(), bottomRight.y() - topLeft.y())};
 }
 
-QWidget* makeViewWidget(const std::shared_ptr<platform::ui::View>& view, QWidget* parent) {
-    auto* const widget = makeWidgetOfKind(view, parent);
+QRect hitFrame(const platform::ui::View& view, const platform::ui::Rect& surrounding) {
+    const auto frame = widgetFrame(view.frame(), surrounding);
+    if (dynamic_cast<const AuroraXStatesButton*>(&view) == nullptr) {
+        return frame;
+    }
+    const int across = std::max(0, kLeastTarget - frame.width());
+    const int down = std::max(0, kLeastTarget - frame.height());
+    return frame.adjusted(-across / 2, -down / 2, across - across / 2, down - down / 2);
+}
+
+QWidget* makeViewWidget(const std::shared_ptr<platform::ui::View>& view, QWidget* parent, bool moreContrast) {
+    auto* const widget = makeWidgetOfKind(view, parent, moreContrast);
+    if (!view->toolTip().empty()) {
+        // As rich text, or a name that looks like it would be taken for it.
+        widget->setToolTip(QStringLiteral("<p style='white-space:pre'>%1</p>")
+                               .arg(QString::fromStdString(view->toolTip()).toHtmlEscaped()));
+    }
     const auto& frame = view->frame();
     widget->resize(qRound(frame.width), qRound(frame.height));
     for (const auto& subview : view->subviews()) {
-        makeViewWidget(subview, widget)->setGeometry(widgetFrame(subview->frame(), frame));
+        makeViewWidget(subview, widget, moreContrast)->setGeometry(hitFrame(*subview, frame));
     }
     return widget;
 }

@@ -6,6 +6,7 @@
 #include "platform/Application.h"
 #include "platform/FileURL.h"
 #include "platform/NotificationCenter.h"
+#include "platform/PathOperations.h"
 #include "platform/StatusBar.h"
 #include "platform/Workspace.h"
 #include "uilib/CAuroraBubble.h"
@@ -77,6 +78,7 @@ void KTRConverterProcessNotificationMgr::showConvertSucceedBubbleWithFilePath(co
     MacInfoTrace2("RecordConverter", "%s : %s",
                   "-[KTRConverterProcessNotificationMgr showConvertSucceedBubbleWithFilePath:]", path.c_str());
     const auto view = makeView(localized(kRecordingFileSavedSuccess), "icn_check");
+    view->setToolTip(std::string(platform::lastPathComponent(path)));
     view->setButtonModelArray(
         {makeOpenButtonModel(kOpen, &KTRConverterProcessNotificationMgr::openFileByDefaultWithFilePathIn, path, view),
          makeOpenButtonModel(kViewInFolder, &KTRConverterProcessNotificationMgr::openDirectoryByDefaultWithFilePathIn,

@@ -106,6 +106,7 @@ TEST_F(KTRConverterProcessNotificationMgrTest, APathShowsTheSavedBubbleWithItsTw
     EXPECT_EQ(view.buttonsArray()[1]->title(), "View in Folder");
     EXPECT_GT(view.buttonsArray()[0]->frame().x, view.buttonsArray()[1]->frame().x) << "Open is the rightmost";
     EXPECT_EQ(view.delegate(), manager);
+    EXPECT_EQ(view.toolTip(), "one.mp4") << "which of several it is";
 }
 
 TEST_F(KTRConverterProcessNotificationMgrTest, TheButtonModelsSetNoFontTypeOrSizeOfTheirOwn) {

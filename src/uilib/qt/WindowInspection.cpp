@@ -1,0 +1,60 @@
+#include "uilib/qt/WindowInspection.h"
+
+#include "uilib/qt/X11Window.h"
+
+#include <QEvent>
+#include <QWidget>
+#include <QWindow>
+#include <chrono>
+#include <utility>
+
+namespace uilib::qt {
+
+namespace {
+
+// A busy desktop takes its time to show a window, and a moment more to put it where it stays.
+constexpr std::chrono::milliseconds kPatience{3000};
+constexpr std::chrono::milliseconds kSettling{300};
+// Window managers round, and keep a shadow on the screen.
+constexpr int kFarthestOff = 32;
+
+}  // namespace
+
+WindowInspection::WindowInspection(const QWidget& window, const QPoint& place, std::function<void()> seen,
+                                   std::function<void(const std::string&)> unseen)
+    : window_(window), place_(place), size_(window.size()), seen_(std::move(seen)), unseen_(std::move(unseen)) {
+    window_.windowHandle()->installEventFilter(this);
+    timer_.setSingleShot(true);
+    connect(&timer_, &QTimer::timeout, this, &WindowInspection::inspect);
+    timer_.start(window_.windowHandle()->isExposed() ? kSettling : kPatience);
+}
+
+bool WindowInspection::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Expose) {
+        timer_.start(window_.windowHandle()->isExposed() ? kSettling : kPatience);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void WindowInspection::inspect() {
+    // Copies, because either may be the end of this.
+    if (const auto fault = faultOfDesktop(); !fault.empty()) {
+        if (const auto unseen = unseen_) {
+            unseen(fault);
+        }
+    } else if (const auto seen = std::exchange(seen_, nullptr)) {
+        seen();
+    }
+}
+
+std::string WindowInspection::faultOfDesktop() const {
+    if (!window_.windowHandle()->isExposed() || isHiddenByWindowManager(*window_.windowHandle())) {
+        return "the desktop hides the window";
+    }
+    if ((window_.pos() - place_).manhattanLength() > kFarthestOff) {
+        return "the desktop puts the window elsewhere";
+    }
+    return window_.size() == size_ ? "" : "the desktop gives the window another size";
+}
+
+}  // namespace uilib::qt

@@ -1,0 +1,130 @@
+/// Several bubbles are one stack, which stands still under the user's finger.
+
+#include "contract/BubbleKit.h"
+#include "contract/EventLoop.h"
+#include "contract/SettingsPortal.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QObject>
+#include <algorithm>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string kSaved = "Your recording has been saved to your computer.";
+
+class BubbleStack : public test::BubbleKit {
+protected:
+    /// A bubble that goes by itself after a moment, above one that stays.
+    void showTwo() {
+        show(makeView(kSaved, {"Open"}), 1);
+        show(makeView(kSaved, {"Open"}));
+        both = windows();
+        ASSERT_EQ(both.size(), 2U);
+        std::sort(both.begin(), both.end(), [](auto* a, auto* b) { return a->y() < b->y(); });
+    }
+
+    QWidget* first() { return both[0]; }
+    QWidget* second() { return both[1]; }
+
+    std::vector<QWidget*> both;
+};
+
+TEST_F(BubbleStack, StandsStillWhileThePointerIsInAnyBubble) {
+    showTwo();
+    const auto place = second()->pos();
+    enter(second());
+    test::turnFor(2000ms);
+    EXPECT_TRUE(closed.empty()) << "the other one's clock stands still as well";
+    EXPECT_EQ(second()->pos(), place);
+
+    // One that the user sends away leaves its place free for as long as the pointer is in another.
+    press(first(), Qt::Key_Escape);
+    ASSERT_TRUE(waitUntilClosed(1));
+    test::turnFor(1000ms);
+    EXPECT_EQ(onlyWindow()->pos(), place);
+
+    leave(second());
+    EXPECT_TRUE(test::turnUntil([&] { return onlyWindow()->y() < place.y(); })) << "then it closes up";
+}
+
+TEST_F(BubbleStack, StandsStillWhileTheKeyboardIsInAnyBubble) {
+    showTwo();
+    const auto place = second()->pos();
+    activate(second());
+    test::turnFor(2000ms);
+    EXPECT_TRUE(closed.empty());
+    EXPECT_EQ(second()->pos(), place);
+    activate(nullptr);
+    EXPECT_TRUE(waitUntilClosed(1));
+}
+
+TEST_F(BubbleStack, ABubbleThatComesWhileItStandsStillTakesTheNextFreePlace) {
+    showTwo();
+    enter(second());
+    const auto places = std::pair(first()->pos(), second()->pos());
+    press(first(), Qt::Key_Escape);
+    ASSERT_TRUE(waitUntilClosed(1));
+    show(makeView(kSaved), 1);
+    const auto now = windows();
+    ASSERT_EQ(now.size(), 2U);
+    EXPECT_EQ(second()->pos(), places.second);
+    const auto* const third = now[0] == second() ? now[1] : now[0];
+    EXPECT_GT(third->y(), places.second.y()) << "not where the one stood that has gone";
+    test::turnFor(2000ms);
+    EXPECT_EQ(closed.size(), 1U) << "its clock stands still too";
+}
+
+TEST_F(BubbleStack, ThePointerMayCrossTheGapBetweenTwoBubbles) {
+    showTwo();
+    const auto place = second()->pos();
+    enter(second());
+    press(first(), Qt::Key_Escape);
+    ASSERT_TRUE(waitUntilClosed(1));
+    leave(second());
+    test::turnFor(200ms);
+    enter(second());
+    test::turnFor(1000ms);
+    EXPECT_EQ(second()->pos(), place);
+}
+
+TEST_F(BubbleStack, ClosesUpInAMotionUnlessLessIsAskedFor) {
+    class Steps final : public QObject {
+    public:
+        bool eventFilter(QObject*, QEvent* event) override {
+            count += event->type() == QEvent::Move ? 1 : 0;
+            return false;
+        }
+        int count = 0;
+    };
+    for (const bool lessMotion : {false, true}) {
+        std::unique_ptr<test::SettingsPortal> portal;
+        if (lessMotion) {
+            portal = std::make_unique<test::SettingsPortal>();
+            portal->settings[QStringLiteral("org.freedesktop.appearance reduced-motion")] = 1U;
+            maker = std::make_unique<uilib::qt::QtAuroraBubbleMaker>(center, statusBar);
+            maker->prepare();
+            test::turnUntil([&] { return portal->asked >= 4; });
+            test::turnFor(100ms);
+        }
+        closed.clear();
+        showTwo();
+        Steps steps;
+        second()->installEventFilter(&steps);
+        ASSERT_TRUE(waitUntilClosed(1));
+        test::turnFor(500ms);
+        EXPECT_EQ(steps.count > 1, !lessMotion) << steps.count;
+        press(second(), Qt::Key_Escape);
+        ASSERT_TRUE(waitUntilClosed(2));
+    }
+}
+
+}  // namespace
