@@ -58,6 +58,27 @@ TEST_F(EmptyChair, AScreenSaverThatDiesCoversNothing) {
     expectThatItStaysThreeSecondsLonger();
 }
 
+TEST_F(EmptyChair, EveryOpenBubbleWaitsAndOneThatComesMeanwhileToo) {
+    test::ScreenSaver saver;
+    showBriefly();
+    showBriefly();
+    saver.setActive(true);
+    test::turnFor(200ms);
+    showBriefly();
+    expectThatItStays();
+    saver.setActive(false);
+    EXPECT_TRUE(test::turnUntil([&] { return closed.size() == 3; }));
+}
+
+TEST_F(EmptyChair, ALoginManagerThatDiesKeepsNoClockStanding) {
+    auto manager = std::make_unique<test::LoginManager>();
+    manager->setHint(kLocked, true);
+    showBriefly();
+    expectThatItStays();
+    manager.reset();
+    expectThatItStaysThreeSecondsLonger();
+}
+
 TEST_F(EmptyChair, ALockedSessionStopsTheClock) {
     test::LoginManager manager;
     manager.setHint(kLocked, true);
