@@ -1,6 +1,7 @@
 #include "recordkeeping/PendingFolder.h"
 
 #include "platform/BackgroundExecutor.h"
+#include "platform/DispatchQueue.h"
 #include "platform/SystemLog.h"
 
 #include <algorithm>
@@ -58,8 +59,8 @@ std::string PendingFolder::standardPath() {
     return home.empty() ? "" : home + "/.local/state/record-converter/pending";
 }
 
-PendingFolder::PendingFolder(std::string path, platform::BackgroundExecutor& executor)
-    : path_(std::move(path)), executor_(executor) {}
+PendingFolder::PendingFolder(std::string path, platform::BackgroundExecutor& executor, platform::DispatchQueue& later)
+    : path_(std::move(path)), executor_(executor), later_(later) {}
 
 PendingFolder::~PendingFolder() {
     if (descriptor_ >= 0) {
@@ -181,7 +182,7 @@ void PendingFolder::syncSoon(const std::string& name) {
             return;
         }
     }
-    executor_.async([this] { syncAll(); });
+    later_.async([this] { executor_.async([this] { syncAll(); }); });
 }
 
 void PendingFolder::syncAll() {

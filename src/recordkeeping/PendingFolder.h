@@ -11,7 +11,8 @@
 
 namespace platform {
 class BackgroundExecutor;
-}
+class DispatchQueue;
+}  // namespace platform
 
 namespace recordkeeping {
 
@@ -26,8 +27,9 @@ public:
     /// $XDG_STATE_HOME/record-converter/pending; below ~/.local/state where that is not set. Empty without a home.
     static std::string standardPath();
 
-    /// `executor` outlives this object, and this object everything that the executor runs. Touches no disk.
-    PendingFolder(std::string path, platform::BackgroundExecutor& executor);
+    /// The syncing begins from a task on `later`, so that not even the start of its thread delays the caller. Both
+    /// outlive this object, and this object everything that they run. Touches no disk.
+    PendingFolder(std::string path, platform::BackgroundExecutor& executor, platform::DispatchQueue& later);
     ~PendingFolder();
 
     PendingFolder(const PendingFolder&) = delete;
@@ -67,6 +69,7 @@ private:
 
     const std::string path_;
     platform::BackgroundExecutor& executor_;
+    platform::DispatchQueue& later_;
     std::mutex mutex_;
     int descriptor_ = -1;
     bool hasSaidTrouble_ = false;

@@ -163,10 +163,21 @@ bool Recordkeeper::mayTerminate() const {
     return work_->mayTerminate();
 }
 
-void Recordkeeper::noteEnding() {
-    for (const auto& source : pending_.noteEnding()) {
+bool Recordkeeper::noteEnding() {
+    const auto left = pending_.noteEnding();
+    for (const auto& source : left) {
         platform::SystemLog::standard().write("left for the next start of the record converter: " + source);
     }
+    return !left.empty();
+}
+
+std::optional<std::int32_t> Recordkeeper::meetingWithoutRecording() const {
+    for (const auto& [processId, meeting] : application_->meetingPool()->meetingApps()) {
+        if (!meeting->writingFile() && meeting->writtenFiles().empty()) {
+            return processId;
+        }
+    }
+    return std::nullopt;
 }
 
 void Recordkeeper::noteArriving(const platform::DistributedNotification& notification) {

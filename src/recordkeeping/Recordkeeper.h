@@ -61,8 +61,12 @@ public:
     /// False while the application has or may get work.
     bool mayTerminate() const;
 
-    /// The process is about to end, or to start again: tells the system log what is left.
-    void noteEnding();
+    /// The process is about to end, or to start again: tells the system log what is left. False when nothing is. Any
+    /// thread.
+    bool noteEnding();
+
+    /// A meeting process that is known and writes nothing, so that no entry brings it back; absent when there is none.
+    std::optional<std::int32_t> meetingWithoutRecording() const;
 
 private:
     void noteArriving(const platform::DistributedNotification& notification);

@@ -103,6 +103,13 @@ class LostDisplay(display.DisplayWorld, _Ending):
         self.assertIn("starting again off-screen", self.log_text())
         self.assertEqual(self.wait_ended(converter), 0)
 
+    def test_with_nothing_to_do_it_goes_with_the_display(self):
+        converter = self.launch()
+        self.line.wait_confirmed(0)
+        self.end_display()
+        self.assertEqual(self.wait_ended(converter, 20), 1)
+        self.assertNotIn("starting again", self.log_text())
+
     def test_a_meeting_is_served_to_its_end(self):
         meeting = self.meeting()
         one, two = self.recording("one.mkv"), self.recording("two.mkv")

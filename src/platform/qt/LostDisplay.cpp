@@ -17,8 +17,7 @@ namespace {
 constexpr const char* kMark = "RECORD_CONVERTER_STARTED_AGAIN";
 
 struct Restart {
-    std::vector<std::string> arguments;
-    std::function<void()> before;
+    std::function<std::optional<std::vector<std::string>>()> prepare;
     QtMessageHandler previousHandler = nullptr;
 };
 
@@ -30,7 +29,10 @@ void startAgain() {
     if (isEndExpected.exchange(true)) {
         return;
     }
-    restart->before();
+    auto arguments = restart->prepare();
+    if (!arguments) {
+        return;
+    }
     SystemLog::standard().write("the display has gone: starting again off-screen");
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv(kMark, "1", 1);
@@ -38,7 +40,7 @@ void startAgain() {
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
     std::vector<char*> pointers;
-    for (auto& argument : restart->arguments) {
+    for (auto& argument : *arguments) {
         pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
@@ -56,8 +58,8 @@ void onMessage(QtMsgType type, const QMessageLogContext& context, const QString&
 
 }  // namespace
 
-void startAgainWhenDisplayIsLost(std::vector<std::string> arguments, std::function<void()> before) {
-    restart = new Restart{std::move(arguments), std::move(before)};
+void startAgainWhenDisplayIsLost(std::function<std::optional<std::vector<std::string>>()> prepare) {
+    restart = new Restart{std::move(prepare)};
     isEndExpected = false;
     static_cast<void>(std::atexit(startAgain));
     restart->previousHandler = qInstallMessageHandler(onMessage);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,8 +9,9 @@
 namespace platform::qt {
 
 /// From here on an end that `expectEnd` has not announced starts this program again in the same process, off-screen and
-/// with `arguments` (the program's path first). `before` runs first, on whatever thread the end comes. Once a process.
-void startAgainWhenDisplayIsLost(std::vector<std::string> arguments, std::function<void()> before);
+/// with the arguments that `prepare` gives (the program's path first); where it gives none, the end takes its course.
+/// `prepare` runs on whatever thread the end comes. Once a process.
+void startAgainWhenDisplayIsLost(std::function<std::optional<std::vector<std::string>>()> prepare);
 
 /// The process is about to end because it was asked to.
 void expectEnd();

@@ -1,6 +1,7 @@
 #include "tools/convert-recording/PendingConversions.h"
 
 #include "platform/FileManager.h"
+#include "platform/ThreadSerialQueue.h"
 #include "platform/linux/LinuxBackgroundExecutor.h"
 #include "platform/linux/LinuxProcessIdentities.h"
 #include "recordkeeping/PendingRecordings.h"
@@ -34,7 +35,10 @@ bool isDecided(const PendingEntry& entry, const platform::ProcessIdentities& pro
 void PendingConversions::convertAll(const Report& report) const {
     platform::LinuxProcessIdentities processes;
     platform::LinuxBackgroundExecutor executor;
-    recordkeeping::PendingFolder folder(recordkeeping::PendingFolder::standardPath(), executor);
+    platform::ThreadSerialQueue later("sync");
+    // Outlives what the executor still runs at the end.
+    static recordkeeping::PendingFolder& folder =
+        *new recordkeeping::PendingFolder(recordkeeping::PendingFolder::standardPath(), executor, later);
     recordkeeping::PendingRecordings pending(folder, processes, static_cast<std::int32_t>(::getpid()));
     for (const auto& entry : pending.takeOver()) {
         Outcome outcome;

@@ -1,6 +1,7 @@
 #include "recordkeeping/PendingRecordings.h"
 
 #include "support/FakeBackgroundExecutor.h"
+#include "support/FakeDispatchQueue.h"
 #include "support/FakeProcessIdentities.h"
 #include "support/FakeSystemLog.h"
 
@@ -60,8 +61,9 @@ protected:
     const std::string home = temporaryFolder();
     test::FakeSystemLog log;
     test::FakeBackgroundExecutor executor;
+    test::FakeDispatchQueue later;
     test::FakeProcessIdentities processes = livingProcesses();
-    PendingFolder folder{home + "/state/record-converter/pending", executor};
+    PendingFolder folder{home + "/state/record-converter/pending", executor, later};
     std::unique_ptr<PendingRecordings> first = converter(100);
 };
 
@@ -75,6 +77,18 @@ TEST_F(PendingRecordingsTest, AnAnnouncementIsOnTheDiskBeforeItReturns) {
     EXPECT_EQ(entries[0].language, 3);
     EXPECT_TRUE(entries[0].keep);
     EXPECT_EQ(entries[0].state, PendingEntry::State::recording);
+}
+
+TEST_F(PendingRecordingsTest, TheDiskIsWaitedForOnAnotherThreadWhichEndsWhenAllIsSynced) {
+    first->announce({"/a.mkv", 7, 1, false});
+    first->announce({"/b.mkv", 7, 1, false});
+    EXPECT_EQ(executor.pendingCount(), 0U) << "not even its start delays the announcement";
+    later.drain();
+    ASSERT_EQ(executor.pendingCount(), 1U);
+    executor.runNext();
+    first->noteStopped(7);
+    later.drain();
+    EXPECT_EQ(executor.pendingCount(), 1U) << "the next change is synced as well";
 }
 
 TEST_F(PendingRecordingsTest, OnlyItsOwnerCanLookIntoTheFolder) {
@@ -178,7 +192,7 @@ TEST_F(PendingRecordingsTest, ACutOffWriteIsNoEntryAndOneThatIsOldGoes) {
 
 TEST_F(PendingRecordingsTest, AFolderThatCannotBeMadeIsSaidOnce) {
     std::ofstream(home + "/file") << "";
-    PendingFolder impossible(home + "/file/pending", executor);
+    PendingFolder impossible(home + "/file/pending", executor, later);
     PendingRecordings pending(impossible, processes, 100);
     pending.announce({"/a.mkv", 7, 1, false});
     pending.announce({"/b.mkv", 7, 1, false});

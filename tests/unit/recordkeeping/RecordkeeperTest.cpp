@@ -168,7 +168,7 @@ protected:
     std::string home = temporaryFolder();
     test::FakeBackgroundExecutor executor;
     test::FakeProcessIdentities processes;
-    PendingFolder folder{home + "/pending", executor};
+    PendingFolder folder{home + "/pending", executor, fake.mainQueue};
     recordkeeping::Recordkeeper keeper{
         fake.platformWith(queues),
         {queues, [this](std::function<void()> then) { barriers.push_back(std::move(then)); }, folder, processes}};
@@ -536,10 +536,20 @@ TEST_F(RecordkeeperTest, AHandedOverFileIsKeptWhenItsLaunchSaysSo) {
     EXPECT_FALSE(fake.fileManager.fileExistsAtPath("/a.mkv", nullptr));
 }
 
+TEST_F(RecordkeeperTest, AnEndThatLeavesNothingSaysNothing) {
+    launch();
+    EXPECT_FALSE(keeper.noteEnding());
+    EXPECT_FALSE(keeper.meetingWithoutRecording());
+    start(7, "/a.mkv");
+    EXPECT_FALSE(keeper.meetingWithoutRecording()) << "its entry brings it back";
+    startWithoutFile(8);
+    EXPECT_EQ(keeper.meetingWithoutRecording(), 8);
+}
+
 TEST_F(RecordkeeperTest, TheEndNamesWhatIsLeft) {
     launch();
     start(7, "/a.mkv");
-    keeper.noteEnding();
+    EXPECT_TRUE(keeper.noteEnding());
     ASSERT_EQ(fake.systemLog.lines().size(), 1U);
     EXPECT_NE(fake.systemLog.lines()[0].find("/a.mkv"), std::string::npos);
     EXPECT_EQ(pending(), Paths{"/a.mkv"});

@@ -110,7 +110,7 @@ struct Providers {
     platform::qt::WorkInhibitor inhibitor{"Record converter", "Converting a meeting recording to MP4"};
     platform::LinuxProcessIdentities processIdentities;
     platform::LinuxBackgroundExecutor background;
-    recordkeeping::PendingFolder pendingFolder{recordkeeping::PendingFolder::standardPath(), background};
+    recordkeeping::PendingFolder pendingFolder{recordkeeping::PendingFolder::standardPath(), background, mainQueue};
     recordkeeping::Recordkeeper recordkeeper{
         asPlatform(),
         {conversionQueues, [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); },
@@ -165,13 +165,23 @@ bool acquiresNameOfFormerSelf(Providers& providers, const std::string& busName) 
     return false;
 }
 
-/// How this program is started again: what was announced to it is in the state folder, and comes back from there.
-std::vector<std::string> argumentsForRestart(Providers& providers) {
+/// How this program is started again; absent when nothing waits and nobody records. What was announced to it is in the
+/// state folder, and comes back from there.
+std::optional<std::vector<std::string>> argumentsForRestart(Providers& providers) {
+    const auto meeting = providers.recordkeeper.meetingWithoutRecording();
+    if (!providers.recordkeeper.noteEnding() && !meeting) {
+        return std::nullopt;
+    }
     const auto arguments = providers.processInformation.arguments();
     KTRAppLaunchingEnv environment;
     environment.parseArguments(arguments);
-    return {arguments.empty() ? "record-converter" : arguments.front(), "-locale", environment.localeId().value_or("1"),
-            "-keepsIntermediateFile", environment.keepsIntermediateFile().value_or("0")};
+    return std::vector<std::string>{arguments.empty() ? "record-converter" : arguments.front(),
+                                    "-locale",
+                                    environment.localeId().value_or("1"),
+                                    "-keepsIntermediateFile",
+                                    environment.keepsIntermediateFile().value_or("0"),
+                                    "-pid",
+                                    std::to_string(meeting.value_or(0))};
 }
 
 /// The running converter has another working folder than this launch.
@@ -235,7 +245,6 @@ int main(int argc, char* argv[]) {
         std::make_shared<AppDelegate>(providers.recordkeeper.platformForApplication(), providers.bubbleMaker);
     providers.recordkeeper.setApplication(application);
     providers.application.setDelegate(application);
-    platform::qt::startAgainWhenDisplayIsLost(argumentsForRestart(providers),
-                                              [] { providers.recordkeeper.noteEnding(); });
+    platform::qt::startAgainWhenDisplayIsLost([] { return argumentsForRestart(providers); });
     providers.application.run();
 }
