@@ -57,7 +57,7 @@ Conversion::Conversion(int source, int output, Reporter& reporter, const Forekno
     : output_(output),
       reporter_(reporter),
       known_(known),
-      recording_(source, known.lookAhead),
+      recording_(source, known.lookAhead, known.patches),
       beginning_(recording_),
       writer_(output, estimateIndex(recording_.format(), recording_.size())),
       timeline_(std::min(known.start.value_or(INT64_MAX), beginning_.time()),
@@ -186,6 +186,7 @@ void Conversion::convert() {
             reporter_.progress(recording_.fractionRead() * conversionShare);
         }
     }
+    settleAccount();
     try {
         for (const auto& track : tracks_) {
             track->finish(writer_);
@@ -254,6 +255,16 @@ void Conversion::requireNoEarlierStart(const Track& track) const {
 bool Conversion::hasTrackOf(AVMediaType type) const {
     return std::any_of(tracks_.begin(), tracks_.end(),
                        [type](const auto& track) { return track->source().codecpar->codec_type == type; });
+}
+
+void Conversion::settleAccount() {
+    const auto& notes = recording_.settle();
+    if (auto patches = recording_.patches(); !patches.empty() && known_.patches.empty()) {
+        throw MissedPackets{std::move(patches)};
+    }
+    for (const std::string& note : notes) {
+        reporter_.note(note);
+    }
 }
 
 void Conversion::reportDamage() {

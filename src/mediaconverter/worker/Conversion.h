@@ -23,8 +23,8 @@ public:
     /// `known` must outlive it.
     Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known);
 
-    /// Throws LateStream, ChangedStream, EarlierStart, UnstorableStream or LearnedForms when it has to be begun again,
-    /// knowing more.
+    /// Throws LateStream, ChangedStream, EarlierStart, UnstorableStream, LearnedForms or MissedPackets when it has to be
+    /// begun again, knowing more.
     void run();
 
 private:
@@ -40,6 +40,7 @@ private:
     [[noreturn]] void surveyRest();
     void requireNoEarlierStart(const Track& track) const;
     bool hasTrackOf(AVMediaType type) const;
+    void settleAccount();
     void reportDamage();
     void requireContent();
     void prove(int output);

@@ -2,12 +2,14 @@
 
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/TrackForm.h"
+#include "mediaconverter/worker/accounting/Scan.h"
 
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace worker {
 
@@ -23,6 +25,7 @@ struct Foreknowledge {
     bool copiesNothing = false;         ///< so many were that no other copy is tried
     std::optional<std::int64_t> start;  ///< earlier than the first packets say; microseconds
     bool startIsFinal = false;          ///< whatever else turns out to be earlier
+    std::vector<Patch> patches;         ///< they lead the library past damage
 };
 
 /// Thrown when audio or video shows up of which nothing was known when the MP4 was begun.
@@ -44,6 +47,11 @@ struct OutgrownForm {};
 /// Thrown when the rest of the recording has been looked through after that.
 struct LearnedForms {
     std::map<int, TrackForm> forms;  ///< of all re-encoded streams
+};
+
+/// Thrown when the library has missed packets that it can be led to.
+struct MissedPackets {
+    std::vector<Patch> patches;
 };
 
 }  // namespace worker

@@ -10,11 +10,8 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <array>
-#include <atomic>
-#include <cstdio>
+#include <cstdarg>
 #include <string>
-#include <string_view>
 
 namespace worker {
 
@@ -44,8 +41,6 @@ constexpr std::int64_t probeBytes = std::int64_t{5} * 1024 * 1024;
 constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
 
-/// Formats that end with their last packet; others may have their index there.
-constexpr const char* endlessFormats = "mpegts,mpeg";
 constexpr const char* flvFormats = "flv,live_flv,kux";
 
 /// At the most, of an FLV's tag around its packet.
@@ -56,21 +51,6 @@ constexpr std::int64_t flvHeader = 13;
 
 /// A demuxer that fails this often without a packet between has lost its way for good.
 constexpr int mostErrorsInARow = 256;
-
-/// What the demuxer of Matroska says of blocks that damage has made into something else. It does not take them for
-/// errors.
-constexpr std::array<std::string_view, 2> foreignBlocks = {"Invalid stream", "Unknown entry"};
-
-/// Entries that it does not know and that are not damaged ones: priorities, slices, encrypted blocks.
-constexpr std::array<std::string_view, 3> harmlessEntries = {"0xFA ", "0x8E ", "0xAF "};
-
-bool tellsOfDamage(int level, std::string_view format) {
-    return level <= AV_LOG_ERROR || std::any_of(foreignBlocks.begin(), foreignBlocks.end(),
-                                                [&](std::string_view start) { return format.starts_with(start); });
-}
-
-/// The recording whose demuxer's complaints are listened to.
-std::atomic<Recording*> listening{nullptr};
 
 /// Of H.264 the library decodes some pictures to find out by how many they are out of order. The baseline profile has
 /// no bidirectional ones (ITU-T H.264, A.2.1), so there is nothing to find out; it is what a fast recorder writes, and
@@ -103,8 +83,12 @@ Failure failureOfOpening(const AVInputFormat& format, int number) {
 
 }  // namespace
 
-Recording::Recording(int descriptor, std::int64_t lookAhead) : reader_(descriptor) {
-    av_log_set_callback(logCallback);
+Recording::Recording(int descriptor, std::int64_t lookAhead, const std::vector<Patch>& patches) : reader_(descriptor) {
+    // What is damaged shows in the account, not in messages.
+    av_log_set_callback([](void*, int, const char*, va_list) {});
+    for (const Patch& patch : patches) {
+        reader_.patch(patch.start, patch.bytes);
+    }
     open();
     if (lookAhead > 0) {
         learnStreamsAt(lookAhead);
@@ -114,14 +98,6 @@ Recording::Recording(int descriptor, std::int64_t lookAhead) : reader_(descripto
 }
 
 Recording::~Recording() = default;
-
-Recording::Listening::Listening(Recording& recording) {
-    listening = &recording;
-}
-
-Recording::Listening::~Listening() {
-    listening = nullptr;
-}
 
 void Recording::open() {
     AVIOContext* const bytes = reader_.context();
@@ -138,6 +114,9 @@ void Recording::open() {
     if (isListed(*found, "mov")) {
         coverGaps();
     }
+    correctHeader(accounting_.begin(*found));
+    reader_.setObserver(
+        [this](std::int64_t position, std::span<const std::uint8_t> read) { accounting_.follow(position, read); });
     AVFormatContext* context = present(avformat_alloc_context());
     context->pb = bytes;
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
@@ -197,12 +176,31 @@ void Recording::learnStreamsAt(std::int64_t position) {
 }
 
 bool Recording::read(AVPacket& packet) {
-    while (!readOn(packet)) {
-        if (!findTheWay()) {
-            return false;
-        }
+    if (!readWhole(packet)) {
+        return false;
     }
+    accounting_.addDelivered(packet, *format_->streams[packet.stream_index]);
     return true;
+}
+
+bool Recording::readWhole(AVPacket& packet) {
+    do {
+        while (!readOn(packet)) {
+            if (!resumeAfterDamage()) {
+                return cutPackets_.release(packet, *format_);
+            }
+        }
+    } while (cutPackets_.hold(packet, *format_->streams[packet.stream_index], avio_tell(format_->pb) >= size()));
+    return true;
+}
+
+const std::vector<std::string>& Recording::settle() {
+    accounting_.settle(*format_);
+    reader_.requireNoError();
+    if (const std::string lost = accounting_.lost(); !lost.empty()) {
+        addDamage(lost);
+    }
+    return accounting_.notes();
 }
 
 bool Recording::readOn(AVPacket& packet) {
@@ -211,27 +209,13 @@ bool Recording::readOn(AVPacket& packet) {
         if (result >= 0) {
             errorsInARow_ = 0;
             follow(packet);
-            if ((packet.flags & AV_PKT_FLAG_CORRUPT) == 0) {
-                return true;
-            }
-            if (isNearEnd(avio_tell(format_->pb))) {
-                // Cut short by the end of the recording, or of a size that reaches there.
-                packetEnd_ = packetStart_;
-                av_packet_unref(&packet);
-                continue;
-            }
-            hear("a damaged packet");
             return true;
         }
         reader_.requireNoError();
         if (result == AVERROR(ENOMEM)) {
             throw Failure(workerOutOfMemory);
         }
-        if (result == AVERROR_EOF || isNearEnd(avio_tell(format_->pb))) {
-            return false;
-        }
-        hear("it cannot be read on");
-        if (++errorsInARow_ > mostErrorsInARow) {
+        if (result == AVERROR_EOF || ++errorsInARow_ > mostErrorsInARow) {
             return false;
         }
     }
@@ -244,28 +228,21 @@ void Recording::follow(const AVPacket& packet) {
     // The demuxer says nothing of a tag that it does not know.
     if (isFlv_ && packetStart_ >= 0 && packet.pos > packetEnd_ + flvOverhead &&
         isFlvContentBetween(reader_, packetStart_, packet.pos)) {
-        addDamage("behind byte " + std::to_string(packetEnd_) + ": tags of no known kind");
+        addDamage("after byte " + std::to_string(packetEnd_) + ": tags of no known kind");
     }
     packetStart_ = packet.pos;
     packetEnd_ = std::max(packetEnd_, packet.pos + packet.size);
 }
 
-bool Recording::findTheWay() {
-    if (packetStart_ < 0) {
-        return false;
-    }
-    const std::string lost = "behind byte " + std::to_string(packetStart_) + ": the way is lost";
-    if (!isFlv_) {
-        if (isListed(*format_->iformat, endlessFormats) && !isNearEnd(packetEnd_)) {
-            addDamage(lost);
-        }
+bool Recording::resumeAfterDamage() {
+    if (packetStart_ < 0 || !isFlv_) {
         return false;
     }
     const auto next = nextFlvContent(reader_, packetStart_ + 1);
     if (!next) {
         return false;
     }
-    addDamage(lost);
+    addDamage("after byte " + std::to_string(packetStart_) + ": the chain of tags is broken");
     if (++timesLost_ > mostErrorsInARow || av_seek_frame(format_.get(), -1, *next, AVSEEK_FLAG_BYTE) < 0) {
         return false;
     }
@@ -276,37 +253,31 @@ bool Recording::findTheWay() {
 void Recording::coverGaps() {
     for (const FragmentGap& gap : findFragmentGaps(reader_)) {
         reader_.coverWithFreeBox(gap.start, gap.end);
-        if (gap.end == reader_.size() && gap.end - gap.start <= tailBytes) {
+        // What the end of the recording cuts is accounted for with the rest.
+        if (gap.end == reader_.size()) {
             continue;
         }
         addDamage("bytes " + std::to_string(gap.start) + " to " + std::to_string(gap.end) + " are no fragment");
     }
-    // What the probing has buffered is from before.
-    avio_seek(reader_.context(), 0, SEEK_SET);
+    readAgain();
+}
+
+void Recording::correctHeader(const Corrections& corrections) {
+    for (const Patch& patch : corrections.patches) {
+        reader_.patch(patch.start, patch.bytes);
+    }
+    if (corrections.end) {
+        reader_.endAt(*corrections.end);
+    }
+    if (!corrections.patches.empty() || corrections.end) {
+        readAgain();
+    }
+}
+
+/// What the probing has buffered is from before the patches.
+void Recording::readAgain() {
     avio_flush(reader_.context());
-}
-
-void Recording::hear(const std::string& complaint) {
-    if (!isNearEnd(avio_tell(format_->pb))) {
-        addDamage("near byte " + std::to_string(avio_tell(format_->pb)) + ": " + complaint);
-    }
-}
-
-void Recording::logCallback(void* object, int level, const char* format, va_list arguments) {
-    Recording* const recording = listening.load();
-    if (recording == nullptr || object == nullptr || object != recording->format_.get() ||
-        !tellsOfDamage(level, format)) {
-        return;
-    }
-    std::array<char, 256> text{};
-    static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
-    std::string line = text.data();
-    if (std::any_of(harmlessEntries.begin(), harmlessEntries.end(),
-                    [&](std::string_view entry) { return line.find(entry) != std::string::npos; })) {
-        return;
-    }
-    line.erase(line.find_last_not_of("\n.") + 1);
-    recording->hear(line);
+    avio_seek(reader_.context(), 0, SEEK_SET);
 }
 
 double Recording::fractionRead() const {

@@ -2,8 +2,9 @@
 
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/SourceReader.h"
+#include "mediaconverter/worker/accounting/Accounting.h"
+#include "mediaconverter/worker/accounting/CutPackets.h"
 
-#include <cstdarg>
 #include <cstdint>
 #include <string>
 
@@ -14,7 +15,8 @@ namespace worker {
 class Recording {
 public:
     /// The first megabytes tell what streams there are; where `lookAhead` is given, what is at that byte as well.
-    explicit Recording(int descriptor, std::int64_t lookAhead = 0);
+    /// `patches` lead past damage that stopped an earlier reading.
+    explicit Recording(int descriptor, std::int64_t lookAhead = 0, const std::vector<Patch>& patches = {});
     ~Recording();
 
     Recording(const Recording&) = delete;
@@ -34,6 +36,12 @@ public:
 
     std::int64_t size() const { return reader_.size(); }
 
+    /// After the last packet: compares what is in the recording with what has been read. Its notes are for the log.
+    const std::vector<std::string>& settle();
+
+    /// What leads to the packets that this reading has missed. After settle().
+    std::vector<Patch> patches() const { return accounting_.patches(); }
+
     /// What could not be read and was passed over, in words; empty where all was well.
     const std::string& damage() const { return damage_; }
 
@@ -45,36 +53,24 @@ private:
     void analyze();
     void learnStreamsAt(std::int64_t position);
     void coverGaps();
+    void correctHeader(const Corrections& corrections);
+    void readAgain();
     bool readOn(AVPacket& packet);
+    bool readWhole(AVPacket& packet);
     void follow(const AVPacket& packet);
     /// At the end: true where it was none and the demuxer stands before what comes next.
-    bool findTheWay();
-    bool isNearEnd(std::int64_t position) const { return position + tailBytes >= size(); }
-    void hear(const std::string& complaint);
-    static void logCallback(void* object, int level, const char* format, va_list arguments);
-
-    /// Lets the demuxer's complaints through to one recording.
-    class Listening {
-    public:
-        explicit Listening(Recording& recording);
-        ~Listening();
-
-        Listening(const Listening&) = delete;
-        Listening& operator=(const Listening&) = delete;
-    };
-
-    /// What is missing at the very end is what the writer had no time for, not damage.
-    static constexpr std::int64_t tailBytes = std::int64_t{64} * 1024;
+    bool resumeAfterDamage();
 
     SourceReader reader_;
+    Accounting accounting_{reader_};
     InputPointer format_;
     std::string damage_;
     bool isFlv_ = false;
+    CutPackets cutPackets_{accounting_};
     int errorsInARow_ = 0;
     int timesLost_ = 0;
     std::int64_t packetStart_ = -1;  ///< of the last packet of which it is known, in bytes
     std::int64_t packetEnd_ = -1;    ///< before which nothing of it is left
-    const Listening listening_{*this};
 };
 
 }  // namespace worker

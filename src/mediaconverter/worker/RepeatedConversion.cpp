@@ -65,6 +65,9 @@ public:
         }
     }
 
+    /// Comes once: an attempt with patches misses what they do not lead to.
+    void learn(const MissedPackets& missed) { known_.patches = missed.patches; }
+
 private:
     Foreknowledge known_;
     int lateStreams_ = 0;
@@ -89,6 +92,8 @@ void convertRecording(int source, int output, Reporter& reporter) {
         } catch (const LearnedForms& lesson) {
             lessons.learn(lesson);
         } catch (const LateStream& lesson) {
+            lessons.learn(lesson);
+        } catch (const MissedPackets& lesson) {
             lessons.learn(lesson);
         }
     }

@@ -30,6 +30,7 @@ SourceReader::SourceReader(int descriptor) : descriptor_(descriptor) {
         throw Failure(ConversionError::readFailed, std::generic_category().message(errno));
     }
     size_ = status.st_size;
+    end_ = size_;
     static_cast<void>(::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL));
     auto* const buffer = static_cast<unsigned char*>(present(av_malloc(bufferSize)));
     context_ = present(avio_alloc_context(buffer, bufferSize, 0, this, readCallback, nullptr, seekCallback));
@@ -55,7 +56,7 @@ int SourceReader::readCallback(void* self, std::uint8_t* buffer, int length) {
 
 int SourceReader::read(std::uint8_t* buffer, int length) {
     // What is appended after the start belongs to no recording that was handed over as finished.
-    const std::int64_t left = size_ - position_;
+    const std::int64_t left = end_ - position_;
     if (left <= 0 || length <= 0) {
         return AVERROR_EOF;
     }
@@ -75,6 +76,9 @@ int SourceReader::read(std::uint8_t* buffer, int length) {
         shrunk_ = true;
         return AVERROR(EIO);
     }
+    if (observer_) {
+        observer_(position_, std::span(buffer, static_cast<std::size_t>(got)));
+    }
     applyCovers(position_, buffer, static_cast<std::size_t>(got));
     position_ += got;
     lastEnd_ = position_;
@@ -84,19 +88,19 @@ int SourceReader::read(std::uint8_t* buffer, int length) {
 void SourceReader::coverWithFreeBox(std::int64_t start, std::int64_t end) {
     const auto length = static_cast<std::uint64_t>(end - start);
     const bool isLong = length > UINT32_MAX;
-    Cover cover = {start, {0, 0, 0, 1, 'f', 'r', 'e', 'e'}};
+    std::vector<std::uint8_t> header = {0, 0, 0, 1, 'f', 'r', 'e', 'e', 0, 0, 0, 0, 0, 0, 0, 0};
     for (std::size_t index = 0; index < (isLong ? 8U : 4U); ++index) {
         const std::size_t bits = 8 * ((isLong ? 7 : 3) - index);
-        cover.header[(isLong ? 8 : 0) + index] = static_cast<std::uint8_t>(length >> bits);
+        header[(isLong ? 8 : 0) + index] = static_cast<std::uint8_t>(length >> bits);
     }
     // What lies behind a short header is still what a header elsewhere may point at.
-    cover.length = isLong ? cover.header.size() : 8;
-    covers_.push_back(cover);
+    header.resize(isLong ? 16 : 8);
+    patch(start, std::move(header));
 }
 
 void SourceReader::applyCovers(std::int64_t position, std::uint8_t* bytes, std::size_t length) const {
     for (const Cover& cover : covers_) {
-        const std::int64_t end = std::min(cover.start + static_cast<std::int64_t>(cover.length),
+        const std::int64_t end = std::min(cover.start + static_cast<std::int64_t>(cover.header.size()),
                                           position + static_cast<std::int64_t>(length));
         for (std::int64_t at = std::max(cover.start, position); at < end; ++at) {
             bytes[at - position] = cover.header[static_cast<std::size_t>(at - cover.start)];
@@ -124,14 +128,14 @@ std::int64_t SourceReader::seekCallback(void* self, std::int64_t offset, int whe
     auto& reader = *static_cast<SourceReader*>(self);
     switch (whence & ~AVSEEK_FORCE) {
     case AVSEEK_SIZE:
-        return reader.size_;
+        return reader.end_;
     case SEEK_SET:
         break;
     case SEEK_CUR:
         offset += reader.position_;
         break;
     case SEEK_END:
-        offset += reader.size_;
+        offset += reader.end_;
         break;
     default:
         return AVERROR(EINVAL);

@@ -4,9 +4,10 @@ extern "C" {
 #include <libavformat/avio.h>
 }
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <span>
 #include <vector>
 
 namespace worker {
@@ -32,6 +33,17 @@ public:
     /// passes over.
     void coverWithFreeBox(std::int64_t start, std::int64_t end);
 
+    /// From here on `bytes` are read in the place of those at `start`.
+    void patch(std::int64_t start, std::vector<std::uint8_t> bytes) { covers_.push_back({start, std::move(bytes)}); }
+
+    /// From here on the media library sees a file that ends at `end`.
+    void endAt(std::int64_t end) { end_ = end; }
+
+    /// Shows `observer` what the media library reads and where, as it is in the file.
+    void setObserver(std::function<void(std::int64_t position, std::span<const std::uint8_t> bytes)> observer) {
+        observer_ = std::move(observer);
+    }
+
     /// Reads from the file itself, apart from what the media library reads; how many bytes there were.
     std::size_t peek(std::int64_t position, std::uint8_t* bytes, std::size_t length) const;
 
@@ -46,13 +58,14 @@ private:
 
     struct Cover {
         std::int64_t start;
-        std::array<std::uint8_t, 16> header;
-        std::size_t length = 0;  ///< of the header
+        std::vector<std::uint8_t> header;
     };
 
     int descriptor_;
     std::vector<Cover> covers_;
+    std::function<void(std::int64_t, std::span<const std::uint8_t>)> observer_;
     std::int64_t size_ = 0;
+    std::int64_t end_ = 0;  ///< of what the media library sees
     std::int64_t position_ = 0;
     std::int64_t lastEnd_ = -1;  ///< of the last read
     std::size_t step_ = 0;       ///< the most that the next read takes if it goes on there

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
+namespace worker {
+
+/// The most that audioFrameLength() looks at.
+inline constexpr std::size_t audioFrameHeader = 8;
+
+/// How long the audio frame is that begins with `bytes`, which its header says: AAC with transport headers (ADTS), MPEG
+/// audio of any layer, AC-3 and E-AC-3. None where there is no such header.
+std::optional<std::size_t> audioFrameLength(AVCodecID codec, std::span<const std::uint8_t> bytes);
+
+}  // namespace worker

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "mediaconverter/worker/accounting/ByteRanges.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace worker {
+
+/// What a container's structure says is in a recording: the payload of each stream, and the bytes that are neither
+/// payload nor known structure. Streams are named by the container's own numbers.
+class Ledger {
+public:
+    struct Payload {
+        std::int64_t units = 0;  ///< frames, blocks or samples, as the container counts them
+        std::int64_t bytes = 0;
+    };
+
+    virtual ~Ledger() = default;
+
+    /// `length` bytes of `stream` at `position`, which hold `units`.
+    virtual void addPayload(std::uint32_t stream, std::int64_t position, std::int64_t length, std::int64_t units = 1);
+
+    /// The bytes from `start` to `end` are neither payload nor structure. None at all still counts: something is
+    /// missing there.
+    void addLost(std::int64_t start, std::int64_t end, const std::string& what);
+
+    /// Something that is left out on purpose, or was never written; for the log.
+    void addNote(const std::string& text);
+
+    /// The last unit, of `whole` bytes, ends after `have` of them because the recording does.
+    void addCut(std::int64_t have, std::int64_t whole);
+
+    const std::map<std::uint32_t, Payload>& payloads() const { return payloads_; }
+    const std::vector<std::string>& notes() const { return notes_; }
+
+    /// A sentence on what is lost; empty where nothing is.
+    std::string lost() const;
+
+    /// The places that are lost, in the order of the scan; the first thousand.
+    const std::vector<ByteRange>& lostRanges() const { return lostRanges_; }
+
+private:
+    std::map<std::uint32_t, Payload> payloads_;
+    std::vector<std::string> notes_;
+    std::string firstLost_;
+    std::vector<ByteRange> lostRanges_;
+    std::int64_t lostBytes_ = 0;
+    std::int64_t lostPlaces_ = 0;
+};
+
+}  // namespace worker

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "mediaconverter/worker/accounting/ByteRanges.h"
+#include "mediaconverter/worker/accounting/IsoBox.h"
+#include "mediaconverter/worker/accounting/Mp4Samples.h"
+#include "mediaconverter/worker/accounting/Scan.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace worker {
+
+/// MP4, MOV and fragmented MP4: every byte of the media data belongs to a sample of an index, and every sample is in
+/// the file. All is read at the end.
+class Mp4Scan final : public Scan {
+public:
+    /// Both must outlive it.
+    Mp4Scan(SourceView& view, Ledger& ledger) : view_(view), ledger_(ledger) {}
+
+    std::int64_t position() const override { return position_; }
+    void advance(std::int64_t) override {}
+    void finish() override;
+    std::vector<Expectation> expectations(const AVFormatContext& format) const override;
+
+private:
+    void step();
+    void passDamage();
+    void readBox(const IsoBox& box);
+    void readIndex(const IsoBox& box);
+    void readFragment(const IsoBox& box);
+    void readData(const IsoBox& box);
+    void addSample(const Mp4Sample& sample);
+    std::optional<std::int64_t> findNext(std::int64_t position);
+    bool isBoxStart(std::int64_t position);
+    std::span<const std::uint8_t> contentOf(const IsoBox& box);
+    void compareData();
+    void reportBeyondEnd();
+
+    SourceView& view_;
+    Ledger& ledger_;
+    std::int64_t position_ = 0;
+    std::vector<std::uint8_t> index_;  ///< what is in `moov`
+    std::vector<Mp4Track> tracks_;
+    bool hasFragments_ = false;
+    bool isCut_ = false;  ///< the last box runs beyond the end
+    std::int64_t guesses_ = 0;
+    std::vector<ByteRange> data_;  ///< what is in the `mdat`s
+    ByteRanges samples_;
+    std::int64_t samplesBeyondEnd_ = 0;
+    std::int64_t bytesBeyondEnd_ = 0;
+};
+
+}  // namespace worker

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "mediaconverter/worker/accounting/Scan.h"
+
+#include <memory>
+
+namespace worker {
+
+/// The scan for recordings of `format`; none where its structure does not tell whether all was read. `view` and
+/// `ledger` must outlive it.
+std::unique_ptr<Scan> makeScan(const AVInputFormat& format, SourceView& view, Ledger& ledger);
+
+}  // namespace worker

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace worker {
+
+class SourceReader;
+
+/// The recording's bytes as a scanner needs them. It borrows what the media library is reading anyway, so that a scan
+/// that follows the library costs no reading of its own, and reads for itself what lies elsewhere.
+class SourceView {
+public:
+    /// `reader` must outlive it.
+    explicit SourceView(const SourceReader& reader) : reader_(reader) {}
+
+    std::int64_t size() const;
+
+    /// Lends the bytes at `position` until withdraw().
+    void lend(std::int64_t position, std::span<const std::uint8_t> bytes);
+    void withdraw() { lent_ = {}; }
+
+    /// The `length` bytes at `position`, or those up to the end of the file. Valid until the next call. `length` is at
+    /// most `mostBytes`.
+    std::span<const std::uint8_t> at(std::int64_t position, std::size_t length);
+
+    /// Where the first byte other than 0 is, from `position` on; the file's size if there is none.
+    std::int64_t firstNonZero(std::int64_t position);
+
+    static constexpr std::size_t mostBytes = std::size_t{16} << 20U;
+
+private:
+    std::span<const std::uint8_t> readAt(std::int64_t position, std::size_t length);
+
+    const SourceReader& reader_;
+    std::int64_t lentPosition_ = 0;
+    std::span<const std::uint8_t> lent_;
+    std::int64_t bufferPosition_ = 0;
+    std::vector<std::uint8_t> buffer_;
+};
+
+}  // namespace worker

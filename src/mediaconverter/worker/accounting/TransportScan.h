@@ -1,0 +1,48 @@
+#pragma once
+
+#include "mediaconverter/worker/accounting/Scan.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+
+namespace worker {
+
+/// MPEG-TS (ISO/IEC 13818-1, 2.4): packets of 188 bytes, also with the time stamps or check bytes that make them 192 or
+/// 204. Counts the payload of each stream that a programme names, by its packet identifier.
+class TransportScan final : public Scan {
+public:
+    /// Both must outlive it.
+    TransportScan(SourceView& view, Ledger& ledger) : view_(view), ledger_(ledger) {}
+
+    std::int64_t position() const override { return position_; }
+    void advance(std::int64_t end) override;
+    void finish() override;
+    std::vector<Expectation> expectations(const AVFormatContext& format) const override;
+
+private:
+    struct Stream {
+        int counter = -1;        ///< of the last packet with payload
+        bool isPes = false;      ///< its packets carry a stream, not tables
+        bool isCounted = true;   ///< false once a header could not be read
+        std::int64_t early = 0;  ///< bytes before the first beginning of a packet of the stream
+    };
+
+    bool findStride();
+    void step();
+    void passDamage();
+    std::optional<std::int64_t> findSync(std::int64_t position, int convincing);
+    void readPacket(std::span<const std::uint8_t> packet);
+    void checkCounter(Stream& stream, std::span<const std::uint8_t> packet, bool hasPayload);
+    void addPayload(std::uint32_t identifier, Stream& stream, std::span<const std::uint8_t> payload, bool isStart);
+
+    SourceView& view_;
+    Ledger& ledger_;
+    std::int64_t position_ = 0;
+    std::int64_t stride_ = 0;  ///< from one sync byte to the next; 0 before it is known
+    bool isStartOdd_ = false;
+    std::map<std::uint32_t, Stream> streams_;
+};
+
+}  // namespace worker
