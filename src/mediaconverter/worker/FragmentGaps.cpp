@@ -72,16 +72,18 @@ std::vector<std::uint8_t> contentOf(const SourceReader& reader, const Box& box) 
     return bytes;
 }
 
-/// None for what is not, or no longer, the whole header of a fragment.
-std::optional<FragmentHeader> headerAt(const SourceReader& reader, const Box& box) {
-    if (!box.is("moof") || box.size > mostHeader || box.size > reader.size() - box.start) {
+/// None for what is not, or no longer, the whole header of a fragment. Takes what it reads from `budget`: boxes that
+/// lie in each other would be read again and again.
+std::optional<FragmentHeader> headerAt(const SourceReader& reader, const Box& box, std::int64_t& budget) {
+    if (!box.is("moof") || box.size > mostHeader || box.size > reader.size() - box.start || box.size > budget) {
         return std::nullopt;
     }
+    budget -= box.size;
     return parseFragmentHeader(contentOf(reader, box));
 }
 
 /// Where the next whole fragment starts, from `position` on.
-std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_t position) {
+std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_t position, std::int64_t& budget) {
     std::vector<std::uint8_t> block(searchStep);
     constexpr std::string_view name = "moof";
     while (position + boxHeader <= reader.size()) {
@@ -93,7 +95,7 @@ std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_
             }
             const std::int64_t start = position + (at - block.begin()) - 4;
             const auto box = start >= 0 ? boxAt(reader, start, reader.size()) : std::nullopt;
-            if (box && headerAt(reader, *box)) {
+            if (box && headerAt(reader, *box, budget)) {
                 return start;
             }
             ++at;
@@ -134,9 +136,12 @@ private:
         std::size_t fragment;
         std::uint64_t time;
         std::uint64_t duration;  ///< 0 where it is unknown
+        bool isOneSample;        ///< how long that lasts is the writer's guess, for the next has not come yet
 
         /// By more than half of what it lasts: less is how writers round.
-        bool reachesBeyondTheStartOf(const Part& other) const { return time + duration > other.time + duration / 2; }
+        bool reachesBeyondTheStartOf(const Part& other) const {
+            return isOneSample ? time > other.time : time + duration > other.time + duration / 2;
+        }
     };
 
     static bool fits(const Fragment& fragment, const FragmentHeader& header, const Box& data);
@@ -153,7 +158,8 @@ void Fragments::addHeader(const Box& box, FragmentHeader header) {
     for (const TrackFragment& track : header.tracks) {
         isOdd = isOdd || (!tracks_.empty() && !tracks_.contains(track.track));
         if (track.decodeTime) {
-            parts_[track.track].push_back({fragments_.size(), *track.decodeTime, track.duration.value_or(0)});
+            parts_[track.track].push_back(
+                {fragments_.size(), *track.decodeTime, track.duration.value_or(0), track.samples <= 1});
         }
     }
     fragments_.push_back({box.start, box.start + box.size, isOdd});
@@ -221,9 +227,11 @@ std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader) {
     std::vector<FragmentGap> gaps;
     Fragments fragments;
     bool isFragmented = false;
+    // Healthy headers take a small part of the file.
+    std::int64_t budget = 2 * reader.size() + 2 * mostHeader;
     for (std::int64_t position = 0; position < reader.size() && gaps.size() < mostGaps;) {
         const auto box = boxAt(reader, position, reader.size());
-        auto header = box ? headerAt(reader, *box) : std::nullopt;
+        auto header = box ? headerAt(reader, *box, budget) : std::nullopt;
         if (box && box->isOneOf(topLevel) && (!box->is("moof") || header)) {
             if (header) {
                 isFragmented = true;
@@ -237,7 +245,7 @@ std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader) {
             position += box->size;
             continue;
         }
-        const auto next = nextFragment(reader, position + 4);
+        const auto next = nextFragment(reader, position + 4, budget);
         if (position == 0 || (!next && !isFragmented)) {
             break;
         }

@@ -143,6 +143,7 @@ private:
         const std::uint32_t flags = flagsOf(box);
         Fields fields(box);
         const std::uint64_t count = fields.next(4);
+        track_.samples += count;
         if ((flags & 0x1U) != 0) {
             header_.runs.push_back({fields.next(4), header_.dataSize.value_or(0)});
         }

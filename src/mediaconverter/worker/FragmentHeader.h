@@ -14,6 +14,7 @@ struct TrackFragment {
     std::optional<std::uint64_t> base;        ///< byte of the file from which its data is counted, where it is said
     std::optional<std::uint64_t> decodeTime;  ///< of the first sample, in the track's time scale
     std::optional<std::uint64_t> duration;    ///< of all samples; unknown where a default of the file counts
+    std::uint64_t samples = 0;
 };
 
 /// Samples whose data lies together.

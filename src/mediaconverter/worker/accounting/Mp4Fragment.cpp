@@ -3,12 +3,16 @@
 #include "mediaconverter/worker/accounting/Mp4Samples.h"
 
 #include <algorithm>
+#include <array>
 
 namespace worker {
 
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
+
+constexpr std::array<std::uint32_t, 6> inFragment = {boxType("mfhd"), boxType("traf"), boxType("pssh"),
+                                                     boxType("uuid"), boxType("free"), boxType("meta")};
 
 /// Numbers of a full box one after the other, and whether all were there.
 class Fields {
@@ -127,6 +131,7 @@ bool visitMp4Fragment(Bytes moof, std::int64_t start, const std::vector<Mp4Track
         if (!box) {
             return false;
         }
+        isFine = isFine && std::find(inFragment.begin(), inFragment.end(), box->type) != inFragment.end();
         if (box->type == boxType("traf")) {
             isFine = walk.readTrack(box->content) && isFine;
         }
