@@ -113,7 +113,8 @@ Corrections ChunkedAudioScan::corrections() {
     const std::int64_t end = data->size < 0 ? view_.size() : data->content + data->size;
     if (end >= view_.size()) {
         setAudio(start, view_.size());
-        return {};
+        // The library does not know sizes that say nothing in Wave64.
+        return {data->size < 0 && layout_.countsHeader ? stretch(*data) : std::vector<Patch>(), std::nullopt};
     }
     const std::int64_t next = nextAfter(*data);
     if (isBeginning(next) || isBeginning(end)) {
