@@ -62,7 +62,9 @@ struct Ending {
 Ending convertWith(const std::string& how, const std::vector<std::string>& before = {}) {
     const HostileApplication application(how);
     const auto start = steady_clock::now();
-    std::vector<std::string> command = {"env", "SECRET=of the user", "LD_HARMLESS=for the loader"};
+    // Longer than any of them may take; what hangs is to fail and not to stay.
+    std::vector<std::string> command = {"timeout", "--kill-after=1",     "100",
+                                        "env",     "SECRET=of the user", "LD_HARMLESS=for the loader"};
     command.insert(command.end(), before.begin(), before.end());
     command.insert(command.end(), {"sh", "-c", "exec \"$@\" 2>&1", "sh", convertOne(), application.library(),
                                    application.source(), application.destination()});
