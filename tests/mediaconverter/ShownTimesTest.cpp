@@ -1,7 +1,9 @@
 #include "mediaconverter/ShownTimes.h"
 #include "mediaconverter/FaultTest.h"
 
+#include <cstdlib>
 #include <filesystem>
+#include <utility>
 
 // What a player shows of the MP4 is what it shows of the recording: when each track begins and ends, how many pictures,
 // and how far the tracks are apart, whatever the container, the codec and the times that the recording starts with.
@@ -173,8 +175,8 @@ TEST_P(SilenceTest, TracksStayInStepToTheEnd) {
 }
 
 const std::vector<Kind> broadcasts = {
-    {"Ts", "ts", {"-c:v", "libx264", "-preset", "ultrafast"}, {"-c:a", "libmp3lame"}, true},
-    {"Ps", "mpg", {"-c:v", "mpeg2video", "-r", "25"}, {"-c:a", "libmp3lame"}, true},
+    {"Ts", "ts", {"-c:v", "libx264", "-preset", "ultrafast"}, {"-c:a", "mp2"}, true},
+    {"Ps", "mpg", {"-c:v", "mpeg2video", "-r", "25"}, {"-c:a", "mp2"}, true},
     {"Ogg", "ogg", {"-c:v", "libtheora"}, {"-c:a", "libvorbis"}, false},
 };
 
@@ -203,5 +205,76 @@ TEST_F(ShownTimesTest, AClockThatAllTracksSeeLeapingIsNoPause) {
     EXPECT_NEAR(shown[1].end, 8, 0.3);
     EXPECT_EQ(shown[0].packets, 200);
 }
+
+/// A container that has no presentation times, and pictures that are decoded in another order than they are shown.
+struct Untimed {
+    const char* name;
+    const char* extension;
+    Words codecs;
+    double first;  ///< when the first picture is shown, against the first audio, in seconds
+};
+
+std::ostream& operator<<(std::ostream& out, const Untimed& kind) {
+    return out << kind.name;
+}
+
+class UntimedTest : public ShownTimesTest, public testing::WithParamInterface<Untimed> {
+protected:
+    /// The pictures in the order in which they are shown, each with the second at which it is.
+    static std::vector<std::pair<double, std::string>> picturesOf(const std::string& path) {
+        std::vector<std::pair<double, std::string>> pictures;
+        for (const std::string& line :
+             linesOf(outputOf({"ffmpeg", "-v", "error", "-i", path, "-map", "0:v:0", "-fps_mode", "passthrough",
+                               "-copyts", "-enc_time_base", "1:1000", "-f", "framemd5", "-"}))) {
+            if (line.starts_with('#')) {
+                continue;
+            }
+            const auto time = line.find(',', line.find(',') + 1) + 1;
+            pictures.emplace_back(std::atof(line.c_str() + time) / 1000, line.substr(line.rfind(',') + 1));
+        }
+        return pictures;
+    }
+};
+
+TEST_P(UntimedTest, EachPictureIsShownInItsOrderAtItsTime) {
+    Words words = {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=3",
+                   "-f", "lavfi", "-i", "sine=sample_rate=48000:duration=3"};
+    words.insert(words.end(), GetParam().codecs.begin(), GetParam().codecs.end());
+    words.push_back(std::string("untimed.") + GetParam().extension);
+    const std::string source = ffmpeg(words);
+    expectSuccess(source);
+    const auto before = picturesOf(source);
+    const auto after = picturesOf(destination());
+    ASSERT_EQ(after.size(), 75U);
+    ASSERT_GE(before.size(), 73U) << "the ffmpeg program may lose the last ones";
+    for (std::size_t index = 0; index < before.size(); ++index) {
+        EXPECT_EQ(after[index].second, before[index].second) << index;
+    }
+    for (std::size_t index = 0; index < after.size(); ++index) {
+        EXPECT_NEAR(after[index].first - after[0].first, 0.040 * static_cast<double>(index), 0.002) << index;
+    }
+    const auto shown = shownOf(destination());
+    EXPECT_NEAR(shown.at(0).first - (shown.size() > 1 ? shown[1].first : 0), GetParam().first, 0.030);
+}
+
+const Words x264 = {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "3", "-b-pyramid", "normal", "-g", "30"};
+
+Words plus(Words words, const Words& more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
+const std::vector<Untimed> untimed = {
+    {"H264InAvi", "avi", plus(x264, {"-c:a", "libmp3lame"}), 0},
+    {"Mpeg4InAvi", "avi", {"-c:v", "mpeg4", "-bf", "2", "-c:a", "libmp3lame"}, 0},
+    {"Mpeg2InAvi", "avi", {"-c:v", "mpeg2video", "-bf", "2", "-c:a", "mp2"}, 0},
+    {"H264InAsf", "asf", plus(x264, {"-c:a", "aac"}), 0},
+    {"RawH264", "h264", plus(x264, {"-an"}), 0},
+    {"RawHevc", "hevc", {"-an", "-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=0:bframes=3"}, 0},
+    {"Mpeg2InPs", "mpg", {"-c:v", "mpeg2video", "-bf", "2", "-c:a", "mp2"}, 0},
+};
+
+INSTANTIATE_TEST_SUITE_P(Containers, UntimedTest, testing::ValuesIn(untimed),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

@@ -38,6 +38,13 @@ std::size_t enoughOf(const AVStream& stream) {
 }  // namespace
 
 Beginning::Beginning(Recording& recording) : recording_(recording) {
+    const AVFormatContext& format = recording_.format();
+    for (unsigned index = 0; index < format.nb_streams; ++index) {
+        const AVStream& stream = *format.streams[index];
+        if (!recording_.givesPresentationTimes() && isShown(stream) && PictureOrder::isPossible(stream)) {
+            orders_.try_emplace(stream.index, stream, recording_.timesOfPictures());
+        }
+    }
     readAhead();
     findTime();
 }
@@ -52,15 +59,49 @@ void Beginning::readAhead() {
     const auto isMissing = [](std::size_t count) { return count > 0; };
     while (packets_.size() < mostPackets && bytes < mostBytes &&
            std::any_of(missing.begin(), missing.end(), isMissing)) {
-        PacketPointer packet = newPacket();
-        if (!recording_.read(*packet)) {
+        const std::size_t have = packets_.size();
+        if (!readOn()) {
             return;
         }
-        bytes += packet->size;
-        const auto index = static_cast<std::size_t>(packet->stream_index);
-        if (index < missing.size() && missing[index] > 0) {
-            --missing[index];
+        for (std::size_t added = have; added < packets_.size(); ++added) {
+            bytes += packets_[added]->size;
+            const auto index = static_cast<std::size_t>(packets_[added]->stream_index);
+            if (index < missing.size() && missing[index] > 0) {
+                --missing[index];
+            }
         }
+    }
+}
+
+bool Beginning::readOn() {
+    if (isAtEnd_) {
+        return false;
+    }
+    PacketPointer packet = newPacket();
+    if (recording_.read(*packet)) {
+        put(std::move(packet));
+        return true;
+    }
+    isAtEnd_ = true;
+    for (auto& [index, order] : orders_) {
+        order.finish();
+        takeFrom(order);
+    }
+    return !packets_.empty();
+}
+
+void Beginning::put(PacketPointer packet) {
+    const auto found = orders_.find(packet->stream_index);
+    if (found == orders_.end()) {
+        packets_.push_back(std::move(packet));
+        return;
+    }
+    found->second.put(std::move(packet));
+    takeFrom(found->second);
+}
+
+void Beginning::takeFrom(PictureOrder& order) {
+    while (PacketPointer packet = order.take()) {
         packets_.push_back(std::move(packet));
     }
 }
@@ -90,8 +131,13 @@ void Beginning::findTime() {
 }
 
 bool Beginning::read(AVPacket& packet) {
-    if (packets_.empty()) {
+    if (packets_.empty() && orders_.empty()) {
         return recording_.read(packet);
+    }
+    while (packets_.empty()) {
+        if (!readOn()) {
+            return false;
+        }
     }
     av_packet_move_ref(&packet, packets_.front().get());
     packets_.pop_front();

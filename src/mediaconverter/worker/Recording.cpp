@@ -31,8 +31,12 @@ constexpr const char* refusedFormats =
     "hls,applehttp,dash,concat,ffmetadata,image2,image2pipe,imf,webm_dash_manifest,sdp,rtsp,lavfi,srt,ass,webvtt,"
     "subviewer,subviewer1,microdvd,mpl2,mpsub,jacosub,sami,realtext,pjs,vplayer,stl,tedcaptions,tty,lrc,aqtitle,scc";
 
-/// Formats that give every packet its presentation time. Making the times up costs where there is nothing to make up.
-constexpr const char* timedFormats = "matroska,webm,mov,mp4,flv,mpegts,ogg,wav";
+/// Formats that give every packet its presentation time.
+constexpr const char* timedFormats = "matroska,webm,mov,mp4,flv,mpegts,ogg,wav,nut";
+
+/// Formats that have one place per picture and fill it with the picture that is decoded there; the first place is that
+/// of the first picture shown.
+constexpr const char* orderedFormats = "avi,h264,hevc,m4v,mpegvideo";
 
 /// A chance likeness scores lower than this.
 constexpr int leastScore = AVPROBE_SCORE_RETRY;
@@ -120,9 +124,6 @@ void Recording::open() {
     AVFormatContext* context = present(avformat_alloc_context());
     context->pb = bytes;
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
-    if (!isListed(*found, timedFormats)) {
-        context->flags |= AVFMT_FLAG_GENPTS;
-    }
     context->io_open = refuseToOpen;
     context->probesize = probeBytes;
     context->max_analyze_duration = std::int64_t{mostAnalyzedSeconds} * AV_TIME_BASE;
@@ -278,6 +279,15 @@ void Recording::correctHeader(const Corrections& corrections) {
 void Recording::readAgain() {
     avio_flush(reader_.context());
     avio_seek(reader_.context(), 0, SEEK_SET);
+}
+
+bool Recording::givesPresentationTimes() const {
+    return isListed(*format_->iformat, timedFormats);
+}
+
+PictureOrder::Times Recording::timesOfPictures() const {
+    return isListed(*format_->iformat, orderedFormats) ? PictureOrder::Times::ofShowing
+                                                       : PictureOrder::Times::ofDecoding;
 }
 
 double Recording::fractionRead() const {

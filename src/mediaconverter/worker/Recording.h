@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/PictureOrder.h"
 #include "mediaconverter/worker/SourceReader.h"
 #include "mediaconverter/worker/accounting/Accounting.h"
 #include "mediaconverter/worker/accounting/CutPackets.h"
@@ -27,6 +28,12 @@ public:
 
     /// The next packet; false at the end of the recording. An end that comes from an error throws.
     bool read(AVPacket& packet);
+
+    /// False where packets, or some of them, come without the time at which they are shown.
+    bool givesPresentationTimes() const;
+
+    /// What the time of a picture means in such a format.
+    PictureOrder::Times timesOfPictures() const;
 
     /// How much of the recording has been read, 0 to 1.
     double fractionRead() const;

@@ -22,6 +22,13 @@ constexpr std::int64_t mostFrame = 50'000;
 /// Of the audio encoder, at the lowest rate that conferences use; in microseconds.
 constexpr std::int64_t encodersFrame = 1024 * std::int64_t{AV_TIME_BASE} / 16'000;
 
+void sort(ShownTimes& times) {
+    // Hours of audio are in order already.
+    if (!std::is_sorted(times.starts.begin(), times.starts.end())) {
+        std::sort(times.starts.begin(), times.starts.end());
+    }
+}
+
 std::int64_t frameOf(const ShownTimes& times, std::int64_t longest) {
     const auto count = static_cast<std::int64_t>(times.starts.size());
     const std::int64_t average = count > 1 ? (times.starts.back() - times.starts.front()) / (count - 1) : mostFrame;
@@ -52,8 +59,8 @@ std::string describe(const ShownTimes& times) {
 
 std::string findShownDifference(const SourceTimes& source, ShownTimes found, Likeness likeness) {
     ShownTimes wanted = source.shown();
-    std::sort(wanted.starts.begin(), wanted.starts.end());
-    std::sort(found.starts.begin(), found.starts.end());
+    sort(wanted);
+    sort(found);
     const std::string both = "it shows " + describe(found) + ", the recording " + describe(wanted);
     if (wanted.starts.empty() || found.starts.empty()) {
         return wanted.starts.empty() == found.starts.empty() ? "" : both;
