@@ -277,4 +277,32 @@ const std::vector<Untimed> untimed = {
 INSTANTIATE_TEST_SUITE_P(Containers, UntimedTest, testing::ValuesIn(untimed),
                          [](const auto& test) { return std::string(test.param.name); });
 
+/// 2^31 ticks of a clock of 48 kHz are 12.4 hours, of 90 kHz 6.6.
+class LongPauseTest : public ShownTimesTest, public testing::WithParamInterface<std::tuple<Kind, const char*>> {};
+
+TEST_P(LongPauseTest, StaysAsLongAsItWas) {
+    const auto& [kind, hours] = GetParam();
+    const std::string base = record(kind, {"", "0", "0", "0"});
+    const auto later = [&](const char* count) {
+        return std::string("setts=ts=TS+gte(N\\,") + count + ")*3600*" + hours + "/TB";
+    };
+    const std::string source = ffmpeg({"-i", base, "-c", "copy", "-bsf:v", later("20"), "-bsf:a", later("40"),
+                                       std::string("paused.") + kind.extension});
+    expectShownAsRecorded(source, kind.isCopied);
+    EXPECT_GT(shownOf(destination()).at(1).end, std::atof(hours) * 3600);
+}
+
+const std::vector<Kind> pausing = {
+    {"Aac", "mkv", baseline, aac, true},
+    {"Pcm", "mkv", baseline, {"-c:a", "pcm_s16le"}, false},
+    {"Opus", "mkv", baseline, {"-c:a", "libopus"}, true},
+    {"FastClock", "nut", plus(baseline, {"-video_track_timescale", "90000"}), {"-c:a", "flac"}, true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Hours, LongPauseTest,
+                         testing::Combine(testing::ValuesIn(pausing), testing::Values("13", "30")),
+                         [](const auto& test) {
+                             return std::string(std::get<0>(test.param).name) + std::get<1>(test.param);
+                         });
+
 }  // namespace

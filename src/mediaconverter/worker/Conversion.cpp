@@ -85,7 +85,7 @@ void Conversion::makeMp4() {
     addTracks();
     copyMetadata(recording_.format(), writer_.format());
     copyChapters(recording_.format(), writer_.format(), timeline_.origin());
-    writer_.start(onlyCopies_);
+    writer_.start(onlyCopies_, known_.hasLongPauses ? Mp4Writer::Clocks::milliseconds : Mp4Writer::Clocks::exact);
     convert();
     writer_.finish();
     prove(output_);

@@ -23,8 +23,8 @@ public:
     /// `known` must outlive it.
     Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known);
 
-    /// Throws LateStream, ChangedStream, EarlierStart, UnstorableStream, LearnedForms or MissedPackets when it has to be
-    /// begun again, knowing more.
+    /// Throws LateStream, ChangedStream, EarlierStart, LongPause, UnstorableStream, LearnedForms or MissedPackets when it
+    /// has to be begun again, knowing more.
     void run();
 
 private:

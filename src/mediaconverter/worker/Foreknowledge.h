@@ -22,6 +22,7 @@ struct Foreknowledge {
     std::set<int> unstorableStreams;    ///< copies of them were refused or disproved
     std::map<int, TrackForm> forms;     ///< of re-encoded streams that outgrew what their headers say
     bool formsAreFinal = false;         ///< they outgrew these again; what is larger is made smaller
+    bool hasLongPauses = false;         ///< longer than the exact clocks of an MP4 can count
     bool copiesNothing = false;         ///< so many were that no other copy is tried
     std::optional<std::int64_t> start;  ///< earlier than the first packets say; microseconds
     bool startIsFinal = false;          ///< whatever else turns out to be earlier

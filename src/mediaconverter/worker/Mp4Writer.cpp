@@ -4,6 +4,7 @@
 #include "mediaconverter/worker/TrialMuxer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace worker {
 
@@ -54,13 +55,36 @@ AVStream& Mp4Writer::addTrack() {
     return track;
 }
 
-void Mp4Writer::start(bool keepOrder) {
+void Mp4Writer::start(bool keepOrder, Clocks clocks) {
     keepOrder_ = keepOrder;
-    if (const int written = avformat_write_header(format_.get(), nullptr); written < 0) {
+    clocks_ = clocks;
+    if (const int written = writeHeader(); written < 0) {
         blameTrack(written);
     }
     queue_.start(*format_);
     file_.headerWritten();
+}
+
+int Mp4Writer::writeHeader() {
+    if (clocks_ == Clocks::exact) {
+        return avformat_write_header(format_.get(), nullptr);
+    }
+    constexpr int milliseconds = 1000;
+    // The muxer takes the clock of an audio track from its sample rate, which it does not look at again until it writes
+    // the index.
+    std::vector<int> rates;
+    for (unsigned track = 0; track < format_->nb_streams; ++track) {
+        AVCodecParameters& parameters = *format_->streams[track]->codecpar;
+        rates.push_back(std::exchange(parameters.sample_rate, parameters.sample_rate > 0 ? milliseconds : 0));
+    }
+    AVDictionary* options = nullptr;
+    av_dict_set_int(&options, "video_track_timescale", milliseconds, 0);
+    const int written = avformat_write_header(format_.get(), &options);
+    av_dict_free(&options);
+    for (unsigned track = 0; track < format_->nb_streams; ++track) {
+        format_->streams[track]->codecpar->sample_rate = rates[track];
+    }
+    return written;
 }
 
 void Mp4Writer::write(AVPacket& packet) {
@@ -164,6 +188,9 @@ void Mp4Writer::repairTimes(AVPacket& packet, LastTime& last) const {
     }
     if (last.decoding != AV_NOPTS_VALUE) {
         packet.dts = std::max(packet.dts, last.decoding + 1);
+    }
+    if (clocks_ == Clocks::exact && last.decoding != AV_NOPTS_VALUE && packet.dts - last.decoding > INT32_MAX) {
+        throw LongPause{};
     }
     if (packet.pts == AV_NOPTS_VALUE || packet.pts < packet.dts) {
         packet.pts = packet.dts;

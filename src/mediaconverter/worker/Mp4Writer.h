@@ -20,6 +20,10 @@ struct TrackTally {
     std::int64_t end = 0;                     ///< at which the last one has been shown
 };
 
+/// Thrown when a track pauses for longer than one sample of an MP4 can last at the track's clock (2^31 ticks, 12 hours
+/// of audio at 48 kHz). Clocks of milliseconds count 24 days.
+struct LongPause {};
+
 /// The muxer. Packets arrive with the times of their track in its time base and leave with times that an MP4 can
 /// hold. Throws Failure, and TrackFailure where the muxer refuses one track's header or many of its packets.
 class Mp4Writer {
@@ -31,8 +35,14 @@ public:
     /// A new track, to be described before start().
     AVStream& addTrack();
 
+    /// The clocks of the tracks.
+    enum class Clocks {
+        exact,        ///< those of their streams; the writer throws LongPause where they can't count a pause
+        milliseconds  ///< for recordings with such pauses
+    };
+
     /// Writes the header. `keepOrder` tells that packets come interleaved, as the source has them.
-    void start(bool keepOrder);
+    void start(bool keepOrder, Clocks clocks = Clocks::exact);
 
     /// Takes the packet's content and leaves it blank. One that is too damaged to be stored is passed over.
     void write(AVPacket& packet);
@@ -54,6 +64,7 @@ private:
         std::int64_t decoding = AV_NOPTS_VALUE;
     };
 
+    int writeHeader();
     void repairTimes(AVPacket& packet, LastTime& last) const;
     bool isOutOfOrder(const AVPacket& packet);
     void storeQueued(bool all);
@@ -70,6 +81,7 @@ private:
     std::vector<std::int64_t> refusals_;       ///< per track
     std::vector<PacketPointer> firstPackets_;  ///< per track
     bool keepOrder_ = false;
+    Clocks clocks_ = Clocks::exact;
     std::int64_t furthest_ = INT64_MIN;
     std::int64_t refused_ = 0;
 };

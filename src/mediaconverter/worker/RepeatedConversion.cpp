@@ -37,6 +37,8 @@ public:
         known_.copiesNothing = known_.unstorableStreams.size() >= mostUnstorableStreams;
     }
 
+    void learn(const LongPause&) { known_.hasLongPauses = true; }
+
     void learn(const EarlierStart& earlier) {
         known_.start = earlier.time;
         known_.startIsFinal = ++earlierStarts_ == mostEarlierStarts;
@@ -86,6 +88,8 @@ void convertRecording(int source, int output, Reporter& reporter) {
         } catch (const ChangedStream& lesson) {
             lessons.learn(lesson);
         } catch (const UnstorableStream& lesson) {
+            lessons.learn(lesson);
+        } catch (const LongPause& lesson) {
             lessons.learn(lesson);
         } catch (const EarlierStart& lesson) {
             lessons.learn(lesson);
