@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <sstream>
 
@@ -106,6 +107,26 @@ void expectSameShown(const std::string& source, const std::string& result, bool 
         if (copied || !before[index].isAudio) {
             EXPECT_EQ(after[index].packets, before[index].packets) << "stream " << index;
         }
+    }
+}
+
+std::string ShownTimesTest::record(const Kind& kind, const Start& start) {
+    const std::string name = std::string("recording.") + kind.extension;
+    Words words = {"-f",   "lavfi", "-itsoffset", start.video, "-i", "testsrc2=size=64x48:rate=25:duration=2",
+                   "-f",   "lavfi", "-itsoffset", start.audio, "-i", "sine=frequency=440:sample_rate=48000:duration=2",
+                   "-map", "0:v",   "-map",       "1:a"};
+    words.insert(words.end(), kind.video.begin(), kind.video.end());
+    words.insert(words.end(), kind.audio.begin(), kind.audio.end());
+    words.insert(words.end(), {"-fps_mode", "passthrough", "-output_ts_offset", start.offset, name});
+    return ffmpeg(words);
+}
+
+void ShownTimesTest::expectShownAsRecorded(const std::string& source, bool copied) {
+    std::filesystem::remove(destination());
+    const std::string log = expectSuccess(source);
+    expectSameShown(source, destination(), copied);
+    if (HasFailure()) {
+        ADD_FAILURE() << log;
     }
 }
 

@@ -1,5 +1,4 @@
 #include "mediaconverter/ShownTimes.h"
-#include "mediaconverter/FaultTest.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -13,59 +12,9 @@ namespace {
 using namespace mediatest;
 namespace fs = std::filesystem;
 
-struct Kind {
-    const char* name;
-    const char* extension;
-    Words video;
-    Words audio;
-    bool isCopied;
-};
-
-struct Start {
-    const char* name;
-    const char* video;   ///< seconds before its first picture
-    const char* audio;   ///< as above
-    const char* offset;  ///< of all times
-};
-
-std::ostream& operator<<(std::ostream& out, const Kind& kind) {
-    return out << kind.name;
-}
-
-std::ostream& operator<<(std::ostream& out, const Start& start) {
-    return out << start.name;
-}
-
 const Words baseline = {"-c:v", "libx264", "-preset", "ultrafast", "-profile:v", "baseline", "-g", "10"};
 const Words reordered = {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-g", "20"};
 const Words aac = {"-c:a", "aac"};
-
-class ShownTimesTest : public FaultTest {
-protected:
-    /// Pictures and a tone for `seconds`, each after its delay.
-    std::string record(const Kind& kind, const Start& start, const std::string& seconds = "2") {
-        const std::string name = std::string("recording.") + kind.extension;
-        Words words = {"-f",        "lavfi", "-itsoffset",
-                       start.video, "-i",    "testsrc2=size=64x48:rate=25:duration=" + seconds,
-                       "-f",        "lavfi", "-itsoffset",
-                       start.audio, "-i",    "sine=frequency=440:sample_rate=48000:duration=" + seconds,
-                       "-map",      "0:v",   "-map",
-                       "1:a"};
-        words.insert(words.end(), kind.video.begin(), kind.video.end());
-        words.insert(words.end(), kind.audio.begin(), kind.audio.end());
-        words.insert(words.end(), {"-fps_mode", "passthrough", "-output_ts_offset", start.offset, name});
-        return ffmpeg(words);
-    }
-
-    void expectShownAsRecorded(const std::string& source, bool copied) {
-        fs::remove(destination());
-        const std::string log = expectSuccess(source);
-        expectSameShown(source, destination(), copied);
-        if (HasFailure()) {
-            ADD_FAILURE() << log;
-        }
-    }
-};
 
 class StartTest : public ShownTimesTest, public testing::WithParamInterface<std::tuple<Kind, Start>> {};
 
@@ -294,7 +243,6 @@ TEST_P(LongPauseTest, StaysAsLongAsItWas) {
 
 const std::vector<Kind> pausing = {
     {"Aac", "mkv", baseline, aac, true},
-    {"Pcm", "mkv", baseline, {"-c:a", "pcm_s16le"}, false},
     {"Opus", "mkv", baseline, {"-c:a", "libopus"}, true},
     {"FastClock", "nut", plus(baseline, {"-video_track_timescale", "90000"}), {"-c:a", "flac"}, true},
 };

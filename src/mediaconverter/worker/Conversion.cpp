@@ -244,10 +244,7 @@ void Conversion::take(AVPacket& packet) {
 
 void Conversion::requireNoEarlierStart(const Track& track) const {
     const std::int64_t earliest = track.sourceTimes().earliest();
-    const AVStream& stream = track.source();
-    const bool isShown =
-        stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-    if (isShown && earliest < -leastEarlier && !known_.startIsFinal) {
+    if (isContent(track.source()) && earliest < -leastEarlier && !known_.startIsFinal) {
         throw EarlierStart{timeline_.origin() + earliest};
     }
 }
@@ -288,11 +285,8 @@ void Conversion::requireContent() {
     bool hasContent = false;
     for (std::size_t index = 0; index < tracks_.size(); ++index) {
         const AVStream& written = *writer_.format().streams[index];
-        const AVMediaType type = written.codecpar->codec_type;
-        const bool isContent = (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
-                               (written.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
         const bool isEmpty = writer_.tallies()[index].packets == 0;
-        hasContent = hasContent || (isContent && !isEmpty);
+        hasContent = hasContent || (isContent(written) && !isEmpty);
         if (isEmpty) {
             reporter_.note(describe(tracks_[index]->source()) + " holds nothing");
         }
