@@ -244,7 +244,6 @@ TEST_P(LongPauseTest, StaysAsLongAsItWas) {
 const std::vector<Kind> pausing = {
     {"Aac", "mkv", baseline, aac, true},
     {"Opus", "mkv", baseline, {"-c:a", "libopus"}, true},
-    {"FastClock", "nut", plus(baseline, {"-video_track_timescale", "90000"}), {"-c:a", "flac"}, true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Hours, LongPauseTest,

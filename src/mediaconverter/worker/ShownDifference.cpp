@@ -19,8 +19,8 @@ constexpr std::int64_t leastFrame = 10'000;
 /// A picture may stay for minutes; being that late would still be seen.
 constexpr std::int64_t mostFrame = 50'000;
 
-/// Of the audio encoder, at the lowest rate that conferences use; in microseconds.
-constexpr std::int64_t encodersFrame = 1024 * std::int64_t{AV_TIME_BASE} / 16'000;
+/// Smaller gaps are not filled when audio is re-encoded; in microseconds.
+constexpr std::int64_t mostUnfilled = 100'000;
 
 void sort(ShownTimes& times) {
     // Hours of audio are in order already.
@@ -66,7 +66,7 @@ std::string findShownDifference(const SourceTimes& source, ShownTimes found, Lik
         return wanted.starts.empty() == found.starts.empty() ? "" : both;
     }
     const std::int64_t frame =
-        frameOf(wanted, source.longest()) + (likeness == Likeness::otherFrames ? encodersFrame : 0);
+        frameOf(wanted, source.longest()) + (likeness == Likeness::otherFrames ? mostUnfilled : 0);
     // A last packet of unknown length ends where it starts; how long it is shown is then the writer's choice.
     const bool isEndKnown = wanted.end > wanted.starts.back();
     if (isApart(wanted.starts.front(), found.starts.front(), frame) ||

@@ -11,7 +11,8 @@ namespace worker {
 enum class Likeness {
     sameNumber,  ///< one for one: first time, end, number and each time are compared
     fewer,       ///< some were joined: first time and end are compared
-    otherFrames  ///< audio was cut into other frames: as above, with the room of one frame more
+    otherFrames  ///< audio was cut into other frames: as above, with a tenth of a second more, which re-encoding does
+                 ///< not fill
 };
 
 /// Compares what a player shows of a finished track with what the recording says. Empty where they agree within one
