@@ -33,7 +33,7 @@ const std::vector<Container> healthy = {
     {"Mp4Mpeg4Mp3", "mp4", {"-c:v", "mpeg4", "-c:a", "libmp3lame"}},
     {"FragmentedMp4", "mp4", fragmented},
     {"FragmentedMp4OfDefaultBases", "mp4", plus(h264Aac, {"-movflags", "frag_keyframe+empty_moov+default_base_moof"})},
-    {"FragmentedMp4AFrameEach", "mp4", plus(h264Aac, {"-movflags", "frag_every_frame+empty_moov+separate_moof"})},
+    {"FragmentedMp4APictureEach", "mp4", plus(h264Aac, {"-an", "-movflags", "frag_every_frame+empty_moov"})},
     {"FragmentedMp4Dash", "mp4", plus(h264Aac, {"-movflags", "dash+frag_keyframe+empty_moov+global_sidx"})},
     {"FragmentedMp4OfDelayedIndex", "mp4", plus(h264Aac, {"-movflags", "delay_moov+frag_keyframe"})},
     {"Mov", "mov", h264Aac},
