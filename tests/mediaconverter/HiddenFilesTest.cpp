@@ -51,7 +51,7 @@ protected:
 
     /// Takes a while: raw video that is encoded.
     std::string slowSource() {
-        return put("slow.nut", contentOf(samples::make("nut", {"-an", "-c:v", "rawvideo"}, 8)));
+        return put("slow.mkv", contentOf(samples::make("mkv", {"-an", "-c:v", "rawvideo", "-pix_fmt", "yuv420p"}, 8)));
     }
 
     std::string source_;
@@ -64,7 +64,7 @@ TEST_P(DestinationTest, AFileThatAppearsWhileConvertingStays) {
     put("out.mp4", "somebody's");
     process.wait();
     EXPECT_EQ(contentOf(destination()), "somebody's");
-    EXPECT_EQ(folder_.names(), (std::vector<std::string>{"a.mkv", "out.mp4", "slow.nut"}));
+    EXPECT_EQ(folder_.names(), (std::vector<std::string>{"a.mkv", "out.mp4", "slow.mkv"}));
 }
 
 TEST_P(DestinationTest, AnotherConversionInTheFolderLeavesTheFirstAlone) {
@@ -74,7 +74,7 @@ TEST_P(DestinationTest, AnotherConversionInTheFolderLeavesTheFirstAlone) {
     EXPECT_TRUE(convertInProcess(source_, destination(), environment()).saidHundred());
     EXPECT_FALSE(fs::exists(folder_.file("slow.mp4"))) << "the first was to be at work still";
     first.wait();
-    EXPECT_EQ(folder_.names(), (std::vector<std::string>{"a.mkv", "out.mp4", "slow.mp4", "slow.nut"}));
+    EXPECT_EQ(folder_.names(), (std::vector<std::string>{"a.mkv", "out.mp4", "slow.mkv", "slow.mp4"}));
 }
 
 TEST_P(DestinationTest, OfTwoConvertersWithOneDestinationOneHasIt) {
@@ -83,7 +83,7 @@ TEST_P(DestinationTest, OfTwoConvertersWithOneDestinationOneHasIt) {
     Process second(command(slow, destination()));
     first.wait();
     second.wait();
-    EXPECT_EQ(folder_.names(), (std::vector<std::string>{"a.mkv", "out.mp4", "slow.nut"}));
+    EXPECT_EQ(folder_.names(), (std::vector<std::string>{"a.mkv", "out.mp4", "slow.mkv"}));
     EXPECT_EQ(packetCounts(destination()), packetCounts(slow));
 }
 
