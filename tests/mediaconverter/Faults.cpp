@@ -121,7 +121,7 @@ time_t setBack() {
 bool isWrittenFile(int descriptor) {
     struct stat status = {};
     const int flags = ::fcntl(descriptor, F_GETFL);
-    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY && ::fstat(descriptor, &status) == 0 &&
+    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY && ::syscall(SYS_fstat, descriptor, &status) == 0 &&
            S_ISREG(status.st_mode);
 }
 

@@ -1,5 +1,6 @@
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/Processes.h"
+#include "mediaconverter/WorkerMessage.h"
 #include "mediaconverter/worker/Barriers.h"
 
 #include <fcntl.h>
@@ -15,13 +16,17 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
+#include <system_error>
 #include <thread>
+#include <vector>
 
 // What the worker has given up before it looks at a recording, tried from inside.
 
@@ -74,7 +79,7 @@ TEST(IsolationTest, WhatIsOpenStaysUsableBehindLandlock) {
 /// Each with seccomp alone, so that no other barrier can be what refuses.
 bool isRefusedBySeccomp(const std::function<long()>& attempt) {
     return holdsInside([&](worker::Reporter& reporter) {
-        worker::barriers::closeSystemCalls(reporter);
+        worker::barriers::closeSystemCalls(reporter, 1000);
         return isRefused(attempt());
     });
 }
@@ -86,6 +91,65 @@ TEST(IsolationTest, SeccompRefusesFiles) {
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_open, "/etc/passwd", O_RDONLY); }));
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_unlink, "/nothing"); }));
 #endif
+}
+
+TEST(IsolationTest, SeccompRefusesToLookAtFilesByTheirNames) {
+    struct stat status = {};
+    struct statx more = {};
+    EXPECT_TRUE(isRefusedBySeccomp([&] { return ::syscall(SYS_newfstatat, AT_FDCWD, "/etc/passwd", &status, 0); }));
+    // A filter can't see that the name is not empty.
+    EXPECT_TRUE(
+        isRefusedBySeccomp([&] { return ::syscall(SYS_newfstatat, AT_FDCWD, "/etc/passwd", &status, AT_EMPTY_PATH); }));
+    EXPECT_TRUE(isRefusedBySeccomp(
+        [&] { return ::syscall(SYS_statx, AT_FDCWD, "/etc/passwd", AT_EMPTY_PATH, STATX_ALL, &more); }));
+}
+
+/// Reserves room in an empty file as the worker's output, for a source of 1000 bytes.
+bool isReservingRefused(int mode, std::int64_t offset, std::int64_t length) {
+    const TemporaryFolder folder;
+    writeFile(folder.file("out"), "");
+    return holdsInside([&](worker::Reporter& reporter) {
+        const int file = ::open(folder.file("out").c_str(), O_RDWR);
+        ::dup2(file, mediaconverter::descriptor::output);
+        worker::barriers::closeSystemCalls(reporter, 1000);
+        return isRefused(::fallocate(mediaconverter::descriptor::output, mode, offset, length));
+    });
+}
+
+TEST(IsolationTest, SeccompRefusesToReserveMoreThanTheOutputMayTake) {
+    constexpr std::int64_t limit = std::int64_t{1} << 30U;
+    EXPECT_TRUE(isReservingRefused(FALLOC_FL_KEEP_SIZE, 0, 20 * limit));
+    EXPECT_TRUE(isReservingRefused(FALLOC_FL_KEEP_SIZE, 0, limit + 1));
+    EXPECT_TRUE(isReservingRefused(FALLOC_FL_KEEP_SIZE, 20 * limit, 4096));
+    EXPECT_TRUE(isReservingRefused(0, 0, 4096));
+    EXPECT_TRUE(isReservingRefused(FALLOC_FL_INSERT_RANGE, 0, 2 * limit));
+    EXPECT_FALSE(isReservingRefused(FALLOC_FL_KEEP_SIZE, 0, 4096));
+}
+
+TEST(IsolationTest, ThreadsAreLimited) {
+    EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
+        // The kernel exempts the superuser.
+        constexpr uid_t nobody = 65534;
+        static_cast<void>(::setresuid(nobody, nobody, nobody));
+        worker::barriers::limitThreads(reporter);
+        std::vector<std::thread> threads;
+        std::atomic<bool> ends{false};
+        try {
+            while (threads.size() < 200) {
+                threads.emplace_back([&] {
+                    while (!ends) {
+                        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                    }
+                });
+            }
+        } catch (const std::system_error&) {
+        }
+        ends = true;
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        return threads.size() >= 40 && threads.size() < 64;
+    }));
 }
 
 TEST(IsolationTest, SeccompRefusesTheNetwork) {
@@ -109,7 +173,7 @@ TEST(IsolationTest, SeccompRefusesProcesses) {
 
 TEST(IsolationTest, SeccompLetsThreadsAndMemoryBe) {
     EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
-        worker::barriers::closeSystemCalls(reporter);
+        worker::barriers::closeSystemCalls(reporter, 1000);
         int value = 0;
         std::thread([&] { value = 7; }).join();
         void* const memory = ::mmap(nullptr, 1U << 20U, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

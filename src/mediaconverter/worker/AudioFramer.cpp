@@ -1,13 +1,10 @@
 #include "mediaconverter/worker/AudioFramer.h"
 
-#include "mediaconverter/worker/Failure.h"
-
 extern "C" {
 #include <libavutil/samplefmt.h>
 }
 
 #include <algorithm>
-#include <array>
 
 namespace worker {
 
@@ -15,6 +12,9 @@ namespace {
 
 /// Samples that are taken at once where the encoder takes any number.
 constexpr int usualFrame = 4096;
+
+/// In seconds. A step of times has 31 bits: 54 minutes of the highest rate, 12.4 hours of 48 kHz.
+constexpr std::int64_t longestStep = 1800;
 
 /// A pause shorter than this share of a second is rounding.
 constexpr int shareOfRounding = 10;
@@ -69,14 +69,24 @@ void AudioFramer::pad(std::int64_t samples) {
 
 FramePointer AudioFramer::pop(bool all) {
     if (waiting() == 0 && afterPause_) {
-        const FramePointer next = std::move(afterPause_);
-        start_ = AV_NOPTS_VALUE;
-        push(*next);
+        endPause();
     }
     if (waiting() >= frameLength(encoder_) || (all && waiting() > 0)) {
         return take(static_cast<int>(std::min<std::int64_t>(waiting(), frameLength(encoder_))));
     }
     return nullptr;
+}
+
+void AudioFramer::endPause() {
+    const std::int64_t step = encoder_.sample_rate * longestStep;
+    if (afterPause_->pts - start_ > step) {
+        start_ += step;
+        pad(frameLength(encoder_));
+        return;
+    }
+    const FramePointer next = std::move(afterPause_);
+    start_ = AV_NOPTS_VALUE;
+    push(*next);
 }
 
 FramePointer AudioFramer::take(int samples) {

@@ -12,7 +12,8 @@ extern "C" {
 namespace worker {
 
 /// Cuts audio into frames of the length that an encoder takes, whatever the lengths it comes in. A pause of up to a
-/// minute becomes silence; a longer one stays a step in the times. Throws Failure.
+/// minute becomes silence; a longer one stays a step in the times, with a frame of silence every half hour, since an
+/// MP4 can't count longer steps at every rate. Throws bad_alloc.
 class AudioFramer {
 public:
     /// The longest pause that becomes silence, in seconds. Silence costs the encoder time, hours of it too much.
@@ -34,6 +35,7 @@ private:
 
     std::int64_t waiting() const { return av_audio_fifo_size(fifo_.get()); }
     void pause(AVFrame& next);
+    void endPause();
     void pad(std::int64_t samples);
     FramePointer newAudio(int samples) const;
     FramePointer take(int samples);

@@ -3,6 +3,7 @@
 #include "mediaconverter/WorkerMessage.h"
 
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -23,7 +24,10 @@ namespace {
 /// Address space, libraries included: enough for the largest pictures there are, too little to harm a desktop.
 constexpr rlim_t mostMemory = rlim_t{4} << 30U;
 
-/// Sound and picture encoded anew can take more room than before, but not any room.
+/// The decoders and encoders of all tracks together run fewer.
+constexpr rlim_t mostThreads = 64;
+
+/// Re-encoded audio and video can take more room than before, but not any room.
 constexpr rlim_t mostGrowth = 64;
 constexpr rlim_t leastOutputLimit = rlim_t{1} << 30U;
 
@@ -83,6 +87,19 @@ void bindToParent(int reportDescriptor) {
     }
 }
 
+std::uint64_t outputLimit(std::int64_t sourceSize) {
+    return std::max(leastOutputLimit, static_cast<rlim_t>(std::max<std::int64_t>(sourceSize, 0)) * mostGrowth);
+}
+
+void limitThreads(Reporter& reporter) {
+    // The limit counts all of the user's processes, wherever they come from; in a namespace only those within.
+    if (::unshare(CLONE_NEWUSER) != 0) {
+        reporter.note("threads cannot be limited (user namespaces): " + systemText(errno));
+        return;
+    }
+    limit(reporter, RLIMIT_NPROC, mostThreads, "threads");
+}
+
 void limitResources(Reporter& reporter, std::int64_t sourceSize) {
     // A broken pipe and a file size limit are told by the failing call, which knows what it was doing.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
@@ -91,9 +108,7 @@ void limitResources(Reporter& reporter, std::int64_t sourceSize) {
     [[maybe_unused]] const int priority = ::nice(10);
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioBestEffortLowest);
     limit(reporter, RLIMIT_CORE, 0, "core files");
-    limit(reporter, RLIMIT_FSIZE,
-          std::max(leastOutputLimit, static_cast<rlim_t>(std::max<std::int64_t>(sourceSize, 0)) * mostGrowth),
-          "the file size");
+    limit(reporter, RLIMIT_FSIZE, outputLimit(sourceSize), "the file size");
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which need descriptors and all the address space
     limit(reporter, RLIMIT_NOFILE, mediaconverter::descriptor::report + 1, "open files");
     limit(reporter, RLIMIT_AS, mostMemory, "memory");

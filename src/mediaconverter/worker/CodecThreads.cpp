@@ -28,11 +28,12 @@ double bytesFor(std::int64_t pixels, const CodecThreads& threads) {
 
 }  // namespace
 
-CodecThreads codecThreadsFor(std::int64_t pixels, int processors) {
+CodecThreads codecThreadsFor(std::int64_t pixels, int processors, int tracks) {
+    const int most = std::max(mostThreads / std::max(tracks, 1), 1);
     // What the libraries choose by themselves where memory is no question.
-    CodecThreads threads = {std::clamp(processors > 1 ? processors + 1 : 1, 1, mostThreads),
-                            std::clamp(processors * 3 / 2, 1, mostThreads)};
-    while (bytesFor(pixels, threads) > budget && (threads.decoder > 1 || threads.encoder > 1)) {
+    CodecThreads threads = {std::clamp(processors > 1 ? processors + 1 : 1, 1, most),
+                            std::clamp(processors * 3 / 2, 1, most)};
+    while (bytesFor(pixels, threads) * std::max(tracks, 1) > budget && (threads.decoder > 1 || threads.encoder > 1)) {
         int& larger = threads.decoder > threads.encoder ? threads.decoder : threads.encoder;
         --larger;
     }

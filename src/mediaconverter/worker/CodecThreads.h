@@ -11,7 +11,7 @@ struct CodecThreads {
 };
 
 /// The most that pictures of `pixels` pixels leave room for within the worker's address space, as many as are of use on
-/// `processors` processors, and sixteen at most of each kind. At least one.
-CodecThreads codecThreadsFor(std::int64_t pixels, int processors);
+/// `processors` processors, and sixteen at most of each kind for all `tracks` tracks together. At least one per track.
+CodecThreads codecThreadsFor(std::int64_t pixels, int processors, int tracks);
 
 }  // namespace worker

@@ -26,29 +26,9 @@ constexpr double conversionShare = 0.98;
 /// Less than this is what the rounding of milliseconds makes of the same time, in microseconds.
 constexpr std::int64_t leastEarlier = 2000;
 
-/// True where the muxer can describe the stream: broadcast streams may name ones that have not been seen yet.
-bool isKnown(const AVStream& stream) {
-    const AVCodecParameters& parameters = *stream.codecpar;
-    switch (parameters.codec_type) {
-    case AVMEDIA_TYPE_VIDEO:
-        return parameters.width > 0 && parameters.height > 0;
-    case AVMEDIA_TYPE_AUDIO:
-        return parameters.sample_rate > 0 && parameters.ch_layout.nb_channels > 0;
-    default:
-        return true;
-    }
-}
-
 /// False for audio that stands alone in its file.
 bool hasTimes(const AVInputFormat& format) {
     return av_match_name(format.name, "aac,ac3,eac3,mp3,dts,dtshd,truehd,mlp,loas") == 0;
-}
-
-/// True for audio and video, and not for what accompanies them.
-bool isContent(const AVStream& stream) {
-    const AVMediaType type = stream.codecpar->codec_type;
-    return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
-           (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
 }
 
 }  // namespace
@@ -156,8 +136,19 @@ void Conversion::addTrack(const AVStream& stream, bool copies) {
     onlyCopies_ = false;
 }
 
+int Conversion::countReencodedVideos() const {
+    int count = 0;
+    for (unsigned index = 0; index < recording_.format().nb_streams; ++index) {
+        const AVStream& stream = *recording_.format().streams[index];
+        const bool isVideo = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && isKnown(stream);
+        count += isVideo && (treatmentOf(stream) == Treatment::transcode || !isCopied(stream)) ? 1 : 0;
+    }
+    return count;
+}
+
 FormPlan Conversion::planFor(const AVStream& stream) const {
-    FormPlan plan = {TrackForm::of(stream), !known_.formsAreFinal, hasTimes(*recording_.format().iformat)};
+    FormPlan plan = {TrackForm::of(stream), !known_.formsAreFinal, countReencodedVideos(),
+                     hasTimes(*recording_.format().iformat)};
     if (const auto learned = known_.forms.find(stream.index); learned != known_.forms.end()) {
         plan.form.widen(learned->second);
     }

@@ -33,6 +33,7 @@ private:
     bool isCopied(const AVStream& stream) const;
     void addTracks();
     void addTrack(const AVStream& stream, bool copies);
+    int countReencodedVideos() const;
     FormPlan planFor(const AVStream& stream) const;
     void addCopy(const AVStream& stream, AVStream& target);
     void convert();

@@ -65,24 +65,4 @@ inline bool isTopFieldFirst(const AVFrame& frame) {
 }
 #endif
 
-/// Sample rates that an encoder takes, in Hz; empty when it takes any. A question since FFmpeg 7.1 (libavcodec
-/// 61.13.100), which deprecates the list in AVCodec.
-inline std::span<const int> sampleRatesOf(const AVCodec& codec) {
-#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
-    const void* rates = nullptr;
-    int count = 0;
-    if (avcodec_get_supported_config(nullptr, &codec, AV_CODEC_CONFIG_SAMPLE_RATE, 0, &rates, &count) < 0) {
-        return {};
-    }
-    return {static_cast<const int*>(rates), static_cast<std::size_t>(count)};
-#else
-    const int* const rates = codec.supported_samplerates;
-    const int* end = rates;
-    while (end != nullptr && *end != 0) {
-        ++end;
-    }
-    return {rates, end};
-#endif
-}
-
 }  // namespace worker::ffmpeg

@@ -1,12 +1,13 @@
 #include "mediaconverter/worker/Mp4File.h"
 
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/ChannelLayoutBox.h"
 #include "mediaconverter/worker/ChunkOffsets.h"
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/StatOf.h"
 
 #include <fcntl.h>
 #include <linux/falloc.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -36,8 +37,8 @@ Failure failureOfWriting(int number) {
 
 std::int64_t blockSizeOf(int descriptor) {
     struct stat status = {};
-    return ::fstat(descriptor, &status) == 0 && status.st_blksize > 0 ? std::max<std::int64_t>(status.st_blksize, 4096)
-                                                                      : 4096;
+    return statOf(descriptor, status) == 0 && status.st_blksize > 0 ? std::max<std::int64_t>(status.st_blksize, 4096)
+                                                                    : 4096;
 }
 
 /// Tried out on the file itself, which is empty: file systems differ by more than their type.
@@ -81,10 +82,11 @@ void Mp4File::dataWritten() {
     tailStart_ = position_;
 }
 
-void Mp4File::placeIndex() {
+void Mp4File::placeIndex(std::span<const std::uint32_t> channelMasks) {
     avio_flush(context_);
     requireNoError();
-    const std::vector<std::uint8_t> index = takeIndex();
+    std::vector<std::uint8_t> index = takeIndex();
+    addChannelLayouts(index, channelMasks);
     // A free box fills what is left between the index and the data, and it takes eight bytes at the least.
     makeRoom(static_cast<std::int64_t>(largestWithShiftedChunkOffsets(index)) + boxHeader);
     writeFront(withShiftedChunkOffsets(index, static_cast<std::uint64_t>(front_)));

@@ -8,6 +8,7 @@ extern "C" {
 }
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace worker {
@@ -33,8 +34,9 @@ public:
     /// From here on the muxer finishes the data and writes the index.
     void dataWritten();
 
-    /// The muxer is done. Puts the index in front; the file is whole then.
-    void placeIndex();
+    /// The muxer is done. Puts the index in front; the file is whole then. `channelMasks` as addChannelLayouts() takes
+    /// them.
+    void placeIndex(std::span<const std::uint32_t> channelMasks);
 
     /// Throws the first error of writing, as what it means to the user.
     void requireNoError();

@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/Mp4Writer.h"
 
+#include "mediaconverter/worker/ChannelLayoutBox.h"
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/TrialMuxer.h"
 
@@ -29,6 +30,27 @@ std::int64_t usualDuration(const AVStream& stream) {
         duration = av_inv_q(stream.avg_frame_rate);
     }
     return std::max<std::int64_t>(1, av_rescale_q(1, duration, stream.time_base));
+}
+
+void count(const AVPacket& packet, TrackTally& tally) {
+    ++tally.packets;
+    tally.bytes += packet.size;
+    tally.lastDecodingTime = packet.dts;
+    tally.lastDuration = packet.duration;
+    if (tally.firstDecodingTime == AV_NOPTS_VALUE) {
+        tally.firstDecodingTime = packet.dts;
+        tally.firstTime = packet.pts;
+        tally.end = packet.pts;
+    }
+    tally.end = std::max(tally.end, packet.pts + packet.duration);
+}
+
+/// The speakers of FLAC with more channels than two, whose order alone does not tell them.
+std::uint32_t channelMaskOf(const AVCodecParameters& track) {
+    const AVChannelLayout& layout = track.ch_layout;
+    return track.codec_id == AV_CODEC_ID_FLAC && layout.order == AV_CHANNEL_ORDER_NATIVE && layout.nb_channels > 2
+               ? static_cast<std::uint32_t>(layout.u.mask)
+               : 0;
 }
 
 }  // namespace
@@ -109,16 +131,10 @@ void Mp4Writer::storeQueued(bool all) {
 void Mp4Writer::store(AVPacket& packet) {
     const auto index = static_cast<std::size_t>(packet.stream_index);
     TrackTally tally = tallies_[index];
-    ++tally.packets;
-    tally.bytes += packet.size;
-    tally.lastDecodingTime = packet.dts;
-    tally.lastDuration = packet.duration;
-    if (tally.firstDecodingTime == AV_NOPTS_VALUE) {
-        tally.firstDecodingTime = packet.dts;
-        tally.firstTime = packet.pts;
-        tally.end = packet.pts;
+    // The muxer takes what comes with an empty packet, but stores none.
+    if (packet.size > 0) {
+        count(packet, tally);
     }
-    tally.end = std::max(tally.end, packet.pts + packet.duration);
     if (!firstPackets_[index]) {
         firstPackets_[index].reset(present(av_packet_clone(&packet)));
     }
@@ -155,7 +171,19 @@ void Mp4Writer::finish() {
     if (const int ended = av_write_trailer(format_.get()); ended < 0) {
         blameTrack(ended);
     }
-    file_.placeIndex();
+    file_.placeIndex(channelMasks());
+}
+
+std::vector<std::uint32_t> Mp4Writer::channelMasks() const {
+    std::vector<std::uint32_t> masks;
+    for (std::size_t index = 0; index < tallies_.size(); ++index) {
+        const AVStream& track = *format_->streams[index];
+        // The muxer writes no box for other tracks.
+        if (tallies_[index].packets > 0 && (track.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
+            masks.push_back(channelMaskOf(*track.codecpar));
+        }
+    }
+    return masks;
 }
 
 void Mp4Writer::requireTracksWithPackets() const {

@@ -72,6 +72,7 @@ private:
     void refuse(std::size_t track, int error);
     void requireTracksWithPackets() const;
     void blameTrack(int error);
+    std::vector<std::uint32_t> channelMasks() const;
 
     Mp4File file_;
     OutputPointer format_;

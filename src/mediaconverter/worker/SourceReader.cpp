@@ -2,9 +2,9 @@
 
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/StatOf.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,7 +26,7 @@ constexpr std::size_t firstStep = std::size_t{8} * 1024;
 
 SourceReader::SourceReader(int descriptor) : descriptor_(descriptor) {
     struct stat status = {};
-    if (::fstat(descriptor_, &status) != 0) {
+    if (statOf(descriptor_, status) != 0) {
         throw Failure(ConversionError::readFailed, std::generic_category().message(errno));
     }
     size_ = status.st_size;

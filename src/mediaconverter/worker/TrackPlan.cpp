@@ -92,6 +92,24 @@ Treatment treatmentOf(const AVStream& stream) {
     return Treatment::transcode;
 }
 
+bool isKnown(const AVStream& stream) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    switch (parameters.codec_type) {
+    case AVMEDIA_TYPE_VIDEO:
+        return parameters.width > 0 && parameters.height > 0;
+    case AVMEDIA_TYPE_AUDIO:
+        return parameters.sample_rate > 0 && parameters.ch_layout.nb_channels > 0;
+    default:
+        return true;
+    }
+}
+
+bool isContent(const AVStream& stream) {
+    const AVMediaType type = stream.codecpar->codec_type;
+    return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
+           (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+}
+
 std::string describe(const AVStream& stream) {
     const char* const type = av_get_media_type_string(stream.codecpar->codec_type);
     return std::string(type == nullptr ? "unknown" : type) + " stream " + std::to_string(stream.index) + " (" +

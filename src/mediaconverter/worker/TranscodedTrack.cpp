@@ -22,7 +22,7 @@ constexpr std::int64_t mostPixels = std::int64_t{8192} * 8192;
 /// As many frames of audio in a row make a form; fewer may come from a damaged header.
 constexpr int leastFramesAlike = 3;
 
-CodecPointer openDecoder(const AVStream& source, const TrackForm& form) {
+CodecPointer openDecoder(const AVStream& source, const FormPlan& plan) {
     const AVCodec* const codec = avcodec_find_decoder(source.codecpar->codec_id);
     if (codec == nullptr) {
         throw Failure(codecUnknown, avcodec_get_name(source.codecpar->codec_id));
@@ -30,7 +30,7 @@ CodecPointer openDecoder(const AVStream& source, const TrackForm& form) {
     CodecPointer decoder(present(avcodec_alloc_context3(codec)));
     int result = avcodec_parameters_to_context(decoder.get(), source.codecpar);
     decoder->pkt_timebase = source.time_base;
-    decoder->thread_count = codecThreadsFor(form.mostPixels, av_cpu_count()).decoder;
+    decoder->thread_count = codecThreadsFor(plan.form.mostPixels, av_cpu_count(), plan.videoTracks).decoder;
     decoder->max_pixels = mostPixels;
     if (result >= 0) {
         result = avcodec_open2(decoder.get(), codec, nullptr);
@@ -49,7 +49,7 @@ constexpr int mostFailuresInARow = 100;
 TranscodedTrack::TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan)
     : Track(source, target, timeline),
       plan_(plan),
-      decoder_(openDecoder(source, plan.form)),
+      decoder_(openDecoder(source, plan)),
       decoded_(newFrame()),
       filtered_(newFrame()),
       encoded_(newPacket()) {}
@@ -109,6 +109,9 @@ void TranscodedTrack::convert(AVFrame& frame, Mp4Writer& writer) {
         witness().addPicture(frame.pts);
     }
     inspect(frame);
+    if (isAfterPause(frame)) {
+        endFilters(writer);
+    }
     filter(&frame, writer);
 }
 
@@ -242,8 +245,8 @@ int TranscodedTrack::makeGraph(const AVFrame& frame) {
     int result = avfilter_graph_create_filter(&graphSource_, avfilter_get_by_name(sourceFilter()), "in",
                                               sourceArguments(frame).c_str(), nullptr, graph_.get());
     if (result >= 0) {
-        result = avfilter_graph_create_filter(&graphSink_, avfilter_get_by_name(sinkFilter()), "out", nullptr, nullptr,
-                                              graph_.get());
+        result = avfilter_graph_create_filter(&graphSink_, avfilter_get_by_name(sinkFilter()), "out", sinkArguments(),
+                                              nullptr, graph_.get());
     }
     AVFilterInOut* ins = avfilter_inout_alloc();
     AVFilterInOut* outs = avfilter_inout_alloc();

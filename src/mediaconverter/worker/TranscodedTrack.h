@@ -18,6 +18,7 @@ namespace worker {
 struct FormPlan {
     TrackForm form;
     bool mayGrow = true;
+    int videoTracks = 1;   ///< that are re-encoded at the same time
     bool hasTimes = true;  ///< false for audio in a format without times: they follow from the samples alone
 };
 
@@ -40,6 +41,7 @@ protected:
 
     virtual const char* sourceFilter() const = 0;
     virtual const char* sinkFilter() const = 0;
+    virtual const char* sinkArguments() const { return nullptr; }
 
     /// True where `frame` fits the filter chain that was made for the frames before it.
     virtual bool isLike(const AVFrame& frame) const = 0;
@@ -47,6 +49,9 @@ protected:
 
     /// Looks at a decoded frame before it is filtered, and may change it.
     virtual void inspect(AVFrame&) {}
+
+    /// True where the filters must not fill the time before the frame, which is too long.
+    virtual bool isAfterPause(const AVFrame&) { return false; }
 
     /// Takes a frame in the encoder's form, with its time in the encoder's time base; nullptr when nothing more comes.
     virtual void takeFiltered(AVFrame* frame, Mp4Writer& writer) { encode(frame, writer); }
@@ -122,7 +127,7 @@ private:
     int format_ = -1;
 };
 
-/// Sound, to AAC.
+/// Audio, to AAC, and to FLAC or Opus where AAC can't keep its rate or channels.
 class TranscodedAudio final : public TranscodedTrack {
 public:
     TranscodedAudio(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan);
@@ -132,16 +137,20 @@ private:
     std::string sourceArguments(const AVFrame& frame) const override;
     const char* sourceFilter() const override { return "abuffer"; }
     const char* sinkFilter() const override { return "abuffersink"; }
+    const char* sinkArguments() const override { return isNumbered_ ? "all_channel_counts=1" : nullptr; }
     bool isLike(const AVFrame& frame) const override;
     void remember(const AVFrame& frame) override;
 
     void inspect(AVFrame& frame) override;
+    bool isAfterPause(const AVFrame& frame) override;
     void takeFiltered(AVFrame* frame, Mp4Writer& writer) override;
 
     int rate_ = 0;
     int format_ = -1;
     std::string layout_;
-    std::int64_t nextTime_ = AV_NOPTS_VALUE;  ///< by the samples so far, in the source's time base
+    bool isNumbered_ = false;                     ///< its channels have no places
+    std::int64_t expectedTime_ = AV_NOPTS_VALUE;  ///< of the next frame, in the source's time base
+    std::int64_t nextTime_ = AV_NOPTS_VALUE;      ///< by the samples so far, in the source's time base
     std::unique_ptr<AudioFramer> framer_;
 };
 

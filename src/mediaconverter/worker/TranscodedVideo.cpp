@@ -89,13 +89,18 @@ TranscodedVideo::TranscodedVideo(const AVStream& source, AVStream& target, Timel
         x264.flags |= AV_CODEC_FLAG_INTERLACED_DCT;
         x264.field_order = form.topFieldFirst ? AV_FIELD_TT : AV_FIELD_BB;
     }
-    x264.thread_count = codecThreadsFor(std::int64_t{x264.width} * x264.height, av_cpu_count()).encoder;
+    x264.thread_count =
+        codecThreadsFor(std::int64_t{x264.width} * x264.height, av_cpu_count(), plan.videoTracks).encoder;
     x264.time_base = source.time_base;
     const AVRational rate = source.avg_frame_rate.num > 0 ? source.avg_frame_rate : source.r_frame_rate;
     x264.framerate = isSet(rate) ? rate : usualRate;
     AVDictionary* options = nullptr;
     av_dict_set(&options, "crf", quality, 0);
     av_dict_set(&options, "preset", preset, 0);
+    if (form.isInterlaced) {
+        // The library passes the order of the fields on too late for the stream's header.
+        av_dict_set(&options, "x264-params", form.topFieldFirst ? "tff=1" : "bff=1", 0);
+    }
     openEncoder(options);
 }
 

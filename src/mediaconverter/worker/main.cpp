@@ -4,10 +4,30 @@
 #include "mediaconverter/worker/Conversion.h"
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/Reporter.h"
+#include "mediaconverter/worker/StatOf.h"
 
-#include <sys/stat.h>
+#include <malloc.h>
+#include <pthread.h>
 
 #include <new>
+
+namespace {
+
+/// Threads as small as the work allows, so that many fit the address space: the C library's own choice is a stack of
+/// 8 MiB and an allocation arena of 64 MiB for each.
+void prepareThreads() {
+    constexpr int mostArenas = 4;
+    constexpr std::size_t stackSize = std::size_t{2} << 20U;
+    ::mallopt(M_ARENA_MAX, mostArenas);
+    pthread_attr_t attributes;
+    if (::pthread_attr_init(&attributes) == 0) {
+        ::pthread_attr_setstacksize(&attributes, stackSize);
+        ::pthread_setattr_default_np(&attributes);
+        ::pthread_attr_destroy(&attributes);
+    }
+}
+
+}  // namespace
 
 // The program behind the media converter library: it is given a recording, an empty file and a pipe as descriptors,
 // and turns the one into an MP4 in the other. It knows no file names.
@@ -15,14 +35,16 @@ int main() {
     namespace given = mediaconverter::descriptor;
     worker::barriers::bindToParent(given::report);
     worker::Reporter reporter(given::report);
+    prepareThreads();
     struct stat source = {};
-    const bool known = ::fstat(given::source, &source) == 0;
+    const std::int64_t size = worker::statOf(given::source, source) == 0 ? source.st_size : 0;
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which need more of the system than the work does
+    worker::barriers::limitThreads(reporter);
     worker::barriers::closeFileSystem(reporter);
-    worker::barriers::limitResources(reporter, known ? source.st_size : 0);
-    worker::barriers::closeSystemCalls(reporter);
+    worker::barriers::limitResources(reporter, size);
+    worker::barriers::closeSystemCalls(reporter, size);
 #else
-    worker::barriers::limitResources(reporter, known ? source.st_size : 0);
+    worker::barriers::limitResources(reporter, size);
 #endif
     try {
         worker::convertRecording(given::source, given::output, reporter);
