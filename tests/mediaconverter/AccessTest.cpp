@@ -201,13 +201,19 @@ TEST_F(LongNameTest, AreNeverCutWithinACharacter) {
 TEST_F(LongNameTest, ADamagedRecordingGetsItsSecondNameAsWell) {
     std::string bytes = contentOf(samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac"}, 20));
     std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.size() / 8, '\0');
-    const std::string stem = repeated("\xC3\xA4", 125);  // 250 bytes
-    const std::string source = put(stem + "n.mkv", bytes);
-    // Ten bytes of " (damaged)" take the place of five characters and the last letter.
-    expectSuccess(source, {repeated("\xC3\xA4", 120) + " (damaged).mkv"});
-    fs::remove(destination());
-    expectSuccess(source);
-    EXPECT_EQ(folder_.names().size(), 3U) << "the second name is there already";
+    // Ten bytes of " (damaged)" take the place of ten letters, or of the last letter and five characters of two bytes.
+    for (const auto& [stem, second] :
+         {std::pair(std::string(251, 'n'), std::string(241, 'n') + " (damaged).mkv"),
+          std::pair(repeated("\xC3\xA4", 125) + "n", repeated("\xC3\xA4", 120) + " (damaged).mkv")}) {
+        const std::string source = put(stem + ".mkv", bytes);
+        expectSuccess(source, {second});
+        fs::remove(destination());
+        expectSuccess(source);
+        EXPECT_EQ(folder_.names().size(), 3U) << "the second name is there already";
+        for (const std::string& name : folder_.names()) {
+            fs::remove(folder_.file(name));
+        }
+    }
 }
 
 }  // namespace

@@ -106,6 +106,9 @@ int main(int, char** arguments) {
     } else if (how == "done without ending") {
         send(WorkerMessage::Kind::done);
         stay();
+    } else if (how == "done, then a crash") {
+        send(WorkerMessage::Kind::done);
+        std::abort();
     } else if (how == "done, computing") {
         send(WorkerMessage::Kind::done);
         compute();

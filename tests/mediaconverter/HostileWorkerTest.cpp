@@ -175,6 +175,15 @@ TEST(HostileWorkerTest, ProgressNeverGoesBackWhateverItReports) {
     EXPECT_LT(progress.back(), 100) << output;
 }
 
+#ifdef MEDIACONVERTER_FAULTS  // which plays the interruption
+TEST(HostileWorkerTest, AnInterruptedWaitDoesNotHideThatItCrashed) {
+    const Ending ending = convertWith(
+        "done, then a crash", {"LD_PRELOAD=" MEDIACONVERTER_FAULTS, "FAULT=library:wait4:1:" + std::to_string(EINTR)});
+    EXPECT_TRUE(ending.result.saidError(workerCrashed)) << ending.result.output;
+    EXPECT_TRUE(ending.isAsBefore);
+}
+#endif
+
 /// In this process, so that the converter can be released from outside.
 class AbandonedTest : public testing::TestWithParam<const char*> {
 protected:

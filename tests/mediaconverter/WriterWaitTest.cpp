@@ -96,7 +96,9 @@ TEST_F(WriterWaitTest, GrowthMakesItWaitLongerButNotForEver) {
     std::atomic<bool> ended{false};
     std::thread writing([&] {
         const UniqueDescriptor writer(::open(path_.c_str(), O_WRONLY | O_APPEND));
-        while (!ended) {
+        // A wait without a bound fails the test instead of hanging it.
+        const auto latest = steady_clock::now() + seconds(10);
+        while (!ended && steady_clock::now() < latest) {
             static_cast<void>(!::write(writer.get(), "x", 1));
             std::this_thread::sleep_for(milliseconds(50));
         }
@@ -112,6 +114,7 @@ TEST_F(WriterWaitTest, GrowthMakesItWaitLongerButNotForEver) {
     }
     EXPECT_EQ(error, sourceChanged);
     EXPECT_GE(steady_clock::now() - start, milliseconds(1990));
+    EXPECT_LT(steady_clock::now() - start, seconds(8));
     ended = true;
     writing.join();
 }
