@@ -148,8 +148,9 @@ TEST_F(AccountingTest, ATransportStreamLosesNoWholePacketOfItsLastPiece) {
 }
 
 TEST_F(RescueTest, FragmentsOfGuessedDurationsAreHealthy) {
-    const std::string whole = samples::make("mp4", {"-an", "-c:v", "libx264", "-preset", "ultrafast", "-bf", "0",
-                                                    "-movflags", "frag_every_frame+empty_moov+default_base_moof"});
+    const std::string whole =
+        samples::make("mp4", {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0", "-c:a", "aac", "-movflags",
+                              "frag_every_frame+empty_moov+default_base_moof"});
     std::string bytes = contentOf(whole);
     // Every tenth lasts twice as long as it does.
     int number = 0;

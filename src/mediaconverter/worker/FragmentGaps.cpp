@@ -223,8 +223,9 @@ std::vector<FragmentGap> Fragments::findOdd() {
 
 }  // namespace
 
-std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader) {
-    std::vector<FragmentGap> gaps;
+Fragmentation findFragments(const SourceReader& reader) {
+    Fragmentation found;
+    std::vector<FragmentGap>& gaps = found.gaps;
     Fragments fragments;
     bool isFragmented = false;
     // Healthy headers take a small part of the file.
@@ -235,6 +236,7 @@ std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader) {
         if (box && box->isOneOf(topLevel) && (!box->is("moof") || header)) {
             if (header) {
                 isFragmented = true;
+                found.first = std::min(found.first, box->start);
                 fragments.addHeader(*box, std::move(*header));
             } else if (box->is("mdat")) {
                 fragments.addData(*box);
@@ -259,7 +261,7 @@ std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader) {
     }
     const auto odd = fragments.findOdd();
     gaps.insert(gaps.end(), odd.begin(), odd.begin() + static_cast<std::ptrdiff_t>(std::min(odd.size(), mostGaps)));
-    return gaps;
+    return found;
 }
 
 }  // namespace worker

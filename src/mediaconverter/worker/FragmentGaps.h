@@ -14,8 +14,13 @@ struct FragmentGap {
     std::int64_t end;
 };
 
+struct Fragmentation {
+    std::int64_t first = INT64_MAX;  ///< where the first fragment starts, in bytes; INT64_MAX where there is none
+    std::vector<FragmentGap> gaps;
+};
+
 /// Walks over the boxes of an MP4 and finds the places from which a demuxer could not go on, or would go astray, but
-/// behind which there are whole fragments again. None for an MP4 that is not fragmented.
-std::vector<FragmentGap> findFragmentGaps(const SourceReader& reader);
+/// after which there are whole fragments again. No gaps for an MP4 that is not fragmented.
+Fragmentation findFragments(const SourceReader& reader);
 
 }  // namespace worker

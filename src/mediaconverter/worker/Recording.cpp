@@ -209,6 +209,10 @@ bool Recording::readOn(AVPacket& packet) {
         const int result = av_read_frame(format_.get(), &packet);
         if (result >= 0) {
             errorsInARow_ = 0;
+            // The library hides what a fragment repeats of the time before it; no edit list asks for that.
+            if (packet.pos >= firstFragment_) {
+                packet.flags &= ~AV_PKT_FLAG_DISCARD;
+            }
             follow(packet);
             return true;
         }
@@ -252,7 +256,9 @@ bool Recording::resumeAfterDamage() {
 }
 
 void Recording::coverGaps() {
-    for (const FragmentGap& gap : findFragmentGaps(reader_)) {
+    const Fragmentation fragmentation = findFragments(reader_);
+    firstFragment_ = fragmentation.first;
+    for (const FragmentGap& gap : fragmentation.gaps) {
         reader_.coverWithFreeBox(gap.start, gap.end);
         // What the end of the recording cuts is accounted for with the rest.
         if (gap.end == reader_.size()) {

@@ -74,6 +74,7 @@ private:
     std::string damage_;
     bool isFlv_ = false;
     CutPackets cutPackets_{accounting_};
+    std::int64_t firstFragment_ = INT64_MAX;  ///< in bytes
     int errorsInARow_ = 0;
     int timesLost_ = 0;
     std::int64_t packetStart_ = -1;  ///< of the last packet of which it is known, in bytes
