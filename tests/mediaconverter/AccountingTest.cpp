@@ -158,6 +158,26 @@ INSTANTIATE_TEST_SUITE_P(ProgramStream, LossTest,
 
 INSTANTIATE_TEST_SUITE_P(Containers, AppendedRecordingTest, testing::ValuesIn(accounted), nameOf);
 
+const Words mpeg2Ac3 = {"-c:v", "mpeg2video", "-c:a", "ac3"};
+
+TEST_F(AccountingTest, JoinedProgramStreamsAreConvertedWhole) {
+    const std::string one = samples::make("mpg", mpeg2Ac3);
+    const std::string both = put("talk.mpg", contentOf(one) + contentOf(one));
+    expectSuccess(both);
+    std::vector<int> counts = packetCounts(one);
+    std::transform(counts.begin(), counts.end(), counts.begin(), [](int count) { return 2 * count; });
+    EXPECT_EQ(packetCounts(destination()), counts);
+}
+
+TEST_F(AccountingTest, AnAppendedProgramStreamOfOtherStreamsIsNoticed) {
+    const std::string first = contentOf(samples::make("mpg", mpeg2Ac3));
+    for (const Words& other :
+         {Words{"-c:v", "mpeg2video", "-c:a", "mp2"}, Words{"-c:v", "libx264", "-c:a", "ac3"},
+          Words{"-c:v", "mpeg2video", "-c:a", "dca", "-strict", "-2", "-ac", "2"}, plus(mpeg2Ac3, {"-s", "176x144"})}) {
+        expectDamaged(first + contentOf(samples::make("mpg", other)));
+    }
+}
+
 /// Audio without a container, in the middle of which something is missing.
 class RawAudioLossTest : public AccountingTest, public testing::WithParamInterface<Container> {};
 

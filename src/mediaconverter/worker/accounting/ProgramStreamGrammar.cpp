@@ -11,6 +11,7 @@ namespace {
 constexpr std::uint8_t programEnd = 0xB9;
 constexpr std::uint8_t packStart = 0xBA;
 constexpr std::uint8_t systemHeader = 0xBB;
+constexpr std::uint8_t privateStream = 0xBD;
 constexpr std::uint8_t firstAudio = 0xC0;
 constexpr std::uint8_t lastVideo = 0xEF;
 
@@ -103,7 +104,27 @@ void ProgramStreamGrammar::accept(SourceView& view, const Unit& unit, Ledger& le
         ledger.addLost(unit.start, unit.start, "another recording begins here");
     }
     hasEnded_ = unit.kind == programEnd || (hasEnded_ && unit.kind == 0);
+    followParts(view, unit, ledger);
     Grammar::accept(view, unit, ledger);
+}
+
+void ProgramStreamGrammar::followParts(SourceView& view, const Unit& unit, Ledger& ledger) {
+    const auto bytes = view.at(unit.start, mostHeader);
+    if (unit.kind == packStart) {
+        if (parts_.isReset(bytes)) {
+            ledger.addNote("at byte " + std::to_string(unit.start) + ": the clock is set to another time");
+        }
+        return;
+    }
+    const bool isPrivate = unit.kind == privateStream;
+    const auto header = isPrivate || unit.payload >= 0 ? packetHeader(bytes) : std::nullopt;
+    if (!header || static_cast<std::size_t>(*header) >= bytes.size()) {
+        return;
+    }
+    const auto payload = bytes.subspan(static_cast<std::size_t>(*header));
+    if (!parts_.belongs(isPrivate ? unit.kind << 8U | payload[0] : unit.kind, payload)) {
+        ledger.addLost(unit.start, unit.start, "a recording of other streams begins here");
+    }
 }
 
 }  // namespace worker

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mediaconverter/worker/accounting/ProgramParts.h"
 #include "mediaconverter/worker/accounting/UnitScanner.h"
 
 namespace worker {
@@ -12,7 +13,10 @@ public:
     void accept(SourceView& view, const Unit& unit, Ledger& ledger) override;
 
 private:
+    void followParts(SourceView& view, const Unit& unit, Ledger& ledger);
+
     bool hasEnded_ = false;
+    ProgramParts parts_;
 };
 
 }  // namespace worker
