@@ -178,6 +178,23 @@ TEST_F(AccountingTest, AnAppendedProgramStreamOfOtherStreamsIsNoticed) {
     }
 }
 
+TEST_F(AccountingTest, APictureThatTheDecoderPatchesUpIsNoticed) {
+    const std::string source = samples::make("flv", {"-an", "-c:v", "flv"});
+    std::string bytes = contentOf(source);
+    const auto packets = probe(source, "packet=pos,size");
+    ASSERT_GT(packets.size(), 30U);
+    const std::string& packet = packets[30];
+    const auto middle = std::stoul(packet.substr(packet.find(',') + 1)) + std::stoul(packet) / 2;
+    bytes.replace(middle, 40, noise(40));
+    EXPECT_NE(expectDamaged(bytes).find("made up in part"), std::string::npos);
+}
+
+TEST_F(AccountingTest, NoiseAfterFloatsIsConverted) {
+    for (const char* const codec : {"pcm_f32le", "pcm_f64le"}) {
+        expectDamaged(contentOf(samples::make("wav", {"-vn", "-c:a", codec})) + noise(5000));
+    }
+}
+
 /// Audio without a container, in the middle of which something is missing.
 class RawAudioLossTest : public AccountingTest, public testing::WithParamInterface<Container> {};
 

@@ -260,6 +260,9 @@ void Conversion::reportDamage() {
         if (track->undecodable() > 0) {
             recording_.addDamage(std::to_string(track->undecodable()) + " packets could not be decoded");
         }
+        if (track->concealed() > 0) {
+            recording_.addDamage(std::to_string(track->concealed()) + " frames were damaged and are made up in part");
+        }
         if (track->damagedTimes() > 0) {
             recording_.addDamage(std::to_string(track->damagedTimes()) + " packets had no possible time");
         }

@@ -52,6 +52,9 @@ public:
     /// Packets that could not be decoded and were passed over.
     std::int64_t undecodable() const { return undecodable_; }
 
+    /// Frames of which the decoder made up a part.
+    std::int64_t concealed() const { return concealed_; }
+
     /// Packets whose time was damaged and was made up anew.
     std::int64_t damagedTimes() const { return damagedTimes_; }
 
@@ -75,6 +78,7 @@ protected:
     TrackClock& clock() { return clock_; }
     SourceTimes& witness() { return sourceTimes_; }
     void countUndecodable() { ++undecodable_; }
+    void countConcealed() { ++concealed_; }
 
     /// Gives the target the source's rotation, light level and the like. After the target's codec parameters are set,
     /// which since FFmpeg 6.1 hold them.
@@ -91,6 +95,7 @@ private:
     void passWaiting(Mp4Writer& writer);
 
     std::int64_t undecodable_ = 0;
+    std::int64_t concealed_ = 0;
     std::int64_t damagedTimes_ = 0;
     const PacketPointer waiting_;
     bool isWaiting_ = false;

@@ -163,6 +163,9 @@ void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AV
             }
             continue;
         }
+        if (decoded_->decode_error_flags != 0 || (decoded_->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
+            countConcealed();
+        }
         take(*decoded_);
         av_frame_unref(decoded_.get());
     }
