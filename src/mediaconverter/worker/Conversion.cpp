@@ -8,10 +8,6 @@
 #include "mediaconverter/worker/TranscodedText.h"
 #include "mediaconverter/worker/TranscodedTrack.h"
 
-extern "C" {
-#include <libavutil/avstring.h>
-}
-
 #include <algorithm>
 
 namespace worker {
@@ -26,11 +22,6 @@ constexpr double conversionShare = 0.98;
 /// Less than this is what the rounding of milliseconds makes of the same time, in microseconds.
 constexpr std::int64_t leastEarlier = 2000;
 
-/// False for audio that stands alone in its file.
-bool hasTimes(const AVInputFormat& format) {
-    return av_match_name(format.name, "aac,ac3,eac3,mp3,dts,dtshd,truehd,mlp,loas") == 0;
-}
-
 }  // namespace
 
 Conversion::Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known)
@@ -38,6 +29,7 @@ Conversion::Conversion(int source, int output, Reporter& reporter, const Forekno
       reporter_(reporter),
       known_(known),
       recording_(source, known.lookAhead, known.patches),
+      choice_(recording_.format(), known),
       beginning_(recording_),
       writer_(output, estimateIndex(recording_.format(), recording_.size())),
       timeline_(std::min(known.start.value_or(INT64_MAX), beginning_.time()),
@@ -94,7 +86,7 @@ void Conversion::addTracks() {
             recording_.addDamage(describe(stream) + " cannot be stored");
             continue;
         }
-        addTrack(stream, treatment == Treatment::copy && isCopied(stream));
+        addTrack(stream, treatment == Treatment::copy && choice_.isCopied(stream));
         trackOfStream_[index] = tracks_.back().get();
         const AVMediaType type = stream.codecpar->codec_type;
         hasContent = hasContent || type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO;
@@ -107,17 +99,6 @@ void Conversion::addTracks() {
     }
 }
 
-bool Conversion::isCopied(const AVStream& stream) const {
-    if (!isContent(stream)) {
-        return true;
-    }
-    if (known_.copiesNothing || known_.unstorableStreams.contains(stream.index)) {
-        return false;
-    }
-    // Parameters that cannot be repeated on the way have to become one form.
-    return !known_.changingStreams.contains(stream.index) || CopiedTrack::canRepeatParameters(stream);
-}
-
 void Conversion::addTrack(const AVStream& stream, bool copies) {
     AVStream& target = writer_.addTrack();
     const AVMediaType type = stream.codecpar->codec_type;
@@ -127,32 +108,13 @@ void Conversion::addTrack(const AVStream& stream, bool copies) {
     }
     reporter_.note(describe(stream) + " is re-encoded");
     if (type == AVMEDIA_TYPE_VIDEO) {
-        tracks_.push_back(std::make_unique<TranscodedVideo>(stream, target, timeline_, planFor(stream)));
+        tracks_.push_back(std::make_unique<TranscodedVideo>(stream, target, timeline_, choice_.planFor(stream)));
     } else if (type == AVMEDIA_TYPE_AUDIO) {
-        tracks_.push_back(std::make_unique<TranscodedAudio>(stream, target, timeline_, planFor(stream)));
+        tracks_.push_back(std::make_unique<TranscodedAudio>(stream, target, timeline_, choice_.planFor(stream)));
     } else {
         tracks_.push_back(std::make_unique<TranscodedText>(stream, target, timeline_));
     }
     onlyCopies_ = false;
-}
-
-int Conversion::countReencodedVideos() const {
-    int count = 0;
-    for (unsigned index = 0; index < recording_.format().nb_streams; ++index) {
-        const AVStream& stream = *recording_.format().streams[index];
-        const bool isVideo = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && isKnown(stream);
-        count += isVideo && (treatmentOf(stream) == Treatment::transcode || !isCopied(stream)) ? 1 : 0;
-    }
-    return count;
-}
-
-FormPlan Conversion::planFor(const AVStream& stream) const {
-    FormPlan plan = {TrackForm::of(stream), !known_.formsAreFinal, countReencodedVideos(),
-                     hasTimes(*recording_.format().iformat)};
-    if (const auto learned = known_.forms.find(stream.index); learned != known_.forms.end()) {
-        plan.form.widen(learned->second);
-    }
-    return plan;
 }
 
 void Conversion::addCopy(const AVStream& stream, AVStream& target) {

@@ -6,6 +6,7 @@
 #include "mediaconverter/worker/Recording.h"
 #include "mediaconverter/worker/Reporter.h"
 #include "mediaconverter/worker/Timeline.h"
+#include "mediaconverter/worker/TrackChoice.h"
 #include "mediaconverter/worker/TranscodedTrack.h"
 
 #include <memory>
@@ -23,18 +24,15 @@ public:
     /// `known` must outlive it.
     Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known);
 
-    /// Throws LateStream, ChangedStream, EarlierStart, LongPause, UnstorableStream, LearnedForms or MissedPackets when it
-    /// has to be begun again, knowing more.
+    /// Throws LateStream, ChangedStream, EarlierStart, LongPause, UnstorableStream, LearnedForms or MissedPackets when
+    /// it has to be begun again, knowing more.
     void run();
 
 private:
     void makeMp4();
     [[noreturn]] void learnFrom(const TrackFailure& failure);
-    bool isCopied(const AVStream& stream) const;
     void addTracks();
     void addTrack(const AVStream& stream, bool copies);
-    int countReencodedVideos() const;
-    FormPlan planFor(const AVStream& stream) const;
     void addCopy(const AVStream& stream, AVStream& target);
     void convert();
     void take(AVPacket& packet);
@@ -50,6 +48,7 @@ private:
     Reporter& reporter_;
     const Foreknowledge& known_;
     Recording recording_;
+    TrackChoice choice_;
     Beginning beginning_;
     Mp4Writer writer_;
     Timeline timeline_;

@@ -3,11 +3,8 @@
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/FfmpegVersions.h"
 #include "mediaconverter/worker/FlvTags.h"
+#include "mediaconverter/worker/Formats.h"
 #include "mediaconverter/worker/FragmentGaps.h"
-
-extern "C" {
-#include <libavutil/avstring.h>
-}
 
 #include <algorithm>
 #include <cstdarg>
@@ -19,33 +16,12 @@ namespace {
 
 using enum ConversionError;
 
-/// Formats that are one local file each. Playlists, scripts, sequences of pictures, devices and network formats are
-/// not among them, nor texts, which anything can be taken for.
-constexpr const char* allowedFormats =
-    "matroska,webm,mov,mp4,m4a,3gp,3g2,mj2,mpegts,mpeg,flv,live_flv,kux,avi,mxf,ogg,wav,w64,asf,asf_o,wtv,nut,nsv,rm,"
-    "gxf,dv,ivf,obu,av1,h264,hevc,m4v,mpegvideo,vc1,dirac,yuv4mpegpipe,aac,ac3,eac3,mp3,flac,aiff,au,caf,dts,dtshd,"
-    "truehd,mlp,amr,ape,tta,wv,voc,loas,lmlm4,pva,mlv,dhav,avs2,avs3,swf,rso,ircam";
-
-/// Formats that name other files. A file of these is told apart from one that is nothing at all.
-constexpr const char* refusedFormats =
-    "hls,applehttp,dash,concat,ffmetadata,image2,image2pipe,imf,webm_dash_manifest,sdp,rtsp,lavfi,srt,ass,webvtt,"
-    "subviewer,subviewer1,microdvd,mpl2,mpsub,jacosub,sami,realtext,pjs,vplayer,stl,tedcaptions,tty,lrc,aqtitle,scc";
-
-/// Formats that give every packet its presentation time.
-constexpr const char* timedFormats = "matroska,webm,mov,mp4,flv,mpegts,ogg,wav,nut";
-
-/// Formats that have one place per picture and fill it with the picture that is decoded there; the first place is that
-/// of the first picture shown.
-constexpr const char* orderedFormats = "avi,h264,hevc,m4v,mpegvideo";
-
 /// A chance likeness scores lower than this.
 constexpr int leastScore = AVPROBE_SCORE_RETRY;
 
 constexpr std::int64_t probeBytes = std::int64_t{5} * 1024 * 1024;
 constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
-
-constexpr const char* flvFormats = "flv,live_flv,kux";
 
 /// At the most, of an FLV's tag around its packet.
 constexpr std::int64_t flvOverhead = 24;
@@ -71,15 +47,11 @@ int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary
     return AVERROR(EPERM);
 }
 
-bool isListed(const AVInputFormat& format, const char* list) {
-    return av_match_list(format.name, list, ',') > 0;
-}
-
 Failure failureOfOpening(const AVInputFormat& format, int number) {
     if (number == AVERROR_EOF) {
         return Failure(nothingRecorded);
     }
-    if (number == AVERROR_INVALIDDATA && isListed(format, "mov")) {
+    if (number == AVERROR_INVALIDDATA && formats::isMov(format)) {
         return Failure(indexMissing);
     }
     return Failure::ofLibrary(notARecording, number);
@@ -108,14 +80,14 @@ void Recording::open() {
     const AVInputFormat* found = nullptr;
     const int score = av_probe_input_buffer2(bytes, &found, ffmpeg::probedName, nullptr, 0, 1U << 20U);
     reader_.requireNoError();
-    if (found != nullptr && isListed(*found, refusedFormats)) {
+    if (found != nullptr && formats::isRefused(*found)) {
         throw Failure(formatRefused, found->name);
     }
-    if (score <= leastScore || found == nullptr || !isListed(*found, allowedFormats)) {
+    if (score <= leastScore || found == nullptr || !formats::isAllowed(*found)) {
         throw Failure(notARecording, found == nullptr ? "" : found->name);
     }
 
-    if (isListed(*found, "mov")) {
+    if (formats::isMov(*found)) {
         coverGaps();
     }
     correctHeader(accounting_.begin(*found));
@@ -139,7 +111,7 @@ void Recording::open() {
         throw failureOfOpening(*found, opened);
     }
     format_.reset(context);
-    isFlv_ = isListed(*found, flvFormats);
+    isFlv_ = formats::isFlv(*found);
 }
 
 void Recording::analyze() {
@@ -288,12 +260,12 @@ void Recording::readAgain() {
 }
 
 bool Recording::givesPresentationTimes() const {
-    return isListed(*format_->iformat, timedFormats);
+    return formats::givesPresentationTimes(*format_->iformat);
 }
 
 PictureOrder::Times Recording::timesOfPictures() const {
-    return isListed(*format_->iformat, orderedFormats) ? PictureOrder::Times::ofShowing
-                                                       : PictureOrder::Times::ofDecoding;
+    return formats::placesPicturesInOrder(*format_->iformat) ? PictureOrder::Times::ofShowing
+                                                             : PictureOrder::Times::ofDecoding;
 }
 
 double Recording::fractionRead() const {
