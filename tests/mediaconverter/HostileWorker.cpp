@@ -82,6 +82,13 @@ void reportEnvironment() {
     }
 }
 
+/// Makes the output larger than any MP4, of nothing: as inserting room does, which no limit of the kernel counts.
+void growOutput() {
+    for (off_t gibibytes = 1; gibibytes <= 1024; gibibytes *= 2) {
+        static_cast<void>(!::ftruncate(given::output, gibibytes << 30U));
+    }
+}
+
 void goBackAndForth() {
     for (const float fraction : {0.5F, 0.2F, -3.0F, 0.6F, 0.1F, 70.0F, 0.3F}) {
         send(WorkerMessage::Kind::progress, fraction);
@@ -124,6 +131,15 @@ int main(int, char** arguments) {
         sleepUninterruptibly(36);
     } else if (how == "limits") {
         reportLimits();
+    } else if (how == "growing") {
+        growOutput();
+        stay();
+    } else if (how == "done, then growing") {
+        send(WorkerMessage::Kind::done);
+        ::close(given::report);
+        ::usleep(300'000);  // for the looks that this report and its end bring about
+        growOutput();
+        return EXIT_SUCCESS;
     } else if (how == "environment") {
         reportEnvironment();
     } else if (how == "back and forth") {

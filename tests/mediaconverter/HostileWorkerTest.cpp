@@ -154,6 +154,15 @@ TEST(HostileWorkerTest, BeyondItsProcessorTimeItIsEndedWithAnErrorOfItsOwn) {
     }
 }
 
+TEST(HostileWorkerTest, ItsOutputMayGrowOnlySoFar) {
+    for (const char* how : {"growing", "done, then growing"}) {
+        const Ending ending = convertWith(how);
+        EXPECT_TRUE(ending.result.saidError(fileTooLarge)) << ending.result.output;
+        EXPECT_LE(ending.taken, seconds(10));
+        EXPECT_TRUE(ending.isAsBefore);
+    }
+}
+
 TEST(HostileWorkerTest, OfTheEnvironmentItSeesOnlyWhatItsLoaderReads) {
     const std::string output = convertWith("environment").result.output;
     EXPECT_NE(output.find("environment LD_HARMLESS=for the loader"), std::string::npos) << output;

@@ -1,8 +1,11 @@
 #include "mediaconverter/job/WorkerSupervision.h"
 
+#include "mediaconverter/OutputLimit.h"
 #include "mediaconverter/job/JobFailure.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -32,6 +35,17 @@ constexpr float workerPercent = 97.0F;
 constexpr int mostNotes = 200;
 constexpr int mostMessages = 100'000;
 
+void requireBoundedOutput(const SourceFile& source, const OutputFile& output) {
+    // Without a question to a server, whose silence would hold up this thread.
+    struct statx now = {};
+    constexpr int asKnown = AT_EMPTY_PATH | AT_STATX_DONT_SYNC;
+    // The index is inserted in front of the data and may need as much room again.
+    if (::statx(output.descriptor(), "", asKnown, STATX_SIZE, &now) == 0 &&
+        now.stx_size > 2 * outputLimit(source.status().st_size)) {
+        throw JobFailure(fileTooLarge, "no MP4 of this recording needs " + std::to_string(now.stx_size) + " bytes");
+    }
+}
+
 }  // namespace
 
 WorkerSupervision::WorkerSupervision(JobOwner& owner, std::function<void(const std::string&)> note)
@@ -43,12 +57,12 @@ std::optional<std::string> WorkerSupervision::run(const SourceFile& source, cons
     while (true) {
         waitForNews(worker);
         takeMessages(worker);
-        if (hasClosedReports_) {
-            if (const auto end = worker.tryWait()) {
-                requireCleanEnd(worker, *end);
-                owner_.jobProgress(workerPercent);
-                return damage_;
-            }
+        const auto end = hasClosedReports_ ? worker.tryWait() : std::nullopt;
+        requireBoundedOutput(source, output);
+        if (end) {
+            requireCleanEnd(worker, *end);
+            owner_.jobProgress(workerPercent);
+            return damage_;
         }
         requireSigns(worker);
     }

@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/Barriers.h"
 
+#include "mediaconverter/OutputLimit.h"
 #include "mediaconverter/WorkerMessage.h"
 
 #include <poll.h>
@@ -26,10 +27,6 @@ constexpr rlim_t mostMemory = rlim_t{4} << 30U;
 
 /// The decoders and encoders of all tracks together run fewer.
 constexpr rlim_t mostThreads = 64;
-
-/// Re-encoded audio and video can take more room than before, but not any room.
-constexpr rlim_t mostGrowth = 64;
-constexpr rlim_t leastOutputLimit = rlim_t{1} << 30U;
 
 // The kernel's interface has no header for these.
 constexpr int ioprioWhoProcess = 1;
@@ -87,10 +84,6 @@ void bindToParent(int reportDescriptor) {
     }
 }
 
-std::uint64_t outputLimit(std::int64_t sourceSize) {
-    return std::max(leastOutputLimit, static_cast<rlim_t>(std::max<std::int64_t>(sourceSize, 0)) * mostGrowth);
-}
-
 void limitThreads(Reporter& reporter) {
     // The limit counts all of the user's processes, wherever they come from; in a namespace only those within.
     if (::unshare(CLONE_NEWUSER) != 0) {
@@ -108,7 +101,7 @@ void limitResources(Reporter& reporter, std::int64_t sourceSize) {
     [[maybe_unused]] const int priority = ::nice(10);
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioBestEffortLowest);
     limit(reporter, RLIMIT_CORE, 0, "core files");
-    limit(reporter, RLIMIT_FSIZE, outputLimit(sourceSize), "the file size");
+    limit(reporter, RLIMIT_FSIZE, mediaconverter::outputLimit(sourceSize), "the file size");
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which need descriptors and all the address space
     limit(reporter, RLIMIT_NOFILE, mediaconverter::descriptor::report + 1, "open files");
     limit(reporter, RLIMIT_AS, mostMemory, "memory");

@@ -12,11 +12,8 @@ namespace worker::barriers {
 /// Dies with the thread that started the worker; ends at once when that has gone already. First of all.
 void bindToParent(int reportDescriptor);
 
-/// The most that the MP4 of a source of that many bytes may take, in bytes.
-std::uint64_t outputLimit(std::int64_t sourceSize);
-
 /// Low priority for processor and disk; limits on memory, descriptors and the size of the output,
-/// outputLimit() of the source's `sourceSize` bytes; no core files.
+/// mediaconverter::outputLimit() of the source's `sourceSize` bytes; no core files.
 void limitResources(Reporter& reporter, std::int64_t sourceSize);
 
 /// A limit on threads, by a user namespace of the worker's own, in which no others are counted. The kernel exempts the
@@ -27,7 +24,8 @@ void limitThreads(Reporter& reporter);
 void closeFileSystem(Reporter& reporter);
 
 /// Only the system calls that computing, threads and the open descriptors need (seccomp); all others fail with EPERM.
-/// No processes are started and no programs run from here on. No more room is reserved than outputLimit().
+/// No processes are started and no programs run from here on. No more room is reserved at a time than the output
+/// may take; how often room is inserted can't be counted here.
 void closeSystemCalls(Reporter& reporter, std::int64_t sourceSize);
 
 }  // namespace worker::barriers

@@ -1,3 +1,4 @@
+#include "mediaconverter/OutputLimit.h"
 #include "mediaconverter/WorkerMessage.h"
 #include "mediaconverter/worker/Barriers.h"
 
@@ -79,7 +80,7 @@ int addRules(scmp_filter_ctx context, std::uint64_t mostOutput) {
 
 void closeSystemCalls(Reporter& reporter, std::int64_t sourceSize) {
     const std::unique_ptr<void, ContextDeleter> context(seccomp_init(SCMP_ACT_ERRNO(EPERM)));
-    const int result = context ? addRules(context.get(), outputLimit(sourceSize)) : -ENOMEM;
+    const int result = context ? addRules(context.get(), mediaconverter::outputLimit(sourceSize)) : -ENOMEM;
     const int loaded = result == 0 ? seccomp_load(context.get()) : result;
     if (loaded != 0) {
         reporter.note("system calls could not be limited (seccomp): " + std::generic_category().message(-loaded));
