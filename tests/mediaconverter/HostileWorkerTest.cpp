@@ -59,8 +59,7 @@ struct Ending {
     bool isAsBefore = false;
 };
 
-Ending convertWith(const std::string& how, const std::vector<std::string>& before = {}) {
-    const HostileApplication application(how);
+Ending convertIn(const HostileApplication& application, const std::vector<std::string>& before = {}) {
     const auto start = steady_clock::now();
     // Longer than any of them may take; what hangs is to fail and not to stay.
     std::vector<std::string> command = {"timeout", "--kill-after=1",     "100",
@@ -75,15 +74,25 @@ Ending convertWith(const std::string& how, const std::vector<std::string>& befor
     return ending;
 }
 
+Ending convertWith(const std::string& how, const std::vector<std::string>& before = {}) {
+    return convertIn(HostileApplication(how), before);
+}
+
 /// Those that only time can tell, all at once.
 class PatienceTest : public testing::TestWithParam<std::pair<const char*, ConversionError>> {
 protected:
     static void SetUpTestSuite() {
         static_cast<void>(samples::matroska());
-        std::map<std::string, std::future<Ending>> running;
+        // All files are written before any process starts: it would inherit those that are open, and a conversion waits
+        // until nobody has its source open for writing.
+        std::map<std::string, HostileApplication> applications;
         for (const auto* how : {"half a message, then silence", "closed reports", "closed reports, computing",
                                 "done without ending", "done, computing", "the same progress", "uninterruptible"}) {
-            running[how] = std::async(std::launch::async, [how] { return convertWith(how); });
+            applications.try_emplace(how, how);
+        }
+        std::map<std::string, std::future<Ending>> running;
+        for (const auto& [how, application] : applications) {
+            running[how] = std::async(std::launch::async, [&application] { return convertIn(application); });
         }
         for (auto& [how, ending] : running) {
             endings()[how] = ending.get();
