@@ -5,10 +5,12 @@
 
 #include <fcntl.h>
 #include <sys/eventfd.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <optional>
 #include <thread>
@@ -135,6 +137,20 @@ TEST_F(WriterWaitTest, CanBeAbandoned) {
     EXPECT_EQ(error, abandoned);
     EXPECT_LT(steady_clock::now() - start, seconds(5));
     abandoning.join();
+}
+
+TEST_F(WriterWaitTest, IsNotEndedByASignal) {
+    const UniqueDescriptor writer(::open(path_.c_str(), O_WRONLY));
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    struct sigaction before = {};
+    ::sigaction(SIGALRM, &action, &before);  // without SA_RESTART
+    const itimerval often = {{0, 5000}, {0, 5000}};
+    const itimerval never = {};
+    ::setitimer(ITIMER_REAL, &often, nullptr);
+    EXPECT_EQ(wait(quick), WriterWait::End::idle);
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::sigaction(SIGALRM, &before, nullptr);
 }
 
 /// Whole conversions.
