@@ -179,10 +179,17 @@ std::string findShownDifference(const SourceReader& reader, const std::vector<Pr
 
 std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks) {
     Proof proof(descriptor);
-    for (const ProvedTrack& track : tracks) {
-        proof.compare(track);
+    std::string difference;
+    try {
+        for (const ProvedTrack& track : tracks) {
+            proof.compare(track);
+        }
+        difference = findShownDifference(proof.reader(), tracks);
+    } catch (const TrackFailure&) {
+        // A disk that fails disproves no track: encoding it differently would not help.
+        proof.requireReadable();
+        throw;
     }
-    std::string difference = findShownDifference(proof.reader(), tracks);
     proof.requireReadable();
     return difference;
 }

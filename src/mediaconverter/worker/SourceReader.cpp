@@ -116,6 +116,10 @@ std::size_t SourceReader::peek(std::int64_t position, std::uint8_t* bytes, std::
         if (got < 0 && errno == EINTR) {
             continue;
         }
+        if (got < 0) {
+            // A disk that fails is not a recording that ends here.
+            error_ = errno;
+        }
         if (got <= 0) {
             break;
         }
