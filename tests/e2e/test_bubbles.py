@@ -194,7 +194,9 @@ class Bubbles(BubbleWorld):
     def test_the_log_says_how_each_bubble_was_shown(self):
         self.converts("one.mkv", "two.mkv")
         self.wait_for_bubbles(2, SAVED)
-        self.assertGreaterEqual(self.log_text().count("bubble shown as a window at the status icon"), 2)
+        # The log waits until the window manager has been seen to show the window.
+        self.wait_for(lambda: self.log_text().count("bubble shown as a window at the status icon") >= 2, 10,
+                      f"the log names both; {self.log_text()}")
 
 
 class LessMotion(BubbleWorld):
@@ -249,7 +251,8 @@ class NoTray(BubbleWorld):
         bubble = self.wait_for_bubbles(1, SAVED)[0]
         self.assertTrue(self.in_the_corner(bubble), bubble.body)
         self.assertLessEqual(bubble.body.right, display.WIDTH)
-        self.assertIn("in the corner of the screen: the position of the status icon is unknown", self.log_text())
+        self.wait_for(lambda: "in the corner of the screen: the position of the status icon is unknown"
+                      in self.log_text(), 10, "the log says where")
         self.click(bubble.close_button())
         self.check_quits_soon(converter)
 

@@ -58,6 +58,8 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
       canFade_(canFadeWindows() && !taste.lessMotion),
       canSlide_(!taste.lessMotion),
       hasEdge_(taste.moreContrast) {
+    // Before the first text: the toolkit keeps the first answer to what a window is.
+    announceAsNotifications();
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground);
     // Off-screen there is nothing to show it on, only to draw it for.
@@ -66,7 +68,6 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
     const auto content = contentOf(clientView_);
     setAccessibleName(QString::fromStdString(content.text));
     setAccessibleDescription(QString::fromStdString(content.detail));
-    announceAsNotifications();
     setObjectName(QStringLiteral("bubble"));
 
     auto* const client = makeViewWidget(clientView_, this, taste.moreContrast);
