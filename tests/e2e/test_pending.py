@@ -90,7 +90,7 @@ class KilledConverter(_Pending):
         server.close_all()
         self.assertEqual(self.wait_ended(converter), 0)
         self.assertEqual(self.files(), ["talk.mkv", "talk.mp4"])
-        self.assertIn("gespeichert", server.shown[1][0])
+        self.assertIn("gespeichert", server.shown[1].text)
 
     def _launched_in_german(self, meeting):
         converter = self.launch("-pid", str(meeting.pid), "-path", self.recording(), "-locale", "9",

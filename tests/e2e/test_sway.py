@@ -22,7 +22,7 @@ offset = 8x8
 SAVED = "Your recording has been saved to your computer."
 
 
-class _Sway(test_bubbles.BubbleWorld):
+class SwayWorld(test_bubbles.BubbleWorld):
     """Without a screen: the compositor draws into memory."""
 
     with_tray = False
@@ -73,8 +73,8 @@ class _Sway(test_bubbles.BubbleWorld):
     def check_user_is_left_alone(self, act):
         """`act` changes no window of the user's; what it changes on the screen is in the top right corner."""
         self.work_in_a_window()
-        standing = self.standing()
         before = self.wait_for_rest()
+        standing = self.standing()
         result = act()
         changed = self.wait_for_rest().changed_since(before)
         self.keep_picture()
@@ -116,7 +116,7 @@ class _Sway(test_bubbles.BubbleWorld):
         return self.ask("dunstctl", "count", "displayed").strip()
 
 
-class SwayWithX11(_Sway):
+class SwayWithXwayland(SwayWorld):
     def test_the_notification_server_shows_it(self):
         self.check_told_by_the_server()
 
@@ -132,7 +132,7 @@ class SwayWithX11(_Sway):
         self.assertEqual(self.wait_ended(converter, 40), 0, "nobody answers, and it quits all the same")
 
 
-class SwayAlone(_Sway):
+class SwayAlone(SwayWorld):
     with_x11 = False
 
     def test_the_notification_server_shows_it(self):

@@ -116,7 +116,7 @@ class TracePlugIn(world.World):
             self.skipTest(f"a small disk can't be mounted here: {made.stderr.decode().strip()}")
         self.addCleanup(subprocess.run, ["umount", "--lazy", self.traces], check=True)
         with open(os.path.join(self.traces, "filling"), "wb") as file:
-            file.write(bytes(8192))
+            file.write(bytes(12288))  # what the state folder took would be given back in the end
         source = self.recording()
         converter = self._meeting_that_dies(source)
         self.wait_converted(source, self.path("talk.mp4"))
