@@ -91,17 +91,21 @@ class DisplayWorld(world.World):
         self._server.wait()
 
     def start_tray(self):
-        """Trayer tells nobody that it is ready, and now and then its window never appears: then another is started."""
+        return self.start_shown(("--class", "trayer"), "trayer", "--edge", self.tray_edge, "--align", "right",
+                                "--widthtype", "request", "--height", "28")
+
+    def start_shown(self, criteria, *command):
+        """Starts a program and waits for its window. Now and then a window never appears that is made while the window
+        manager is coming up: then the program is started again."""
         for _ in range(6):
-            tray = self.start_program("trayer", "--edge", self.tray_edge, "--align", "right", "--widthtype", "request",
-                                      "--height", "28")
+            program = self.start_program(*command)
             try:
-                processes.wait_until(lambda: self.windows("--class", "trayer"), 8, "the tray")
-                return tray
+                processes.wait_until(lambda: self.windows(*criteria), 8, "its window")
+                return program
             except AssertionError:
-                tray.kill()
-                tray.wait()
-        raise AssertionError("six trays were started, and none has appeared")
+                program.kill()
+                program.wait()
+        raise AssertionError(f"no window of {command[0]} appears")
 
     def start_program(self, *command, stdout=subprocess.DEVNULL):
         process = subprocess.Popen(command, env=self.desktop, stdin=subprocess.DEVNULL, stdout=stdout,

@@ -87,8 +87,8 @@ class Bubbles(BubbleWorld):
         self.check_below(bubble, self.icon())
 
     def test_takes_no_focus(self):
-        self.start_program("xev")
-        window = self.wait_for(lambda: self.windows("--name", "Event Tester"), 20, "a window")[0]
+        self.start_shown(("--name", "Event Tester"), "xev")
+        window = self.windows("--name", "Event Tester")[0]
         self.ask("xdotool", "windowfocus", "--sync", window)
         self.wait_for(lambda: self.ask("xdotool", "getwindowfocus").strip() == window, 10, "it has the focus")
         self.converts("talk.mkv")

@@ -37,8 +37,8 @@ class RuledWindows(test_bubbles.BubbleWorld):
 
     def check_is_seen_all_the_same(self, reason):
         """Without a notification server."""
-        self.start_program("xev")
-        window = self.wait_for(lambda: self.windows("--name", "Event Tester"), 40, "a window")[0]
+        self.start_shown(("--name", "Event Tester"), "xev")
+        window = self.windows("--name", "Event Tester")[0]
         self.ask("xdotool", "windowfocus", "--sync", window)
         converter = self.converts("talk.mkv")
         self.wait_for(lambda: "the window manager is left out: no notification server" in self.log_text(), 40,

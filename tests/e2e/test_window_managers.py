@@ -13,8 +13,9 @@ class _WindowManager(test_bubbles.BubbleWorld):
 
     def work_in_a_window(self):
         """Opens a window as large as half the screen below the bubble's place, and gives it the keyboard."""
-        self.start_program("xev", "-geometry", f"{display.WIDTH // 2}x{display.HEIGHT // 2}+{display.WIDTH // 2 - 40}+60")
-        window = self.wait_for(lambda: self.windows("--name", "Event Tester"), 40, "a window")[0]
+        size, place = f"{display.WIDTH // 2}x{display.HEIGHT // 2}", f"+{display.WIDTH // 2 - 40}+60"
+        self.start_shown(("--name", "Event Tester"), "xev", "-geometry", size + place)
+        window = self.windows("--name", "Event Tester")[0]
         self.ask("xdotool", "windowactivate", "--sync", window)
         self.wait_for(lambda: self.focus() == window, 20, "it has the keyboard")
         return window
