@@ -72,7 +72,14 @@ void sleepUninterruptibly(unsigned seconds) {
 
 void reportLimits() {
     rlimit limit = {};
-    ::getrlimit(RLIMIT_CPU, &limit);
+    // The application sets it right after the start.
+    for (int wait = 0; wait < 1000; ++wait) {
+        ::getrlimit(RLIMIT_CPU, &limit);
+        if (limit.rlim_cur != RLIM_INFINITY) {
+            break;
+        }
+        ::usleep(5000);
+    }
     send(WorkerMessage::Kind::note, 0, "processor seconds " + std::to_string(limit.rlim_cur));
 }
 
