@@ -168,8 +168,7 @@ class AnotherUser(world.World):
         self.line = None
         self.assertEqual(result.returncode, 0, result.stdout)
         self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
-        # Since FFmpeg 6.1 the program that records reads half a second ahead of the time.
-        recordings.check_mp4(self, self.path("talk.mp4"), seconds=1.5, tolerance=0.8)
+        recordings.check_mp4(self, self.path("talk.mp4"), seconds=1.3, tolerance=0.6)
 
 
 if __name__ == "__main__":
