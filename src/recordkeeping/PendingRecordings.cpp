@@ -17,7 +17,7 @@ void PendingRecordings::announce(const Announcement& announcement) {
         kept.spokenFor == announcement.processId && (known.keep || !announcement.keep)) {
         return;
     }
-    // Where the path is announced anew, its file keeps its name: one entry per recording.
+    // A path that is announced again keeps its entry's name: one entry per recording.
     kept.entry = {announcement.source,
                   processes_.identityOf(announcement.processId),
                   converter_,

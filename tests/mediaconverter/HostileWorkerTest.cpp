@@ -155,7 +155,7 @@ TEST(HostileWorkerTest, ItsProcessorTimeIsLimited) {
 }
 
 TEST(HostileWorkerTest, BeyondItsProcessorTimeItIsEndedWithAnErrorOfItsOwn) {
-    // The tighter limit of whoever started the application wins.
+    // A tighter limit that the application was started with wins.
     for (const char* limit : {"--cpu=2:60", "--cpu=2"}) {
         const Ending ending = convertWith("computing", {"prlimit", limit});
         EXPECT_TRUE(ending.result.saidError(workerOverBudget)) << ending.result.output;

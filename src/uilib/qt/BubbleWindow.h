@@ -62,7 +62,7 @@ public:
     /// Ends a move that is under way where it is.
     void standStill();
 
-    /// Takes the keyboard from whoever has it, and puts it on the first button. Only while the window is shown.
+    /// Takes the keyboard from the window that has it, and puts it on the first button. Only while the window is shown.
     void takeKeyboard();
 
     /// Shows the window and fades it in, or fades it out and hides it; `then` runs when that is done, never from inside
