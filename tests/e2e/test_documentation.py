@@ -139,6 +139,21 @@ class Packaging(world.World):
             self.assertTrue(os.path.exists(self.path("stage/usr/" + path)), path)
         self.assertEqual(os.listdir(self.path("stage/usr/lib/record-converter/PlugIns")), [])
 
+    def test_the_build_dependencies_are_those_of_the_source_package(self):
+        with open(os.path.join(DOCS, "..", "debian", "control"), encoding="utf-8") as file:
+            field = re.search(r"^Build-Depends:\n((?: .*\n)+)", file.read(), re.MULTILINE).group(1)
+        control = {re.match(r" ([\w.+-]+)", line).group(1) for line in field.splitlines()}
+        with open(os.path.join(DOCS, "packaging.md"), encoding="utf-8") as file:
+            line = re.search(r"^Build-Depends, .*?^```\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL).group(1)
+        # Every Debian that builds packages has the compiler. The page names the optional part by itself.
+        self.assertEqual(set(line.replace(",", " ").split()) - {"g++"}, control - {"debhelper-compat", "scdoc"})
+
+    def test_without_scdoc_configuring_says_that_there_will_be_no_manuals(self):
+        said = subprocess.run(["cmake", "-S", os.path.join(DOCS, ".."), "-B", self.path("configured"), "-G", "Ninja",
+                               "-DBUILD_TESTING=OFF", "-DSCDOC=OFF"],
+                              check=True, stdout=subprocess.PIPE, text=True, timeout=150).stdout
+        self.assertIn("-- scdoc is not there: the manual pages are left out\n", said)
+
 
 class Diagnostics(world.World):
     def _run(self, script):
