@@ -3,7 +3,10 @@
    every interleaving, and shows that each mend is needed.
 
    One event of the main thread is one branch of Main; what Queue can come between is not atomic. Left out: bubbles, which
-   only delay the quit check, and what one thread does without another seeing it. */
+   only delay the quit check, and what one thread does without another seeing it.
+
+   With OBSERVED, the events of a real run (see tests/e2e/test_model_traces.py), the model only does what that run did, and
+   an assertion fails when it can do all of it. */
 
 #ifndef CLIENTS
 #define CLIENTS 3
@@ -32,6 +35,25 @@
 #define KNOW_SAVED 1 /* an MP4 that a dead converter published counts */
 #endif
 
+#ifdef OBSERVED
+#define START 1
+#define SCHEDULE 2
+#define STEP 3
+#define CONVERT 4
+#define STOP 5
+#define RAN_OUT 6
+#define QUIT 7
+OBSERVED /* EVENTS of them: event[], and the client of each, who[] */
+byte at;
+#define isNext(e, m) (at < EVENTS && event[at] == e && who[at] == m)
+#define NOTE at++; assert(at < EVENTS)
+#define observe(e, m) atomic { isNext(e, m) -> NOTE }
+#else
+#define isNext(e, m) true
+#define NOTE skip
+#define observe(e, m) skip
+#endif
+
 /* What outlives a converter. */
 chan bus = [CLIENTS] of { byte }; /* starts, until they are acknowledged: a client whose converter dies launches another */
 bool alive[CLIENTS];
@@ -52,6 +74,7 @@ bool known[CLIENTS];
 byte knownCount;
 chan jobs = [CLIENTS] of { byte };
 byte steps; /* the one under way included */
+bool running; /* a job, from its start report to its end */
 bool finished;
 bool served;
 
@@ -72,12 +95,13 @@ inline end(m) {
     atomic { known[m] -> known[m] = false; knownCount-- };
     if
     :: hasFile[m] ->
+        observe(SCHEDULE, m);
         waited = nempty(jobs);
         /* Here the queue may take what waited, and run out. */
         jobs ! m;
         if
-        :: waited -> skip
-        :: else -> steps++
+        :: waited || running -> skip
+        :: else -> observe(STEP, 0); steps++
         fi
     :: else -> skip
     fi
@@ -96,17 +120,22 @@ up:
                finished = (finished && !hasFile[m]);
                served = true;
                if
+               :: hasFile[m] -> observe(START, m)
+               :: else -> skip
+               fi;
+               if
                :: alive[m] -> watched[m] = true
                :: else -> ended[m] = NOTICE_GONE
                fi }
         :: ended[0] -> end(0)
         :: CLIENTS > 1 && ended[1 % CLIENTS] -> end(1 % CLIENTS)
         :: CLIENTS > 2 && ended[2 % CLIENTS] -> end(2 % CLIENTS)
-        :: atomic { STEP_WHEN_IDLE && steps == 0 && nempty(jobs) -> steps++ }
+        :: atomic { STEP_WHEN_IDLE && steps == 0 && nempty(jobs) && isNext(STEP, 0) -> NOTE; steps++ }
         :: atomic { ARM_WHEN_DONE && isIdle && knownCount == 0 && served && !finished -> finished = true }
         :: atomic { DECLINE && steps == 0 && knownCount > 0 && finished -> finished = false }
         /* A tick of the quit check. */
-        :: atomic { finished && (!DECLINE || (isIdle && knownCount == 0)) ->
+        :: atomic { finished && (!DECLINE || (isIdle && knownCount == 0)) && isNext(QUIT, 0) ->
+               NOTE;
                assert(isIdle && knownCount == 0);
                dead = true }
         od
@@ -123,9 +152,14 @@ up:
         :: steps > 0 ->
             if
             :: atomic { jobs ? m -> skip };
-               atomic { converted[m]++; assert(converted[m] == 1) };
+               observe(CONVERT, m);
+               running = true;
+               atomic { converted[m]++; assert(converted[m] == 1); running = false };
+               observe(STOP, m);
+               observe(STEP, 0);
                atomic { pending[m] = false; steps++ }
             :: atomic { empty(jobs) -> skip };
+               observe(RAN_OUT, 0);
                if
                /* Between the count and the arming a start may come. */
                :: atomic { knownCount == 0 -> skip }; finished = true
@@ -171,7 +205,7 @@ end_idle:
             :: jobs ? m
             :: empty(jobs) -> break
             od;
-            knownCount = 0; steps = 0; finished = false; served = false;
+            knownCount = 0; steps = 0; running = false; finished = false; served = false;
             m = 0;
             do
             :: m < CLIENTS -> recover(m); m++
@@ -208,6 +242,9 @@ init {
         :: m < CLIENTS -> run Client(m); m++
         :: else -> break
         od;
-        run Main(); run Queue(); run Launcher(); run Killer(); run Judge()
+        run Main(); run Queue(); run Launcher(); run Killer();
+#ifndef OBSERVED
+        run Judge()
+#endif
     }
 }
