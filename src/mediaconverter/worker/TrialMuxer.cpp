@@ -2,6 +2,9 @@
 
 #include "mediaconverter/worker/AvPointers.h"
 
+#include <cstdint>
+#include <new>
+
 namespace worker {
 
 namespace {
