@@ -1,5 +1,7 @@
 #include "mediaconverter/AccountingTest.h"
 
+#include <filesystem>
+
 // Every byte of a recording is in the MP4, structure, left out on purpose, or lost; and where some are lost, the
 // recording keeps a second name.
 
@@ -156,6 +158,27 @@ INSTANTIATE_TEST_SUITE_P(ProgramStream, LossTest,
                          testing::Values(Container{"ProgramStream", "mpg", {"-c:v", "mpeg2video", "-c:a", "ac3"}}),
                          nameOf);
 
+/// Streams without a container, in which the library may take zeros for a packet.
+class ZeroTailTest : public AccountingTest, public testing::WithParamInterface<Container> {};
+
+TEST_P(ZeroTailTest, HoldsNothingAndAddsNothing) {
+    const std::string whole = samples::make(GetParam().extension, GetParam().options, 1);
+    expectSuccess(whole);
+    const Words hashes = packetHashes(destination());
+    std::filesystem::remove(destination());
+    const std::string log = expectSuccess(put("talk.rec", contentOf(whole) + std::string(50'000, '\0')));
+    EXPECT_NE(log.find("all zero"), std::string::npos) << log;
+    EXPECT_EQ(packetHashes(destination()), hashes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Streams, ZeroTailTest,
+    testing::Values(Container{"Mp3", "mp3", {"-vn", "-c:a", "libmp3lame"}},
+                    Container{"Mp2", "mp2", {"-vn", "-c:a", "mp2"}}, Container{"Ac3", "ac3", {"-vn", "-c:a", "ac3"}},
+                    Container{"RawH264", "h264", {"-an", "-c:v", "libx264", "-preset", "ultrafast"}},
+                    Container{"RawMpeg2", "m2v", {"-an", "-c:v", "mpeg2video"}}),
+    nameOf);
+
 INSTANTIATE_TEST_SUITE_P(Containers, AppendedRecordingTest, testing::ValuesIn(accounted), nameOf);
 
 const Words mpeg2Ac3 = {"-c:v", "mpeg2video", "-c:a", "ac3"};
@@ -215,6 +238,24 @@ INSTANTIATE_TEST_SUITE_P(Containers, RawAudioLossTest,
                                          Container{"Ac3", "ac3", {"-vn", "-c:a", "ac3"}},
                                          Container{"Flac", "flac", {"-vn", "-c:a", "flac"}}),
                          nameOf);
+
+TEST_F(AccountingTest, WholeFramesOfFlacThatAreMissingAreNoticed) {
+    const std::string source = samples::make("flac", {"-vn", "-c:a", "flac"}, 1);
+    const std::string bytes = contentOf(source);
+    std::vector<std::size_t> starts;
+    for (const std::string& line : probe(source, "packet=pos")) {
+        starts.push_back(std::stoul(line));
+    }
+    ASSERT_GT(starts.size(), 6U);
+    const std::string inTheMiddle = std::string(bytes).erase(starts[3], starts[5] - starts[3]);
+    EXPECT_NE(expectDamaged(inTheMiddle).find("numbers leap"), std::string::npos);
+    EXPECT_NE(expectDamaged(bytes.substr(0, starts.back())).find("the header says"), std::string::npos);
+}
+
+TEST_F(AccountingTest, FlacThatSomebodyElseHasCutAtTheStartIsWhole) {
+    const std::string source = samples::make("flac", {"-vn", "-c:a", "flac"}, 1);
+    expectWhole(contentOf(ffmpeg({"-ss", "0.5", "-i", source, "-c", "copy", "later.flac"})));
+}
 
 TEST_F(AccountingTest, AFormatThatDoesNotTellKeepsTheSecondName) {
     const std::string log = expectDamaged(contentOf(samples::make("nut", h264Aac, 1)));

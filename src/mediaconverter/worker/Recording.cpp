@@ -163,8 +163,16 @@ bool Recording::readWhole(AVPacket& packet) {
                 return cutPackets_.release(packet, *format_);
             }
         }
-    } while (cutPackets_.hold(packet, *format_->streams[packet.stream_index], avio_tell(format_->pb) >= size()));
+    } while (isKeptBack(packet));
     return true;
+}
+
+bool Recording::isKeptBack(AVPacket& packet) {
+    const AVStream& stream = *format_->streams[packet.stream_index];
+    if (accounting_.dropZeroTail(packet, stream)) {
+        return true;
+    }
+    return cutPackets_.hold(packet, stream, avio_tell(format_->pb) >= size());
 }
 
 const std::vector<std::string>& Recording::settle() {

@@ -64,6 +64,7 @@ private:
     void readAgain();
     bool readOn(AVPacket& packet);
     bool readWhole(AVPacket& packet);
+    bool isKeptBack(AVPacket& packet);
     void follow(const AVPacket& packet);
     /// At the end: true where it was none and the demuxer stands before what comes next.
     bool resumeAfterDamage();

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/accounting/Accounting.h"
 
 #include "mediaconverter/worker/accounting/ScanChoice.h"
+#include "mediaconverter/worker/accounting/WholeFrame.h"
 
 #include <algorithm>
 
@@ -29,6 +30,32 @@ void Accounting::follow(std::int64_t position, std::span<const std::uint8_t> byt
     view_.withdraw();
 }
 
+bool Accounting::dropZeroTail(AVPacket& packet, const AVStream& stream) {
+    const std::span<const std::uint8_t> bytes(packet.data, static_cast<std::size_t>(packet.size));
+    if (packet.pos < 0) {
+        return false;
+    }
+    if (PayloadCheck::isEmpty(bytes, *stream.codecpar) && isZeroFrom(packet.pos)) {
+        av_packet_unref(&packet);
+        return true;
+    }
+    const int zeros = zerosAfterFrame(*stream.codecpar, packet);
+    if (zeros > 0 && isZeroFrom(packet.pos + packet.size - zeros)) {
+        av_shrink_packet(&packet, packet.size - zeros);
+    }
+    return false;
+}
+
+bool Accounting::isZeroFrom(std::int64_t position) {
+    if (position >= view_.size()) {
+        return false;
+    }
+    if (position < zeros_.start || position >= zeros_.end) {
+        zeros_ = {position, view_.firstNonZero(position)};
+    }
+    return zeros_.end == view_.size();
+}
+
 void Accounting::addDelivered(const AVPacket& packet, const AVStream& stream) {
     const auto index = static_cast<std::size_t>(stream.index);
     if (index >= delivered_.size()) {
@@ -41,6 +68,9 @@ void Accounting::addDelivered(const AVPacket& packet, const AVStream& stream) {
         delivered.check.emplace(stream);
     }
     delivered.check->add({packet.data, static_cast<std::size_t>(packet.size)}, packet.pos);
+    if (scan_) {
+        scan_->addDelivered(packet, stream);
+    }
 }
 
 void Accounting::addCut(const AVPacket& packet, const AVStream& stream) {

@@ -34,6 +34,9 @@ public:
     /// The media library has read these bytes at `position`.
     void follow(std::int64_t position, std::span<const std::uint8_t> bytes);
 
+    /// Takes away what the packet holds of the zeros that fill the rest of the file. True where nothing is left of it.
+    bool dropZeroTail(AVPacket& packet, const AVStream& stream);
+
     /// The library has delivered a packet of `stream`, which goes on to its track or is left out on purpose.
     void addDelivered(const AVPacket& packet, const AVStream& stream);
 
@@ -60,6 +63,7 @@ private:
         std::optional<PayloadCheck> check;
     };
 
+    bool isZeroFrom(std::int64_t position);
     void compare(const Expectation& expected);
     void reportDamagedPackets();
 
@@ -68,6 +72,7 @@ private:
     std::unique_ptr<Scan> scan_;
     std::vector<Delivered> delivered_;
     bool hasMissed_ = false;
+    ByteRange zeros_;  ///< the last ones looked at, so that no file of zeros is read again and again
 };
 
 }  // namespace worker

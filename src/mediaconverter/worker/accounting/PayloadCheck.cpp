@@ -18,6 +18,9 @@ namespace {
 constexpr std::size_t hole = 256;
 constexpr std::size_t stride = hole / 2;
 
+/// A shorter packet of zeros may be one of silence.
+constexpr std::size_t leastEmpty = 16;
+
 bool isAllZero(std::span<const std::uint8_t> bytes) {
     return bytes.front() == 0 && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
 }
@@ -72,6 +75,10 @@ PayloadCheck::PayloadCheck(const AVStream& stream)
       mayBeCut_(hasChecksum_ && stream.duration <= 0),
       lengthWidth_(lengthWidthOf(*stream.codecpar)) {}
 
+bool PayloadCheck::isEmpty(std::span<const std::uint8_t> packet, const AVCodecParameters& stream) {
+    return packet.size() >= leastEmpty && isAllZero(packet) && isWithoutEmptyPackets(stream.codec_id);
+}
+
 void PayloadCheck::add(std::span<const std::uint8_t> packet, std::int64_t position) {
     ++packets_;
     isLastDamaged_ = isDamaged(packet);
@@ -81,8 +88,7 @@ void PayloadCheck::add(std::span<const std::uint8_t> packet, std::int64_t positi
 }
 
 bool PayloadCheck::isDamaged(std::span<const std::uint8_t> packet) const {
-    constexpr std::size_t least = 16;
-    if (isCompressed_ && packet.size() >= least && isAllZero(packet)) {
+    if (isCompressed_ && packet.size() >= leastEmpty && isAllZero(packet)) {
         return true;
     }
     // Over all of a frame, the sum at its end included, it is 0 (the format's section FRAME_FOOTER).

@@ -16,6 +16,9 @@ class PayloadCheck {
 public:
     explicit PayloadCheck(const AVStream& stream);
 
+    /// True for a packet of zeros in a codec that has none.
+    static bool isEmpty(std::span<const std::uint8_t> packet, const AVCodecParameters& stream);
+
     /// `position` is the packet's in the file, negative where the library does not tell.
     void add(std::span<const std::uint8_t> packet, std::int64_t position);
 

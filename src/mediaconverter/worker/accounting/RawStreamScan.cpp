@@ -4,6 +4,7 @@
 #include "mediaconverter/worker/accounting/AudioFrameGrammar.h"
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 namespace worker {
@@ -33,16 +34,57 @@ std::int64_t RawStreamScan::startOfStream() {
     if (!startsWith(bytes, "fLaC")) {
         return view_.firstNonZero(position);
     }
-    position += 4;
+    return startOfFlac(position + 4);
+}
+
+std::int64_t RawStreamScan::startOfFlac(std::int64_t position) {
+    constexpr std::size_t blockHeader = 4;
+    constexpr std::size_t samplesAt = 13;  // with four bits of the field before
+    constexpr std::size_t samplesWidth = 5;
     for (bool isLast = false; !isLast && position < view_.size();) {
-        const auto block = view_.at(position, 4);
-        if (block.size() < 4) {
+        const auto block = view_.at(position, blockHeader + samplesAt + samplesWidth);
+        if (block.size() < blockHeader) {
             break;
         }
+        const bool isStreamInfo = (block[0] & 0x7FU) == 0;
+        if (isStreamInfo && block.size() == blockHeader + samplesAt + samplesWidth) {
+            const std::uint64_t field = bigEndian(block, blockHeader + samplesAt, samplesWidth);
+            flacSamples_ = static_cast<std::int64_t>(field & 0xF'FFFF'FFFFU);
+        }
         isLast = (block[0] & 0x80U) != 0;
-        position += 4 + static_cast<std::int64_t>(bigEndian(block, 1, 3));
+        position += static_cast<std::int64_t>(blockHeader) + static_cast<std::int64_t>(bigEndian(block, 1, 3));
     }
     return position;
+}
+
+void RawStreamScan::addDelivered(const AVPacket& packet, const AVStream& stream) {
+    if (stream.codecpar->codec_id == AV_CODEC_ID_FLAC &&
+        !flacNumbers_.follows({packet.data, static_cast<std::size_t>(packet.size)})) {
+        const std::int64_t position = std::max<std::int64_t>(packet.pos, 0);
+        ledger_.addLost(position, position, "frames are missing here, for their numbers leap");
+    }
+}
+
+Corrections RawStreamScan::corrections() {
+    constexpr std::size_t step = std::size_t{64} * 1024;
+    constexpr std::int64_t leastTail = 256;
+    std::int64_t end = view_.size();
+    while (hasStartCodes_ && end > 0) {
+        const std::int64_t start = std::max<std::int64_t>(end - static_cast<std::int64_t>(step), 0);
+        const auto bytes = view_.at(start, static_cast<std::size_t>(end - start));
+        const auto last = std::find_if(bytes.rbegin(), bytes.rend(), [](std::uint8_t byte) { return byte != 0; });
+        end -= last - bytes.rbegin();
+        if (last != bytes.rend() || bytes.empty()) {
+            break;
+        }
+    }
+    if (end == 0 || view_.size() - end < leastTail) {
+        return {};
+    }
+    end_ = end;
+    ledger_.addNote("the last " + std::to_string(view_.size() - end) +
+                    " bytes are all zero, as a crash of the system leaves them");
+    return {{}, end};
 }
 
 void RawStreamScan::finish() {
@@ -50,7 +92,7 @@ void RawStreamScan::finish() {
     if (start > view_.size()) {
         ledger_.addLost(0, view_.size(), "a header that leads beyond the end");
     }
-    std::int64_t end = view_.size();
+    std::int64_t end = end_;
     for (const std::int64_t tag : {std::int64_t{128}, std::int64_t{32}}) {
         if (end - tag > start && audioTagLength(view_, end - tag) == tag) {
             end -= tag;
@@ -58,6 +100,11 @@ void RawStreamScan::finish() {
     }
     bytes_ = std::max<std::int64_t>(end - start, 0);
     ledger_.addPayload(0, start, bytes_);
+    if (flacSamples_ > flacNumbers_.samples()) {
+        ledger_.addLost(view_.size(), view_.size(),
+                        "the header says " + std::to_string(flacSamples_) + " samples, but there are " +
+                            std::to_string(flacNumbers_.samples()));
+    }
 }
 
 std::vector<Expectation> RawStreamScan::expectations(const AVFormatContext& format) const {

@@ -1,27 +1,40 @@
 #pragma once
 
+#include "mediaconverter/worker/accounting/FlacNumbers.h"
 #include "mediaconverter/worker/accounting/Scan.h"
 
 namespace worker {
 
 /// Streams without a container whose packets are the whole file: H.264, HEVC, MPEG video, FLAC and the like. All bytes
-/// but the texts before and after them have to be delivered.
+/// but the texts before and after them have to be delivered. FLAC's frames are numbered, and its header may say how
+/// much audio there is, so that frames which are missing altogether show too.
 class RawStreamScan final : public Scan {
 public:
     /// Both must outlive it.
-    RawStreamScan(SourceView& view, Ledger& ledger) : view_(view), ledger_(ledger) {}
+    /// `hasStartCodes` is true for video, whose units may be followed by any number of zeros.
+    RawStreamScan(SourceView& view, Ledger& ledger, bool hasStartCodes)
+        : view_(view), ledger_(ledger), hasStartCodes_(hasStartCodes), end_(view.size()) {}
+
+    /// Leaves out the zeros at the end, which the library would take for a part of the last picture.
+    Corrections corrections() override;
 
     std::int64_t position() const override { return view_.size(); }
     void advance(std::int64_t) override {}
     void finish() override;
+    void addDelivered(const AVPacket& packet, const AVStream& stream) override;
     std::vector<Expectation> expectations(const AVFormatContext& format) const override;
 
 private:
     std::int64_t startOfStream();
+    std::int64_t startOfFlac(std::int64_t position);
 
     SourceView& view_;
     Ledger& ledger_;
+    const bool hasStartCodes_;
+    std::int64_t end_;  ///< of what the library is shown
     std::int64_t bytes_ = 0;
+    FlacNumbers flacNumbers_;
+    std::int64_t flacSamples_ = 0;  ///< by the header; 0 where it does not say
 };
 
 }  // namespace worker

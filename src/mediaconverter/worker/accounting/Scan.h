@@ -50,6 +50,12 @@ public:
     /// Goes on to the end of the file.
     virtual void finish() = 0;
 
+    /// The library has delivered this packet of `stream`, in the order of the file.
+    virtual void addDelivered(const AVPacket& packet, const AVStream& stream) {
+        static_cast<void>(packet);
+        static_cast<void>(stream);
+    }
+
     /// After finish().
     virtual std::vector<Expectation> expectations(const AVFormatContext& format) const = 0;
 

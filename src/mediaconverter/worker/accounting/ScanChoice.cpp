@@ -25,7 +25,8 @@ namespace worker {
 namespace {
 
 constexpr const char* flvFormats = "flv,live_flv,kux";
-constexpr const char* rawFormats = "h264,hevc,m4v,mpegvideo,vc1,flac,dts,truehd,mlp,amr,au";
+constexpr const char* rawVideoFormats = "h264,hevc,m4v,mpegvideo,vc1";
+constexpr const char* rawAudioFormats = "flac,dts,truehd,mlp,amr,au";
 
 bool isOneOf(const AVInputFormat& format, const char* names) {
     return av_match_list(format.name, names, ',') > 0;
@@ -83,8 +84,9 @@ std::unique_ptr<Scan> makeScan(const AVInputFormat& format, SourceView& view, Le
     if (const ChunkLayout* const layout = chunkLayoutOf(format.name)) {
         return std::make_unique<ChunkedAudioScan>(*layout, view, ledger);
     }
-    if (isOneOf(format, rawFormats)) {
-        return std::make_unique<RawStreamScan>(view, ledger);
+    const bool isRawVideo = isOneOf(format, rawVideoFormats);
+    if (isRawVideo || isOneOf(format, rawAudioFormats)) {
+        return std::make_unique<RawStreamScan>(view, ledger, isRawVideo);
     }
     auto grammar = grammarOf(format);
     if (!grammar) {

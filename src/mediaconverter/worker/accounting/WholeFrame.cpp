@@ -2,7 +2,9 @@
 
 #include "mediaconverter/worker/accounting/AudioFrames.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 
 namespace worker {
@@ -31,6 +33,15 @@ bool keepWholeSamples(const AVCodecParameters& stream, AVPacket& packet) {
     av_shrink_packet(&packet, packet.size / bytes * bytes);
     packet.flags &= ~AV_PKT_FLAG_CORRUPT;
     return true;
+}
+
+int zerosAfterFrame(const AVCodecParameters& stream, const AVPacket& packet) {
+    const auto length = static_cast<int>(lengthOf(stream, packet).value_or(0));
+    const bool isLonger = length > 0 && length < packet.size;
+    return isLonger && std::all_of(packet.data + length, packet.data + packet.size,
+                                   [](std::uint8_t byte) { return byte == 0; })
+               ? packet.size - length
+               : 0;
 }
 
 }  // namespace worker

@@ -16,4 +16,7 @@ bool isCutFrame(const AVCodecParameters& stream, const AVPacket& packet);
 /// True for samples of one fixed size, of which the packet is left with the whole ones, and no mark of damage.
 bool keepWholeSamples(const AVCodecParameters& stream, AVPacket& packet);
 
+/// How many bytes follow the frame that the packet is by its header, if they are all zero; else 0.
+int zerosAfterFrame(const AVCodecParameters& stream, const AVPacket& packet);
+
 }  // namespace worker
