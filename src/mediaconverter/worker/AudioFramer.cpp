@@ -5,6 +5,8 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cstddef>
+#include <vector>
 
 namespace worker {
 
@@ -19,6 +21,9 @@ constexpr std::int64_t longestStep = 1800;
 /// A pause shorter than this share of a second is rounding.
 constexpr int shareOfRounding = 10;
 
+/// Between parts of different forms, less than this share of a second is.
+constexpr int shareOfSplice = 100;
+
 int frameLength(const AVCodecContext& encoder) {
     return encoder.frame_size > 0 ? encoder.frame_size : usualFrame;
 }
@@ -29,7 +34,7 @@ AudioFramer::AudioFramer(const AVCodecContext& encoder)
     : encoder_(encoder),
       fifo_(present(av_audio_fifo_alloc(encoder.sample_fmt, encoder.ch_layout.nb_channels, frameLength(encoder)))) {}
 
-void AudioFramer::push(AVFrame& frame) {
+void AudioFramer::push(AVFrame& frame, bool isSplice) {
     if (start_ == AV_NOPTS_VALUE) {
         start_ = frame.pts == AV_NOPTS_VALUE ? 0 : frame.pts;
     }
@@ -38,11 +43,28 @@ void AudioFramer::push(AVFrame& frame) {
         pause(frame);
         return;
     }
-    if (ahead > encoder_.sample_rate / shareOfRounding) {
+    if (ahead > encoder_.sample_rate / (isSplice ? shareOfSplice : shareOfRounding)) {
         pad(ahead);
     }
-    if (av_audio_fifo_write(fifo_.get(), reinterpret_cast<void**>(frame.extended_data), frame.nb_samples) <
-        frame.nb_samples) {
+    if (isSplice && -ahead > encoder_.sample_rate / shareOfSplice && -ahead <= encoder_.sample_rate / shareOfRounding) {
+        overlap_ = -ahead;
+    }
+    const auto left = static_cast<int>(std::min<std::int64_t>(overlap_, frame.nb_samples));
+    overlap_ -= left;
+    write(frame, left);
+}
+
+void AudioFramer::write(AVFrame& frame, int from) {
+    const AVSampleFormat format = encoder_.sample_fmt;
+    const bool isPlanar = av_sample_fmt_is_planar(format) != 0;
+    const int channels = encoder_.ch_layout.nb_channels;
+    std::vector<void*> planes;
+    for (int plane = 0; plane < (isPlanar ? channels : 1); ++plane) {
+        planes.push_back(frame.extended_data[plane] +
+                         std::ptrdiff_t{from} * av_get_bytes_per_sample(format) * (isPlanar ? 1 : channels));
+    }
+    const int samples = frame.nb_samples - from;
+    if (av_audio_fifo_write(fifo_.get(), planes.data(), samples) < samples) {
         throw std::bad_alloc();
     }
 }
@@ -86,7 +108,7 @@ void AudioFramer::endPause() {
     }
     const FramePointer next = std::move(afterPause_);
     start_ = AV_NOPTS_VALUE;
-    push(*next);
+    push(*next, false);
 }
 
 FramePointer AudioFramer::take(int samples) {

@@ -22,8 +22,11 @@ public:
     /// For an encoder that is open. Frames come and go with times in its time base, one sample each.
     explicit AudioFramer(const AVCodecContext& encoder);
 
-    /// The next audio, in the encoder's form. One that belongs before the end of what has come follows it.
-    void push(AVFrame& frame);
+    /// The next audio, in the encoder's form. Its times may be rounded, or late by a little: audio that belongs before
+    /// the end of what has come follows it, and gaps of up to 0.1 s are closed. Between parts of different forms
+    /// (`isSplice`) smaller gaps are filled as well, and what overlaps by up to 0.1 s, as codecs fill up their frames,
+    /// is left out.
+    void push(AVFrame& frame, bool isSplice);
 
     /// The next frame for the encoder; the rest, however short, where `all` is wanted. None where there is none.
     FramePointer pop(bool all);
@@ -34,6 +37,7 @@ private:
     };
 
     std::int64_t waiting() const { return av_audio_fifo_size(fifo_.get()); }
+    void write(AVFrame& frame, int from);
     void pause(AVFrame& next);
     void endPause();
     void pad(std::int64_t samples);
@@ -44,6 +48,7 @@ private:
     const std::unique_ptr<AVAudioFifo, FifoDeleter> fifo_;
     FramePointer afterPause_;              ///< waits until what came before the pause has been popped
     std::int64_t start_ = AV_NOPTS_VALUE;  ///< of what is in the queue
+    std::int64_t overlap_ = 0;             ///< samples still to leave out
 };
 
 }  // namespace worker

@@ -157,6 +157,12 @@ Likeness likenessOf(const ProvedTrack& track) {
     return isJoinedByTheMuxer(track.written) ? Likeness::fewer : Likeness::sameNumber;
 }
 
+std::int64_t primingOf(const ProvedTrack& track) {
+    const AVCodecParameters& parameters = *track.written.codecpar;
+    const bool isReencoded = !track.isCopy && parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate > 0;
+    return isReencoded ? av_rescale_q(parameters.initial_padding, {1, parameters.sample_rate}, AV_TIME_BASE_Q) : 0;
+}
+
 std::string findShownDifference(const SourceReader& reader, const std::vector<ProvedTrack>& tracks) {
     const std::vector<ShownTimes> shown = readShownTimes(reader);
     std::size_t next = 0;
@@ -167,7 +173,8 @@ std::string findShownDifference(const SourceReader& reader, const std::vector<Pr
         if (next == shown.size()) {
             disprove(track.written, "it is missing");
         }
-        const std::string difference = findShownDifference(track.source, shown[next++], likenessOf(track));
+        const std::string difference =
+            findShownDifference(track.source, shown[next++], likenessOf(track), primingOf(track));
         if (!difference.empty()) {
             return "track " + std::to_string(track.written.index) + " is not shown as recorded: " + difference;
         }

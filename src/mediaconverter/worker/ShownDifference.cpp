@@ -19,8 +19,8 @@ constexpr std::int64_t leastFrame = 10'000;
 /// A picture may stay for minutes; being that late would still be seen.
 constexpr std::int64_t mostFrame = 50'000;
 
-/// Smaller gaps are not filled when audio is re-encoded; in microseconds.
-constexpr std::int64_t mostUnfilled = 100'000;
+/// By how much more a decoder may hold audio back, or leave out of it, than its container says; in microseconds.
+constexpr std::int64_t mostCodecDelay = 100'000;
 
 void sort(ShownTimes& times) {
     // Hours of audio are in order already.
@@ -39,25 +39,35 @@ bool isApart(std::int64_t a, std::int64_t b, std::int64_t frame) {
     return std::llabs(a - b) > frame;
 }
 
+bool areEndsApart(const ShownTimes& wanted, const ShownTimes& found, std::int64_t frame) {
+    // A last packet of unknown length ends where it starts; how long it is shown is then the writer's choice.
+    const bool isEndKnown = wanted.end > wanted.starts.back();
+    return isApart(wanted.starts.front(), found.starts.front(), frame) ||
+           (isEndKnown && isApart(wanted.end, found.end, frame)) || found.end < wanted.end - frame;
+}
+
 bool isAnyApart(const ShownTimes& a, const ShownTimes& b, std::int64_t frame) {
     return !std::equal(a.starts.begin(), a.starts.end(), b.starts.begin(), b.starts.end(),
                        [frame](std::int64_t one, std::int64_t other) { return !isApart(one, other, frame); });
+}
+
+std::string seconds(std::int64_t time) {
+    std::array<char, 32> text{};
+    static_cast<void>(std::snprintf(text.data(), text.size(), "%.3f", static_cast<double>(time) / AV_TIME_BASE));
+    return text.data();
 }
 
 std::string describe(const ShownTimes& times) {
     if (times.starts.empty()) {
         return "nothing";
     }
-    std::array<char, 128> text{};
-    static_cast<void>(std::snprintf(text.data(), text.size(), "%zu packets from %.3f to %.3f s", times.starts.size(),
-                                    static_cast<double>(times.starts.front()) / AV_TIME_BASE,
-                                    static_cast<double>(times.end) / AV_TIME_BASE));
-    return text.data();
+    return std::to_string(times.starts.size()) + " packets from " + seconds(times.starts.front()) + " to " +
+           seconds(times.end) + " s";
 }
 
 }  // namespace
 
-std::string findShownDifference(const SourceTimes& source, ShownTimes found, Likeness likeness) {
+std::string findShownDifference(const SourceTimes& source, ShownTimes found, Likeness likeness, std::int64_t priming) {
     ShownTimes wanted = source.shown();
     sort(wanted);
     sort(found);
@@ -65,13 +75,19 @@ std::string findShownDifference(const SourceTimes& source, ShownTimes found, Lik
     if (wanted.starts.empty() || found.starts.empty()) {
         return wanted.starts.empty() == found.starts.empty() ? "" : both;
     }
-    const std::int64_t frame =
-        frameOf(wanted, source.longest()) + (likeness == Likeness::otherFrames ? mostUnfilled : 0);
-    // A last packet of unknown length ends where it starts; how long it is shown is then the writer's choice.
-    const bool isEndKnown = wanted.end > wanted.starts.back();
-    if (isApart(wanted.starts.front(), found.starts.front(), frame) ||
-        (isEndKnown && isApart(wanted.end, found.end, frame)) || found.end < wanted.end - frame) {
+    const std::int64_t frame = frameOf(wanted, source.longest());
+    if (const auto& decoded = source.decodedAudio(); decoded && found.starts.front() < decoded->start) {
+        found.starts.front() = std::min(found.starts.front() + priming, decoded->start);
+    }
+    if (areEndsApart(wanted, found, frame + (likeness == Likeness::otherFrames ? mostCodecDelay : 0))) {
         return both;
+    }
+    if (const auto& decoded = source.decodedAudio(); likeness == Likeness::otherFrames && decoded) {
+        const bool isApartByMore =
+            isApart(decoded->start, found.starts.front(), frame) || isApart(decoded->end, found.end, frame);
+        return isApartByMore
+                   ? both + ", which is decoded from " + seconds(decoded->start) + " to " + seconds(decoded->end) + " s"
+                   : "";
     }
     if (likeness == Likeness::sameNumber && wanted.starts.size() != found.starts.size()) {
         return both;

@@ -48,6 +48,16 @@ void SourceTimes::addPicture(std::int64_t time) {
     shown_.add(start, 0);
 }
 
+void SourceTimes::addDecodedAudio(std::int64_t time, int samples, int rate) {
+    if (time == AV_NOPTS_VALUE && !decodedAudio_) {
+        return;
+    }
+    const std::int64_t start = time == AV_NOPTS_VALUE ? decodedAudio_->end : inMicroseconds(time, stream_.time_base);
+    const std::int64_t end = start + inMicroseconds(samples, {1, std::max(rate, 1)});
+    decodedAudio_ = decodedAudio_ ? Span{std::min(decodedAudio_->start, start), std::max(decodedAudio_->end, end)}
+                                  : Span{start, end};
+}
+
 std::int64_t SourceTimes::durationOf(const AVPacket& packet) const {
     AVCodecParameters& parameters = *stream_.codecpar;
     if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate > 0) {

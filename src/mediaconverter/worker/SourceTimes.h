@@ -7,6 +7,7 @@ extern "C" {
 }
 
 #include <cstdint>
+#include <optional>
 
 namespace worker {
 
@@ -28,10 +29,22 @@ public:
     /// One decoded picture of unknown duration; `time` is in the stream's time base.
     void addPicture(std::int64_t time);
 
+    /// One decoded frame of audio, as long as its samples; `time` is in the stream's time base, AV_NOPTS_VALUE for one
+    /// that follows the last.
+    void addDecodedAudio(std::int64_t time, int samples, int rate);
+
     /// In microseconds; INT64_MAX where nothing is shown.
     std::int64_t earliest() const { return earliest_; }
 
     const ShownTimes& shown() const { return shown_; }
+
+    /// What the decoder makes of the packets: it leaves out the codec's delay, of which a container need not tell. In
+    /// microseconds; none where no audio was decoded.
+    struct Span {
+        std::int64_t start;
+        std::int64_t end;
+    };
+    const std::optional<Span>& decodedAudio() const { return decodedAudio_; }
 
     /// The longest packet so far, in microseconds; 0 where the recording tells no lengths.
     std::int64_t longest() const { return longest_; }
@@ -44,6 +57,7 @@ private:
     ShownTimes shown_;
     std::int64_t earliest_ = INT64_MAX;
     std::int64_t longest_ = 0;
+    std::optional<Span> decodedAudio_;
     std::int64_t skipped_ = INT64_MIN;  ///< before this time nothing is heard; microseconds
 };
 

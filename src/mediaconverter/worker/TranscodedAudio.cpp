@@ -98,18 +98,19 @@ void TranscodedAudio::inspect(AVFrame& frame) {
     if (silenceImpossibleSamples(frame) > 0) {
         countUndecodable();
     }
-    if (hasTimes()) {
-        return;
+    if (!hasTimes()) {
+        // The library counts these by the rate and length of the first packets.
+        frame.pts = nextTime_ == AV_NOPTS_VALUE ? frame.pts : nextTime_;
+        nextTime_ = (frame.pts == AV_NOPTS_VALUE ? 0 : frame.pts) +
+                    av_rescale_q(frame.nb_samples, {1, std::max(frame.sample_rate, 1)}, source().time_base);
     }
-    // The library counts these by the rate and length of the first packets.
-    frame.pts = nextTime_ == AV_NOPTS_VALUE ? frame.pts : nextTime_;
-    nextTime_ = (frame.pts == AV_NOPTS_VALUE ? 0 : frame.pts) +
-                av_rescale_q(frame.nb_samples, {1, std::max(frame.sample_rate, 1)}, source().time_base);
+    witness().addDecodedAudio(frame.pts, frame.nb_samples, frame.sample_rate);
 }
 
 void TranscodedAudio::takeFiltered(AVFrame* frame, Mp4Writer& writer) {
     if (frame != nullptr) {
-        framer_->push(*frame);
+        framer_->push(*frame, isFirstOfForm_);
+        isFirstOfForm_ = false;
     }
     while (const FramePointer next = framer_->pop(frame == nullptr)) {
         encode(next.get(), writer);
@@ -148,6 +149,7 @@ void TranscodedAudio::remember(const AVFrame& frame) {
     rate_ = frame.sample_rate;
     format_ = frame.format;
     layout_ = layoutText(frame.ch_layout);
+    isFirstOfForm_ = true;
 }
 
 }  // namespace worker

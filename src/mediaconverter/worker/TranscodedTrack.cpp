@@ -209,8 +209,9 @@ void TranscodedTrack::drainFilters(Mp4Writer& writer) {
         if (filtered_->pts != AV_NOPTS_VALUE) {
             filtered_->pts = av_rescale_q(filtered_->pts, av_buffersink_get_time_base(graphSink_), encoder_->time_base);
         }
-        // Encoders refuse times that stand still.
-        if (lastTime_ != AV_NOPTS_VALUE && (filtered_->pts == AV_NOPTS_VALUE || filtered_->pts <= lastTime_)) {
+        // Encoders refuse times that stand still. Audio is cut into other frames, with times of their own.
+        if (encoder_->codec_type == AVMEDIA_TYPE_VIDEO && lastTime_ != AV_NOPTS_VALUE &&
+            (filtered_->pts == AV_NOPTS_VALUE || filtered_->pts <= lastTime_)) {
             filtered_->pts = lastTime_ + 1;
         }
         lastTime_ = filtered_->pts;

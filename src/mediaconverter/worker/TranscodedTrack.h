@@ -148,6 +148,7 @@ private:
     int rate_ = 0;
     int format_ = -1;
     std::string layout_;
+    bool isFirstOfForm_ = true;                   ///< of a rate, format or layout, what comes out of the filters next
     bool isNumbered_ = false;                     ///< its channels have no places
     std::int64_t expectedTime_ = AV_NOPTS_VALUE;  ///< of the next frame, in the source's time base
     std::int64_t nextTime_ = AV_NOPTS_VALUE;      ///< by the samples so far, in the source's time base
