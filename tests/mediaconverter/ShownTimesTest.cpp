@@ -12,6 +12,11 @@ namespace {
 using namespace mediatest;
 namespace fs = std::filesystem;
 
+Words plus(Words words, const Words& more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
 const Words baseline = {"-c:v", "libx264", "-preset", "ultrafast", "-profile:v", "baseline", "-g", "10"};
 const Words reordered = {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-g", "20"};
 const Words aac = {"-c:a", "aac"};
@@ -28,6 +33,9 @@ const std::vector<Start> starts = {
     {"VideoLater", "0.7", "0", "0"}, {"AtTenHours", "0", "0", "36000"}, {"AudioLaterAtTenHours", "0", "0.5", "36000"},
 };
 const std::vector<Start> fewStarts = {starts[1], starts[3]};
+
+/// Times that count from 1970, as recorders give them that use the time of day.
+const std::vector<Start> sinceTheEpoch = {{"SinceTheEpoch", "0", "0.5", "1700000000"}};
 
 const std::vector<Kind> h264s = {
     {"Baseline", "mkv", baseline, aac, true},
@@ -55,6 +63,16 @@ INSTANTIATE_TEST_SUITE_P(H264, StartTest, testing::Combine(testing::ValuesIn(h26
                          nameOf);
 INSTANTIATE_TEST_SUITE_P(Matroska, StartTest,
                          testing::Combine(testing::ValuesIn(matroskas), testing::ValuesIn(fewStarts)), nameOf);
+
+const std::vector<Kind> clocked = {
+    {"Matroska", "mkv", reordered, aac, true},
+    {"MatroskaPcm", "mkv", baseline, {"-c:a", "pcm_s16le"}, false},
+    {"Ts", "ts", reordered, aac, true},
+    {"Mp4", "mp4", reordered, aac, true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Clocks, StartTest,
+                         testing::Combine(testing::ValuesIn(clocked), testing::ValuesIn(sinceTheEpoch)), nameOf);
 
 TEST_F(ShownTimesTest, VideoAloneThatStartsAtTenHoursIsShown) {
     const std::string source =
@@ -207,11 +225,6 @@ TEST_P(UntimedTest, EachPictureIsShownInItsOrderAtItsTime) {
 }
 
 const Words x264 = {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "3", "-b-pyramid", "normal", "-g", "30"};
-
-Words plus(Words words, const Words& more) {
-    words.insert(words.end(), more.begin(), more.end());
-    return words;
-}
 
 const std::vector<Untimed> untimed = {
     {"H264InAvi", "avi", plus(x264, {"-c:a", "libmp3lame"}), 0},
