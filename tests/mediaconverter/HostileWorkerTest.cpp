@@ -1,8 +1,7 @@
 #include "mediaconverter/FaultTest.h"
+#include "mediaconverter/HostileApplication.h"
 #include "mediaconverter/Processes.h"
 
-#include <dlfcn.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +13,6 @@
 #include <filesystem>
 #include <future>
 #include <map>
-#include <thread>
 
 // A worker that has been taken over by what it reads, or is broken in the oddest ways: the application goes on, in
 // time, with one error, and nothing of it is published.
@@ -26,32 +24,6 @@ using enum ConversionError;
 namespace fs = std::filesystem;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
-
-/// An application folder whose worker is the hostile one.
-class HostileApplication {
-public:
-    explicit HostileApplication(const std::string& how) {
-        fs::create_directories(folder_.file("lib"));
-        fs::create_directories(folder_.file("libexec"));
-        fs::copy_file(shippedLibrary(), library());
-        const std::string worker = folder_.file("libexec/mediaconverter-worker");
-        writeFile(worker, "#!/bin/sh\nexec '" HOSTILE_WORKER "' '" + how + "'\n");
-        ::chmod(worker.c_str(), 0755);
-        writeFile(folder_.file("a.mkv"), contentOf(samples::matroska()));
-    }
-
-    std::string library() const { return folder_.file("lib/libmediaconverter.so"); }
-    std::string source() const { return folder_.file("a.mkv"); }
-    std::string destination() const { return folder_.file("out.mp4"); }
-
-    bool isAsBefore() const {
-        return contentOf(source()) == contentOf(samples::matroska()) &&
-               folder_.names() == std::vector<std::string>{"a.mkv", "lib", "libexec"};
-    }
-
-private:
-    TemporaryFolder folder_;
-};
 
 struct Ending {
     ProcessResult result;
@@ -201,45 +173,6 @@ TEST(HostileWorkerTest, AnInterruptedWaitDoesNotHideThatItCrashed) {
     EXPECT_TRUE(ending.isAsBefore);
 }
 #endif
-
-/// In this process, so that the converter can be released from outside.
-class AbandonedTest : public testing::TestWithParam<const char*> {
-protected:
-    AbandonedTest()
-        : application_(GetParam()), library_(dlopen(application_.library().c_str(), RTLD_NOW | RTLD_LOCAL)) {}
-    ~AbandonedTest() override { dlclose(library_); }
-
-    HostileApplication application_;
-    void* library_;
-    RecordingSink sink_;
-};
-
-TEST_P(AbandonedTest, AtOnceWhateverTheWorkerDoes) {
-    ASSERT_NE(library_, nullptr);
-    auto converter = make(reinterpret_cast<CreateFunction>(dlsym(library_, "CreateMediaConverter")), sink_);
-    zed::IZedMediaConverter* const raw = converter.get();
-    std::thread job([&] { raw->Convert(application_.source().c_str(), application_.destination().c_str(), 3, 4); });
-    ASSERT_TRUE(sink_.waitForCount(1));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    const auto start = steady_clock::now();
-    converter.reset();
-    const auto taken = steady_clock::now() - start;
-    job.join();
-    EXPECT_LT(taken, seconds(4));
-    EXPECT_EQ(sink_.onlyError(), static_cast<int>(abandoned));
-    EXPECT_TRUE(application_.isAsBefore());
-    EXPECT_TRUE(::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD) << "a worker is left, dead or alive";
-}
-
-INSTANTIATE_TEST_SUITE_P(Workers, AbandonedTest,
-                         testing::Values("half a message, then silence", "closed reports", "done without ending",
-                                         "the same progress", "computing"),
-                         [](const auto& test) {
-                             std::string name = test.param;
-                             std::erase_if(name,
-                                           [](char c) { return std::isalpha(static_cast<unsigned char>(c)) == 0; });
-                             return name;
-                         });
 
 /// The worker that ships, seen from this process.
 class ChildTest : public FaultTest {
