@@ -2,10 +2,14 @@
 
 #include "plugins/ktrtrace/TraceSlot.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <exception>
+#include <string_view>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,6 +25,40 @@ spdlog::file_event_handlers keepPrivate() {
         static_cast<void>(::fchmod(::fileno(file), ownFile));
     };
     return handlers;
+}
+
+/// Where the last whole line of the file ends; where it can't be read, its own end.
+off_t endOfLines(int descriptor, off_t size) {
+    std::array<char, 4096> block{};
+    for (off_t end = size; end > 0;) {
+        const off_t start = std::max<off_t>(end - static_cast<off_t>(block.size()), 0);
+        const ssize_t got = ::pread(descriptor, block.data(), static_cast<std::size_t>(end - start), start);
+        if (got != end - start) {
+            return size;
+        }
+        const std::string_view text(block.data(), static_cast<std::size_t>(got));
+        if (const auto found = text.rfind('\n'); found != text.npos) {
+            return start + static_cast<off_t>(found) + 1;
+        }
+        end = start;
+    }
+    return 0;
+}
+
+/// A full disk takes the beginning of a line and refuses the rest; a power cut may leave the same.
+void cutTornLine(const std::string& file) {
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    if (descriptor < 0) {
+        return;
+    }
+    struct stat status = {};
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+        const off_t end = endOfLines(descriptor, status.st_size);
+        if (end < status.st_size) {
+            static_cast<void>(::ftruncate(descriptor, end));
+        }
+    }
+    ::close(descriptor);
 }
 
 }  // namespace
@@ -39,6 +77,7 @@ void RotatingSink::open() {
         return;
     }
     ::close(probe);
+    cutTornLine(file_);
     inner_ = std::make_unique<spdlog::sinks::rotating_file_sink_st>(file_, limits_.fileSize, limits_.olderFiles, false,
                                                                     keepPrivate());
     inner_->set_formatter(formatter_->clone());
@@ -59,8 +98,10 @@ void RotatingSink::sink_it_(const spdlog::details::log_msg& message) {
             inner_->flush();
         }
     } catch (const std::exception&) {
-        // After a failure the library's sink may be left without a file, and would crash at the next line.
+        // After a failure the library's sink may be left without a file, and would crash at the next line. Closing the
+        // file tries once more to write the rest of this one.
         inner_.reset();
+        cutTornLine(file_);
     }
     if (inner_ == nullptr) {
         retry_ = now + limits_.pause;

@@ -12,8 +12,8 @@
 namespace ktrtrace {
 
 /// Writes each line at once into a file that is put aside when it is full (trace.log, trace.1.log, …), all of them for
-/// their owner alone. Where a line can't be written (the disk is full, the folder gone), it is lost, and so is what
-/// comes in the next seconds; then the file is tried again. Any thread.
+/// their owner alone. A line is written as a whole or not at all. Where one can't be written (the disk is full, the
+/// folder gone), it is lost, and so is what comes in the next seconds; then the file is tried again. Any thread.
 class RotatingSink final : public spdlog::sinks::base_sink<std::mutex> {
 public:
     struct Limits {

@@ -287,7 +287,13 @@ TEST_F(TracePlugInTest, WhereTheFolderCanNotBeMadeThereIsNoTrace) {
     EXPECT_EQ(nowhere.fileName(), nullptr);
 }
 
-// A limit on the size of files fails a write just as a full disk does.
+bool endsWithALine(const std::string& file) {
+    std::ifstream stream(file);
+    const std::string text((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    return text.ends_with('\n');
+}
+
+// A limit on the size of files fails a write just as a full disk does, in the middle of a line.
 bool outlivesAFullDisk(const std::string& folder) {
     std::signal(SIGXFSZ, SIG_IGN);
     TraceLog log(folder, TraceLevel::info, {1000000, 2, 50ms});
@@ -298,6 +304,7 @@ bool outlivesAFullDisk(const std::string& folder) {
     for (int index = 0; index < 100; ++index) {
         hasLost = !log.write(TraceLevel::info, "lost " + std::to_string(index)) || hasLost;
     }
+    good = good && endsWithALine(log.fileName());
     const rlimit free = {RLIM_INFINITY, RLIM_INFINITY};
     ::setrlimit(RLIMIT_FSIZE, &free);
     std::this_thread::sleep_for(100ms);
@@ -308,6 +315,20 @@ TEST_F(TracePlugInTest, AFullDiskLosesLinesAndLaterOnesComeAgain) {
     EXPECT_TRUE(ended(begin([&] { return outlivesAFullDisk(folder_); })));
     const auto lines = linesOf("trace.log");
     EXPECT_TRUE(lines.back().ends_with("after"));
+    for (const auto& line : lines) {
+        EXPECT_TRUE(std::regex_match(line, wholeLine)) << line;
+    }
+}
+
+TEST_F(TracePlugInTest, ALineThatAPowerCutHasTornGoes) {
+    std::filesystem::create_directories(folder_);
+    const std::string whole = "2026-01-02T03:04:05.000006+00:00 info    17 main a line";
+    std::ofstream(folder_ / "trace.log") << whole << "\n" << std::string(10000, 'x');
+    const TraceLog log(folder_, TraceLevel::info, {});
+    const auto lines = linesOf("trace.log");
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0], whole);
+    EXPECT_TRUE(std::regex_match(lines[1], wholeLine)) << lines[1];
 }
 
 TEST_F(TracePlugInTest, AFolderThatGoesAwayIsHarmless) {
