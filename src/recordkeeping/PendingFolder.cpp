@@ -3,16 +3,15 @@
 #include "platform/BackgroundExecutor.h"
 #include "platform/DispatchQueue.h"
 #include "platform/SystemLog.h"
+#include "recordkeeping/PendingNames.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <map>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -35,16 +34,6 @@ void makeFolders(const std::string& path) {
         ::mkdir(path.substr(0, slash).c_str(), 0700);
     }
     ::mkdir(path.c_str(), 0700);
-}
-
-/// Names sort by the time of the announcement.
-std::string freshName() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    std::array<char, 32> text{};
-    static_cast<void>(
-        std::snprintf(text.data(), text.size(), "%020lld",
-                      static_cast<long long>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count())));
-    return text.data();
 }
 
 }  // namespace
@@ -82,22 +71,28 @@ int PendingFolder::descriptor() {
 
 std::vector<PendingFolder::Named> PendingFolder::read() {
     const int folder = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    std::vector<Named> found;
     if (folder < 0) {
-        return found;
+        return {};
     }
+    std::set<std::string> files;
     std::error_code error;
     for (std::filesystem::directory_iterator file(path_, error), end; !error && file != end; file.increment(error)) {
-        const std::string name = file->path().filename().string();
-        if (const auto entry = name.starts_with('.') ? std::nullopt : readFile(folder, name)) {
-            found.emplace_back(name, *entry);
+        files.insert(file->path().filename().string());
+    }
+    std::map<std::string, PendingEntry> found;
+    for (const std::string& file : files) {
+        const std::string name = pendingnames::nameOf(file);
+        const auto entry = pendingnames::isUnfinished(file) ? std::nullopt : readFile(folder, file);
+        if (!entry) {
+            removeRest(folder, file);
+        } else if (pendingnames::isFresh(file)) {
+            found[name] = *entry;
         } else {
-            removeRest(folder, name);
+            found.emplace(name, *entry);
         }
     }
     ::close(folder);
-    std::sort(found.begin(), found.end(), [](const Named& a, const Named& b) { return a.first < b.first; });
-    return found;
+    return {found.begin(), found.end()};
 }
 
 std::optional<PendingEntry> PendingFolder::readFile(int folder, const std::string& name) {
@@ -124,7 +119,7 @@ void PendingFolder::removeRest(int folder, const std::string& name) {
 
 std::optional<std::string> PendingFolder::add(const PendingEntry& entry) {
     const int folder = descriptor();
-    std::string name = freshName();
+    std::string name = pendingnames::madeNow();
     const std::string text = asText(entry);
     while (folder >= 0) {
         if (write(folder, name, O_CREAT | O_EXCL, text)) {
@@ -142,21 +137,45 @@ std::optional<std::string> PendingFolder::add(const PendingEntry& entry) {
 
 void PendingFolder::replace(const std::string& name, const PendingEntry& entry) {
     const int folder = descriptor();
-    const std::string fresh = "." + name + "." + std::to_string(::getpid());
-    if (folder < 0 || !write(folder, fresh, O_CREAT | O_TRUNC, asText(entry)) ||
-        ::renameat(folder, fresh.c_str(), folder, name.c_str()) != 0) {
+    if (folder >= 0 && writeFresh(folder, name, asText(entry))) {
+        syncSoon(name);
+    } else {
         sayTrouble("write to");
-        return;
     }
-    syncSoon(name);
+}
+
+bool PendingFolder::writeFresh(int folder, const std::string& name, const std::string& text) {
+    const std::string unfinished = pendingnames::unfinished(name);
+    const std::lock_guard lock(mutex_);
+    if (!write(folder, unfinished, O_CREAT | O_TRUNC, text) ||
+        ::renameat(folder, unfinished.c_str(), folder, pendingnames::fresh(name).c_str()) != 0) {
+        return false;
+    }
+    ++fresh_[name];
+    return true;
+}
+
+void PendingFolder::takeFresh(const std::string& name) {
+    const int folder = descriptor();
+    const std::string fresh = pendingnames::fresh(name);
+    if (folder >= 0 && readFile(folder, fresh) && sync(folder, fresh)) {
+        ::renameat(folder, fresh.c_str(), folder, name.c_str());
+    }
 }
 
 void PendingFolder::remove(const std::string& name) {
     const int folder = name.empty() ? -1 : descriptor();
-    if (folder >= 0) {
-        ::unlinkat(folder, name.c_str(), 0);
-        syncSoon(name);
+    if (folder < 0) {
+        return;
     }
+    {
+        const std::lock_guard lock(mutex_);
+        fresh_.erase(name);
+        // In this order: what is left by a power cut between the two must not be the older content.
+        ::unlinkat(folder, name.c_str(), 0);
+        ::unlinkat(folder, pendingnames::fresh(name).c_str(), 0);
+    }
+    syncSoon(name);
 }
 
 bool PendingFolder::write(int folder, const std::string& name, int flags, const std::string& text) {
@@ -199,15 +218,44 @@ void PendingFolder::syncAll() {
             folder = descriptor_;
         }
         for (const std::string& name : names) {
-            const int file = ::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-            if (file >= 0) {
-                ::fsync(file);
-                ::close(file);
-            }
+            syncOne(folder, name);
         }
         // A name is as durable as its folder.
         ::fsync(folder);
     }
+}
+
+void PendingFolder::syncOne(int folder, const std::string& name) {
+    std::optional<unsigned> revision;
+    {
+        const std::lock_guard lock(mutex_);
+        if (const auto found = fresh_.find(name); found != fresh_.end()) {
+            revision = found->second;
+        }
+    }
+    if (!revision) {
+        sync(folder, name);
+        return;
+    }
+    // Only what is on the disk may take the place of what is on the disk: file systems write names before content.
+    const std::string fresh = pendingnames::fresh(name);
+    const bool isSynced = sync(folder, fresh);
+    const std::lock_guard lock(mutex_);
+    const auto found = fresh_.find(name);
+    if (isSynced && found != fresh_.end() && found->second == *revision) {
+        ::renameat(folder, fresh.c_str(), folder, name.c_str());
+        fresh_.erase(found);
+    }
+}
+
+bool PendingFolder::sync(int folder, const std::string& file) {
+    const int descriptor = ::openat(folder, file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (descriptor < 0) {
+        return false;
+    }
+    const bool isSynced = ::fsync(descriptor) == 0;
+    ::close(descriptor);
+    return isSynced;
 }
 
 void PendingFolder::sayTrouble(const std::string& what) {

@@ -2,6 +2,7 @@
 
 #include "recordkeeping/PendingEntry.h"
 
+#include <map>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -41,8 +42,13 @@ public:
     /// Writes a new file; its name, absent when that failed. Makes the folder where there is none.
     std::optional<std::string> add(const PendingEntry& entry);
 
-    /// Puts `entry` in the place of the file's content: a reader finds either the old or the new one.
+    /// Puts `entry` in the place of the file's content: a reader finds either the old or the new one, also after a
+    /// power cut. The new content stays in a hidden file beside the old until it has been synced.
     void replace(const std::string& name, const PendingEntry& entry);
+
+    /// Content that another process had not yet brought to the disk takes its place now. Waits for the disk where there
+    /// is some. To be called before the entry of a process that has ended is replaced.
+    void takeFresh(const std::string& name);
     void remove(const std::string& name);
 
     /// While it lives, no other process holds one on this folder. Waits for it.
@@ -61,10 +67,14 @@ private:
     /// -1 when there is none and none can be made.
     int descriptor();
     bool write(int folder, const std::string& name, int flags, const std::string& text);
+    bool writeFresh(int folder, const std::string& name, const std::string& text);
     std::optional<PendingEntry> readFile(int folder, const std::string& name);
     void removeRest(int folder, const std::string& name);
     void syncSoon(const std::string& name);
     void syncAll();
+    void syncOne(int folder, const std::string& name);
+    /// Whether the file is there and on the disk.
+    bool sync(int folder, const std::string& file);
     void sayTrouble(const std::string& what);
 
     const std::string path_;
@@ -74,6 +84,8 @@ private:
     int descriptor_ = -1;
     bool hasSaidTrouble_ = false;
     std::set<std::string> unsynced_;
+    /// Entries with newer content in a hidden file, and how often that has been replaced.
+    std::map<std::string, unsigned> fresh_;
     bool isSyncing_ = false;
 };
 

@@ -13,7 +13,9 @@ class _Pending(world.World):
     def pending(self):
         """The names of the entries in the state folder."""
         folder = os.path.join(self.environment["XDG_STATE_HOME"], "record-converter", "pending")
-        return sorted(os.listdir(folder)) if os.path.isdir(folder) else []
+        files = os.listdir(folder) if os.path.isdir(folder) else []
+        # Newer content that is not on the disk yet lies beside its entry.
+        return sorted({name.lstrip(".").removesuffix(".new") for name in files})
 
     def kill(self, converter):
         converter.kill()

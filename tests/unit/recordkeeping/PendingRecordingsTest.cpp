@@ -123,6 +123,22 @@ TEST_F(PendingRecordingsTest, StatesAreKept) {
     EXPECT_EQ(sourcesOf(onDisk()), Sources{"/b.mkv"});
 }
 
+TEST_F(PendingRecordingsTest, WhatAKilledConverterHadNotSyncedIsOnTheDiskBeforeTheNextOneWritesAnything) {
+    first->announce({"/a.mkv", 7, 1, false});
+    first->noteConverting("/a.mkv", "/a.mp4");
+    processes.end(100);
+    const auto next = converter(7);
+    ASSERT_EQ(next->takeOver().size(), 1U);
+    // Without what has not been synced by now.
+    for (const auto& file : std::filesystem::directory_iterator(home + "/state/record-converter/pending")) {
+        if (file.path().filename().string().starts_with('.')) {
+            std::filesystem::remove(file);
+        }
+    }
+    ASSERT_EQ(onDisk().size(), 1U);
+    EXPECT_EQ(onDisk()[0].destination, "/a.mp4");
+}
+
 TEST_F(PendingRecordingsTest, TheOutcomeOfAnEarlierRecordingDoesNotTakeALaterOneOfThatNameAway) {
     first->announce({"/a.mkv", 7, 1, false});
     first->announce({"/a.mkv", 8, 1, false});
