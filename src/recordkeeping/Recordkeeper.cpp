@@ -5,6 +5,7 @@
 #include "KTRMeetingRecordItem.h"
 #include "framework_art/commonmgr/LanguageManager.h"
 #include "platform/DispatchQueue.h"
+#include "platform/GatedSerialQueueMaker.h"
 #include "platform/IntegerReading.h"
 #include "platform/ProcessInformation.h"
 #include "platform/SystemLog.h"
@@ -128,7 +129,11 @@ void Recordkeeper::watchJobs() {
                                           platform_.mainQueue.async(
                                               [this, item] { pending_.noteTold(item->srcPath(), item->pid()); });
                                       }});
-    application_->convertingJobRunner()->setDelegate(jobs_);
+    const auto runner = application_->convertingJobRunner();
+    runner->setDelegate(jobs_);
+    // A step releases the media converter of the job before it, and one that works in the background may not have
+    // ended. Each job's end puts a step.
+    services_.gate.setGate([&runner = *runner] { return !runner.hasJobRunning(); });
 }
 
 void Recordkeeper::bringLeft(const std::vector<PendingEntry>& entries) {

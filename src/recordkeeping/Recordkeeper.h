@@ -17,7 +17,8 @@ class AppDelegate;
 
 namespace platform {
 class BusySerialQueueMaker;
-}
+class GatedSerialQueueMaker;
+}  // namespace platform
 
 namespace recordkeeping {
 
@@ -33,6 +34,8 @@ public:
     struct Services {
         /// What makes serial queues in the platform; its busy handler calls `noteIdle`.
         platform::BusySerialQueueMaker& queues;
+        /// What `queues` makes its queues through: no step comes between a job and its end.
+        platform::GatedSerialQueueMaker& gate;
         MeetingProcessWatch::Barrier afterDelivery;
         PendingFolder& folder;
         const platform::ProcessIdentities& processes;

@@ -30,6 +30,18 @@ class ForeignMediaConverter(world.World):
     def test_that_calls_back_from_another_thread(self):
         self._check_copied(self._meeting_with("thread"))
 
+    def test_that_ends_each_job_twice_is_not_released_in_the_next_one(self):
+        late = self.meeting()
+        converter = self._meeting_with("twice")
+        path = self.path("late.mkv")
+        with open(path, "wb") as file:
+            file.write(b"late")
+        self.line.started(late.pid, path)
+        self.line.wait_acknowledged(late.pid, bus.STARTED)
+        late.die()
+        self.wait_converted(path, self.path("late.mp4"))
+        self._check_copied(converter)
+
     def test_that_fails_with_code_7(self):
         converter = self._meeting_with("error 7")
         self.assertEqual(self.wait_ended(converter), 0)

@@ -20,6 +20,7 @@ struct Studio {
     std::size_t created = 0;
     std::size_t released = 0;
     std::size_t blocked = 0;
+    std::size_t abandoned = 0;
     bool unblocked = false;
     bool refuses = false;
 };
@@ -47,17 +48,24 @@ private:
     void play(const ConversionScript& script, const std::string& destination);
     void report(float progress, const ConversionScript& script, const std::string& destination);
     bool isReleasing();
+    void noteEnd();
 
     zed::IZedMediaConverterSink& sink_;
     std::thread player_;
     std::thread::id playing_;
     bool releasing_ = false;
+    bool hasEnded_ = false;
     bool releasedByOwnCallback_ = false;
 };
 
 bool ScriptedConverter::isReleasing() {
     const std::lock_guard lock(studio().mutex);
     return releasing_;
+}
+
+void ScriptedConverter::noteEnd() {
+    const std::lock_guard lock(studio().mutex);
+    hasEnded_ = true;
 }
 
 void ScriptedConverter::Release() {
@@ -67,6 +75,7 @@ void ScriptedConverter::Release() {
         studio().lives.emplace_back("released");
         releasing_ = true;
         studio().changed.notify_all();
+        studio().abandoned += playing_ != std::thread::id() && !hasEnded_ ? 1U : 0U;
         if (playing_ == std::this_thread::get_id()) {
             releasedByOwnCallback_ = true;
             return;
@@ -117,6 +126,7 @@ void ScriptedConverter::play(const ConversionScript& script, const std::string& 
         }
     }
     if (script.error && !isReleasing()) {
+        noteEnd();
         sink_.OnConvertError(*script.error);
     }
     std::unique_lock lock(studio().mutex);
@@ -139,6 +149,9 @@ void ScriptedConverter::report(float progress, const ConversionScript& script, c
     if (progress >= 100.0F && script.output) {
         std::ofstream(destination, std::ios::binary) << *script.output;
     }
+    if (progress >= 100.0F) {
+        noteEnd();
+    }
     sink_.OnConvertProgress(progress);
 }
 
@@ -149,7 +162,7 @@ void ScriptedMediaConverter::reset() {
     studio().scripts.clear();
     studio().requests.clear();
     studio().lives.clear();
-    studio().created = studio().released = studio().blocked = 0;
+    studio().created = studio().released = studio().blocked = studio().abandoned = 0;
     studio().unblocked = studio().refuses = false;
 }
 
@@ -187,6 +200,11 @@ std::size_t ScriptedMediaConverter::created() {
 std::size_t ScriptedMediaConverter::released() {
     const std::lock_guard lock(studio().mutex);
     return studio().released;
+}
+
+std::size_t ScriptedMediaConverter::abandoned() {
+    const std::lock_guard lock(studio().mutex);
+    return studio().abandoned;
 }
 
 std::vector<std::string> ScriptedMediaConverter::lives() {

@@ -56,6 +56,9 @@ public:
     static std::size_t created();
     static std::size_t released();
 
+    /// Conversions whose converter was released before their end had been reported.
+    static std::size_t abandoned();
+
     /// "created" and "released", one entry a converter's event, in order.
     static std::vector<std::string> lives();
 

@@ -1,10 +1,13 @@
 // Media converters of other makers, for tests. What this one does is its own choice of FOREIGN_MEDIA_CONVERTER:
 //   copy      copies the bytes on the calling thread, reporting 0, 50 and 100
 //   thread    the same, but returns at once and calls back from a thread of its own
+//   twice     the same, but takes half a second and ends each job twice; gives up when it is released meanwhile
 //   error N   reports error N at once
 //   none      can't be created
 // Built against nothing but the interface's shape: the fourth virtual operation releases, the eighth converts.
 
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -26,6 +29,7 @@ public:
     virtual void second() {}
     virtual void third() {}
     virtual void release() {
+        isReleased_ = true;
         if (thread_.joinable()) {
             // The last callback of the job may be what has led here.
             thread_.get_id() == std::this_thread::get_id() ? thread_.detach() : thread_.join();
@@ -43,6 +47,13 @@ public:
         const std::string how = std::getenv("FOREIGN_MEDIA_CONVERTER");
         if (how.rfind("error ", 0) == 0) {
             sink_.error(std::atoi(how.c_str() + 6));
+        } else if (how == "twice") {
+            thread_ = std::thread([this, from = std::string(source), to = std::string(destination)] {
+                if (hasHalfASecond()) {
+                    copy(from, to);
+                    sink_.progress(100.0F);
+                }
+            });
         } else if (how == "thread") {
             thread_ =
                 std::thread([this, from = std::string(source), to = std::string(destination)] { copy(from, to); });
@@ -54,6 +65,13 @@ public:
     explicit Converter(Sink& sink) : sink_(sink) {}
 
 private:
+    bool hasHalfASecond() const {
+        for (int step = 0; step < 50 && !isReleased_; ++step) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return !isReleased_;
+    }
+
     void copy(const std::string& from, const std::string& to) {
         sink_.progress(0.0F);
         std::ifstream source(from, std::ios::binary);
@@ -66,6 +84,7 @@ private:
 
     Sink& sink_;
     std::thread thread_;
+    std::atomic<bool> isReleased_ = false;
 };
 
 }  // namespace foreign

@@ -3,6 +3,7 @@
 #include "AppDelegate.h"
 #include "KTRMeetingRecordItem.h"
 #include "platform/BusySerialQueueMaker.h"
+#include "platform/GatedSerialQueueMaker.h"
 #include "recordkeeping/HandOverKeys.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "support/FakeBackgroundExecutor.h"
@@ -163,7 +164,8 @@ protected:
     // Outlives the application, which traces its own end.
     test::RecordingTrace trace;
     test::FakePlatform fake;
-    platform::BusySerialQueueMaker queues{fake.serialQueues, fake.mainQueue};
+    platform::GatedSerialQueueMaker gate{fake.serialQueues};
+    platform::BusySerialQueueMaker queues{gate, fake.mainQueue};
     std::deque<std::function<void()>> barriers;
     std::string home = temporaryFolder();
     test::FakeBackgroundExecutor executor;
@@ -171,7 +173,7 @@ protected:
     PendingFolder folder{home + "/pending", executor, fake.mainQueue};
     recordkeeping::Recordkeeper keeper{
         fake.platformWith(queues),
-        {queues, [this](std::function<void()> then) { barriers.push_back(std::move(then)); }, folder, processes}};
+        {queues, gate, [this](std::function<void()> then) { barriers.push_back(std::move(then)); }, folder, processes}};
     std::shared_ptr<AppDelegate> app = std::make_shared<AppDelegate>(keeper.platformForApplication(), fake.bubbleMaker);
     std::size_t closed = 0;
 };
@@ -544,6 +546,27 @@ TEST_F(RecordkeeperTest, AnEndThatLeavesNothingSaysNothing) {
     EXPECT_FALSE(keeper.meetingWithoutRecording()) << "its entry brings it back";
     startWithoutFile(8);
     EXPECT_EQ(keeper.meetingWithoutRecording(), 8);
+}
+
+TEST_F(RecordkeeperTest, AStepTooManyReleasesNoMediaConverterThatWorksInTheBackground) {
+    launch();
+    ScriptedMediaConverter::script({.blocks = true, .onAnotherThread = true, .output = {}});
+    start(7, "/a.mkv");
+    start(8, "/b.mkv");
+    quit(7);
+    settle();
+    ASSERT_TRUE(ScriptedMediaConverter::waitUntilBlocked());
+    quit(8);
+    app->convertingJobRunner()->runNextJob();
+    settle();
+    EXPECT_EQ(converted(), Paths{"/a.mkv"});
+    EXPECT_FALSE(keeper.mayTerminate());
+    ScriptedMediaConverter::unblock();
+    ASSERT_TRUE(fake.serialQueues.last().waitForTask());
+    settle();
+    EXPECT_EQ(converted(), (Paths{"/a.mkv", "/b.mkv"}));
+    EXPECT_EQ(ScriptedMediaConverter::abandoned(), 0U);
+    EXPECT_TRUE(endsBySecond());
 }
 
 TEST_F(RecordkeeperTest, TheEndNamesWhatIsLeft) {

@@ -6,6 +6,7 @@
 #include "mediaconverter/providers/ConvertedFileManager.h"
 #include "mediaconverter/providers/ConvertedWorkspace.h"
 #include "platform/BusySerialQueueMaker.h"
+#include "platform/GatedSerialQueueMaker.h"
 #include "platform/IntegerReading.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PathOperations.h"
@@ -95,7 +96,8 @@ struct Providers {
     platform::ThreadSerialQueueMaker serialQueueMaker;
     // Our media converter works on the calling thread, so this queue has work exactly while there is something to
     // convert.
-    platform::BusySerialQueueMaker conversionQueues{serialQueueMaker, mainQueue};
+    platform::GatedSerialQueueMaker gatedQueues{serialQueueMaker};
+    platform::BusySerialQueueMaker conversionQueues{gatedQueues, mainQueue};
     platform::qt::QtDistributedNotificationCenter distributedCenter;
     platform::NotificationCenter notificationCenter;
     platform::PidfdProcessExitWatch exitWatch{runLoop};
@@ -113,7 +115,7 @@ struct Providers {
     recordkeeping::PendingFolder pendingFolder{recordkeeping::PendingFolder::standardPath(), background, mainQueue};
     recordkeeping::Recordkeeper recordkeeper{
         asPlatform(),
-        {conversionQueues, [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); },
+        {conversionQueues, gatedQueues, [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); },
          pendingFolder, processIdentities}};
 };
 
