@@ -109,6 +109,24 @@ TEST_F(SecondLaunch, TakesOverWhenTheHolderLeavesBeforeItHasAcknowledged) {
     EXPECT_TRUE(spawned.empty());
 }
 
+TEST_F(SecondLaunch, HearsTheRecordingsOfOthersAfterItHasTakenOver) {
+    onStarted = [this](const DistributedNotification&) { QTimer::singleShot(0, [this] { first.reset(); }); };
+    EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::becamePrimary);
+    std::vector<DistributedNotification> heard;
+    second.addObserver(&heard, "Started", [&](const DistributedNotification& arrived) { heard.push_back(arrived); });
+    client.postNotification({"Started", std::nullopt, UserInfo{{"Pid", kMeeting + 1}}});
+    EXPECT_TRUE(test::turnUntil([&] { return heard.size() == 1; }));
+}
+
+TEST_F(SecondLaunch, WhatWasAcknowledgedIsDoneAlthoughTheHolderLeavesAtOnce) {
+    onStarted = [this](const DistributedNotification& arrived) {
+        acknowledge(arrived, "Started", kMeeting);
+        first->flush();
+        QTimer::singleShot(0, [this] { first.reset(); });
+    };
+    EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::done);
+}
+
 TEST_F(SecondLaunch, KeepsWhatOthersPostedMeanwhileForItsObserversWhenItTakesOver) {
     onStarted = [this](const DistributedNotification&) {
         client.postNotification({"Stopped", std::nullopt, UserInfo{{"Pid", kMeeting}}});

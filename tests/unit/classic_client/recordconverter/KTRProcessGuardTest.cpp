@@ -1,12 +1,16 @@
 #include "KTRProcessGuard.h"
 
+#include "platform/ProcessExitWatch.h"
 #include "support/FakeProcessExitWatch.h"
 #include "support/RecordingTrace.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -191,6 +195,45 @@ TEST_F(KTRProcessGuardTest, TheDelegateIsNotKeptAlive) {
     losses = nullptr;
     EXPECT_TRUE(watched.expired());
     EXPECT_EQ(guard->delegate(), nullptr);
+}
+
+/// Watches nothing, on any thread.
+class Nobody final : public platform::ProcessExitWatch {
+public:
+    void watch(std::int32_t /*processId*/, std::function<void(std::int32_t)> /*exited*/) override {}
+};
+
+TEST(KTRProcessGuardOnThreadsTest, IdsThatComeAndGoOnManyThreadsNeitherGetLostNorStay) {
+    constexpr std::int32_t count = 300;
+    Nobody nobody;
+    const auto guard = KTRProcessGuard::create(nobody);
+    std::vector<std::thread> threads;
+    threads.emplace_back([&guard] {
+        for (std::int32_t pid = 1; pid <= count; ++pid) {
+            guard->guardProcessWithPid(pid);
+        }
+    });
+    threads.emplace_back([&guard] {
+        for (std::int32_t pid = count + 1; pid <= 2 * count; ++pid) {
+            guard->guardProcessWithPid(pid);
+            guard->removeGuardProcessWithPid(pid);
+        }
+    });
+    threads.emplace_back([&guard] {
+        for (std::int32_t pid = 2 * count + 1; pid <= 3 * count; ++pid) {
+            guard->guardProcessWithPid(pid);
+            guard->onLostMeetingProcessWithPid(pid);
+        }
+    });
+    threads.emplace_back([&guard] {
+        for (std::int32_t times = 0; times < count; ++times) {
+            EXPECT_LE(guard->guardProcessIdArr().size(), static_cast<std::size_t>(count) + 2);
+        }
+    });
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(guard->guardProcessIdArr().size(), static_cast<std::size_t>(count));
 }
 
 }  // namespace
