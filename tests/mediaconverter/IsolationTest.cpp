@@ -130,7 +130,9 @@ TEST(IsolationTest, ThreadsAreLimited) {
     EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
         // The kernel exempts the superuser.
         constexpr uid_t nobody = 65534;
-        static_cast<void>(::setresuid(nobody, nobody, nobody));
+        if (::geteuid() == 0 && ::setresuid(nobody, nobody, nobody) != 0) {
+            return false;
+        }
         worker::barriers::limitThreads(reporter);
         std::vector<std::thread> threads;
         std::atomic<bool> ends{false};
