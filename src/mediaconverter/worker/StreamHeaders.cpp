@@ -30,7 +30,7 @@ Bytes withoutTrailingZeros(Bytes bytes) {
 std::uint32_t bits(Bytes bytes, std::size_t first, std::size_t count) {
     std::uint32_t value = 0;
     for (std::size_t bit = first; bit < first + count; ++bit) {
-        value = value << 1U | (bytes[bit / 8] >> (7 - bit % 8) & 1U);
+        value = value << 1U | (static_cast<std::uint32_t>(bytes[bit / 8]) >> (7 - bit % 8) & 1U);
     }
     return value;
 }
