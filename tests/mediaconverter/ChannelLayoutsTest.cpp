@@ -19,18 +19,7 @@ protected:
 
     /// The channel's tone in the result, in Hz, by its passages through zero.
     static double frequencyIn(const std::string& path, int channel) {
-        const std::string bytes =
-            outputOf({"ffmpeg", "-v", "error", "-i", path, "-af", "pan=mono|c0=c" + std::to_string(channel), "-ar",
-                      "48000", "-t", "0.5", "-f", "s16le", "-"});
-        int passages = 0;
-        std::int16_t before = 0;
-        for (std::size_t at = 0; at + 2 <= bytes.size(); at += 2) {
-            std::int16_t sample = 0;
-            std::memcpy(&sample, &bytes[at], sizeof sample);
-            passages += before < 0 && sample >= 0 ? 1 : 0;
-            before = sample;
-        }
-        return passages * 48000.0 / (static_cast<double>(bytes.size()) / 2);
+        return toneIn(path, {}, {"-af", "pan=mono|c0=c" + std::to_string(channel)});
     }
 
     /// Half a second of a tone of its own on every channel, as uncompressed samples.

@@ -27,17 +27,7 @@ protected:
 
     /// The frequency of the tone at `from` seconds, in Hz, from its passages through zero.
     static double frequencyAt(const std::string& path, const std::string& from) {
-        const std::string bytes = outputOf({"ffmpeg", "-v", "error", "-ss", from, "-i", path, "-t", "0.5", "-ac", "1",
-                                            "-ar", "48000", "-f", "s16le", "-"});
-        int passages = 0;
-        std::int16_t before = 0;
-        for (std::size_t at = 0; at + 2 <= bytes.size(); at += 2) {
-            std::int16_t sample = 0;
-            std::memcpy(&sample, &bytes[at], sizeof sample);
-            passages += before < 0 && sample >= 0 ? 1 : 0;
-            before = sample;
-        }
-        return passages * 48000.0 / (static_cast<double>(bytes.size()) / 2);
+        return toneIn(path, {"-ss", from}, {"-ac", "1"});
     }
 
     /// Converts and gives back the log. Two recordings in one file may be taken for a damaged one.

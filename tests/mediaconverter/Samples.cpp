@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <sstream>
@@ -128,6 +130,24 @@ std::string matroska() {
 
 std::vector<std::string> probe(const std::string& path, const std::string& entries) {
     return linesOf(outputOf({"ffprobe", "-v", "error", "-show_entries", entries, "-of", "csv=p=0", path}));
+}
+
+double toneIn(const std::string& path, const std::vector<std::string>& before, const std::vector<std::string>& after) {
+    std::vector<std::string> command = {"ffmpeg", "-v", "error"};
+    command.insert(command.end(), before.begin(), before.end());
+    command.insert(command.end(), {"-i", path});
+    command.insert(command.end(), after.begin(), after.end());
+    command.insert(command.end(), {"-ar", "48000", "-t", "0.5", "-f", "s16le", "-"});
+    const std::string bytes = outputOf(command);
+    int passages = 0;
+    std::int16_t previous = 0;
+    for (std::size_t at = 0; at + 2 <= bytes.size(); at += 2) {
+        std::int16_t sample = 0;
+        std::memcpy(&sample, &bytes[at], sizeof sample);
+        passages += previous < 0 && sample >= 0 ? 1 : 0;
+        previous = sample;
+    }
+    return passages * 48000.0 / (static_cast<double>(bytes.size()) / 2);
 }
 
 std::vector<std::string> packetHashes(const std::string& path) {

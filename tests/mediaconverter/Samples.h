@@ -31,6 +31,10 @@ std::string matroska();
 /// What ffprobe says of `entries` ("stream=codec_name"), one line a stream, values parted by commas.
 std::vector<std::string> probe(const std::string& path, const std::string& entries);
 
+/// The frequency of the tone in the first half second that the ffmpeg program's input and filter `options` leave of the
+/// file's audio, in Hz, from its passages through zero. `before` the input, `after` it.
+double toneIn(const std::string& path, const std::vector<std::string>& before, const std::vector<std::string>& after);
+
 /// A hash of each stream's packets as they are stored, in the order of the streams.
 std::vector<std::string> packetHashes(const std::string& path);
 

@@ -1,6 +1,7 @@
 #include "mediaconverter/job/HiddenFiles.h"
 
-#include <dirent.h>
+#include "mediaconverter/job/NamesInFolder.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/random.h>
@@ -70,18 +71,9 @@ void removeIfLeft(int folder, const char* name) {
 }
 
 void sweep(int folder) {
-    const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR* const directory = copy < 0 ? nullptr : ::fdopendir(copy);
-    if (directory == nullptr) {
-        return;
+    for (const std::string& name : namesIn(folder, prefix, suffix)) {
+        removeIfLeft(folder, name.c_str());
     }
-    while (const dirent* const entry = ::readdir(directory)) {
-        const std::string_view name(entry->d_name);
-        if (name.starts_with(prefix) && name.ends_with(suffix)) {
-            removeIfLeft(folder, entry->d_name);
-        }
-    }
-    ::closedir(directory);
 }
 
 std::string freshName() {

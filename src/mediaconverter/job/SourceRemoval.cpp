@@ -1,9 +1,9 @@
 #include "mediaconverter/job/SourceRemoval.h"
 
 #include "mediaconverter/job/FileIdentity.h"
+#include "mediaconverter/job/NamesInFolder.h"
 #include "mediaconverter/job/SecondName.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/random.h>
@@ -47,21 +47,13 @@ bool saysWhatItIs(const std::string& name, const struct stat& file) {
 }
 
 void removeLeftovers(int folder) {
-    const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR* const directory = copy < 0 ? nullptr : ::fdopendir(copy);
-    if (directory == nullptr) {
-        return;
-    }
-    while (const dirent* const entry = ::readdir(directory)) {
-        const std::string_view name(entry->d_name);
+    for (const std::string& name : namesIn(folder, prefix, suffix)) {
         struct stat left = {};
-        if (name.starts_with(prefix) && name.ends_with(suffix) &&
-            ::fstatat(folder, entry->d_name, &left, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(left.st_mode) &&
-            saysWhatItIs(entry->d_name, left)) {
-            ::unlinkat(folder, entry->d_name, 0);
+        if (::fstatat(folder, name.c_str(), &left, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(left.st_mode) &&
+            saysWhatItIs(name, left)) {
+            ::unlinkat(folder, name.c_str(), 0);
         }
     }
-    ::closedir(directory);
 }
 
 int renameWithoutReplacing(int folder, const std::string& from, const std::string& to) {
