@@ -5,12 +5,14 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -63,8 +65,7 @@ void MountedFolder::mountImage(const std::string& kind, std::int64_t bytes) {
     makeSparse(image, bytes);
     if (kind == "exfat") {
         run({"mkfs.exfat", image});
-        loopDevice_ = linesOf(outputOf({"losetup", "--find", "--show", image})).at(0);
-        run({"mount.exfat-fuse", loopDevice_, path_});
+        mountThroughFuse(image);
         return;
     }
     run(kind == "xfs" ? std::vector<std::string>{"mkfs.xfs", "-q", "-f", image}
@@ -72,8 +73,33 @@ void MountedFolder::mountImage(const std::string& kind, std::int64_t bytes) {
     run({"mount", "-t", kind, "-o", "loop", image, path_});
 }
 
+// The last process of a mount namespace unmounts what is left there. Were that the file system's own, it would wait for
+// itself for ever, and every sync of the machine with it; so it must end before this process, or be told to.
+void MountedFolder::mountThroughFuse(const std::string& image) {
+    loopDevice_ = linesOf(outputOf({"losetup", "--find", "--show", image})).at(0);
+    fileSystem_ = std::make_unique<Process>(
+        std::vector<std::string>{"setpriv", "--pdeathsig", "TERM", "mount.exfat-fuse", "-d", loopDevice_, path_});
+    for (int i = 0; i < 1000 && !isMounted(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    if (!isMounted()) {
+        throw std::runtime_error("mount.exfat-fuse did not mount");
+    }
+}
+
+bool MountedFolder::isMounted() const {
+    struct stat mounted = {};
+    struct stat parent = {};
+    return ::stat(path_.c_str(), &mounted) == 0 && ::stat((path_ + "/..").c_str(), &parent) == 0 &&
+           mounted.st_dev != parent.st_dev;
+}
+
 MountedFolder::~MountedFolder() {
     ::umount2(path_.c_str(), MNT_DETACH);
+    if (fileSystem_) {
+        fileSystem_->signal(SIGTERM);
+        fileSystem_->wait();
+    }
     if (!loopDevice_.empty()) {
         static_cast<void>(runQuietly({"losetup", "--detach", loopDevice_}));
     }

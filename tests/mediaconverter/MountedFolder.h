@@ -1,8 +1,10 @@
 #pragma once
 
+#include "mediaconverter/Processes.h"
 #include "mediaconverter/TemporaryFolder.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,10 +40,13 @@ public:
 
 private:
     void mountImage(const std::string& kind, std::int64_t bytes);
+    void mountThroughFuse(const std::string& image);
+    bool isMounted() const;
 
     TemporaryFolder folder_;
     std::string path_;
     std::string loopDevice_;
+    std::unique_ptr<Process> fileSystem_;
 };
 
 }  // namespace mediatest
