@@ -46,7 +46,11 @@ function(leave_generated_code_out target)
   endif()
 endfunction()
 
+# No path of the builder's shows in what is built. So two folders give the same bytes, and the compiler's cache serves
+# every build of the same sources.
+add_compile_options("-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
 find_program(RECORD_CONVERTER_CCACHE ccache)
 if(RECORD_CONVERTER_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${RECORD_CONVERTER_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=locale "${RECORD_CONVERTER_CCACHE}")
 endif()
