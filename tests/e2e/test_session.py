@@ -270,10 +270,14 @@ class Priority(_Session):
         # The worker lowers itself as soon as it runs.
         self.wait_for(lambda: os.getpriority(os.PRIO_PROCESS, worker) >= os.getpriority(os.PRIO_PROCESS, 0) + 10
                       or os.getpriority(os.PRIO_PROCESS, worker) == 19, 20, "a lower processor priority")
-        disk = subprocess.run(["ionice", "-p", str(worker)], stdout=subprocess.PIPE, text=True, check=True).stdout
-        self.assertEqual(disk.strip(), "best-effort: prio 7")
+        self.wait_for(lambda: self._disk_priority(worker) == "best-effort: prio 7", 20, "a lower disk priority")
         self.assertEqual(os.getpriority(os.PRIO_PROCESS, converter.pid), os.getpriority(os.PRIO_PROCESS, 0),
                          "the bubbles do not wait")
+
+    @staticmethod
+    def _disk_priority(process):
+        return subprocess.run(["ionice", "-p", str(process)], stdout=subprocess.PIPE, text=True,
+                              check=True).stdout.strip()
 
 
 if __name__ == "__main__":
