@@ -14,7 +14,7 @@ FormWatch::FormWatch(const AVCodecParameters& stream)
     if (codec_ == AV_CODEC_ID_HEVC && headers::beginsWithStartCode(header)) {
         hasStartCodes_ = true;
         for (const auto set : headers::hevcParameterSets(header)) {
-            parameterSets_.emplace(set.begin(), set.end());
+            parameterSets_.emplace_back(set.begin(), set.end());
         }
     }
 }
@@ -61,7 +61,8 @@ FormWatch::Verdict FormWatch::compare(std::optional<std::uint32_t> form) {
 bool FormWatch::knowsParameterSets(std::span<const std::uint8_t> packet) const {
     const auto sets = headers::hevcParameterSets(packet);
     return std::all_of(sets.begin(), sets.end(), [this](std::span<const std::uint8_t> set) {
-        return parameterSets_.contains(Bytes(set.begin(), set.end()));
+        return std::any_of(parameterSets_.begin(), parameterSets_.end(),
+                           [set](const Bytes& known) { return std::ranges::equal(known, set); });
     });
 }
 

@@ -6,7 +6,6 @@ extern "C" {
 
 #include <cstdint>
 #include <optional>
-#include <set>
 #include <span>
 #include <vector>
 
@@ -38,7 +37,7 @@ private:
     bool hasStartCodes_;
     std::optional<std::uint32_t> form_;
     std::optional<std::uint32_t> suspect_;  ///< of the packet before, where it was not form_
-    std::set<Bytes> parameterSets_;
+    std::vector<Bytes> parameterSets_;
 };
 
 }  // namespace worker
