@@ -85,6 +85,22 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair{"asf", Container{"Asf", "asf", {"-c:v", "msmpeg4", "-c:a", "wmav2"}}}),
     [](const auto& test) { return std::string(test.param.second.name); });
 
+TEST(MxfGrammarTest, NoticesAKeyThatIsNone) {
+    std::string bytes = contentOf(samples::make("mxf", {"-c:v", "mpeg2video", "-c:a", "pcm_s16le"}, 1));
+    const std::size_t key = bytes.find("\x06\x0E\x2B\x34\x01\x02", bytes.size() / 2);
+    ASSERT_NE(key, std::string::npos);
+    bytes[key] = '\x07';
+    EXPECT_NE(lostIn("mxf", bytes), "");
+}
+
+TEST(GxfGrammarTest, NoticesAHeaderWithoutItsEnd) {
+    std::string bytes = contentOf(samples::make("gxf", {"-an", "-c:v", "mpeg2video", "-s", "720x576"}, 1));
+    const std::size_t header = bytes.find(std::string("\0\0\0\0\x01\xBF", 6), bytes.size() / 2);
+    ASSERT_NE(header, std::string::npos);
+    bytes[header + 14] = '\x0E';
+    EXPECT_NE(lostIn("gxf", bytes), "");
+}
+
 constexpr std::size_t transportPacket = 188;
 
 std::string transportStream() {

@@ -157,6 +157,14 @@ const std::vector<Silence> silences = {
 INSTANTIATE_TEST_SUITE_P(Broadcasts, SilenceTest,
                          testing::Combine(testing::ValuesIn(broadcasts), testing::ValuesIn(silences)), nameOf);
 
+TEST_F(ShownTimesTest, AudioThatEndsMoreThanAFrameTooEarlyKeepsTheSecondName) {
+    // Two packets never came; silence fills only longer gaps.
+    const std::string source = ffmpeg({"-f", "lavfi", "-i", "sine=sample_rate=48000:duration=2", "-c:a", "pcm_s16le",
+                                       "-bsf:a", "noise=drop=between(n\\,20\\,21)", "lost.mka"});
+    const std::string log = expectSuccess(source, {"lost (damaged).mka"});
+    EXPECT_NE(log.find("not shown as recorded"), std::string::npos) << log;
+}
+
 TEST_F(ShownTimesTest, AClockThatAllTracksSeeLeapingIsNoPause) {
     const auto record = [&](const char* offset, const std::string& name) {
         return contentOf(ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=4", "-f", "lavfi", "-i",
