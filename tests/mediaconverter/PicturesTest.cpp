@@ -13,9 +13,9 @@ namespace fs = std::filesystem;
 class PicturesTest : public FaultTest {
 protected:
     /// The color in the middle of the first picture.
-    static Words middleOf(const std::string& path) {
+    static Words middleOf(const std::string& path, const std::string& filters = {}) {
         const std::string bytes = outputOf({"ffmpeg", "-v", "error", "-i", path, "-frames:v", "1", "-vf",
-                                            "crop=2:2,format=rgb24", "-f", "rawvideo", "-"});
+                                            filters + "crop=2:2,format=rgb24", "-f", "rawvideo", "-"});
         Words values;
         for (std::size_t channel = 0; channel < 3; ++channel) {
             values.push_back(std::to_string(static_cast<unsigned char>(bytes.at(channel))));
@@ -62,6 +62,14 @@ TEST_F(PicturesTest, FullRangeBecomesLimitedWithTheSameColors) {
     EXPECT_GT(std::stoi(middleOf(destination())[0]), 250);
 }
 
+TEST_F(PicturesTest, AFullRangeThatOnlyTheRecordingNamesBecomesLimitedAsWell) {
+    const std::string source =
+        ffmpeg({"-f", "lavfi", "-i", "color=0x202020:size=320x240", "-frames:v", "3", "-vf",
+                "scale=out_range=pc,format=yuv420p", "-color_range", "pc", "-c:v", "ffv1", "full.mkv"});
+    expectSuccess(source);
+    EXPECT_NEAR(std::stoi(middleOf(destination())[0]), 0x20, 4);
+}
+
 TEST_F(PicturesTest, ColorsThatTheSourceNamesStay) {
     const std::string source =
         ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=320x240", "-frames:v", "3", "-pix_fmt", "yuv422p", "-c:v", "ffv1",
@@ -82,6 +90,18 @@ TEST_F(PicturesTest, InterlacedStaysInterlaced) {
         EXPECT_EQ(probe(destination(), "stream=field_order"), Words{wanted});
         EXPECT_EQ(packetCounts(destination()), packetCounts(source));
     }
+}
+
+TEST_F(PicturesTest, EachFieldKeepsItsColor) {
+    // One field is red and the other blue; they were mixed if the pictures were taken for progressive.
+    const std::string source = ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x240:rate=25", "-f", "lavfi", "-i",
+                                       "color=blue:size=320x240:rate=25", "-filter_complex",
+                                       "[0]format=yuv444p[a];[1]format=yuv444p[b];"
+                                       "[a][b]interleave,tinterlace=interleave_top,setfield=tff,format=yuv422p",
+                                       "-t", "0.2", "-c:v", "ffv1", "-field_order", "tt", "fields.mkv"});
+    expectSuccess(source);
+    EXPECT_GT(std::stoi(middleOf(destination(), "field=top,")[0]), 240);
+    EXPECT_GT(std::stoi(middleOf(destination(), "field=bottom,")[2]), 240);
 }
 
 TEST_F(PicturesTest, RotationSurvives) {

@@ -55,7 +55,7 @@ std::string withNoiseAt(double place, const std::string& bytes) {
     return std::string(bytes).replace(at, noise.size(), noise);
 }
 
-/// Containers of which only the chain is followed.
+/// The chain of what a container is made of, in some of which it is all that is followed.
 class ChainTest : public testing::TestWithParam<std::pair<const char*, Container>> {
 protected:
     const char* format() const { return GetParam().first; }
@@ -82,6 +82,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(std::pair{"ivf", Container{"Ivf", "ivf", {"-an", "-c:v", "libvpx", "-deadline", "realtime"}}},
                     std::pair{"mxf", Container{"Mxf", "mxf", {"-c:v", "mpeg2video", "-c:a", "pcm_s16le"}}},
                     std::pair{"gxf", Container{"Gxf", "gxf", {"-an", "-c:v", "mpeg2video", "-s", "720x576"}}},
+                    std::pair{"mp4", Container{"Mp4", "mp4", plus(h264Aac, {"-movflags", "+faststart"})}},
+                    std::pair{"mpegts", Container{"TransportStream", "ts", h264Aac}},
+                    std::pair{"matroska", Container{"MatroskaLive", "mkv", plus(h264Aac, {"-live", "1"})}},
                     std::pair{"asf", Container{"Asf", "asf", {"-c:v", "msmpeg4", "-c:a", "wmav2"}}}),
     [](const auto& test) { return std::string(test.param.second.name); });
 
@@ -190,6 +193,18 @@ TEST(FlvGrammarTest, NoticesASizeThatIsNotTheOneAfterTheTag) {
     }();
     bytes[last + 3] = static_cast<char>(bytes[last + 3] - 3);
     EXPECT_NE(lostIn("flv", bytes), "");
+}
+
+TEST(FlvGrammarTest, NoticesASizeThatRunsBeyondTheEnd) {
+    std::string bytes = contentOf(samples::make("flv", h264Aac, 1));
+    constexpr std::size_t overhead = 15;
+    std::size_t tag = 13;
+    for (int count = 0; count < 20; ++count) {
+        tag +=
+            overhead + (static_cast<unsigned char>(bytes[tag + 2]) << 8U) + static_cast<unsigned char>(bytes[tag + 3]);
+    }
+    bytes.replace(tag + 1, 3, "\xFF\xFF\xFF");
+    EXPECT_NE(lostIn("flv", bytes).find("beyond the end"), std::string::npos);
 }
 
 std::string mp4() {
