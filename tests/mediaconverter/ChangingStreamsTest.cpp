@@ -136,6 +136,12 @@ TEST_F(ChangingStreamsTest, PicturesOfOtherPixelsKeepTheirShape) {
     EXPECT_TRUE(second.isBlack(20, 180));
 }
 
+TEST_F(ChangingStreamsTest, PicturesOfAnotherAspectKeepTheirShape) {
+    expectSuccess(record("mkv", {"-c:v", "mjpeg", "-q:v", "3"}, {{"640x360"}, {"160x240", "2"}}));
+    expectSquare(pictureAt("0.2"));
+    expectSquare(pictureAt("0.7"));
+}
+
 TEST_F(ChangingStreamsTest, AnAspectOfThePixelsSurvives) {
     expectSuccess(record("mkv", {"-c:v", "mjpeg", "-q:v", "3"}, {{"352x288", "12/11"}}));
     EXPECT_EQ(probe(destination(), "stream=width,height,sample_aspect_ratio"), Words{"352,288,12:11"});

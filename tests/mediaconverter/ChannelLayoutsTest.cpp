@@ -115,6 +115,13 @@ TEST_F(ChannelLayoutsTest, RatesAreKeptOrBecomeTheNextHigherOne) {
     }
 }
 
+TEST_F(ChannelLayoutsTest, FlacKeepsAllBitsOfTheSamples) {
+    const std::string source =
+        ffmpeg({"-f", "lavfi", "-i", "sine=sample_rate=192000:duration=0.2", "-c:a", "pcm_s24le", "deep.wav"});
+    expectSuccess(source);
+    EXPECT_EQ(probe(destination(), "stream=codec_name,sample_rate,bits_per_raw_sample"), Words{"flac,192000,24"});
+}
+
 TEST_F(ChannelLayoutsTest, EveryFormatOfSamplesIsRead) {
     for (const auto& [codec, extension] :
          {std::pair{"pcm_u8", "wav"}, std::pair{"pcm_s16be", "aiff"}, std::pair{"pcm_s24le", "wav"},

@@ -175,6 +175,8 @@ TEST_F(FallBackTest, SamplesThatAreNoNumbersBecomeSilence) {
     using Doubles = std::numeric_limits<double>;
     const std::string base32 = contentOf(samples::make("wav", {"-vn", "-c:a", "pcm_f32le"}));
     const std::string base64 = contentOf(samples::make("wav", {"-vn", "-c:a", "pcm_f64le"}));
+    expectSuccess(put("healthy.wav", base32));
+    const auto packets = packetCounts(destination());
     const std::vector<std::pair<std::string, std::string>> recordings = {
         {"nan", withSample(base32, Floats::quiet_NaN())},
         {"infinite", withSample(base32, -Floats::infinity())},
@@ -185,7 +187,8 @@ TEST_F(FallBackTest, SamplesThatAreNoNumbersBecomeSilence) {
     for (const auto& [name, bytes] : recordings) {
         fs::remove(destination());
         expectSuccess(put(name + ".wav", bytes), {name + " (damaged).wav"});
-        EXPECT_NEAR(std::stod(probe(destination(), "format=duration").at(0)), 3, 0.001) << name << ": a frame is lost";
+        EXPECT_NEAR(std::stod(probe(destination(), "format=duration").at(0)), 3, 0.001) << name;
+        EXPECT_EQ(packetCounts(destination()), packets) << name << ": a whole frame was left out";
         EXPECT_NEAR(frequencyAt(destination(), "2"), 440, 10) << name;
         expectPlays(destination());
     }
