@@ -93,6 +93,9 @@ const char* KTRTRACEFILENAME2() {
     va_end(arguments);                                                                                                 \
     return result
 
+#ifdef __clang__  // GCC, whose callers hand their format on by this function, would warn of theirs
+KTR_PRINTF(3, 4)
+#endif
 std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...) {
     KTR_TRACE_AND_RETURN(level, module);
 }

@@ -28,7 +28,7 @@ void KTRAppLaunchingEnv::processArgument(const std::string& argument) {
     };
     for (const auto& [name, field] : options) {
         if (argument == name) {
-            setAssignmentBlock([field = field](const std::string& value) { *field = value; });
+            setAssignmentBlock([assigned = field](const std::string& value) { *assigned = value; });
             return;
         }
     }
