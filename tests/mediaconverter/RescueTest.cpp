@@ -67,6 +67,13 @@ TEST_F(RescueTest, AHoleInAShortRecordingCostsWhatIsInTheHole) {
     expectAllBut(4, whole, bytes);
 }
 
+TEST_F(RescueTest, AChunkOfAnUnknownStreamCostsItselfAlone) {
+    const std::string whole = samples::make("avi", {"-c:v", "mpeg4", "-c:a", "libmp3lame"}, 1);
+    std::string bytes = contentOf(whole);
+    bytes[bytes.find("00dc", bytes.size() / 2)] = '7';
+    expectAllBut(1, whole, bytes);
+}
+
 /// Audio between chunks: where the size of the data stands, and how it is written.
 struct StaleSize {
     const char* name;

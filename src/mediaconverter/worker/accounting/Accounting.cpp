@@ -91,7 +91,10 @@ void Accounting::settle(const AVFormatContext& format) {
     }
     scan_->finish();
     for (const Expectation& expected : scan_->expectations(format)) {
-        if (expected.stream < format.nb_streams && format.streams[expected.stream]->discard != AVDISCARD_ALL) {
+        if (expected.stream >= format.nb_streams) {
+            ledger_.addLost(0, 0,
+                            "data of stream " + std::to_string(expected.stream) + ", which the header does not name");
+        } else if (format.streams[expected.stream]->discard != AVDISCARD_ALL) {
             compare(expected);
         }
     }
