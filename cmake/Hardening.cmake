@@ -6,6 +6,8 @@ include(CheckPIESupported)
 # Position-independent programs; CMAKE_POSITION_INDEPENDENT_CODE alone changes only how they are compiled.
 check_pie_supported(LANGUAGES CXX)
 
+# A flag that the architecture has no use for is a warning with some compilers.
+set(CMAKE_REQUIRED_FLAGS -Werror)
 foreach(flag stack-protector-strong stack-clash-protection cf-protection)
   string(MAKE_C_IDENTIFIER "RECORD_CONVERTER_HAS_${flag}" has)
   check_cxx_compiler_flag(-f${flag} ${has})
@@ -18,6 +20,7 @@ check_cxx_compiler_flag(-mbranch-protection=standard RECORD_CONVERTER_HAS_branch
 if(RECORD_CONVERTER_HAS_branch_protection)
   add_compile_options(-mbranch-protection=standard)
 endif()
+unset(CMAKE_REQUIRED_FLAGS)
 
 # The third level needs a compiler and a C library that know sizes at run time. No level works without optimization.
 set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -Werror")
