@@ -84,9 +84,9 @@ std::vector<Expectation> AviGrammar::expectations(const Ledger& ledger, const AV
     std::vector<Expectation> expected;
     for (const auto& [stream, payload] : ledger.payloads()) {
         // Digital video in one stream holds its audio.
-        const bool isOne =
-            stream < format.nb_streams && format.streams[stream]->codecpar->codec_id != AV_CODEC_ID_DVVIDEO;
-        if (isOne) {
+        const bool isTwo =
+            stream < format.nb_streams && format.streams[stream]->codecpar->codec_id == AV_CODEC_ID_DVVIDEO;
+        if (!isTwo) {
             expected.push_back({stream, -1, payload.bytes});
         }
     }
