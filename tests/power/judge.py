@@ -1,0 +1,100 @@
+"""What has to be true of a disk after a power cut, whenever it came."""
+
+import os
+import subprocess
+import urllib.parse
+
+
+class Recording:
+    """One recording of a meeting. `announced`: from this position of the log on its entry is promised to be durable;
+    None where none is. `is_damaged`: the MP4 can't hold all of it, so its data stays."""
+
+    def __init__(self, path, is_damaged=False):
+        self.name = os.path.basename(path)
+        self.mp4_name = os.path.splitext(self.name)[0] + ".mp4"
+        stem, suffix = os.path.splitext(self.name)
+        self.second_name = f"{stem} (damaged){suffix}" if is_damaged else None
+        self.is_damaged = is_damaged
+        self.announced = None
+        with open(path, "rb") as file:
+            self.content = file.read()
+        self.mp4 = None
+
+
+class Reader:
+    """The application's own reader of the state folder."""
+
+    def __init__(self, program):
+        self._process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+    def close(self):
+        self._process.stdin.close()
+        self._process.wait()
+        self._process.stdout.close()
+
+    def entries(self, folder):
+        """Path of the recording -> fields of its entry."""
+        self._process.stdin.write(folder + "\n")
+        self._process.stdin.flush()
+        found = {}
+        fields = {}
+        for line in iter(self._process.stdout.readline, ".\n"):
+            key, _, value = line.rstrip("\n").partition("=")
+            fields[key] = value
+            if key == "end":
+                found[urllib.parse.unquote(fields["source"])] = fields
+                fields = {}
+        if self._process.poll() is not None:
+            raise AssertionError("the reader of the state folder has ended")
+        return found
+
+
+def _content(path):
+    try:
+        with open(path, "rb") as file:
+            return file.read()
+    except FileNotFoundError:
+        return None
+
+
+class Judge:
+    """`mounted` is where the disk was while it was recorded: entries name their recordings there."""
+
+    def __init__(self, recordings, reader, mounted):
+        self._recordings = recordings
+        self._reader = reader
+        self._mounted = mounted
+
+    def faults(self, folder, position):
+        """What is wrong with the disk that is mounted at `folder`, in the state after `position` writes."""
+        entries = self._reader.entries(os.path.join(folder, "state/record-converter/pending"))
+        found = []
+        for recording in self._recordings:
+            found += self._faults_of(recording, folder, entries, position)
+        return found
+
+    def _faults_of(self, recording, folder, entries, position):
+        where = os.path.join(folder, "recordings")
+        source = _content(os.path.join(where, recording.name))
+        mp4 = _content(os.path.join(where, recording.mp4_name))
+        if source not in (None, recording.content):
+            yield f"{recording.name} has changed"
+        if mp4 not in (None, recording.mp4):
+            yield f"{recording.mp4_name} is not whole"
+        if source is None and mp4 is None:
+            yield f"{recording.name} is lost"
+        if recording.is_damaged and source is None:
+            if _content(os.path.join(where, recording.second_name)) != recording.content:
+                yield f"the data of {recording.name} is lost"
+        if recording.announced is not None and position >= recording.announced:
+            entry = entries.get(os.path.join(self._mounted, "recordings", recording.name))
+            yield from self._faults_of_entry(recording, source, mp4, entry)
+
+    def _faults_of_entry(self, recording, source, mp4, entry):
+        if mp4 is None and entry is None:
+            yield f"{recording.name} is forgotten"
+        if mp4 is not None and entry is not None:
+            told = os.path.join(self._mounted, "recordings", recording.mp4_name)
+            if urllib.parse.unquote(entry["destination"]) != told:
+                yield (f"{recording.name} would be converted twice" if source is not None else
+                       f"nobody would be told of {recording.mp4_name}")
