@@ -83,6 +83,28 @@ class Endings(_Ending):
             self.assertLess(time.monotonic() - begun, 2.0)
             self.line.wait(lambda: not self.line.converter_runs(), 10, "the name is free again")
 
+    def test_a_recording_that_comes_with_the_quit_is_served_or_not_answered(self):
+        # Fails without a bubble, so that the quit follows at once.
+        self.environment["LD_LIBRARY_PATH"] = os.path.join(world.TEST_LIBRARIES, "foreign")
+        self.environment["FOREIGN_MEDIA_CONVERTER"] = "error 0"
+        for _ in range(6):
+            first, late = self.meeting(), self.meeting()
+            converter = self.launch_for(first, self.scripted_recording("first"))
+            first.die()
+            time.sleep(0.3)
+            # The check's tick and the notification are both there when it goes on.
+            converter.send_signal(signal.SIGSTOP)
+            self.line.started(late.pid, self.scripted_recording("late"))
+            time.sleep(1.5)
+            converter.send_signal(signal.SIGCONT)
+            self.line.wait(lambda: converter.poll() is not None or self.line.acknowledgements(late.pid), 20,
+                           "an answer or the end")
+            if self.line.acknowledgements(late.pid):
+                time.sleep(2.5)
+                self.assertIsNone(converter.poll(), "it has answered, and quits beside the meeting")
+            late.die()
+            self.wait_ended(converter, 20)
+
     def test_the_end_of_the_starters_session_is_not_its_end(self):
         # The client's process group and session die with it; what it has launched has its own.
         result = self.client("record", "--out", "talk.mkv", "--seconds", "1", "--crash", start_new_session=True)
