@@ -178,6 +178,14 @@ void PendingFolder::remove(const std::string& name) {
     syncSoon(name);
 }
 
+void PendingFolder::syncNow(const std::string& name) {
+    const int folder = name.empty() ? -1 : descriptor();
+    if (folder >= 0) {
+        syncOne(folder, name);
+        ::fsync(folder);
+    }
+}
+
 bool PendingFolder::write(int folder, const std::string& name, int flags, const std::string& text) {
     const int file = ::openat(folder, name.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | flags, 0600);
     if (file < 0) {

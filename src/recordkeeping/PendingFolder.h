@@ -51,6 +51,9 @@ public:
     void takeFresh(const std::string& name);
     void remove(const std::string& name);
 
+    /// On return the entry's newest content is on the disk, as far as the disk can tell.
+    void syncNow(const std::string& name);
+
     /// While it lives, no other process holds one on this folder. Waits for it.
     class Lock final {
     public:

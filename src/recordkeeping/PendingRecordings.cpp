@@ -118,14 +118,22 @@ void PendingRecordings::noteSpokenFor(const std::string& source, std::int32_t pr
 }
 
 void PendingRecordings::noteConverting(const std::string& source, const std::string& destination) {
-    const std::lock_guard lock(mutex_);
-    if (const auto found = kept_.find(source); found != kept_.end()) {
+    std::string name;
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = kept_.find(source);
+        if (found == kept_.end()) {
+            return;
+        }
         auto& kept = found->second;
         kept.isConverting = true;
         ++kept.entry.attempts;
         kept.entry.destination = destination;
         write(kept);
+        name = kept.name;
     }
+    // An MP4 that is on the disk before its name is in the entry would be made a second time after a power cut.
+    folder_.syncNow(name);
 }
 
 void PendingRecordings::noteSaved(const std::string& source) {

@@ -52,7 +52,7 @@ public:
     /// The application knows the recording under this process's id.
     void noteSpokenFor(const std::string& source, std::int32_t processId);
 
-    /// A conversion to `destination` begins: until it has ended it counts as an attempt.
+    /// A conversion to `destination` begins: until it has ended it counts as an attempt. Waits for the disk.
     void noteConverting(const std::string& source, const std::string& destination);
 
     /// The MP4 is whole under its name, and the recording may be removed.

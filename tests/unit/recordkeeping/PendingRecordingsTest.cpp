@@ -58,6 +58,15 @@ protected:
         return entries;
     }
 
+    /// What a power cut would do to entries that have been replaced.
+    void loseWhatIsNotSynced() const {
+        for (const auto& file : std::filesystem::directory_iterator(home + "/state/record-converter/pending")) {
+            if (file.path().filename().string().starts_with('.')) {
+                std::filesystem::remove(file);
+            }
+        }
+    }
+
     const std::string home = temporaryFolder();
     test::FakeSystemLog log;
     test::FakeBackgroundExecutor executor;
@@ -125,18 +134,22 @@ TEST_F(PendingRecordingsTest, StatesAreKept) {
 
 TEST_F(PendingRecordingsTest, WhatAKilledConverterHadNotSyncedIsOnTheDiskBeforeTheNextOneWritesAnything) {
     first->announce({"/a.mkv", 7, 1, false});
-    first->noteConverting("/a.mkv", "/a.mp4");
+    first->noteStopped(7);
     processes.end(100);
     const auto next = converter(7);
     ASSERT_EQ(next->takeOver().size(), 1U);
-    // Without what has not been synced by now.
-    for (const auto& file : std::filesystem::directory_iterator(home + "/state/record-converter/pending")) {
-        if (file.path().filename().string().starts_with('.')) {
-            std::filesystem::remove(file);
-        }
-    }
+    loseWhatIsNotSynced();
+    ASSERT_EQ(onDisk().size(), 1U);
+    EXPECT_EQ(onDisk()[0].state, PendingEntry::State::written);
+}
+
+TEST_F(PendingRecordingsTest, WhereTheMp4WillBeIsOnTheDiskBeforeTheConversionBegins) {
+    first->announce({"/a.mkv", 7, 1, false});
+    first->noteConverting("/a.mkv", "/a.mp4");
+    loseWhatIsNotSynced();
     ASSERT_EQ(onDisk().size(), 1U);
     EXPECT_EQ(onDisk()[0].destination, "/a.mp4");
+    first->noteConverting("/unknown.mkv", "/unknown.mp4");
 }
 
 TEST_F(PendingRecordingsTest, TheOutcomeOfAnEarlierRecordingDoesNotTakeALaterOneOfThatNameAway) {
