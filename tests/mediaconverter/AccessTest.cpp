@@ -61,10 +61,12 @@ protected:
         return status;
     }
 
-    /// Converts as a user who may give files to no group but his own.
+    /// Converts as a user who may give files to no group but his own. He may look into every folder, since the build
+    /// may stand in one of root's.
     ProcessResult convertAsNobody(const std::vector<std::string>& environment = {}) {
         return convertInProcess(source_, destination(), environment,
-                                {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+                                {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                                 "--inh-caps=+dac_read_search", "--ambient-caps=+dac_read_search"});
     }
 
     std::string source_;

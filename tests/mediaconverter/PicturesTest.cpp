@@ -72,8 +72,10 @@ TEST_F(PicturesTest, AFullRangeThatOnlyTheRecordingNamesBecomesLimitedAsWell) {
 
 TEST_F(PicturesTest, ColorsThatTheSourceNamesStay) {
     const std::string source =
-        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=320x240", "-frames:v", "3", "-pix_fmt", "yuv422p", "-c:v", "ffv1",
+        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=320x240", "-frames:v", "3", "-pix_fmt", "yuv422p", "-vf",
+                "setparams=color_primaries=bt2020:color_trc=smpte2084:colorspace=bt2020nc", "-c:v", "ffv1",
                 "-color_primaries", "bt2020", "-color_trc", "smpte2084", "-colorspace", "bt2020nc", "named.mkv"});
+    ASSERT_EQ(probe(source, "stream=color_space,color_transfer,color_primaries"), Words{"bt2020nc,smpte2084,bt2020"});
     expectSuccess(source);
     EXPECT_EQ(probe(destination(), "stream=color_space,color_transfer,color_primaries"),
               Words{"bt2020nc,smpte2084,bt2020"});
@@ -105,10 +107,10 @@ TEST_F(PicturesTest, EachFieldKeepsItsColor) {
 }
 
 TEST_F(PicturesTest, RotationSurvives) {
-    const std::string flat = ffmpeg({"-i", samples::make("mov", {"-an", "-c:v", "mjpeg"}, 1), "-c", "copy",
-                                     "-metadata:s:v:0", "rotate=90", "turned.mov"});
-    expectSuccess(flat);
-    EXPECT_EQ(probe(destination(), "stream_side_data=rotation"), probe(flat, "stream_side_data=rotation"));
+    const std::string source =
+        put("turned.mov", samples::turned(contentOf(samples::make("mov", {"-an", "-c:v", "mjpeg"}, 1))));
+    expectSuccess(source);
+    EXPECT_EQ(probe(destination(), "stream_side_data=rotation"), probe(source, "stream_side_data=rotation"));
     EXPECT_FALSE(probe(destination(), "stream_side_data=rotation").empty());
 }
 

@@ -209,30 +209,13 @@ TEST_F(RecordingsTest, NamesChaptersLanguagesAndSubtitlesComeAlong) {
     EXPECT_NE(text.find("00:00:01,500 --> 00:00:02,000"), std::string::npos) << text;
 }
 
-/// A recording whose track header turns its video by 90 degrees; the program ffmpeg does it in other ways in each
-/// release.
-std::string turned(const std::string& bytes) {
-    // The matrix of ISO/IEC 14496-12, 8.3.2, whose values are 16.16 and, in the last column, 2.30.
-    const std::string one("\0\1\0\0", 4);
-    const std::string minusOne("\xff\xff\0\0", 4);
-    const std::string lastOne("\x40\0\0\0", 4);
-    const std::string none(4, '\0');
-    const std::string upright = one + none + none + none + one + none + none + none + lastOne;
-    const std::string left = none + one + none + minusOne + none + none + none + none + lastOne;
-    const auto track = bytes.find("tkhd");
-    const auto matrix = bytes.find(upright, track);
-    EXPECT_NE(track, std::string::npos);
-    EXPECT_NE(matrix, std::string::npos);
-    return std::string(bytes).replace(matrix, left.size(), left);
-}
-
 TEST_F(RecordingsTest, RotationAndColourComeAlong) {
     for (const Words& codec : {Words{"libx264", "-preset", "veryfast"}, Words{"mjpeg", "-pix_fmt", "yuvj420p"}}) {
         Words command = {"-i",    samples::matroska(), "-c:a",  "copy", "-color_primaries", "bt709", "-color_trc",
                          "bt709", "-colorspace",       "bt709", "-c:v"};
         command.insert(command.end(), codec.begin(), codec.end());
         command.push_back(codec[0] + ".mov");
-        const std::string source = put("turned.mov", turned(contentOf(ffmpeg(command))));
+        const std::string source = put("turned.mov", samples::turned(contentOf(ffmpeg(command))));
         ASSERT_FALSE(probe(source, "stream_side_data=rotation").empty());
         expectSuccess(source);
         EXPECT_EQ(probe(destination(), "stream_side_data=rotation"), probe(source, "stream_side_data=rotation"))

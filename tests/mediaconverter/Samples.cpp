@@ -126,6 +126,22 @@ std::string matroska() {
     return make("mkv", {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-c:a", "aac"});
 }
 
+std::string turned(const std::string& bytes) {
+    // The matrix of ISO/IEC 14496-12, 8.3.2, whose values are 16.16 and, in the last column, 2.30.
+    const std::string one("\0\1\0\0", 4);
+    const std::string minusOne("\xff\xff\0\0", 4);
+    const std::string lastOne("\x40\0\0\0", 4);
+    const std::string none(4, '\0');
+    const std::string upright = one + none + none + none + one + none + none + none + lastOne;
+    const std::string left = none + one + none + minusOne + none + none + none + none + lastOne;
+    const auto track = bytes.find("tkhd");
+    const auto matrix = bytes.find(upright, track);
+    if (track == std::string::npos || matrix == std::string::npos) {
+        throw std::runtime_error("the recording has no upright track");
+    }
+    return std::string(bytes).replace(matrix, left.size(), left);
+}
+
 }  // namespace samples
 
 std::vector<std::string> probe(const std::string& path, const std::string& entries) {

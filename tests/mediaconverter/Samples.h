@@ -26,6 +26,10 @@ std::string make(const std::string& extension, const std::vector<std::string>& c
 /// H.264 and AAC in Matroska, what a meeting client writes.
 std::string matroska();
 
+/// The bytes of a MOV or MP4 whose header turns its first track by 90 degrees; each release of the ffmpeg program has
+/// another way to make one. Throws where `bytes` have no upright track.
+std::string turned(const std::string& bytes);
+
 }  // namespace samples
 
 /// What ffprobe says of `entries` ("stream=codec_name"), one line a stream, values parted by commas.

@@ -89,7 +89,7 @@ TEST_F(ShownTimesTest, PicturesOfBaselineKeepTheirAspectAndColours) {
                          "-i",
                          "testsrc2=size=64x48:rate=25:duration=1",
                          "-vf",
-                         "setsar=4/3",
+                         "setsar=4/3,setparams=color_primaries=bt709:color_trc=bt709:colorspace=bt709",
                          "-c:v",
                          "libx264",
                          "-profile:v",
