@@ -49,6 +49,8 @@ public:
     /// Content that another process had not yet brought to the disk takes its place now. Waits for the disk where there
     /// is some. To be called before the entry of a process that has ended is replaced.
     void takeFresh(const std::string& name);
+
+    /// Removes the entry with its newer content; nothing where `name` is empty.
     void remove(const std::string& name);
 
     /// On return the entry's newest content is on the disk, as far as the disk can tell.

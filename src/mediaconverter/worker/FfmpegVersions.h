@@ -10,8 +10,9 @@ extern "C" {
 #include <cstdint>
 #include <span>
 
-/// Everything that differs between the FFmpeg releases that the worker builds with, 5.1 to 9.0: each difference with the
-/// version that brought it, as FFmpeg's doc/APIchanges lists it. The worker uses nothing that FFmpeg 9.0 deprecates.
+/// Everything that differs between the FFmpeg releases that the worker builds with, 5.1 to 9.0: each difference with
+/// the version that brought it, as FFmpeg's doc/APIchanges lists it. The worker uses nothing that FFmpeg 9.0
+/// deprecates.
 namespace worker::ffmpeg {
 
 /// What avio_alloc_context()'s write callback is given: const since FFmpeg 7.0 (libavformat 61.0.100).

@@ -69,7 +69,7 @@ private:
     std::int64_t position_ = 0;
     std::int64_t lastEnd_ = -1;  ///< of the last read
     std::size_t step_ = 0;       ///< the most that the next read takes if it goes on there
-    mutable int error_ = 0;  ///< of the first read that failed, wherever it was asked for
+    mutable int error_ = 0;      ///< of the last read that failed
     bool shrunk_ = false;
     AVIOContext* context_ = nullptr;
 };

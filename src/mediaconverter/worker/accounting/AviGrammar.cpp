@@ -84,9 +84,9 @@ std::vector<Expectation> AviGrammar::expectations(const Ledger& ledger, const AV
     std::vector<Expectation> expected;
     for (const auto& [stream, payload] : ledger.payloads()) {
         // Digital video in one stream holds its audio.
-        const bool isTwo =
+        const bool holdsAudioToo =
             stream < format.nb_streams && format.streams[stream]->codecpar->codec_id == AV_CODEC_ID_DVVIDEO;
-        if (!isTwo) {
+        if (!holdsAudioToo) {
             expected.push_back({stream, -1, payload.bytes});
         }
     }

@@ -129,8 +129,7 @@ Corrections ChunkedAudioScan::corrections() {
     }
     if (!isUnset && view_.firstNonZero(end) == view_.size()) {
         setAudio(start, end);
-        ledger_.addNote("the last " + std::to_string(view_.size() - end) +
-                        " bytes are all zero, as a crash of the system leaves them");
+        ledger_.addZeroTail(view_.size() - end);
         return {{}, end};
     }
     setAudio(start, view_.size());

@@ -35,6 +35,10 @@ void Ledger::addNote(const std::string& text) {
     }
 }
 
+void Ledger::addZeroTail(std::int64_t bytes) {
+    addNote("the last " + std::to_string(bytes) + " bytes are all zero, as a crash of the system leaves them");
+}
+
 void Ledger::addCut(std::int64_t have, std::int64_t whole) {
     addNote("the recording ends in the middle of its last packet, after " + std::to_string(have) + " of " +
             std::to_string(whole) + " bytes");

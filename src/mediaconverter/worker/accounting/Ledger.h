@@ -30,6 +30,9 @@ public:
     /// Something that is left out on purpose, or was never written; for the log.
     void addNote(const std::string& text);
 
+    /// The last `bytes` of the file are zeros that hold nothing.
+    void addZeroTail(std::int64_t bytes);
+
     /// The last unit, of `whole` bytes, ends after `have` of them because the recording does.
     void addCut(std::int64_t have, std::int64_t whole);
 

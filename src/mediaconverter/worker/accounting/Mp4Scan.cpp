@@ -74,8 +74,7 @@ void Mp4Scan::step() {
 void Mp4Scan::passDamage() {
     const std::int64_t start = position_;
     if (view_.firstNonZero(start) == view_.size()) {
-        ledger_.addNote("the last " + std::to_string(view_.size() - start) +
-                        " bytes are all zero, as a crash of the system leaves them");
+        ledger_.addZeroTail(view_.size() - start);
         position_ = view_.size();
         return;
     }

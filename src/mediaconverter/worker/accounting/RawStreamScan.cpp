@@ -66,24 +66,13 @@ void RawStreamScan::addDelivered(const AVPacket& packet, const AVStream& stream)
 }
 
 Corrections RawStreamScan::corrections() {
-    constexpr std::size_t step = std::size_t{64} * 1024;
     constexpr std::int64_t leastTail = 256;
-    std::int64_t end = view_.size();
-    while (hasStartCodes_ && end > 0) {
-        const std::int64_t start = std::max<std::int64_t>(end - static_cast<std::int64_t>(step), 0);
-        const auto bytes = view_.at(start, static_cast<std::size_t>(end - start));
-        const auto last = std::find_if(bytes.rbegin(), bytes.rend(), [](std::uint8_t byte) { return byte != 0; });
-        end -= last - bytes.rbegin();
-        if (last != bytes.rend() || bytes.empty()) {
-            break;
-        }
-    }
+    const std::int64_t end = hasStartCodes_ ? view_.endBeforeZeros() : view_.size();
     if (end == 0 || view_.size() - end < leastTail) {
         return {};
     }
     end_ = end;
-    ledger_.addNote("the last " + std::to_string(view_.size() - end) +
-                    " bytes are all zero, as a crash of the system leaves them");
+    ledger_.addZeroTail(view_.size() - end);
     return {{}, end};
 }
 

@@ -10,8 +10,8 @@ namespace worker {
 /// much audio there is, so that frames which are missing altogether show too.
 class RawStreamScan final : public Scan {
 public:
-    /// Both must outlive it.
-    /// `hasStartCodes` is true for video, whose units may be followed by any number of zeros.
+    /// `view` and `ledger` must outlive it. `hasStartCodes` is true for video, whose units may be followed by any
+    /// number of zeros.
     RawStreamScan(SourceView& view, Ledger& ledger, bool hasStartCodes)
         : view_(view), ledger_(ledger), hasStartCodes_(hasStartCodes), end_(view.size()) {}
 

@@ -70,4 +70,18 @@ std::int64_t SourceView::firstNonZero(std::int64_t position) {
     return size();
 }
 
+std::int64_t SourceView::endBeforeZeros() {
+    std::int64_t end = size();
+    while (end > 0) {
+        const std::int64_t start = std::max<std::int64_t>(end - static_cast<std::int64_t>(mostStep), 0);
+        const auto bytes = at(start, static_cast<std::size_t>(end - start));
+        const auto last = std::find_if(bytes.rbegin(), bytes.rend(), [](std::uint8_t byte) { return byte != 0; });
+        end -= last - bytes.rbegin();
+        if (last != bytes.rend() || bytes.empty()) {
+            break;
+        }
+    }
+    return end;
+}
+
 }  // namespace worker

@@ -29,6 +29,9 @@ public:
     /// Where the first byte other than 0 is, from `position` on; the file's size if there is none.
     std::int64_t firstNonZero(std::int64_t position);
 
+    /// Where the zeros begin that fill the rest of the file; the file's size if its last byte is not 0.
+    std::int64_t endBeforeZeros();
+
     static constexpr std::size_t mostBytes = std::size_t{16} << 20U;
 
 private:

@@ -75,9 +75,7 @@ void UnitScanner::stepBeyondEnd(const Unit& unit) {
 
 void UnitScanner::skipDamage(std::int64_t from, std::int64_t searchFrom, const char* what) {
     if (view_.firstNonZero(from) == view_.size()) {
-        ledger_.addNote("the last " + std::to_string(view_.size() - from) +
-                        " bytes are all zero, as a crash of the "
-                        "system leaves them");
+        ledger_.addZeroTail(view_.size() - from);
         position_ = view_.size();
         return;
     }
