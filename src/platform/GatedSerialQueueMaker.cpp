@@ -5,27 +5,23 @@
 
 namespace platform {
 
-struct GatedSerialQueueMaker::State {
-    Gate isOpen;
-};
-
 class GatedSerialQueueMaker::Queue final : public DispatchQueue {
 public:
-    Queue(std::unique_ptr<DispatchQueue> queue, std::shared_ptr<State> state)
-        : waiting_(std::make_shared<Tasks>()), state_(std::move(state)), queue_(std::move(queue)) {}
+    Queue(std::unique_ptr<DispatchQueue> queue, std::shared_ptr<const Gate> isOpen)
+        : waiting_(std::make_shared<Tasks>()), isOpen_(std::move(isOpen)), queue_(std::move(queue)) {}
 
     void async(std::function<void()> task) override {
-        queue_->async([waiting = waiting_, state = state_, task = std::move(task)]() mutable {
+        queue_->async([waiting = waiting_, isOpen = isOpen_, task = std::move(task)]() mutable {
             waiting->push_back(std::move(task));
-            runWaiting(*waiting, *state);
+            runWaiting(*waiting, *isOpen);
         });
     }
 
 private:
     using Tasks = std::deque<std::function<void()>>;
 
-    static void runWaiting(Tasks& waiting, const State& state) {
-        while (!waiting.empty() && (!state.isOpen || state.isOpen())) {
+    static void runWaiting(Tasks& waiting, const Gate& isOpen) {
+        while (!waiting.empty() && (!isOpen || isOpen())) {
             const auto task = std::move(waiting.front());
             waiting.pop_front();
             task();
@@ -34,21 +30,21 @@ private:
 
     // Only the queue's own tasks touch it.
     const std::shared_ptr<Tasks> waiting_;
-    const std::shared_ptr<State> state_;
+    const std::shared_ptr<const Gate> isOpen_;
     const std::unique_ptr<DispatchQueue> queue_;
 };
 
 GatedSerialQueueMaker::GatedSerialQueueMaker(SerialQueueMaker& maker)
-    : maker_(maker), state_(std::make_shared<State>()) {}
+    : maker_(maker), gate_(std::make_shared<Gate>()) {}
 
 GatedSerialQueueMaker::~GatedSerialQueueMaker() = default;
 
 std::unique_ptr<DispatchQueue> GatedSerialQueueMaker::makeSerialQueue(const std::string& label) {
-    return std::make_unique<Queue>(maker_.makeSerialQueue(label), state_);
+    return std::make_unique<Queue>(maker_.makeSerialQueue(label), gate_);
 }
 
 void GatedSerialQueueMaker::setGate(Gate isOpen) {
-    state_->isOpen = std::move(isOpen);
+    *gate_ = std::move(isOpen);
 }
 
 }  // namespace platform

@@ -8,9 +8,9 @@
 
 namespace platform {
 
-/// Makes serial queues through another maker, whose tasks wait while a gate is closed. A task whose turn has come at a
-/// closed gate runs, in order, at the next task's turn with an open one: whoever opens the gate puts a task afterwards.
-/// Outlives its queues.
+/// Makes serial queues through another maker, whose tasks wait while a gate is closed. The queue looks at the gate when
+/// the turn of a task comes, and then runs all tasks that wait, in order, as long as the gate is open. So the code that
+/// opens the gate must put a task afterwards. Outlives its queues; `maker` must outlive it.
 class GatedSerialQueueMaker final : public SerialQueueMaker {
 public:
     using Gate = std::function<bool()>;
@@ -24,10 +24,9 @@ public:
     void setGate(Gate isOpen);
 
 private:
-    struct State;
     class Queue;
     SerialQueueMaker& maker_;
-    const std::shared_ptr<State> state_;
+    const std::shared_ptr<Gate> gate_;
 };
 
 }  // namespace platform

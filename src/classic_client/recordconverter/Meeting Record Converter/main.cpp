@@ -94,9 +94,9 @@ struct Providers {
     platform::qt::QtRunLoop runLoop;
     platform::qt::QtMainQueue mainQueue;
     platform::ThreadSerialQueueMaker serialQueueMaker;
+    platform::GatedSerialQueueMaker gatedQueues{serialQueueMaker};
     // Our media converter works on the calling thread, so this queue has work exactly while there is something to
     // convert.
-    platform::GatedSerialQueueMaker gatedQueues{serialQueueMaker};
     platform::BusySerialQueueMaker conversionQueues{gatedQueues, mainQueue};
     platform::qt::QtDistributedNotificationCenter distributedCenter;
     platform::NotificationCenter notificationCenter;
@@ -115,8 +115,9 @@ struct Providers {
     recordkeeping::PendingFolder pendingFolder{recordkeeping::PendingFolder::standardPath(), background, mainQueue};
     recordkeeping::Recordkeeper recordkeeper{
         asPlatform(),
-        {conversionQueues, gatedQueues, [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); },
-         pendingFolder, processIdentities}};
+        {conversionQueues, gatedQueues,
+         [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); }, pendingFolder,
+         processIdentities}};
 };
 
 void mindTheSession(Providers& providers) {
