@@ -218,6 +218,23 @@ TEST_F(AccountingTest, NoiseAfterFloatsIsConverted) {
     }
 }
 
+TEST_F(AccountingTest, AProgramStreamThatPausesIsWhole) {
+    Words words = {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=20",
+                   "-f", "lavfi", "-i", "sine=sample_rate=48000:duration=20"};
+    words.insert(words.end(), mpeg2Ac3.begin(), mpeg2Ac3.end());
+    // The first packet after the pause continues a picture.
+    const std::string source = ffmpeg(plus(words, {"-bsf:v", "noise=drop=between(n\\,50\\,425)", "-bsf:a",
+                                                   "noise=drop=between(n\\,70\\,550)", "paused.mpg"}));
+    expectSuccess(source);
+    EXPECT_EQ(packetCounts(destination()), packetCounts(source));
+}
+
+TEST_F(AccountingTest, OtherPicturesAfterAPauseOfAProgramStreamAreNoticed) {
+    const std::string first = contentOf(samples::make("mpg", mpeg2Ac3));
+    const std::string other = samples::make("mpg", plus(mpeg2Ac3, {"-s", "176x144"}));
+    expectDamaged(first + contentOf(ffmpeg({"-i", other, "-c", "copy", "-output_ts_offset", "30", "later.mpg"})));
+}
+
 /// Audio without a container, in the middle of which something is missing.
 class RawAudioLossTest : public AccountingTest, public testing::WithParamInterface<Container> {};
 

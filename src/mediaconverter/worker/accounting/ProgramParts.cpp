@@ -15,7 +15,10 @@ constexpr std::int64_t clockRate = 90'000;
 constexpr std::int64_t clockWrap = std::int64_t{1} << 33U;
 
 /// Packs follow each other within 0.7 s (ISO/IEC 13818-1, 2.7.1); a recorder that paused leaves more.
-constexpr std::int64_t mostAhead = 10 * clockRate;
+constexpr std::int64_t mostBetweenPacks = 10 * clockRate;
+
+/// As long as a pause of all tracks of a broadcast format may last.
+constexpr std::int64_t longestPause = 3600 * clockRate;
 
 /// The system clock reference: 33 bits with a marker after the third and the eighteenth.
 std::optional<std::int64_t> clockOf(std::span<const std::uint8_t> pack) {
@@ -47,11 +50,12 @@ bool ProgramParts::isReset(std::span<const std::uint8_t> packHeader) {
     // A clock that wraps goes on.
     const std::int64_t ahead = (*clock - clock_.value_or(*clock) + clockWrap) % clockWrap;
     clock_ = clock;
-    if (ahead <= mostAhead) {
+    if (ahead <= mostBetweenPacks) {
         return false;
     }
     ++part_;
-    return true;
+    isPause_ = ahead <= longestPause;
+    return !isPause_;
 }
 
 bool ProgramParts::belongs(std::uint32_t stream, std::span<const std::uint8_t> payload) {
@@ -61,7 +65,13 @@ bool ProgramParts::belongs(std::uint32_t stream, std::span<const std::uint8_t> p
     }
     last->second = part_;
     const std::uint64_t form = formOf(payload);
+    if (isPause_ && form == 0) {
+        return true;  // a stream may begin after a pause, and the packet of a known one may continue a picture
+    }
     const std::uint64_t before = std::exchange(form_[stream], form);
+    if (isPause_) {
+        return before == 0 || form == before;
+    }
     return part_ == 0 || (!isNew && form == before);
 }
 
