@@ -158,6 +158,13 @@ class Line:
     def has_owner(self, name):
         return self._ask("NameHasOwner", GLib.Variant("(s)", (name,))).unpack()[0]
 
+    def owner(self, name):
+        """The connection that owns `name`; None where there is none."""
+        try:
+            return self._ask("GetNameOwner", GLib.Variant("(s)", (name,))).unpack()[0]
+        except GLib.Error:
+            return None
+
     def converter_runs(self):
         return self.has_owner(CONVERTER)
 
