@@ -29,13 +29,6 @@ std::string valueOf(const char* variable) {
     return value == nullptr ? "" : value;
 }
 
-void makeFolders(const std::string& path) {
-    for (auto slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        ::mkdir(path.substr(0, slash).c_str(), 0700);
-    }
-    ::mkdir(path.c_str(), 0700);
-}
-
 }  // namespace
 
 std::string PendingFolder::standardPath() {
@@ -62,7 +55,7 @@ int PendingFolder::descriptor() {
     if (descriptor_ < 0 && !path_.empty()) {
         descriptor_ = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (descriptor_ < 0) {
-            makeFolders(path_);
+            made_.make(path_);
             descriptor_ = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         }
     }
@@ -182,7 +175,7 @@ void PendingFolder::syncNow(const std::string& name) {
     const int folder = name.empty() ? -1 : descriptor();
     if (folder >= 0) {
         syncOne(folder, name);
-        ::fsync(folder);
+        syncFolder(folder);
     }
 }
 
@@ -228,9 +221,14 @@ void PendingFolder::syncAll() {
         for (const std::string& name : names) {
             syncOne(folder, name);
         }
-        // A name is as durable as its folder.
-        ::fsync(folder);
+        syncFolder(folder);
     }
+}
+
+void PendingFolder::syncFolder(int folder) {
+    // A name is as durable as its folder, and that as its own name.
+    made_.sync();
+    ::fsync(folder);
 }
 
 void PendingFolder::syncOne(int folder, const std::string& name) {

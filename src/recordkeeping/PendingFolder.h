@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recordkeeping/MadeFolders.h"
 #include "recordkeeping/PendingEntry.h"
 
 #include <map>
@@ -78,6 +79,8 @@ private:
     void syncSoon(const std::string& name);
     void syncAll();
     void syncOne(int folder, const std::string& name);
+    /// All names in it, and its own.
+    void syncFolder(int folder);
     /// Whether the file is there and on the disk.
     bool sync(int folder, const std::string& file);
     void sayTrouble(const std::string& what);
@@ -85,6 +88,7 @@ private:
     const std::string path_;
     platform::BackgroundExecutor& executor_;
     platform::DispatchQueue& later_;
+    MadeFolders made_;
     std::mutex mutex_;
     int descriptor_ = -1;
     bool hasSaidTrouble_ = false;

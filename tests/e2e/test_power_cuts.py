@@ -1,5 +1,6 @@
 """Power cuts: whole meetings on a disk whose writes are recorded; the disk is mounted in the states in which the power
-can leave it, and each must hold what was promised.
+can leave it, and each must hold what was promised. The same on folders, as a file system that promises no more than POSIX
+may leave them.
 
 scripts/power-cuts runs it at length, and with each sync left out in turn:
   RECORD_CONVERTER_POWER_STATES     states per file system and scenario; half of them after some number of whole
@@ -24,13 +25,19 @@ import world
 
 sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "power"))
 import disk  # noqa: E402
+import folders  # noqa: E402
 import judge  # noqa: E402
 
 MISSING = disk.missing()
-TOOLS = os.path.join(os.environ.get("RECORD_CONVERTER_BUILD", ""), "tests", "power")
+BUILD = os.environ.get("RECORD_CONVERTER_BUILD", "")
+CONVERT_ONE = os.path.join(BUILD, "tests", "mediaconverter", "convert-one")
+TOOLS = os.path.join(BUILD, "tests", "power")
 STATES = int(os.environ.get("RECORD_CONVERTER_POWER_STATES", "40"))
 SCENARIOS = os.environ.get("RECORD_CONVERTER_POWER_SCENARIOS", "meeting damaged").split()
 SKIP = os.environ.get("RECORD_CONVERTER_POWER_SKIP", "")
+
+# As many times more states of folders, which are looked at without a disk.
+_FOLDERS = 5
 
 # Far more than any of the three takes. Bytes.
 _ROOM = 1 << 30
@@ -39,7 +46,6 @@ _ROOM = 1 << 30
 _REST = 0.3
 
 
-@unittest.skipIf(MISSING, MISSING)
 class PowerCuts(world.World):
     def setUp(self):
         super().setUp()
@@ -53,17 +59,22 @@ class PowerCuts(world.World):
         self.reader = judge.Reader(os.path.join(TOOLS, "pending-list"))
         self.addCleanup(self.reader.close)
         self.syncs = os.path.join(self.root, "syncs")
-        self.environment |= {"LD_PRELOAD": os.path.join(TOOLS, "skipped-sync.so"), "POWER_SKIP": SKIP,
-                             "POWER_SYNCS": self.syncs}
+        # A sync that is left out does not reach the log.
+        libraries = ("skipped-sync.so", "folder-log.so")
+        self.environment |= {"LD_PRELOAD": ":".join(os.path.join(TOOLS, name) for name in libraries),
+                             "POWER_SKIP": SKIP, "POWER_SYNCS": self.syncs}
 
     def test_on_ext4(self):
-        self._examine("ext4")
+        self._examine_disk("ext4")
 
     def test_on_xfs(self):
-        self._examine("xfs")
+        self._examine_disk("xfs")
 
     def test_on_btrfs(self):
-        self._examine("btrfs")
+        self._examine_disk("btrfs")
+
+    def test_with_no_more_than_posix_promises(self):
+        self._examine("posix", [*SCENARIOS, "elsewhere"])
 
     # What is recorded.
 
@@ -107,10 +118,7 @@ class PowerCuts(world.World):
 
     def _damaged(self):
         """A recording with a hole, converted by hand: its data keeps a second name."""
-        path = self.recording("talk.mkv")
-        with open(path, "r+b") as file:
-            file.seek(os.fstat(file.fileno()).st_size // 2)
-            file.write(bytes(3000))
+        path = self._with_hole()
         self._announceable("talk", is_damaged=True)
         environment = self.environment | {"POWER_MP4": "talk.mp4"}
         result = subprocess.run([self.program("convert-recording"), path], env=environment, stdin=subprocess.DEVNULL,
@@ -119,11 +127,32 @@ class PowerCuts(world.World):
         self.assertEqual(self.files(), ["talk (damaged).mkv", "talk.mp4"])
         self._wait_synced()
 
-    def _announceable(self, name, is_damaged=False):
+    def _elsewhere(self):
+        """A recording with a hole whose MP4 goes to another folder, so that only one sync is of the recording's own."""
+        path = self._with_hole()
+        target = os.path.join(self.disk.folder, "elsewhere")
+        os.mkdir(target)
+        self._announceable("talk", is_damaged=True, mp4_folder=target)
+        library = os.path.join(self.application, "lib", "libmediaconverter.so")
+        result = subprocess.run([CONVERT_ONE, library, path, os.path.join(target, "talk.mp4")],
+                                env=self.environment | {"POWER_MP4": "talk.mp4"}, stdin=subprocess.DEVNULL,
+                                capture_output=True, text=True, timeout=60, check=False)
+        self.assertIn("progress 100\n", result.stdout)
+        # What an application does that was told so.
+        self.disk.remove(path)
+
+    def _with_hole(self):
+        path = self.recording("talk.mkv")
+        with open(path, "r+b") as file:
+            file.seek(os.fstat(file.fileno()).st_size // 2)
+            file.write(bytes(3000))
+        return path
+
+    def _announceable(self, name, is_damaged=False, mp4_folder=None):
         path = self.path(name + ".mkv")
         if not os.path.exists(path):
             self.recording(name + ".mkv")
-        recording = judge.Recording(path, is_damaged)
+        recording = judge.Recording(path, is_damaged, mp4_folder)
         self.recordings.append(recording)
         self.begin = self.disk.sync()
         return recording
@@ -172,8 +201,9 @@ class PowerCuts(world.World):
     def _record(self, kind, scenario):
         room = os.path.join(self.room, scenario)
         os.mkdir(room)
-        self.disk = disk.Recorded(kind, room)
+        self.disk = folders.Recorded(room) if kind == "posix" else disk.Recorded(kind, room)
         self.addCleanup(self.disk.close)
+        self.environment |= self.disk.environment
         self.recordings = []
         self.folder_syncs = self._count_folder_syncs()
         for name in ("recordings", "state"):
@@ -182,7 +212,7 @@ class PowerCuts(world.World):
         self.environment["XDG_STATE_HOME"] = os.path.join(self.disk.folder, "state")
         getattr(self, "_" + scenario)()
         for recording in self.recordings:
-            path = self.path(recording.mp4_name)
+            path = recording.mp4_path
             if not recording.is_damaged:
                 self.assertEqual(_packets(path), _packets_of(recording), f"{path} holds what its source does")
             with open(path, "rb") as file:
@@ -192,14 +222,19 @@ class PowerCuts(world.World):
 
     # What is looked at.
 
-    def _examine(self, kind):
+    def _examine_disk(self, kind):
+        if MISSING:
+            self.skipTest(MISSING)
         if kind not in disk.kinds():
             self.skipTest(f"this kernel has no {kind}")
-        for scenario in SCENARIOS:
+        self._examine(kind, SCENARIOS)
+
+    def _examine(self, kind, scenarios):
+        for scenario in scenarios:
             with self.subTest(scenario=scenario, seed=self.seed):
                 recorded = self._record(kind, scenario)
                 begin = time.monotonic()
-                states = self._states(recorded)
+                states = self._states(recorded, STATES * (_FOLDERS if kind == "posix" else 1))
                 faults = self._look_at(kind, recorded, states)
                 print(f"{kind}, {scenario}: {len(states)} states of {len(recorded.entries) - recorded.begin} writes, "
                       f"{len(faults)} at fault, {self._skipped()}{time.monotonic() - begin:.0f} s", flush=True)
@@ -211,21 +246,19 @@ class PowerCuts(world.World):
         count = sum(line[0] == "skipped" for line in self._sync_lines())
         return f"{SKIP} left out {count} times, "
 
-    def _states(self, recorded):
+    def _states(self, recorded, count):
         prefixes = recorded.prefixes()
         # The last of all is always among them.
-        prefixes = {*self.random.sample(prefixes, min(len(prefixes), STATES // 2)), prefixes[-1]}
-        losses = {recorded.random_state(self.random) for _ in range(STATES - len(prefixes))}
+        prefixes = {*self.random.sample(prefixes, min(len(prefixes), count // 2)), prefixes[-1]}
+        losses = {recorded.random_state(self.random) for _ in range(count - len(prefixes))}
         return sorted(prefixes | losses)
 
     def _look_at(self, kind, recorded, states):
-        image = os.path.join(self.room, "state-image")
         found = judge.Judge(self.recordings, self.reader, self.disk.folder)
         faults = []
         for state in states:
-            recorded.write(state, image)
             try:
-                with disk.Mounted(kind, image, self.state_folder):
+                with recorded.shown(state, self.state_folder):
                     for fault in found.faults(self.state_folder, state[0]):
                         faults.append(f"{kind}: after {state[0]} writes, {len(state[1])} lost: {fault}")
             except OSError as error:

@@ -28,6 +28,9 @@ std::string nameOfFolderSync(const std::string& path) {
     if (path.ends_with("/pending")) {
         return "pending-folder";
     }
+    if (path.ends_with("/state") || path.ends_with("/record-converter")) {
+        return "above-pending";
+    }
     if (!path.ends_with("/recordings")) {
         return "";
     }

@@ -120,11 +120,31 @@ class Mounted:
         detach(self._loop)
 
 
+class _States:
+    """The states of a disk, each mounted when it is looked at, in the order of their numbers."""
+
+    def __init__(self, kind, states, image):
+        self._kind = kind
+        self._states = states
+        self._image = image
+        self.begin = states.begin
+        self.entries = states.entries
+        self.prefixes = states.prefixes
+        self.random_state = states.random_state
+
+    def shown(self, state, folder):
+        self._states.write(state, self._image)
+        return Mounted(self._kind, self._image, folder)
+
+
 class Recorded:
     """A fresh disk, mounted at `mounted` below `folder`, whose writes are recorded from the first mount on."""
 
     def __init__(self, kind, folder):
         self.kind = kind
+        # What programs need in order to be recorded.
+        self.environment = {}
+        self._room = folder
         self.log = os.path.join(folder, "log")
         self._image = os.path.join(folder, "image")
         exported = os.path.join(folder, "exported")
@@ -166,7 +186,8 @@ class Recorded:
         # Whatever comes from the unmounting is no state of a disk that is in use.
         end = self.position()
         self.close()
-        return blocklog.Disk(SIZES[self.kind] << 20, self.before, blocklog.read(self.log)[:end], begin)
+        return _States(self.kind, blocklog.Disk(SIZES[self.kind] << 20, self.before, blocklog.read(self.log)[:end], begin),
+                       os.path.join(self._room, "state-image"))
 
     def close(self):
         if self._daemon.poll() is None:

@@ -7,11 +7,13 @@ import urllib.parse
 
 class Recording:
     """One recording of a meeting. `announced`: from this position of the log on its entry is promised to be durable;
-    None where none is. `is_damaged`: the MP4 can't hold all of it, so its data stays."""
+    None where none is. `is_damaged`: the MP4 can't hold all of it, so its data stays. `mp4_folder`: the MP4's, where that
+    is not the recording's."""
 
-    def __init__(self, path, is_damaged=False):
+    def __init__(self, path, is_damaged=False, mp4_folder=None):
         self.name = os.path.basename(path)
         self.mp4_name = os.path.splitext(self.name)[0] + ".mp4"
+        self.mp4_path = os.path.join(mp4_folder or os.path.dirname(path), self.mp4_name)
         stem, suffix = os.path.splitext(self.name)
         self.second_name = f"{stem} (damaged){suffix}" if is_damaged else None
         self.is_damaged = is_damaged
@@ -76,7 +78,7 @@ class Judge:
     def _faults_of(self, recording, folder, entries, position):
         where = os.path.join(folder, "recordings")
         source = _content(os.path.join(where, recording.name))
-        mp4 = _content(os.path.join(where, recording.mp4_name))
+        mp4 = _content(os.path.join(folder, os.path.relpath(recording.mp4_path, self._mounted)))
         if source not in (None, recording.content):
             yield f"{recording.name} has changed"
         if mp4 not in (None, recording.mp4):
@@ -94,7 +96,6 @@ class Judge:
         if mp4 is None and entry is None:
             yield f"{recording.name} is forgotten"
         if mp4 is not None and entry is not None:
-            told = os.path.join(self._mounted, "recordings", recording.mp4_name)
-            if urllib.parse.unquote(entry["destination"]) != told:
+            if urllib.parse.unquote(entry["destination"]) != recording.mp4_path:
                 yield (f"{recording.name} would be converted twice" if source is not None else
                        f"nobody would be told of {recording.mp4_name}")

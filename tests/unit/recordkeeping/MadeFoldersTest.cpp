@@ -1,0 +1,48 @@
+#include "recordkeeping/MadeFolders.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+using recordkeeping::MadeFolders;
+
+class MadeFoldersTest : public testing::Test {
+protected:
+    static std::string temporaryFolder() {
+        std::string name = "/tmp/record-converter-made-XXXXXX";
+        return ::mkdtemp(name.data());
+    }
+
+    ~MadeFoldersTest() override { std::filesystem::remove_all(home); }
+
+    const std::string home = temporaryFolder();
+    MadeFolders folders;
+};
+
+TEST_F(MadeFoldersTest, MakesWhatIsMissingForThisUserAlone) {
+    folders.make(home + "/one/two");
+    for (const auto* const path : {"/one", "/one/two"}) {
+        ASSERT_TRUE(std::filesystem::is_directory(home + path)) << path;
+        EXPECT_EQ(std::filesystem::status(home + path).permissions(), std::filesystem::perms::owner_all) << path;
+    }
+}
+
+TEST_F(MadeFoldersTest, LeavesWhatIsThereAsItIs) {
+    std::filesystem::permissions(home, std::filesystem::perms::owner_all | std::filesystem::perms::group_read);
+    folders.make(home);
+    EXPECT_NE(std::filesystem::status(home).permissions(), std::filesystem::perms::owner_all);
+}
+
+TEST_F(MadeFoldersTest, SyncsAlsoWhereAFolderHasGone) {
+    folders.make(home + "/one/two");
+    std::filesystem::remove_all(home + "/one");
+    folders.sync();
+    folders.make(home + "/one/two");
+    folders.sync();
+    EXPECT_TRUE(std::filesystem::is_directory(home + "/one/two"));
+}
+
+}  // namespace
