@@ -9,7 +9,11 @@ import bus
 import display
 import processes
 import recordings
+import trace
 import world
+
+# Seconds after which a notification has come as far as the thread that is to handle it.
+_ARRIVED = 0.5
 
 
 class _Ending(world.World):
@@ -112,6 +116,54 @@ class Endings(_Ending):
         self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
 
 
+class CrossingNotifications(trace.TracedWorld):
+    """The main thread stands still while a notification comes that it finds when it goes on."""
+
+    def setUp(self):
+        super().setUp()
+        self.install_inside()
+        # Fails without a bubble, so that the quit follows at once.
+        self.environment["LD_LIBRARY_PATH"] = os.path.join(world.TEST_LIBRARIES, "foreign")
+        self.environment["FOREIGN_MEDIA_CONVERTER"] = "error 0"
+
+    def _start(self, name):
+        """A meeting and the path that it announces."""
+        meeting = self.meeting()
+        path = self.scripted_recording(name)
+        self.line.started(meeting.pid, path)
+        return meeting, path
+
+    def test_after_the_decision_to_quit_it_is_not_answered(self):
+        first = self.meeting()
+        converter = self.launch_for(first, self.scripted_recording("first"))
+        self.trace.stop_at("-[AppDelegate quitApp]")
+        first.die()
+        self.line.wait(lambda: self.trace.holds("-[AppDelegate quitApp]"), 20, "the decision to quit")
+        late, _ = self._start("late")
+        time.sleep(_ARRIVED)
+        self.trace.go_on()
+        self.assertEqual(self.wait_ended(converter, 20), 0)
+        self.line.turn()
+        self.assertEqual(self.line.acknowledgements(late.pid), [], "it has answered, and quits beside the meeting")
+
+    def test_after_the_signal_to_end_it_is_not_answered(self):
+        converter = self.launch()
+        self.line.wait_confirmed(0)
+        self.trace.stop_at("onExternalNotification")
+        early, path = self._start("early")
+        self.line.wait(lambda: self.trace.holds("onExternalNotification"), 20, "a notification is being handled")
+        converter.send_signal(signal.SIGTERM)
+        late, late_path = self._start("late")
+        time.sleep(_ARRIVED)
+        self.trace.go_on()
+        self.assertEqual(self.wait_ended(converter, 20), 0)
+        self.line.turn()
+        self.assertEqual(len(self.line.acknowledgements(early.pid)), 1, "what was taken is answered")
+        self.assertIn("next start of the record converter: " + path, self.log_text())
+        self.assertEqual(self.line.acknowledgements(late.pid), [], "it has answered what it does not do any more")
+        self.assertNotIn(late_path, self.log_text())
+
+
 class LostDisplay(display.DisplayWorld, _Ending):
     with_tray = False
 
@@ -148,6 +200,18 @@ class LostDisplay(display.DisplayWorld, _Ending):
         meeting.die()
         self.wait_converted(one, self.path("one.mp4"))
         self.wait_converted(two, self.path("two.mp4"))
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_a_meeting_that_has_recorded_nothing_yet_is_served(self):
+        meeting = self.meeting()
+        converter = self.launch_for(meeting)
+        self.end_display()
+        self.wait_for(lambda: "starting again off-screen" in self.log_text(), 20, "the second start")
+        self.wait_for(lambda: processes.watches(converter.pid, meeting.pid), 20, "it watches the meeting again")
+        self.line.started(meeting.pid, self.recording())
+        self.line.wait_acknowledged(meeting.pid, bus.STARTED)
+        meeting.die()
+        self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
         self.assertEqual(self.wait_ended(converter), 0)
 
 

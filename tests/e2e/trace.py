@@ -35,6 +35,15 @@ class Trace:
     def holds(self, text):
         return any(text in line for line in self.texts())
 
+    def stop_at(self, text):
+        """A thread that traces a line with this text stands still there until `go_on`."""
+        with open(self.path + ".part", "w", encoding="utf-8") as file:
+            file.write(text)
+        os.rename(self.path + ".part", self.path + ".hold")
+
+    def go_on(self):
+        os.remove(self.path + ".hold")
+
 
 def install(folder):
     """Puts the test's plug-in into `folder`."""

@@ -1,10 +1,12 @@
 // A trace plug-in for tests: adds each line to the file that RECORD_CONVERTER_TEST_TRACE names, behind the level and
-// the name of the thread, "main" or its id.
+// the name of the thread, "main" or its id. A thread whose line contains what is in the file of that name with ".hold"
+// waits until that file is gone.
 
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include <fcntl.h>
@@ -22,6 +24,12 @@ std::string formatted(const char* format, va_list arguments) {
     return text;
 }
 
+bool isHeld(const std::string& trace, const std::string& text) {
+    std::ifstream file(trace + ".hold");
+    std::string part;
+    return std::getline(file, part) && text.find(part) != std::string::npos;
+}
+
 int add(std::uint64_t level, const char* module, const std::string& text) {
     const char* const path = std::getenv("RECORD_CONVERTER_TEST_TRACE");
     if (path == nullptr) {
@@ -34,6 +42,9 @@ int add(std::uint64_t level, const char* module, const std::string& text) {
     const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     const auto written = write(file, line.data(), line.size());
     close(file);
+    while (isHeld(path, text)) {
+        usleep(1000);
+    }
     return static_cast<int>(written);
 }
 
