@@ -86,8 +86,9 @@ def size(build):
 
 
 def media(build):
-    program = build / "bench/media/media-bench"
-    return run_json([program])["figures"] if program.exists() else []
+    program, plain_build = build / "bench/media/media-bench", build.with_name("release-plain")
+    options = ["--plain", plain_build] if plain_build.exists() else []
+    return run_json([program, *options])["figures"] if program.exists() else []
 
 
 def plain(name, value, unit, limit):
