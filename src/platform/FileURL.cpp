@@ -14,7 +14,9 @@ FileURL FileURL::fileURLWithPath(std::string path, bool isDirectory) {
 }
 
 FileURL FileURL::deletingLastPathComponent() const {
-    return {std::string(platform::deletingLastPathComponent(path_)), true};
+    FileURL folder(std::string(platform::deletingLastPathComponent(path_)), true);
+    folder.item_ = path_;
+    return folder;
 }
 
 std::string FileURL::absoluteString() const {

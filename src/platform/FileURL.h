@@ -10,8 +10,11 @@ public:
     /// `path` is absolute, in the file system's own bytes.
     static FileURL fileURLWithPath(std::string path, bool isDirectory);
 
-    /// The folder that holds the item, marked as a folder.
+    /// The folder that holds the item, marked as a folder, which remembers the item.
     FileURL deletingLastPathComponent() const;
+
+    /// Path of the item that this folder was asked to be opened for; empty where there is none.
+    const std::string& item() const { return item_; }
 
     const std::string& path() const { return path_; }
     bool isDirectory() const { return isDirectory_; }
@@ -25,8 +28,10 @@ private:
 
     std::string path_;
     bool isDirectory_;
+    std::string item_;
 };
 
+/// Whether both are the same place; the item counts for nothing.
 bool operator==(const FileURL& left, const FileURL& right);
 
 }  // namespace platform

@@ -9,7 +9,8 @@ class Workspace {
 public:
     virtual ~Workspace() = default;
 
-    /// Opens a file in the application that the user has chosen for its type, or a folder in the file browser.
+    /// Opens a file in the application that the user has chosen for its type, or a folder in the file manager, which
+    /// selects the folder's item where it can.
     /// Returns before that application runs; false when none could be asked.
     virtual bool openURL(const FileURL& url) = 0;
 };

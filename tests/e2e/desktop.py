@@ -1,5 +1,5 @@
-"""Stand-ins for what a desktop session has beside its bus: login manager, Inhibit portal, service manager. They answer
-while the test waits with its ear on the bus."""
+"""Stand-ins for what a desktop session has beside its bus: login manager, Inhibit portal, file manager, service manager.
+They answer while the test waits with its ear on the bus."""
 
 import os
 import select
@@ -81,6 +81,18 @@ class Portal(_Service):
             "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
             GLib.Variant("(s)", (asker,)), None, Gio.DBusCallFlags.NONE, 5000, None).unpack()[0]
             for asker in self._askers)
+
+
+class FileManager(_Service):
+    """Opens no window; `calls` has what it was asked to select."""
+
+    def __init__(self, address):
+        super().__init__(address, "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1", """
+            <interface name="org.freedesktop.FileManager1"><method name="ShowItems">
+              <arg type="as" direction="in"/><arg type="s" direction="in"/></method></interface>""")
+
+    def answer(self, _sender, _method, _parameters, invocation):
+        invocation.return_value(None)
 
 
 class ServiceManager(_Service):

@@ -3,6 +3,7 @@
 import os
 import time
 
+import desktop
 import display
 import recordings
 import trace
@@ -111,6 +112,16 @@ class Bubbles(BubbleWorld):
         self.wait_for(self.opened, 10, "xdg-open runs")
         self.assertEqual(self.opened()[0].rstrip("/"), f"file://{self.folder}")
         self.check_quits_soon(converter)
+
+    def test_view_in_folder_selects_the_file_where_a_file_manager_can(self):
+        manager = desktop.FileManager(self.bus.address)
+        self.addCleanup(manager.close)
+        converter = self.converts("a talk.mkv")
+        self.click(self.wait_for_bubbles(1, SAVED)[0].folder_button())
+        self.line.wait(lambda: manager.calls, 10, "the file manager is asked")
+        self.assertEqual(manager.calls[0][0], [f"file://{self.folder}/a%20talk.mp4"])
+        self.check_quits_soon(converter)
+        self.assertEqual(self.opened(), [])
 
     def test_the_close_button_closes(self):
         converter = self.converts("talk.mkv")

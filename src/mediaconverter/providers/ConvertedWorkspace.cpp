@@ -5,6 +5,10 @@
 namespace mediaconverter {
 
 bool ConvertedWorkspace::openURL(const platform::FileURL& url) {
+    if (!url.item().empty()) {
+        const auto item = platform::FileURL::fileURLWithPath(FittingDestination(url.item()), false);
+        return workspace_.openURL(item.deletingLastPathComponent());
+    }
     return workspace_.openURL(platform::FileURL::fileURLWithPath(FittingDestination(url.path()), url.isDirectory()));
 }
 

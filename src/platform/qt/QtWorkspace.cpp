@@ -3,8 +3,10 @@
 #include "platform/SystemLog.h"
 #include "platform/qt/ActivationToken.h"
 #include "platform/qt/FontLanguage.h"
+#include "platform/qt/PrivateConnection.h"
 #include "platform/qt/SessionBus.h"
 
+#include <QDBusConnectionInterface>
 #include <QDesktopServices>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -36,9 +38,32 @@ bool startOpener(const QString& opener, const std::string& url) {
     return process.startDetached();
 }
 
+const QString fileManager = QStringLiteral("org.freedesktop.FileManager1");
+
+/// False where no file manager runs, and none would be started, that selects things.
+bool selectsInFileManager(const FileURL& item) {
+    if (!hasSessionBusAddress()) {
+        return false;
+    }
+    // It lives until the process ends, so that the request gets to the bus.
+    static auto& connection = *new PrivateConnection(QDBusConnection::SessionBus, QStringLiteral("file manager"));
+    const auto* const names = connection.bus().interface();
+    if (names == nullptr ||
+        !(names->isServiceRegistered(fileManager) || names->activatableServiceNames().value().contains(fileManager))) {
+        return false;
+    }
+    auto request = QDBusMessage::createMethodCall(fileManager, QStringLiteral("/org/freedesktop/FileManager1"),
+                                                  fileManager, QStringLiteral("ShowItems"));
+    request << QStringList(QString::fromStdString(item.absoluteString())) << takeActivationToken();
+    return connection.bus().send(request);
+}
+
 }  // namespace
 
 bool QtWorkspace::openURL(const FileURL& url) {
+    if (!url.item().empty() && selectsInFileManager(FileURL::fileURLWithPath(url.item(), false))) {
+        return true;
+    }
     const auto encoded = url.absoluteString();
     const auto opener = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
     const bool isAsked = opener.isEmpty()

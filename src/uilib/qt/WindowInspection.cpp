@@ -26,12 +26,18 @@ WindowInspection::WindowInspection(const QWidget& window, const QPoint& place, s
     window_.windowHandle()->installEventFilter(this);
     timer_.setSingleShot(true);
     connect(&timer_, &QTimer::timeout, this, &WindowInspection::inspect);
-    timer_.start(window_.windowHandle()->isExposed() ? kSettling : kPatience);
+    wait();
+}
+
+void WindowInspection::wait() {
+    wasExposed_ = window_.windowHandle()->isExposed();
+    timer_.start(wasExposed_ ? kSettling : kPatience);
 }
 
 bool WindowInspection::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Expose) {
-        timer_.start(window_.windowHandle()->isExposed() ? kSettling : kPatience);
+    // A desktop that redraws the window over and over must not put off the look.
+    if (event->type() == QEvent::Expose && (!timer_.isActive() || window_.windowHandle()->isExposed() != wasExposed_)) {
+        wait();
     }
     return QObject::eventFilter(watched, event);
 }

@@ -25,6 +25,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void wait();
     void inspect();
     std::string faultOfDesktop() const;
 
@@ -34,6 +35,7 @@ private:
     std::function<void()> seen_;
     std::function<void(const std::string& reason)> unseen_;
     QTimer timer_;
+    bool wasExposed_ = false;  ///< when the timer was started
 };
 
 }  // namespace uilib::qt

@@ -36,6 +36,7 @@ TEST(FileURLTest, TheParentOfAFileIsItsFolderMarkedAsOne) {
     const auto folder = FileURL::fileURLWithPath("/home/u/rec.mp4", false).deletingLastPathComponent();
     EXPECT_EQ(folder.path(), "/home/u");
     EXPECT_TRUE(folder.isDirectory());
+    EXPECT_EQ(folder.item(), "/home/u/rec.mp4");
     EXPECT_EQ(FileURL::fileURLWithPath("/rec.mp4", false).deletingLastPathComponent().absoluteString(), "file:///");
 }
 
