@@ -74,6 +74,20 @@ TEST_F(RescueTest, AChunkOfAnUnknownStreamCostsItselfAlone) {
     expectAllBut(1, whole, bytes);
 }
 
+TEST_F(RescueTest, ASizeThatNoMemoryCouldHoldIsDamage) {
+    const std::string whole = samples::make("ivf", {"-an", "-c:v", "libvpx", "-deadline", "realtime"}, 1);
+    std::string bytes = contentOf(whole);
+    constexpr std::size_t frameHeader = 12;
+    constexpr int healthy = 10;
+    std::size_t frame = 32;
+    for (int count = 0; count < healthy; ++count) {
+        const auto high = static_cast<unsigned char>(bytes[frame + 1]);
+        frame += frameHeader + high * std::size_t{256} + static_cast<unsigned char>(bytes[frame]);
+    }
+    bytes.replace(frame, 4, 4, '\xFF');
+    expectAllBut(packetCounts(whole).at(0) - healthy, whole, bytes);
+}
+
 /// Audio between chunks: where the size of the data stands, and how it is written.
 struct StaleSize {
     const char* name;

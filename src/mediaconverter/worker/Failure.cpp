@@ -1,5 +1,7 @@
 #include "mediaconverter/worker/Failure.h"
 
+#include "mediaconverter/worker/AllocationWatch.h"
+
 extern "C" {
 #include <libavutil/error.h>
 }
@@ -23,12 +25,16 @@ bool isMemoryShort() {
 }  // namespace
 
 Failure Failure::ofLibrary(ConversionError error, int number) {
-    if (number == AVERROR(ENOMEM) || (number == AVERROR_EXTERNAL && isMemoryShort())) {
+    if (isOutOfMemory(number) || (number == AVERROR_EXTERNAL && isMemoryShort())) {
         return Failure(ConversionError::workerOutOfMemory);
     }
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
     av_strerror(number, text.data(), text.size());
     return Failure(error, text.data());
+}
+
+bool isOutOfMemory(int number) {
+    return number == AVERROR(ENOMEM) && wasMemoryRefused();
 }
 
 }  // namespace worker

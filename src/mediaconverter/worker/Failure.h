@@ -20,6 +20,10 @@ struct Failure {
     static Failure ofLibrary(ConversionError error, int number);
 };
 
+/// True where the media library's error number says that memory is short, and memory is: the library says so of a
+/// damaged length as well.
+bool isOutOfMemory(int number);
+
 /// Thrown where one track of the MP4 is what does not work, so that it may be tried in another way.
 struct TrackFailure {
     int track;  ///< its index in the MP4

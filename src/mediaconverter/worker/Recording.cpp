@@ -197,7 +197,7 @@ bool Recording::readOn(AVPacket& packet) {
             return true;
         }
         reader_.requireNoError();
-        if (result == AVERROR(ENOMEM)) {
+        if (isOutOfMemory(result)) {
             throw Failure(workerOutOfMemory);
         }
         if (result == AVERROR_EOF || ++errorsInARow_ > mostErrorsInARow) {

@@ -141,7 +141,7 @@ void TranscodedTrack::endFilters(Mp4Writer& writer) {
 
 void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AVFrame&)>& take) {
     const int sent = avcodec_send_packet(decoder_.get(), packet);
-    if (sent == AVERROR(ENOMEM)) {
+    if (isOutOfMemory(sent)) {
         throw Failure(workerOutOfMemory);
     }
     if (sent < 0 && sent != AVERROR_EOF) {
@@ -152,7 +152,7 @@ void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AV
         if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
             return;
         }
-        if (received == AVERROR(ENOMEM)) {
+        if (isOutOfMemory(received)) {
             throw Failure(workerOutOfMemory);
         }
         if (received < 0) {
