@@ -200,8 +200,8 @@ TEST(FlvGrammarTest, NoticesASizeThatRunsBeyondTheEnd) {
     constexpr std::size_t overhead = 15;
     std::size_t tag = 13;
     for (int count = 0; count < 20; ++count) {
-        tag +=
-            overhead + (static_cast<unsigned char>(bytes[tag + 2]) << 8U) + static_cast<unsigned char>(bytes[tag + 3]);
+        const auto high = static_cast<unsigned char>(bytes[tag + 2]);
+        tag += overhead + high * std::size_t{256} + static_cast<unsigned char>(bytes[tag + 3]);
     }
     bytes.replace(tag + 1, 3, "\xFF\xFF\xFF");
     EXPECT_NE(lostIn("flv", bytes).find("beyond the end"), std::string::npos);
