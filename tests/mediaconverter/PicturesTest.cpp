@@ -94,6 +94,26 @@ TEST_F(PicturesTest, InterlacedStaysInterlaced) {
     }
 }
 
+TEST_F(PicturesTest, FieldsThatOnlyLaterPicturesHaveStay) {
+    const auto record = [&](const Words& options, const std::string& name) {
+        Words words = {"-f", "lavfi", "-i", "testsrc2=size=320x240:rate=25", "-t", "0.4"};
+        words.insert(words.end(), options.begin(), options.end());
+        words.insert(words.end(), {"-c:v", "prores_ks", "-profile:v", "0", name});
+        return ffmpeg(words);
+    };
+    record({}, "frames.mov");
+    record({"-vf", "setfield=bff", "-flags", "+ildct"}, "fields.mov");
+    put("both.txt", "ffconcat version 1.0\nfile frames.mov\nfile fields.mov\n");
+    const std::string source = ffmpeg({"-i", folder_.file("both.txt"), "-c", "copy", "both.mov"});
+    for (const char* const part : {"frames.mov", "fields.mov", "both.txt"}) {
+        fs::remove(folder_.file(part));
+    }
+    const std::string log = expectSuccess(source);
+    EXPECT_NE(log.find("begun again with its largest form"), std::string::npos) << log;
+    EXPECT_EQ(probe(destination(), "stream=field_order"), Words{"bb"});
+    EXPECT_EQ(packetCounts(destination()), packetCounts(source));
+}
+
 TEST_F(PicturesTest, EachFieldKeepsItsColor) {
     // One field is red and the other blue; they were mixed if the pictures were taken for progressive.
     const std::string source = ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x240:rate=25", "-f", "lavfi", "-i",
