@@ -268,4 +268,19 @@ TEST(MatroskaLacingTest, NoticesSizesThatDoNotFitTheBlock) {
     EXPECT_NE(laced('\x04', std::string("\x02", 1) + std::string(61, 'x')).lost(), "");
 }
 
+TEST(MatroskaGrammarTest, NoticesABlockThatHidesTheNextCluster) {
+    std::string header = contentOf(samples::make("mka", {"-vn", "-c:a", "libopus", "-live", "1"}, 1));
+    header.resize(header.find("\x1F\x43\xB6\x75"));
+    const auto cluster = [](const std::string& blockSize) {
+        const std::string block = std::string("\x81\0\0\x80", 4) + std::string(60, 'x');
+        const std::string content = std::string("\xE7\x81\0\xA3", 4) + blockSize + block;
+        return "\x1F\x43\xB6\x75" + std::string(1, static_cast<char>(0x80 | content.size())) + content;
+    };
+    const std::string healthy = cluster("\xC0");
+    ASSERT_EQ(lostIn("matroska", header + healthy + healthy), "");
+    // 64 bytes of its own and 74 of the other.
+    ASSERT_EQ(healthy.size(), 74U);
+    EXPECT_NE(lostIn("matroska", header + cluster("\x40\x8A") + healthy), "");
+}
+
 }  // namespace

@@ -46,6 +46,13 @@ std::vector<Bytes> seeds() {
         mediatest::contentOf(make("webm", {"-c:v", "libvpx", "-deadline", "realtime", "-c:a", "libvorbis"}, 0.5)));
     result.push_back(mediatest::contentOf(make("avi", {"-c:v", "mjpeg", "-c:a", "pcm_s16le"}, 0.2)));
     result.push_back(mediatest::contentOf(make("ogg", {"-vn", "-c:a", "flac"}, 0.5)));
+    result.push_back(mediatest::contentOf(make("mpg", {"-c:v", "mpeg2video", "-c:a", "mp2"}, 0.5)));
+    result.push_back(mediatest::contentOf(make("asf", {"-c:v", "msmpeg4", "-c:a", "wmav2"}, 0.5)));
+    result.push_back(mediatest::contentOf(make("mxf", {"-c:v", "mpeg2video", "-c:a", "pcm_s16le"}, 0.2)));
+    result.push_back(mediatest::contentOf(make("ivf", {"-an", "-c:v", "libvpx", "-deadline", "realtime"}, 0.5)));
+    result.push_back(mediatest::contentOf(make("h264", {"-an", "-c:v", "libx264", "-preset", "ultrafast"}, 0.5)));
+    result.push_back(mediatest::contentOf(make("wav", {"-vn", "-c:a", "pcm_f32le"}, 0.5)));
+    result.push_back(mediatest::contentOf(make("aac", {"-vn", "-c:a", "aac"}, 1)));
     return result;
 }
 
