@@ -64,6 +64,45 @@ INSTANTIATE_TEST_SUITE_P(Kinds, CutRecordingTest,
                          testing::Values("Matroska", "WebM", "TransportStream", "FragmentedMp4"),
                          [](const auto& test) { return std::string(test.param); });
 
+/// Audio without a container, frame after frame.
+class CutFrameTest : public AccountingTest, public testing::WithParamInterface<Container> {};
+
+TEST_P(CutFrameTest, IsLeftOutAndAllBeforeItAreSaved) {
+    const std::string whole = samples::make(GetParam().extension, GetParam().options, 1);
+    constexpr int frames = 20;
+    const Words sizes = probe(whole, "packet=size");
+    ASSERT_GT(sizes.size(), frames + 1U);
+    std::size_t end = 0;
+    for (int frame = 0; frame < frames; ++frame) {
+        end += std::stoul(sizes[static_cast<std::size_t>(frame)]);
+    }
+    for (const std::size_t left : {std::size_t{12}, std::stoul(sizes[frames]) - 1}) {
+        fs::remove(destination());
+        const std::string log = expectSuccess(put("cut.rec", contentOf(whole).substr(0, end + left)));
+        EXPECT_EQ(packetCounts(destination()), std::vector<int>{frames}) << left << " bytes more\n" << log;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Codecs, CutFrameTest,
+    testing::Values(Container{"Adts", "aac", {"-vn", "-c:a", "aac"}}, Container{"Ac3", "ac3", {"-vn", "-c:a", "ac3"}},
+                    Container{"Mp2", "mp2", {"-vn", "-c:a", "mp2"}},
+                    Container{"Mp3", "mp3", {"-vn", "-c:a", "libmp3lame", "-write_xing", "0", "-id3v2_version", "0"}}),
+    nameOf);
+
+TEST_F(AccountingTest, ATagBetweenTheFramesOfAdtsIsStructure) {
+    const std::string whole = samples::make("aac", {"-vn", "-c:a", "aac"}, 1);
+    std::string bytes = contentOf(whole);
+    std::size_t middle = 0;
+    for (const std::string& size : probe(whole, "packet=size")) {
+        middle += middle < bytes.size() / 2 ? std::stoul(size) : 0;
+    }
+    // ID3v2.4, of twenty bytes after its header.
+    bytes.insert(middle, std::string("ID3\x04\0\0\0\0\0\x14", 10) + std::string(20, 'x'));
+    expectSuccess(put("tagged.rec", bytes));
+    EXPECT_EQ(packetCounts(destination()), packetCounts(whole));
+}
+
 TEST_F(AccountingTest, ATransportStreamThatStartsInMidPictureGroup) {
     const std::string bytes = contentOf(samples::make("ts", reordered));
     const std::string source = put("a.ts", bytes.substr(bytes.size() / 188 / 5 * 188 + 77));
