@@ -90,6 +90,28 @@ INSTANTIATE_TEST_SUITE_P(
                     Container{"Mp3", "mp3", {"-vn", "-c:a", "libmp3lame", "-write_xing", "0", "-id3v2_version", "0"}}),
     nameOf);
 
+/// Containers that say how long a picture is.
+class CutPictureTest : public AccountingTest, public testing::WithParamInterface<Container> {};
+
+TEST_P(CutPictureTest, IsLeftOutAndAllBeforeItAreSaved) {
+    const std::string whole = samples::make(GetParam().extension, GetParam().options, 1);
+    const Words positions = probe(whole, "packet=pos");
+    for (const std::size_t count : {5U, 18U}) {
+        fs::remove(destination());
+        // Twenty bytes before the next one are within this one.
+        const std::size_t end = std::stoul(positions.at(count + 1)) - 20;
+        const std::string log = expectSuccess(put("cut.rec", contentOf(whole).substr(0, end)));
+        EXPECT_EQ(packetCounts(destination()), std::vector{static_cast<int>(count)}) << log;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Containers, CutPictureTest,
+                         testing::Values(Container{"Flv", "flv", {"-an", "-c:v", "libx264", "-preset", "ultrafast"}},
+                                         Container{"Avi", "avi", {"-an", "-c:v", "mpeg4"}},
+                                         Container{
+                                             "Matroska", "mkv", {"-an", "-c:v", "libx264", "-preset", "ultrafast"}}),
+                         nameOf);
+
 TEST_F(AccountingTest, ATagBetweenTheFramesOfAdtsIsStructure) {
     const std::string whole = samples::make("aac", {"-vn", "-c:a", "aac"}, 1);
     std::string bytes = contentOf(whole);
