@@ -9,6 +9,17 @@ namespace platform {
 struct BusySerialQueueMaker::State {
     explicit State(DispatchQueue& queue) : mainQueue(queue) {}
 
+    static void begin(const std::shared_ptr<State>& state) {
+        if (state->unfinished++ == 0) {
+            state->mainQueue.async([state] { state->tell(); });
+        }
+    }
+
+    void end() {
+        --unfinished;
+        tell();
+    }
+
     void tell() {
         const bool busy = unfinished > 0;
         if (busy != told && handler) {
@@ -30,16 +41,11 @@ public:
         : state_(std::move(state)), queue_(std::move(queue)) {}
 
     void async(std::function<void()> task) override {
-        if (state_->unfinished++ == 0) {
-            state_->mainQueue.async([state = state_] { state->tell(); });
-        }
+        State::begin(state_);
         queue_->async([state = state_, task = std::move(task)]() mutable {
             task();
             task = nullptr;
-            state->mainQueue.async([state] {
-                --state->unfinished;
-                state->tell();
-            });
+            state->mainQueue.async([state] { state->end(); });
         });
     }
 
@@ -59,6 +65,14 @@ std::unique_ptr<DispatchQueue> BusySerialQueueMaker::makeSerialQueue(const std::
 
 void BusySerialQueueMaker::setBusyHandler(BusyHandler handler) {
     state_->handler = std::move(handler);
+}
+
+void BusySerialQueueMaker::beginWork() {
+    State::begin(state_);
+}
+
+void BusySerialQueueMaker::endWork() {
+    state_->end();
 }
 
 bool BusySerialQueueMaker::isBusy() const {

@@ -22,6 +22,12 @@ public:
     /// next one leaves no gap. Set before the first task.
     void setBusyHandler(BusyHandler handler);
 
+    /// Counts as a task: work that a task has begun and that may go on after it. Any thread.
+    void beginWork();
+
+    /// Such work has ended. Main thread.
+    void endWork();
+
     /// From the moment when a task is put until what it has put on the main queue has run there. Main thread.
     bool isBusy() const;
 

@@ -21,6 +21,7 @@ struct Studio {
     std::size_t released = 0;
     std::size_t blocked = 0;
     std::size_t abandoned = 0;
+    std::size_t playing = 0;
     bool unblocked = false;
     bool refuses = false;
 };
@@ -93,6 +94,7 @@ int ScriptedConverter::Convert(const char* source, const char* destination, int 
     {
         const std::lock_guard lock(studio().mutex);
         studio().requests.push_back({source, destination, tracks, container});
+        ++studio().playing;
         if (!studio().scripts.empty()) {
             script = std::move(studio().scripts.front());
             studio().scripts.pop_front();
@@ -131,6 +133,7 @@ void ScriptedConverter::play(const ConversionScript& script, const std::string& 
     }
     std::unique_lock lock(studio().mutex);
     playing_ = std::thread::id();
+    --studio().playing;
     const bool deletesItself = releasedByOwnCallback_;
     studio().changed.notify_all();
     lock.unlock();
@@ -200,6 +203,11 @@ std::size_t ScriptedMediaConverter::created() {
 std::size_t ScriptedMediaConverter::released() {
     const std::lock_guard lock(studio().mutex);
     return studio().released;
+}
+
+std::size_t ScriptedMediaConverter::playing() {
+    const std::lock_guard lock(studio().mutex);
+    return studio().playing;
 }
 
 std::size_t ScriptedMediaConverter::abandoned() {

@@ -56,6 +56,9 @@ public:
     static std::size_t created();
     static std::size_t released();
 
+    /// Conversions that have not returned from their last callback.
+    static std::size_t playing();
+
     /// Conversions whose converter was released before their end had been reported.
     static std::size_t abandoned();
 

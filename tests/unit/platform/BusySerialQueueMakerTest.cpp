@@ -82,6 +82,24 @@ TEST_F(BusySerialQueueMakerTest, WhatATaskHeldIsLetGoBeforeItHasEnded) {
     EXPECT_TRUE(busyMeanwhile);
 }
 
+TEST_F(BusySerialQueueMakerTest, WhatATaskHasBegunKeepsItBusyAfterTheTask) {
+    queue->async([this] { maker.beginWork(); });
+    fakes.last().drain();
+    mainQueue.drain();
+    EXPECT_TRUE(maker.isBusy());
+    EXPECT_EQ(told, std::vector{true});
+    maker.endWork();
+    EXPECT_FALSE(maker.isBusy());
+    EXPECT_EQ(told, (std::vector{true, false}));
+}
+
+TEST_F(BusySerialQueueMakerTest, WorkOutsideAnyTaskMakesItBusy) {
+    maker.beginWork();
+    EXPECT_TRUE(maker.isBusy());
+    mainQueue.drain();
+    EXPECT_EQ(told, std::vector{true});
+}
+
 TEST_F(BusySerialQueueMakerTest, WithoutAHandlerItStillKnows) {
     maker.setBusyHandler(nullptr);
     queue->async([] {});

@@ -64,7 +64,11 @@ public:
         keeper_.noteLaunched();
     }
 
-    ~Converter() { fake_.application.setDelegate(nullptr); }
+    ~Converter() {
+        // A task that holds the application would make it outlive what it uses.
+        runWhile([this] { return ScriptedMediaConverter::playing() > 0 || queues_.isBusy(); });
+        fake_.application.setDelegate(nullptr);
+    }
 
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
