@@ -68,14 +68,16 @@ endforeach()
 # Manual pages
 find_program(SCDOC scdoc)
 if(SCDOC)
+  # The first line of a page says that it has tables; scdoc leaves it out.
+  set(preprocessors "${PROJECT_SOURCE_DIR}/resources/man/preprocessors.roff")
   set(pages "")
   foreach(page record-converter.1 meeting-client.1 convert-recording.1)
     set(source "${PROJECT_SOURCE_DIR}/resources/man/${page}.scd")
     set(made "${PROJECT_BINARY_DIR}/man/${page}.gz")
     add_custom_command(OUTPUT "${made}"
       COMMAND "${CMAKE_COMMAND}" -E make_directory "${PROJECT_BINARY_DIR}/man"
-      COMMAND sh -c "\"$0\" <\"$1\" | gzip -9n >\"$2\"" "${SCDOC}" "${source}" "${made}"
-      DEPENDS "${source}" VERBATIM)
+      COMMAND sh -c "\"$0\" <\"$1\" | cat \"$2\" - | gzip -9n >\"$3\"" "${SCDOC}" "${source}" "${preprocessors}" "${made}"
+      DEPENDS "${source}" "${preprocessors}" VERBATIM)
     list(APPEND pages "${made}")
   endforeach()
   add_custom_target(manual_pages ALL DEPENDS ${pages})
