@@ -37,8 +37,8 @@ class Sleeping(trace.TracedWorld):
         self.line.started(going_on.pid, self.path("later.mkv"))
         gone.die()
         self.line.wait(lambda: self.trace.holds("remove bubble from bubbleArray"), 60, "the bubble has closed")
-        # One second in which no thread runs tells that fading and bus have settled.
-        self.line.wait(lambda: self._wake_ups_in(converter.pid, 1) == 0, 20, "the process comes to rest")
+        # Freed memory is given back a second after the last bubble, on a busy machine later.
+        self.line.wait(lambda: self._wake_ups_in(converter.pid, 4) == 0, 40, "the process comes to rest")
         self.assertEqual([len(service.calls) for service in self.services], [1, 1, 1])
         return converter
 
