@@ -16,6 +16,7 @@ void JobWatch::recordConvertingJobRunnerDidStartConvertingRecordItem(KTRMeetingR
 void JobWatch::recordConvertingJobRunnerUpdatesConvertingProgressForRecordItem(
     KTRMeetingRecordConvertingJobRunner& runner, double progress, const Item& item) {
     application_->recordConvertingJobRunnerUpdatesConvertingProgressForRecordItem(runner, progress, item);
+    hooks_.progress(progress);
 }
 
 void JobWatch::recordConvertingJobRunnerDidStopConvertingRecordItem(KTRMeetingRecordConvertingJobRunner& runner,

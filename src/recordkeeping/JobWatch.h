@@ -8,7 +8,7 @@
 namespace recordkeeping {
 
 /// Stands between the job runner and the application: passes every report on, and tells its owner of each job's
-/// beginning and end. On the runner's threads.
+/// beginning, progress and end. On the runner's threads.
 class JobWatch final : public KTRMeetingRecordConvertingJobRunnerDelegate {
 public:
     using Item = std::shared_ptr<KTRMeetingRecordItem>;
@@ -17,6 +17,7 @@ public:
     /// `keepsIntermediate` runs when the MP4 is whole and may only add to the application's answer.
     struct Hooks {
         std::function<void(const Item&)> starting;
+        std::function<void(double percent)> progress;
         std::function<bool(const Item&)> keepsIntermediate;
         std::function<void(const Item&)> ended;
     };

@@ -104,6 +104,17 @@ std::optional<PendingEntry> PendingRecordings::entryFor(const std::string& sourc
     return found == kept_.end() ? std::nullopt : std::optional(found->second.entry);
 }
 
+std::vector<std::string> PendingRecordings::waiting() const {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> sources;
+    for (const auto& [source, kept] : kept_) {
+        if (kept.entry.state == PendingEntry::State::due && !kept.isConverting) {
+            sources.push_back(source);
+        }
+    }
+    return sources;
+}
+
 bool PendingRecordings::isSpokenFor(const std::string& source) const {
     const std::lock_guard lock(mutex_);
     const auto found = kept_.find(source);

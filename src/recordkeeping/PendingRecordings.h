@@ -46,6 +46,9 @@ public:
     /// Of the entry for `source`; absent when there is none.
     std::optional<PendingEntry> entryFor(const std::string& source) const;
 
+    /// The recordings that are to be converted, by their paths; without the one that is being converted.
+    std::vector<std::string> waiting() const;
+
     /// Whether the application knows the recording.
     bool isSpokenFor(const std::string& source) const;
 

@@ -60,7 +60,8 @@ Recordkeeper::Recordkeeper(const platform::Platform& platform, Services services
       center_(platform.distributedCenter),
       processWatch_(platform.exitWatch, services_.afterDelivery),
       runLoop_(platform.runLoop),
-      pending_(services_.folder, services_.processes, platform.processInformation.processIdentifier()) {
+      pending_(services_.folder, services_.processes, platform.processInformation.processIdentifier()),
+      progress_(platform.mainQueue, pending_, services_.showProgress) {
     center_.setHooks([this](const platform::DistributedNotification& notification) { noteArriving(notification); },
                      [this](const platform::DistributedNotification& notification) { noteHandled(notification); });
     processWatch_.setEndHandler([this](std::int32_t processId) { noteEnded(processId); });
@@ -118,13 +119,16 @@ void Recordkeeper::watchJobs() {
                                               platform_.mainQueue.async(
                                                   [this, language = pending->language] { useLanguage(language); });
                                           }
+                                          progress_.noteStarting(item->srcPath());
                                       },
+                                      [this](double percent) { progress_.noteProgress(percent); },
                                       [this](const JobWatch::Item& item) {
                                           pending_.noteSaved(item->srcPath());
                                           const auto pending = pending_.entryFor(item->srcPath());
                                           return pending && pending->keep;
                                       },
                                       [this](const JobWatch::Item& item) {
+                                          progress_.noteEnded();
                                           // After the bubble, which the application has put on the main queue.
                                           platform_.mainQueue.async(
                                               [this, item] { pending_.noteTold(item->srcPath(), item->pid()); });
@@ -222,6 +226,7 @@ void Recordkeeper::noteHandled(const platform::DistributedNotification& notifica
         pending_.noteStopped(processId);
     } else if (notification.name == kMeetingRecordNotificationName_MeetingAppQuit) {
         pending_.noteDue(processId);
+        progress_.look();
     }
     // The application guards a process from its first start on. A stop without one leaves an entry that nothing would
     // ever take away.
@@ -233,6 +238,7 @@ void Recordkeeper::noteHandled(const platform::DistributedNotification& notifica
 
 void Recordkeeper::noteEnded(std::int32_t processId) {
     pending_.noteDue(processId);
+    progress_.look();
     if (isKnown(processId)) {
         center_.speak({kMeetingRecordNotificationName_MeetingAppQuit, std::nullopt,
                        platform::UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, processId}}});

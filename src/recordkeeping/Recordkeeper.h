@@ -4,10 +4,12 @@
 #include "recordkeeping/MeetingProcessWatch.h"
 #include "recordkeeping/NewestTimerRunLoop.h"
 #include "recordkeeping/PendingRecordings.h"
+#include "recordkeeping/ProgressWatch.h"
 #include "recordkeeping/TappedNotificationCenter.h"
 #include "recordkeeping/WorkWatch.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,6 +41,8 @@ public:
         MeetingProcessWatch::Barrier afterDelivery;
         PendingFolder& folder;
         const platform::ProcessIdentities& processes;
+        /// Shows the user how the conversions go; main thread.
+        std::function<void(const WorkProgress&)> showProgress = [](const WorkProgress&) {};
     };
 
     /// All of `platform` outlives this object. Its exit watch reports processes that it does not find to `noteGone`.
@@ -91,6 +95,7 @@ private:
     MeetingProcessWatch processWatch_;
     NewestTimerRunLoop runLoop_;
     PendingRecordings pending_;
+    ProgressWatch progress_;
     std::shared_ptr<AppDelegate> application_;
     std::optional<WorkWatch> work_;
     std::unique_ptr<Recovery> recovery_;

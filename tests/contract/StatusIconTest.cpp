@@ -1,6 +1,7 @@
 #include "contract/EventLoop.h"
 #include "contract/StatusWatcher.h"
 #include "platform/qt/QtStatusBar.h"
+#include "platform/qt/StatusNotifierItem.h"
 #include "platform/ui/ImageView.h"
 
 #include <QByteArray>
@@ -67,6 +68,26 @@ TEST_F(StatusIcon, TellsAHostWhatItIs) {
 
     const auto toolTip = watcher.property(service, "ToolTip").value<QDBusArgument>();
     EXPECT_EQ(toolTip.currentSignature(), QStringLiteral("(sa(iiay)ss)"));
+}
+
+TEST_F(StatusIcon, SaysHowTheWorkGoes) {
+    test::StatusWatcher watcher;
+    show();
+    ASSERT_TRUE(waitForItem(watcher));
+    const auto said = [&] {
+        const auto toolTip = watcher.property(watcher.items.front(), "ToolTip").value<QDBusArgument>();
+        QString text;
+        toolTip.beginStructure();
+        platform::qt::IconPixelsList pixels;
+        toolTip >> text >> pixels >> text >> text;
+        toolTip.endStructure();
+        return text;
+    };
+    EXPECT_EQ(said(), QString());
+    statusBar.setToolTip("<b>.mkv: 45%");
+    EXPECT_EQ(said(), QStringLiteral("&lt;b&gt;.mkv: 45%"));
+    statusBar.setToolTip("");
+    EXPECT_EQ(said(), QString());
 }
 
 TEST_F(StatusIcon, IsDrawnForEverySizeThatPanelsUse) {

@@ -168,14 +168,27 @@ class Line:
     def converter_runs(self):
         return self.has_owner(CONVERTER)
 
-    def property(self, service, path, name):
-        """A property of the interface that is named like its service; None while nobody answers."""
+    def property(self, service, path, name, interface=None):
+        """A property of the interface, by default of the one that is named like its service; None while nobody answers."""
         try:
             return self._connection.call_sync(service, path, "org.freedesktop.DBus.Properties", "Get",
-                                              GLib.Variant("(ss)", (service, name)), None,
+                                              GLib.Variant("(ss)", (interface or service, name)), None,
                                               Gio.DBusCallFlags.NO_AUTO_START, 5000, None).unpack()[0]
         except GLib.Error:
             return None
+
+    def record_signals(self, interface, name):
+        """A list that grows by the arguments of each such signal while the bus is being heard."""
+        seen = []
+        self._connection.signal_subscribe(None, interface, name, None, None, Gio.DBusSignalFlags.NONE,
+                                          lambda *arguments: seen.append(arguments[5].unpack()))
+        return seen
+
+    def tool_tip(self, pid):
+        """What the status icon of converter `pid` says below its title."""
+        tip = self.property(f"org.kde.StatusNotifierItem-{pid}-1", "/StatusNotifierItem", "ToolTip",
+                            "org.kde.StatusNotifierItem")
+        return tip[3] if tip else ""
 
     def converter_pid(self):
         return self._ask("GetConnectionUnixProcessID", GLib.Variant("(s)", (CONVERTER,))).unpack()[0]

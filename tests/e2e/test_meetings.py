@@ -1,6 +1,7 @@
 """Meetings from their start to the MP4."""
 
 import os
+import re
 
 from gi.repository import GLib
 
@@ -38,6 +39,24 @@ class Meetings(world.World):
         self.wait_converted(source, self.path("talk.mp4"))
         recordings.check_mp4(self, self.path("talk.mp4"))
         self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_the_icon_and_the_taskbar_say_how_far_a_long_conversion_is(self):
+        meeting = self.meeting()
+        slow, two = recordings.make_slow(self.path("slow.avi"), 60), self.recording("two.mkv")
+        updates = self.line.record_signals("com.canonical.Unity.LauncherEntry", "Update")
+        converter = self.launch_for(meeting, slow)
+        self.assertEqual(self.line.tool_tip(converter.pid), "")
+        self.line.stopped(meeting.pid)
+        self.line.started(meeting.pid, two)
+        self.line.wait_acknowledged(meeting.pid, bus.STARTED)
+        meeting.die()
+        self.line.wait(lambda: re.fullmatch(r"slow\.avi: [1-9]\d?%\ntwo\.mkv", self.line.tool_tip(converter.pid)), 30,
+                       "the icon says it")
+        application, details = self.line.wait(lambda: updates, 60, "the taskbar shows it")[0]
+        self.assertEqual(application, "application://org.recordconverter.RecordConverter.desktop")
+        self.assertTrue(details["progress-visible"])
+        self.assertTrue(0 < details["progress"] < 1, details)
+        self.terminate(converter)
 
     def test_nothing_is_converted_before_the_meeting_is_over(self):
         meeting = self.meeting()

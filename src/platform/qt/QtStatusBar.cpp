@@ -16,7 +16,14 @@ namespace platform::qt {
 
 namespace {
 
-const auto kToolTip = QStringLiteral("Record converter");
+const auto kTitle = QStringLiteral("Record converter");
+
+// The toolkit shows as rich text what looks like it.
+QString toolTipOfEmbedded(const QString& text) {
+    return text.isEmpty()
+               ? kTitle
+               : (kTitle + QLatin1Char('\n') + text).toHtmlEscaped().replace(QLatin1Char('\n'), QStringLiteral("<br>"));
+}
 
 bool canBeEmbedded() {
     return QGuiApplication::platformName() == QLatin1String("xcb");
@@ -67,6 +74,16 @@ public:
     // No desktop draws its icons pressed by the application's wish.
     void setHighlightMode(bool) override {}
 
+    void setText(const QString& text) {
+        text_ = text;
+        if (overBus_) {
+            overBus_->setText(text);
+        }
+        if (embedded_) {
+            embedded_->icon.setToolTip(toolTipOfEmbedded(text));
+        }
+    }
+
     std::optional<ui::Rect> desktopFrame() { return embedded_ ? embedded_->window.desktopFrame() : std::nullopt; }
 
 private:
@@ -80,7 +97,8 @@ private:
     void goOverBus() {
         if (view_ != nullptr && !overBus_) {
             overBus_ = std::make_unique<StatusNotifierItem>(
-                icon_, kToolTip, [this] { chooseFace(); }, [items = items_] { items->tellActivated(); });
+                icon_, kTitle, [this] { chooseFace(); }, [items = items_] { items->tellActivated(); });
+            overBus_->setText(text_);
         }
     }
 
@@ -89,7 +107,7 @@ private:
         if (isEmbedded && !embedded_) {
             embedded_ = std::make_unique<Embedded>([items = items_] { items->tellMoved(); });
             embedded_->icon.setIcon(icon_);
-            embedded_->icon.setToolTip(kToolTip);
+            embedded_->icon.setToolTip(toolTipOfEmbedded(text_));
             QObject::connect(&embedded_->icon, &QSystemTrayIcon::activated,
                              [items = items_] { items->tellActivated(); });
             embedded_->icon.show();
@@ -102,6 +120,7 @@ private:
     const std::shared_ptr<Items> items_;
     std::shared_ptr<ui::View> view_;
     QIcon icon_;
+    QString text_;
     QObject context_;
     std::unique_ptr<StatusNotifierItem> overBus_;
     std::unique_ptr<Embedded> embedded_;
@@ -125,6 +144,14 @@ std::optional<ui::Rect> QtStatusBar::desktopFrameOf(const ui::View& view) const 
         }
     }
     return std::nullopt;
+}
+
+void QtStatusBar::setToolTip(const std::string& text) {
+    for (const auto& made : items_->made) {
+        if (const auto item = made.lock()) {
+            item->setText(QString::fromStdString(text));
+        }
+    }
 }
 
 void QtStatusBar::setActivatedHandler(std::function<void()> activated) {

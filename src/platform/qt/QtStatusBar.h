@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace platform::qt {
 
@@ -20,6 +21,9 @@ public:
     /// Where the item that shows `view` stands on the desktop now: x and y are its top left corner, y growing downward.
     /// Absent when `view` is in no item, or its place can't be known.
     std::optional<ui::Rect> desktopFrameOf(const ui::View& view) const;
+
+    /// What the items say while the pointer rests on them, besides the application's name; lines of plain text.
+    void setToolTip(const std::string& text);
 
     /// Calls `moved` whenever the place of an item may have changed; an empty function ends that.
     void setItemsMovedHandler(std::function<void()> moved);

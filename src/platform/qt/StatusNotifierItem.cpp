@@ -107,6 +107,14 @@ StatusNotifierItem::~StatusNotifierItem() {
     }
 }
 
+void StatusNotifierItem::setText(const QString& text) {
+    text_ = text;
+    // Nobody is woken where no panel shows it.
+    if (isShown()) {
+        Q_EMIT NewToolTip();
+    }
+}
+
 IconPixelsList StatusNotifierItem::iconPixmap() const {
     IconPixelsList sizes;
     for (const auto& size : icon_.availableSizes()) {

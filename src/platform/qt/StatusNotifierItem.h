@@ -58,6 +58,9 @@ public:
     StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged, std::function<void()> activated);
     ~StatusNotifierItem() override;
 
+    /// What the tooltip says below the title; lines of plain text.
+    void setText(const QString& text);
+
     /// Whether a host shows this icon now.
     bool isShown() const { return isShown_.value_or(false); }
 
@@ -68,7 +71,7 @@ public:
     int windowId() const { return 0; }
     QString none() const { return {}; }
     IconPixelsList iconPixmap() const;
-    IconToolTip toolTip() const { return {{}, {}, title_, {}}; }
+    IconToolTip toolTip() const { return {{}, {}, title_, text_.toHtmlEscaped()}; }
     bool itemIsMenu() const { return false; }
     QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
 
@@ -80,6 +83,7 @@ public:
 
 Q_SIGNALS:
     void NewIcon();
+    void NewToolTip();
     void NewStatus(const QString& status);
 
 private:
@@ -89,6 +93,7 @@ private:
 
     const QIcon icon_;
     const QString title_;
+    QString text_;
     const std::function<void()> hostChanged_;
     const std::function<void()> activated_;
     QDBusConnection connection_;

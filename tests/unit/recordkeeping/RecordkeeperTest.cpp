@@ -167,13 +167,15 @@ protected:
     platform::GatedSerialQueueMaker gate{fake.serialQueues};
     platform::BusySerialQueueMaker queues{gate, fake.mainQueue};
     std::deque<std::function<void()>> barriers;
+    std::vector<recordkeeping::WorkProgress> shown;
     std::string home = temporaryFolder();
     test::FakeBackgroundExecutor executor;
     test::FakeProcessIdentities processes;
     PendingFolder folder{home + "/pending", executor, fake.mainQueue};
     recordkeeping::Recordkeeper keeper{
         fake.platformWith(queues),
-        {queues, gate, [this](std::function<void()> then) { barriers.push_back(std::move(then)); }, folder, processes}};
+        {queues, gate, [this](std::function<void()> then) { barriers.push_back(std::move(then)); }, folder, processes,
+         [this](const recordkeeping::WorkProgress& progress) { shown.push_back(progress); }}};
     std::shared_ptr<AppDelegate> app = std::make_shared<AppDelegate>(keeper.platformForApplication(), fake.bubbleMaker);
     std::size_t closed = 0;
 };
@@ -233,6 +235,26 @@ TEST_F(RecordkeeperTest, AnExitThatWasReportedIsNoQuitAsWell) {
     settle();
     EXPECT_TRUE(fake.systemLog.lines().empty()) << "a client that quits is logged";
     EXPECT_EQ(converted(), Paths{"/one.mkv"});
+}
+
+TEST_F(RecordkeeperTest, TheUserIsShownWhatIsConvertedAndWhatWaits) {
+    using recordkeeping::WorkProgress;
+    ScriptedMediaConverter::script({.progress = {45.4F, 100.0F}, .blocks = true, .onAnotherThread = true});
+    launch();
+    start(7, "/one.mkv");
+    stop(7);
+    start(7, "/two.mkv");
+    fake.exitWatch.exit(7);
+    settle();
+    ASSERT_TRUE(ScriptedMediaConverter::waitUntilBlocked());
+    settle();
+    ASSERT_FALSE(shown.empty());
+    EXPECT_EQ(shown.back(), (WorkProgress{"/one.mkv", 45, {"/two.mkv"}}));
+    ScriptedMediaConverter::unblock();
+    while (shown.back() != WorkProgress{} || converted().size() < 2) {
+        ASSERT_TRUE(fake.mainQueue.waitForTask());
+        settle();
+    }
 }
 
 TEST_F(RecordkeeperTest, AStopWithoutAStartLeavesNothingBehindOnceItsProcessIsGone) {

@@ -28,6 +28,7 @@
 #include "platform/qt/QtTextMeasure.h"
 #include "platform/qt/QtUserDefaults.h"
 #include "platform/qt/QtWorkspace.h"
+#include "platform/qt/TaskbarProgress.h"
 #include "platform/qt/WorkInhibitor.h"
 #include "platform/ui/Image.h"
 #include "recordkeeping/HandOverKeys.h"
@@ -111,13 +112,18 @@ struct Providers {
     platform::qt::OwnScope ownScope;
     platform::qt::WorkInhibitor inhibitor{"Record converter", "Converting a meeting recording to MP4"};
     platform::LinuxProcessIdentities processIdentities;
+    platform::qt::TaskbarProgress taskbar;
     platform::LinuxBackgroundExecutor background;
     recordkeeping::PendingFolder pendingFolder{recordkeeping::PendingFolder::standardPath(), background, mainQueue};
     recordkeeping::Recordkeeper recordkeeper{
         asPlatform(),
         {conversionQueues, gatedQueues,
          [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); }, pendingFolder,
-         processIdentities}};
+         processIdentities,
+         [this](const recordkeeping::WorkProgress& progress) {
+             statusBar.setToolTip(recordkeeping::describedProgress(progress));
+             taskbar.show(progress.recording, progress.percent / 100.0);
+         }}};
 };
 
 void mindTheSession(Providers& providers) {
