@@ -69,7 +69,7 @@ class DisplayWorld(world.World):
     def setUp(self):
         super().setUp()
         # What the desktop's own programs see; a test may take the display away from the converter alone.
-        self.desktop = self.environment
+        self.desktop = self.outside = self.environment
         self.start_display()
 
     def start_display(self):
@@ -114,8 +114,8 @@ class DisplayWorld(world.World):
         self.addCleanup(process.kill)
         return process
 
-    def ask(self, *command):
-        return subprocess.run(command, env=self.desktop, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+    def ask(self, *command, environment=None):
+        return subprocess.run(command, env=environment or self.desktop, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                               text=True, check=False).stdout
 
     def windows(self, *criteria):
@@ -156,7 +156,7 @@ class DisplayWorld(world.World):
 
     def picture(self):
         """What is on the screen now."""
-        pixels = subprocess.run(["import", "-silent", "-window", "root", "-depth", "8", "rgb:-"], env=self.desktop,
+        pixels = subprocess.run(["import", "-silent", "-window", "root", "-depth", "8", "rgb:-"], env=self.outside,
                                 stdout=subprocess.PIPE, check=True).stdout
         return pictures.Picture(WIDTH, pixels)
 

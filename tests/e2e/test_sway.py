@@ -34,8 +34,9 @@ class SwayWorld(test_bubbles.BubbleWorld):
             file.write(SETTINGS.format(xwayland="enable" if self.with_x11 else "disable", width=display.WIDTH,
                                        height=display.HEIGHT, environment=environment))
         self.environment.update({"WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman"})
-        # It refuses to run as root, and is content with a name space where it is called something else.
-        other = ["unshare", "--user", "--map-user=1000", "--map-group=1000"] if os.geteuid() == 0 else []
+        # It refuses to run as root, and is content with a name space where it is called something else. Newer X servers
+        # want a user that has a name.
+        other = ["unshare", "--user", "--map-user=1", "--map-group=1"] if os.geteuid() == 0 else []
         self.start_program(*other, "sway", "-c", settings)
         self.wait_for(lambda: os.path.exists(environment), 30, "the compositor")
         with open(environment, encoding="utf-8") as file:

@@ -1,6 +1,9 @@
 """The outcome is seen under real window managers on X11: on the screen's own picture, on top, whole, and beside the
 window that the user works in, which keeps its place and the keyboard."""
 
+import os
+import shutil
+
 import display
 import test_bubbles
 import test_desktops
@@ -60,18 +63,12 @@ class _WindowManager(test_bubbles.BubbleWorld):
         return bubble
 
 
-class KWin(_WindowManager):
-    """The window manager of a large desktop, which hides the tools of inactive applications."""
-
-    def start_window_manager(self):
-        self.environment["KWIN_COMPOSE"] = "N"
-        self.start_program("kwin_x11")
-
-    def test_the_outcome_is_seen(self):
+class _KWin(_WindowManager):
+    def check_the_outcome_is_seen_in_the_corner(self):
         bubble = self.check_the_outcome_is_seen()
         self.assertTrue(self.in_the_corner(bubble), bubble.body)
 
-    def test_a_failure_is_seen(self):
+    def check_a_failure_is_seen(self):
         self.ask("xsetroot", "-solid", "#406080")
         self.work_in_a_window()
         before = self.wait_for_rest()
@@ -82,6 +79,57 @@ class KWin(_WindowManager):
         self.check_is_on_the_screen(bubble, before)
         self.click(bubble.close_button())
         self.check_quits_soon(converter)
+
+
+class KWin(_KWin):
+    """The window manager of a large desktop, which hides the tools of inactive applications."""
+
+    def start_window_manager(self):
+        self.environment["KWIN_COMPOSE"] = "N"
+        self.start_program("kwin_x11")
+
+    def test_the_outcome_is_seen(self):
+        self.check_the_outcome_is_seen_in_the_corner()
+
+    def test_a_failure_is_seen(self):
+        self.check_a_failure_is_seen()
+
+
+class KWinOnWayland(_KWin):
+    """The same as a Wayland compositor, in a window of the display that the test looks at and points on. Our windows
+    and the user's come through Xwayland."""
+
+    def start_window_manager(self):
+        self.outside = dict(self.environment)
+        # The installed program has a capability that a container refuses; a copy has none. It runs under no other name.
+        compositor, told = (os.path.join(self.root, name) for name in ("kwin_wayland", "kwin.environment"))
+        shutil.copyfile(shutil.which("kwin_wayland"), compositor)
+        os.chmod(compositor, 0o755)
+        teller = os.path.join(self.root, "tell-environment")
+        with open(teller, "w", encoding="utf-8") as file:
+            file.write(f"#!/bin/sh\nenv >'{told}.new' && mv '{told}.new' '{told}'\n")
+        os.chmod(teller, 0o755)
+        self.environment["KWIN_COMPOSE"] = "Q"
+        self.start_program(compositor, "--x11-display", self.outside["DISPLAY"], "--width", str(display.WIDTH),
+                           "--height", str(display.HEIGHT), "--xwayland", "--no-lockscreen", "--no-global-shortcuts",
+                           "--socket", f"record-converter-{os.getpid()}", teller)
+        self.wait_for(lambda: os.path.exists(told), 30, "the compositor")
+        with open(told, encoding="utf-8") as file:
+            inside = dict(line.rstrip("\n").split("=", 1) for line in file if "=" in line)
+        for key in ("WAYLAND_DISPLAY", "DISPLAY"):
+            self.environment[key] = inside[key]
+        self.assertNotEqual(self.environment["DISPLAY"], self.outside["DISPLAY"])
+
+    def ask(self, *command):
+        looks = command[0] == "import" or command[:2] in (("xdotool", "mousemove"), ("xdotool", "click"))
+        return super().ask(*command, environment=self.outside if looks else None)
+
+    def test_the_outcome_is_seen(self):
+        self.check_the_outcome_is_seen_in_the_corner()
+
+    def test_a_failure_is_seen(self):
+        self.check_a_failure_is_seen()
+
 
 
 class Xfwm(test_desktops.PanelWithItems, _WindowManager):
