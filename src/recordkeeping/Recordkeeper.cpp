@@ -4,6 +4,7 @@
 #include "KTRAppLaunchingEnv.h"
 #include "KTRMeetingRecordItem.h"
 #include "framework_art/commonmgr/LanguageManager.h"
+#include "platform/BusySerialQueueMaker.h"
 #include "platform/DispatchQueue.h"
 #include "platform/GatedSerialQueueMaker.h"
 #include "platform/IntegerReading.h"
@@ -113,31 +114,53 @@ void Recordkeeper::noteLaunched() {
 
 void Recordkeeper::watchJobs() {
     jobs_ = std::make_shared<JobWatch>(
-        application_, JobWatch::Hooks{[this](const JobWatch::Item& item) {
-                                          pending_.noteConverting(item->srcPath(), item->dstPath());
-                                          if (const auto pending = pending_.entryFor(item->srcPath())) {
-                                              platform_.mainQueue.async(
-                                                  [this, language = pending->language] { useLanguage(language); });
-                                          }
-                                          progress_.noteStarting(item->srcPath());
-                                      },
+        application_, JobWatch::Hooks{[this](const JobWatch::Item& item) { noteStarting(item); },
                                       [this](double percent) { progress_.noteProgress(percent); },
-                                      [this](const JobWatch::Item& item) {
-                                          pending_.noteSaved(item->srcPath());
-                                          const auto pending = pending_.entryFor(item->srcPath());
-                                          return pending && pending->keep;
-                                      },
-                                      [this](const JobWatch::Item& item) {
-                                          progress_.noteEnded();
-                                          // After the bubble, which the application has put on the main queue.
-                                          platform_.mainQueue.async(
-                                              [this, item] { pending_.noteTold(item->srcPath(), item->pid()); });
-                                      }});
+                                      [this](const JobWatch::Item& item) { return keepsIntermediate(item); },
+                                      [this](const JobWatch::Item& item) { noteJobEnded(item); }});
     const auto runner = application_->convertingJobRunner();
     runner->setDelegate(jobs_);
     // A step releases the media converter of the job before it, and one that works in the background may not have
     // ended. Each job's end puts a step.
     services_.gate.setGate([&runner = *runner] { return !runner.hasJobRunning(); });
+}
+
+void Recordkeeper::noteStarting(const JobWatch::Item& item) {
+    {
+        const std::lock_guard lock(untoldMutex_);
+        if (untold_.insert(item).second) {
+            services_.queues.beginWork();
+        }
+    }
+    pending_.noteConverting(item->srcPath(), item->dstPath());
+    if (const auto pending = pending_.entryFor(item->srcPath())) {
+        platform_.mainQueue.async([this, language = pending->language] { useLanguage(language); });
+    }
+    progress_.noteStarting(item->srcPath());
+}
+
+bool Recordkeeper::keepsIntermediate(const JobWatch::Item& item) {
+    pending_.noteSaved(item->srcPath());
+    const auto pending = pending_.entryFor(item->srcPath());
+    return pending && pending->keep;
+}
+
+void Recordkeeper::noteJobEnded(const JobWatch::Item& item) {
+    progress_.noteEnded();
+    // After the bubble, which the application has put on the main queue.
+    platform_.mainQueue.async([this, item] { noteTold(item); });
+}
+
+void Recordkeeper::noteTold(const JobWatch::Item& item) {
+    pending_.noteTold(item->srcPath(), item->pid());
+    bool wasUntold = false;
+    {
+        const std::lock_guard lock(untoldMutex_);
+        wasUntold = untold_.erase(item) > 0;
+    }
+    if (wasUntold) {
+        services_.queues.endWork();
+    }
 }
 
 void Recordkeeper::bringLeft(const std::vector<PendingEntry>& entries) {

@@ -11,11 +11,14 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 class AppDelegate;
+class KTRMeetingRecordItem;
 
 namespace platform {
 class BusySerialQueueMaker;
@@ -84,6 +87,11 @@ private:
     /// is stopped, and `path` comes back.
     std::string stopOlderRecording(std::int32_t processId, const std::string& path);
     void watchJobs();
+    // These three on the runner's threads.
+    void noteStarting(const std::shared_ptr<KTRMeetingRecordItem>& item);
+    bool keepsIntermediate(const std::shared_ptr<KTRMeetingRecordItem>& item);
+    void noteJobEnded(const std::shared_ptr<KTRMeetingRecordItem>& item);
+    void noteTold(const std::shared_ptr<KTRMeetingRecordItem>& item);
     void watchOtherConverters();
     void bringLeft(const std::vector<PendingEntry>& entries);
     void useLanguage(std::int32_t language);
@@ -101,6 +109,10 @@ private:
     std::unique_ptr<Recovery> recovery_;
     std::shared_ptr<JobWatch> jobs_;
     std::vector<PendingEntry> left_;
+    std::mutex untoldMutex_;
+    /// Jobs from their start until their outcome has been told. A media converter may work on its own thread, so that
+    /// no queue has work meanwhile.
+    std::set<std::shared_ptr<KTRMeetingRecordItem>> untold_;
     /// Those of this launch, for every recording that does not bring its own.
     std::int32_t launchLanguage_ = 1;
     bool launchKeeps_ = false;

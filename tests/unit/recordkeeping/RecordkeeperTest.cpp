@@ -591,6 +591,38 @@ TEST_F(RecordkeeperTest, AStepTooManyReleasesNoMediaConverterThatWorksInTheBackg
     EXPECT_TRUE(endsBySecond());
 }
 
+TEST_F(RecordkeeperTest, AJobInTheBackgroundIsWorkUntilItsOutcomeIsTold) {
+    launch();
+    ScriptedMediaConverter::script({.blocks = true, .onAnotherThread = true, .output = {}});
+    start(7, "/a.mkv");
+    quit(7);
+    settle();
+    ASSERT_TRUE(ScriptedMediaConverter::waitUntilBlocked());
+    settle();
+    EXPECT_TRUE(queues.isBusy()) << "no queue has a task, and the conversion is under way";
+    ScriptedMediaConverter::unblock();
+    ASSERT_TRUE(fake.serialQueues.last().waitForTask());
+    settle();
+    EXPECT_FALSE(queues.isBusy());
+    EXPECT_EQ(pending(), Paths{});
+    EXPECT_TRUE(endsBySecond());
+}
+
+TEST_F(RecordkeeperTest, AJobThatEndsTwiceIsOneJob) {
+    launch();
+    ScriptedMediaConverter::script({.progress = {0.0F, 100.0F, 100.0F}, .output = {}});
+    start(7, "/a.mkv");
+    quit(7);
+    settle();
+    EXPECT_FALSE(queues.isBusy());
+    start(8, "/b.mkv");
+    EXPECT_FALSE(queues.isBusy());
+    quit(8);
+    settle();
+    EXPECT_EQ(converted(), (Paths{"/a.mkv", "/b.mkv"}));
+    EXPECT_TRUE(endsBySecond());
+}
+
 TEST_F(RecordkeeperTest, TheEndNamesWhatIsLeft) {
     launch();
     start(7, "/a.mkv");

@@ -96,8 +96,8 @@ struct Providers {
     platform::qt::QtMainQueue mainQueue;
     platform::ThreadSerialQueueMaker serialQueueMaker;
     platform::GatedSerialQueueMaker gatedQueues{serialQueueMaker};
-    // Our media converter works on the calling thread, so this queue has work exactly while there is something to
-    // convert.
+    // Has work exactly while there is something to convert or to tell; the recordkeeper adds what a media converter does
+    // on a thread of its own.
     platform::BusySerialQueueMaker conversionQueues{gatedQueues, mainQueue};
     platform::qt::QtDistributedNotificationCenter distributedCenter;
     platform::NotificationCenter notificationCenter;
