@@ -1,27 +1,30 @@
 """What real runs trace is something that the model of the threads (tests/model/recordkeeping.pml) can do as well.
 
-Three clients start at random moments, and quit or die. RECORD_CONVERTER_RUNS says how many runs there are.
+Three clients start at random moments, and quit or die; in half of the runs the converter is killed at some moment and
+started again. RECORD_CONVERTER_RUNS says how many runs of each kind there are.
 """
 
 import os
 import random
 import re
 import subprocess
+import time
 
+import bus
 import trace
 import world
 
-RUNS = int(os.environ.get("RECORD_CONVERTER_RUNS", "4"))
+RUNS = int(os.environ.get("RECORD_CONVERTER_RUNS", "3"))
 MODEL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "model", "recordkeeping.pml")
 CLIENTS = 3
 
-# What the model calls an event, and the line that is traced at it; the group is the client's process.
+# What the model calls an event, and the line that is traced at it; the group is the number in the recording's name.
 _EVENTS = {
-    "START": r"didReceiveJobFromProcess:writingTo:\]: Received Job, src_pid = (\d+)",
-    "SCHEDULE": r"KTRMeetingRecordConvertingJobRunner scheduleJob:\]: src_pid = (\d+)",
+    "START": r"didReceiveJobFromProcess:writingTo:\]: Received Job, .*/(\d)\.rec",
+    "SCHEDULE": r"KTRMeetingRecordConvertingJobRunner scheduleJob:\]: .*/(\d)\.rec",
     "STEP": r"KTRMeetingRecordConvertingJobRunner runNextJob\]()",
-    "CONVERT": r"KTRMeetingRecordConvertingJobRunner convertItem:\]: src_pid = (\d+)",
-    "STOP": r"AppDelegate recordConvertingJobRunner:didStopConvertingRecordItem:\]: src_pid = (\d+)",
+    "CONVERT": r"KTRMeetingRecordConvertingJobRunner convertItem:\]: .*/(\d)\.rec",
+    "STOP": r"AppDelegate recordConvertingJobRunner:didStopConvertingRecordItem:\]: .*/(\d)\.rec",
     "RAN_OUT": r"AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:\]()",
     "QUIT": r"AppDelegate applicationWillTerminate:\]: begin()",
 }
@@ -38,9 +41,15 @@ class ModelTraces(trace.TracedWorld):
         self.server = self.line.play_notification_server()
 
     def test_the_model_can_do_what_real_runs_do(self):
+        self._check_runs(is_killed=False)
+
+    def test_the_model_can_do_what_runs_with_a_kill_do(self):
+        self._check_runs(is_killed=True)
+
+    def _check_runs(self, is_killed):
         for number in range(RUNS):
             with self.subTest(seed=self.seed, run=number):
-                events = self._run()
+                events = self._run(is_killed)
                 self.assertEqual(events.count(("QUIT", 0)), 1, events)
                 self.assertTrue(self._conforms(events), events)
         # The check is worth something only when it refuses what can't be.
@@ -48,64 +57,91 @@ class ModelTraces(trace.TracedWorld):
             with self.subTest(seed=self.seed, wrong=what):
                 self.assertFalse(self._conforms(wrong), wrong)
 
-    def _run(self):
+    def _run(self, is_killed):
         """The events of one run, each with its client."""
         if os.path.exists(self.trace.path):
             os.remove(self.trace.path)
         for name in self.files():
             os.remove(self.path(name))
         self.line.heard.clear()
-        clients = [self.meeting() for _ in range(CLIENTS)]
-        paths = [self.scripted_recording(str(client.pid)) for client in clients]
-        converter = self.launch_for(clients[0], paths[0])
-        steps = [(self.random.uniform(0, 0.1), self._start, (client, path))
-                 for client, path in zip(clients[1:], paths[1:])]
-        steps += [(self.random.uniform(0.1, 0.2), self.random.choice((self._quit, self._die)), (client,))
-                  for client in clients]
-        for _, step, arguments in sorted(steps, key=lambda each: each[0]):
-            step(*arguments)
+        self.first_life = None
+        self.started = set()
+        self.has_quit = set()
+        self.clients = [self.meeting() for _ in range(CLIENTS)]
+        self.paths = [self.scripted_recording(str(number)) for number in range(CLIENTS)]
+        self.converter = self.launch_for(self.clients[0], self.paths[0])
+        steps = [(self.random.uniform(0, 0.1), self._start, number) for number in range(1, CLIENTS)]
+        steps += [(self.random.uniform(0.1, 0.2), self.random.choice((self._quit, self._die)), number)
+                  for number in range(CLIENTS)]
+        if is_killed:
+            steps.append((self.random.uniform(0, 0.22), self._kill_and_start_again, 0))
+        for _, step, number in sorted(steps, key=lambda each: each[0]):
+            step(number)
             for _ in range(self.random.randrange(3)):
                 self.line.turn()
-        self.wait_for(lambda: self.server.close_all() or converter.poll() is not None, 30,
+            time.sleep(self.random.choice((0, self.random.uniform(0, 0.01))))
+        self.wait_for(lambda: self.server.close_all() or self.converter.poll() is not None, 30,
                       f"the converter ends; {self.trace.texts()}")
-        for client in clients:
+        for client in self.clients:
             client.die()
-        return self._events([client.pid for client in clients])
+        return self._events()
 
-    def _start(self, client, path):
-        self.line.started(client.pid, path)
+    def _start(self, number):
+        self.started.add(number)
+        self.line.started(self.clients[number].pid, self.paths[number])
 
-    def _quit(self, client):
-        self.line.quit(client.pid)
+    def _quit(self, number):
+        self.has_quit.add(number)
+        self.line.quit(self.clients[number].pid)
 
-    def _die(self, client):
-        client.die()
+    def _die(self, number):
+        self.clients[number].die()
 
-    def _events(self, clients):
+    def _kill_and_start_again(self, _number):
+        self.converter.kill()
+        self.converter.wait()
+        self.first_life = len(self.trace.texts())
+        self.line.wait(lambda: not self.line.converter_runs(), 20, "the name is free")
+        unheard = [(step, number) for step, name, numbers in ((self._start, bus.STARTED, self.started),
+                                                              (self._quit, bus.QUIT, self.has_quit))
+                   for number in numbers if not self.line.acknowledgements(self.clients[number].pid, name)]
+        self.converter = self.launch()
+        self.line.wait_confirmed(0)
+        # A client whose notification is not answered tries again.
+        for step, number in unheard:
+            step(number)
+
+    def _events(self):
         found = []
-        for text in self.trace.texts():
+        for index, text in enumerate(self.trace.texts()):
+            if index == self.first_life:
+                found.append(("KILL", 0))
             for name, pattern in _EVENTS.items():
                 if match := re.search(pattern, text):
-                    found.append((name, clients.index(int(match[1])) if match[1] else 0))
+                    found.append((name, int(match[1] or 0)))
         return found
 
     @staticmethod
     def _wrong(events):
         names = [name for name, _ in events]
-        convert = names.index("CONVERT")
-        start = len(names) - 1 - names[::-1].index("START")
+        # The last ones: a kill may undo the others.
+        convert, start = (len(names) - 1 - names[::-1].index(name) for name in ("CONVERT", "START"))
         quits = names.index("QUIT")
         yield "converted without a conversion", events[:convert] + events[convert + 1:]
         yield "converted twice", events[:convert] + events[convert:convert + 1] + events[convert:]
         yield "quits before a recording has started", events[:start] + [("QUIT", 0)] + events[start:quits]
         yield "a job that is forgotten", [each for each in events if each[1] != CLIENTS - 1 or each[0] == "START"]
+        if ("KILL", 0) in events:
+            kill = names.index("KILL")
+            yield "nothing is taken up again", events[:kill + 1] + [("QUIT", 0)]
 
     def _conforms(self, events):
         """Whether the model can do these events, in this order."""
         names = ", ".join(name for name, _ in events)
         clients = ", ".join(str(client) for _, client in events)
+        kills = events.count(("KILL", 0))
         with open(os.path.join(self.root, "run.pml"), "w", encoding="utf-8") as file:
-            file.write(f"#define CLIENTS {CLIENTS}\n#define KILLS 0\n#define EVENTS {len(events)}\n"
+            file.write(f"#define CLIENTS {CLIENTS}\n#define KILLS {kills}\n#define EVENTS {len(events)}\n"
                        f"#define OBSERVED byte event[EVENTS] = {{{names}}}; byte who[EVENTS] = {{{clients}}};\n"
                        f'#include "{os.path.abspath(MODEL)}"\n')
         self._do("spin", "-a", "run.pml")

@@ -6,7 +6,7 @@
    only delay the quit check, and what one thread does without another seeing it.
 
    With OBSERVED, the events of a real run (see tests/e2e/test_model_traces.py), the model only does what that run did, and
-   an assertion fails when it can do all of it. */
+   an assertion fails when it can do all of it. A kill is an event then. */
 
 #ifndef CLIENTS
 #define CLIENTS 3
@@ -43,6 +43,7 @@
 #define STOP 5
 #define RAN_OUT 6
 #define QUIT 7
+#define KILL 8
 OBSERVED /* EVENTS of them: event[], and the client of each, who[] */
 byte at;
 #define isNext(e, m) (at < EVENTS && event[at] == e && who[at] == m)
@@ -63,6 +64,7 @@ bool pending[CLIENTS];
 byte converted[CLIENTS];
 byte unborn = CLIENTS;
 byte kills = KILLS;
+bool left[CLIENTS]; /* pending when a converter comes up, and not yet announced to it */
 
 /* The converter. */
 bool dead = true;
@@ -107,11 +109,34 @@ inline end(m) {
     fi
 }
 
+/* What a converter left is announced to the next one as a client would. */
+inline bring(m) {
+    atomic {
+        observe(START, m);
+        left[m] = false;
+        known[m] = true; knownCount++;
+        if
+        :: alive[m] -> watched[m] = true
+        :: else -> ended[m] = true
+        fi
+    };
+    if
+    :: ended[m] -> end(m)
+    :: else -> skip
+    fi
+}
+
 proctype Main() {
     byte m;
     bool waited;
 up:
     {
+        do
+        :: left[0] -> bring(0)
+        :: CLIENTS > 1 && left[1 % CLIENTS] -> bring(1 % CLIENTS)
+        :: CLIENTS > 2 && left[2 % CLIENTS] -> bring(2 % CLIENTS)
+        :: else -> break
+        od;
         do
         :: atomic { bus ? m ->
                announced[m] = true;
@@ -179,11 +204,7 @@ inline recover(m) {
         served = true;
         if
         :: KNOW_SAVED && converted[m] > 0 -> pending[m] = false
-        :: else ->
-            if
-            :: alive[m] -> known[m] = true; knownCount++; watched[m] = true
-            :: else -> steps = 1; jobs ! m
-            fi
+        :: else -> left[m] = true
         fi
     :: else -> skip
     fi
@@ -198,7 +219,7 @@ end_idle:
                 (nempty(bus) || pending[0] || pending[1 % CLIENTS] || pending[2 % CLIENTS]) ->
             m = 0;
             do
-            :: m < CLIENTS -> known[m] = false; watched[m] = false; ended[m] = false; m++
+            :: m < CLIENTS -> known[m] = false; watched[m] = false; ended[m] = false; left[m] = false; m++
             :: else -> break
             od;
             do
@@ -219,7 +240,7 @@ end_idle:
 proctype Killer() {
 end_idle:
     do
-    :: atomic { kills > 0 && !dead -> kills--; dead = true }
+    :: atomic { kills > 0 && !dead && isNext(KILL, 0) -> NOTE; kills--; dead = true }
     :: atomic { kills > 0 -> kills = 0 }
     od
 }
