@@ -35,6 +35,38 @@ TEST(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
     EXPECT_EQ(*heardBefore, count);
 }
 
+TEST(DeliveryOrder, WhatIsAskedForDuringARoundTripWaitsForTheNextOne) {
+    constexpr std::size_t count = 200;
+    QtDistributedNotificationCenter client;
+    QtDistributedNotificationCenter center;
+    std::size_t heard = 0;
+    center.addObserver(&heard, "Name", [&](const DistributedNotification&) { ++heard; });
+    center.afterDelivery([] {});
+    for (std::size_t index = 0; index < count; ++index) {
+        client.postNotification({"Name", std::nullopt, std::nullopt});
+    }
+    client.flush();
+    std::vector<std::size_t> heardBefore;
+    for (int index = 0; index < 3; ++index) {
+        center.afterDelivery([&] { heardBefore.push_back(heard); });
+    }
+    ASSERT_TRUE(test::turnUntil([&] { return heardBefore.size() == 3; }));
+    EXPECT_EQ(heardBefore, (std::vector{count, count, count}));
+}
+
+TEST(DeliveryOrder, ThoseThatWaitRunInTheirOrder) {
+    QtDistributedNotificationCenter center;
+    std::vector<int> ran;
+    center.afterDelivery([&] {
+        ran.push_back(0);
+        center.afterDelivery([&] { ran.push_back(3); });
+    });
+    center.afterDelivery([&] { ran.push_back(1); });
+    center.afterDelivery([&] { ran.push_back(2); });
+    ASSERT_TRUE(test::turnUntil([&] { return ran.size() == 4; }));
+    EXPECT_EQ(ran, (std::vector{0, 1, 2, 3}));
+}
+
 TEST(DeliveryOrder, IdsThatNameNoProcessAreToldAtOnce) {
     platform::qt::QtRunLoop runLoop;
     platform::PidfdProcessExitWatch watch(runLoop);

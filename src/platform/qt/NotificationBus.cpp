@@ -124,11 +124,26 @@ void NotificationBus::afterDelivery(std::function<void()> then) {
         QMetaObject::invokeMethod(this, std::move(then), Qt::QueuedConnection);
         return;
     }
-    // Signals and answers reach this thread in the order in which the bus has sent them.
+    awaiting_.push_back(std::move(then));
+    if (!isAsking_) {
+        askForDelivery();
+    }
+}
+
+void NotificationBus::askForDelivery() {
+    isAsking_ = true;
+    // Signals and answers reach this thread in the order in which the bus has sent them. Those who come meanwhile need
+    // the next round trip, and share it.
     auto* const answer = new QDBusPendingCallWatcher(connection_->asyncCall(roundTrip(), kDeliveryPatience), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [answer, then = std::move(then)] {
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, asked = std::exchange(awaiting_, {})] {
         answer->deleteLater();
-        then();
+        isAsking_ = false;
+        if (!awaiting_.empty()) {
+            askForDelivery();
+        }
+        for (const auto& then : asked) {
+            then();
+        }
     });
 }
 

@@ -10,6 +10,7 @@
 #include <functional>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace platform::qt {
 
@@ -66,10 +67,14 @@ private:
     Q_SLOT void onDisconnected();
 
     void listen();
+    void askForDelivery();
 
     const QString connectionName_;
     std::optional<QDBusConnection> connection_;
     QString watchedName_;
+    /// What waits for the next round trip, in order.
+    std::vector<std::function<void()>> awaiting_;
+    bool isAsking_ = false;
     PostedHandler posted_;
     OwnerHandler ownerChanged_;
 };
