@@ -1,29 +1,29 @@
 #pragma once
 
-/// The words that meeting clients and the record converter share. Every notification name and key is a text equal to
-/// its own constant's name; compare them exactly. Ids are signed 32-bit process ids.
+/// The names and keys that meeting clients and the record converter share. The value of every notification name and key
+/// equals its own constant's name; compare them exactly. Ids are signed 32-bit process ids.
 
-/// Client to converter: a process has begun to write a recording. Carries MeetingProcessId, RecordIntermediatePath.
+/// Client to converter: a process has started to write a recording. Carries MeetingProcessId, RecordIntermediatePath.
 extern const char kMeetingRecordNotificationName_RecordingStarted[];
 /// Client to converter: the file that the process was writing is complete. Carries MeetingProcessId.
 extern const char kMeetingRecordNotificationName_RecordingStopped[];
-/// Client to converter: the process goes away; all it wrote may be converted. Carries MeetingProcessId.
+/// Client to converter: the process quits, and all its files may be converted. Carries MeetingProcessId.
 extern const char kMeetingRecordNotificationName_MeetingAppQuit[];
 /// Converter to client: posted once at start-up. Carries AckFromProcessId, AckToProcessId (0 without "-pid").
 extern const char kMeetingRecordNotificationName_AppSpawnConfirm[];
-/// Converter to client: answers each of the first three that names a process, before anything is done about it.
-/// Carries AckNotificationName, AckFromProcessId, AckToProcessId.
+/// Converter to client: acknowledges each of the first three that names a process, before acting on it. Carries
+/// AckNotificationName, AckFromProcessId, AckToProcessId.
 extern const char kMeetingRecordNotificationName_AckNotification[];
 
 /// Number: the meeting process that posts.
 extern const char kMeetingRecordNotificationKey_MeetingProcessId[];
-/// Text: full path of the intermediate recording file.
+/// Text: full path of the recording.
 extern const char kMeetingRecordNotificationKey_RecordIntermediatePath[];
-/// Text: name of the notification that is acknowledged.
+/// Text: name of the acknowledged notification.
 extern const char kMeetingRecordNotificationKey_AckNotificationName[];
 /// Number: the converter's process id.
 extern const char kMeetingRecordNotificationKey_AckFromProcessId[];
-/// Number: the meeting process addressed; in an acknowledgement the very value and type that came.
+/// Number: the addressed meeting process; an acknowledgement returns the same value and type that it received.
 extern const char kMeetingRecordNotificationKey_AckToProcessId[];
 
 /// The converter's reverse-DNS identifier, which is also the bus name that a running converter owns.

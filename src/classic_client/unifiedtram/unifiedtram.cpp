@@ -4,7 +4,8 @@
 #include <filesystem>
 #include <system_error>
 
-// Constant initialisation: a trace call from another unit's static initialiser finds null, never an unbuilt object.
+// Constant initialisation: a trace call from another unit's static initialiser sees null, never an unconstructed
+// object.
 constinit std::atomic<KTRTraceFunction> g_ktrtrace{nullptr};
 constinit std::atomic<KTRTraceRawFunction> g_ktrtraceraw{nullptr};
 constinit std::atomic<KTRTraceFileNameFunction> g_ktrtracefilename{nullptr};
@@ -13,7 +14,7 @@ namespace {
 
 ktrtra_init_class ktrtra_init_instance;
 
-/// Empty when the system can't tell, which leaves the facility without a plug-in.
+/// Empty if the system cannot provide it, which leaves the facility without a plug-in.
 std::filesystem::path applicationFolder() {
     std::error_code error;
     const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
@@ -80,9 +81,9 @@ const char* KTRTRACEFILENAME2() {
     return fileName != nullptr ? fileName() : nullptr;
 }
 
-// The variadic functions differ in level and module alone; a variable-argument list can only be started in the
-// function that received it, hence a macro and no function. The test comes before the list: without a plug-in a call
-// costs little more than itself.
+// The variadic functions differ only in level and module. A variable-argument list can only be started in the function
+// that received it, hence a macro and not a function. The test comes before the list, so without a plug-in a call costs
+// little more than the call itself.
 #define KTR_TRACE_AND_RETURN(level, module)                                                                            \
     if (g_ktrtrace.load(std::memory_order_acquire) == nullptr) {                                                       \
         return -1;                                                                                                     \
@@ -93,7 +94,7 @@ const char* KTRTRACEFILENAME2() {
     va_end(arguments);                                                                                                 \
     return result
 
-#ifdef __clang__  // GCC, whose callers hand their format on by this function, would warn of theirs
+#ifdef __clang__  // GCC would warn: its callers pass their format through this function
 KTR_PRINTF(3, 4)
 #endif
 std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...) {

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
-/// The trace facility: every diagnostic line of the application goes through here to an optional plug-in that is found
-/// once, before the entry point runs. Without the plug-in a call is one read of a pointer; nothing is formatted. All
-/// functions may be called from any thread; texts are NUL-terminated or null.
+/// The trace facility: every diagnostic line of the application goes through here to an optional plug-in, which is
+/// looked up once, before the entry point runs. Without the plug-in a call is one read of a pointer; nothing is
+/// formatted. All functions may be called from any thread; texts are NUL-terminated or null.
 
 /// Trace levels, one bit each.
 inline constexpr std::uint64_t kKTRTraceLevelDebug = 1;
@@ -15,8 +15,8 @@ inline constexpr std::uint64_t kKTRTraceLevelInfo = 2;
 inline constexpr std::uint64_t kKTRTraceLevelWarning = 4;
 inline constexpr std::uint64_t kKTRTraceLevelError = 8;
 
-/// Shapes of the plug-in's three functions, looked up as "KTRTRACE", "KTRTRACERAW" and "KTRTRACEFILENAME". They must
-/// accept concurrent calls.
+/// Types of the plug-in's three functions, looked up as "KTRTRACE", "KTRTRACERAW" and "KTRTRACEFILENAME". They must
+/// allow concurrent calls.
 using KTRTraceFunction = std::int32_t (*)(std::uint64_t level, const char* module, const char* second,
                                           const char* format, std::va_list arguments);
 using KTRTraceRawFunction = std::int32_t (*)(std::uint64_t level, const char* first, const char* second,
@@ -26,7 +26,7 @@ using KTRTraceFileNameFunction = const char* (*)();
 #define KTR_EXPORTED __attribute__((visibility("default")))
 #define KTR_PRINTF(formatIndex, firstArgument) __attribute__((format(printf, formatIndex, firstArgument)))
 
-/// The plug-in's functions; null where it is absent or lacks one.
+/// The plug-in's functions; null if the plug-in is absent or lacks that function.
 extern KTR_EXPORTED std::atomic<KTRTraceFunction> g_ktrtrace;
 extern KTR_EXPORTED std::atomic<KTRTraceRawFunction> g_ktrtraceraw;
 extern KTR_EXPORTED std::atomic<KTRTraceFileNameFunction> g_ktrtracefilename;
@@ -34,11 +34,11 @@ extern KTR_EXPORTED std::atomic<KTRTraceFileNameFunction> g_ktrtracefilename;
 /// Finds the plug-in and owns its handle. One instance, `ktrtra_init_instance`, is built during static initialisation.
 class ktrtra_init_class {
 public:
-    /// Looks in the folder `PlugIns` of the application folder, then beside the application folder, and takes the
-    /// entry points out of what it found.
+    /// Looks in the folder `PlugIns` of the application folder, then beside the application folder, and loads the entry
+    /// points of the plug-in it finds.
     ktrtra_init_class();
 
-    /// Takes the two trace entry points back and releases the plug-in. The file-name query keeps its entry point: the
+    /// Resets the two trace entry points and releases the plug-in. The file-name query keeps its entry point: the
     /// plug-in's code stays in memory, so that threads still tracing while the process ends stay safe.
     ~ktrtra_init_class();
 
@@ -54,7 +54,7 @@ private:
     void* bundle_ = nullptr;
 };
 
-/// Results of all trace functions: the plug-in's, or -1 without its entry point.
+/// All trace functions return the plug-in's result, or -1 without its entry point.
 KTR_EXPORTED std::int32_t KTRTRACE2(std::uint64_t level, const char* module, const char* second, const char* format,
                                     std::va_list arguments) KTR_PRINTF(4, 0);
 KTR_EXPORTED std::int32_t KTRTRACERAW(std::uint64_t level, const char* first, const char* second, const char* third);
@@ -80,12 +80,13 @@ KTR_EXPORTED std::int32_t MacErrorTrace2(const char* module, const char* format,
 KTR_EXPORTED const char* MacTraceFileName2();
 }
 
-/// What the functions below call once they have seen a plug-in; nobody else should. The format has been checked before.
+/// The functions below call this once they have seen a plug-in; do not call it directly. They have already checked the
+/// format.
 KTR_EXPORTED std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...);
 
-// A variadic function stores its arguments before its first statement, whether it will need them or not. Callers built
-// by GCC look for the plug-in themselves, so that an unheard line costs them a test and no call. The functions proper
-// are there for every other caller.
+// A variadic function stores its arguments before its first statement, whether it needs them or not. Callers built by
+// GCC therefore look for the plug-in themselves, so that a line without a plug-in costs a test but no call. Every other
+// caller uses the real functions.
 #if defined(__GNUC__) && !defined(__clang__)
 
 #define KTR_AT_CALLER extern inline __attribute__((always_inline, gnu_inline)) std::int32_t

@@ -39,7 +39,7 @@ std::optional<std::string> activeEntry(const LanguageTable& table) {
 bool LanguageManager::setActiveLanguage(std::int32_t language) {
     appLanguage = language;
     const char* const code = entryForLanguage(lgname, language);
-    // An empty code would mean a language that leaves the user's setting as it is.
+    // An empty code stands for a language that leaves the user's setting unchanged.
     if (code == nullptr || *code == '\0') {
         return false;
     }

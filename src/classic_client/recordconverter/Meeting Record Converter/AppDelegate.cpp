@@ -81,7 +81,7 @@ void AppDelegate::notifyAppSpawnByProcess(std::int32_t pid) {
 void AppDelegate::setBAllTaskFinished(bool finished) {
     const auto timer = checkNeedTerminateTimer();
     if (finished && !timer) {
-        // This may be the conversion queue, and a timer belongs on the main run loop.
+        // This may run on the conversion queue, but a timer belongs on the main run loop.
         platform_.mainQueue.async([self = shared_from_this()] {
             self->setCheckNeedTerminateTimer(self->platform_.runLoop.scheduleRepeatingTimer(
                 quitCheckInterval, [delegate = self.get()] { delegate->checkNeedQuitApp(); }));

@@ -22,9 +22,9 @@ class KTRAppInlet;
 class KTRAppLaunchingEnv;
 class KTRConverterReportProtocol;
 
-/// Runs the application: owns every subsystem, starts it, turns written files into jobs and job events into bubbles,
-/// and quits once the meeting processes are gone, every job has run and every result bubble has closed. Held by the
-/// application main until the process ends. Main thread, but for the job runner's events and `setBAllTaskFinished`.
+/// Runs the application: owns and starts every subsystem, turns written files into jobs and job events into bubbles,
+/// and quits once no meeting process is left, every job has run and every result bubble has closed. Held by the
+/// application main until the process ends. Main thread, except the job runner's events and `setBAllTaskFinished`.
 class AppDelegate final : public platform::ApplicationDelegate,
                           public KTRMeetingPoolDelegate,
                           public KTRMeetingRecordConvertingJobRunnerDelegate,
@@ -39,29 +39,29 @@ public:
     void onStartUp();
     void notifyAppSpawnByProcess(std::int32_t pid);
 
-    /// True arms the one-second quit check, false stops it. Any thread; a check is armed by way of the main queue.
+    /// True arms the one-second quit check, false stops it. Any thread; the check is armed through the main queue.
     void setBAllTaskFinished(bool finished);
     bool bAllTaskFinished() const { return bAllTaskFinished_; }
 
-    /// Quits when the jobs have run out and the user has no result left to see.
+    /// Quits once the jobs have run out and no result is left for the user to see.
     void checkNeedQuitApp();
     void quitApp();
 
     std::shared_ptr<platform::StatusItem> statusItem() const override { return statusItem_; }
     void setStatusItem(std::shared_ptr<platform::StatusItem> item) { statusItem_ = std::move(item); }
 
-    // Each is made on the first read and the same ever after.
+    // Each getter creates its object on the first call and returns the same object ever after.
     const std::shared_ptr<KTRMeetingRecordConvertingJobRunner>& convertingJobRunner();
     const std::shared_ptr<KTRAppInlet>& appInlet();
     const std::shared_ptr<KTRMeetingPool>& meetingPool();
     const std::shared_ptr<KTRAppLaunchingEnv>& launchingEnv();
     const std::shared_ptr<KTRConverterReportProtocol>& converterReporter();
 
-    /// True once the being-prepared bubble has been asked for; never false again.
+    /// True once the being-prepared bubble has been requested; never reset.
     bool showedFilePreparedBubble() const { return showedFilePreparedBubble_; }
     void setShowedFilePreparedBubble(bool showed) { showedFilePreparedBubble_ = showed; }
 
-    /// The quit check; null while none is armed. Any thread.
+    /// The quit check's timer; null while none is armed. Any thread.
     std::shared_ptr<platform::Timer> checkNeedTerminateTimer() const;
     void setCheckNeedTerminateTimer(std::shared_ptr<platform::Timer> timer);
 
@@ -91,7 +91,7 @@ public:
                                                          const std::shared_ptr<KTRMeetingRecordItem>& item) override;
 
     void updateUI_ConvertingStarted(const std::shared_ptr<KTRMeetingRecordItem>& item);
-    /// Does nothing: progress is shown to nobody.
+    /// Does nothing: progress is not shown.
     void updateUI_ConvertingProgressForRecordItem(double progress, const std::shared_ptr<KTRMeetingRecordItem>& item);
     void updateUI_ConvertingStopped(const std::shared_ptr<KTRMeetingRecordItem>& item);
     /// Code 0 shows nothing.

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Null when there is no user info or it lacks the key.
+/// Null if there is no user info or it lacks the key.
 const platform::UserInfoValue* entry(const platform::DistributedNotification& notification, const char* key) {
     if (!notification.userInfo) {
         return nullptr;
@@ -57,7 +57,7 @@ void KTRAppInlet::turnDeafEar() {
 void KTRAppInlet::onExternalNotification(const platform::DistributedNotification& notification) {
     constexpr const char* method = "-[KTRAppInlet onExternalNotification:]";
     MacInfoTrace2("RecordConverter", "%s: %s", method, notification.name.c_str());
-    // First of all: the client waits for it, whatever comes of the notification.
+    // Comes first: the client waits for the acknowledgement, whatever the notification leads to.
     ackNotification(notification);
 
     const auto delegate = delegate_.lock();

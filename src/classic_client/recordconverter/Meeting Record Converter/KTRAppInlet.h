@@ -13,8 +13,8 @@ struct DistributedNotification;
 
 class KTRAppInlet;
 
-/// Hears what meeting clients say, as they say it: an id may be 0 or negative, a path absent, empty or of no file.
-/// Main thread.
+/// Receives the notifications of meeting clients, unvalidated: an id may be 0 or negative; a path may be absent, empty
+/// or name no file. Main thread.
 class KTRAppInletDelegate {
 public:
     virtual ~KTRAppInletDelegate() = default;
@@ -26,11 +26,11 @@ public:
     virtual void appInletSeesMeetingQuitFromProcess(KTRAppInlet&, std::int32_t /*processId*/) {}
 };
 
-/// The ear towards the meeting clients: acknowledges each of their notifications, then tells its delegate. Owned by
-/// the application delegate, reports to the meeting pool. Main thread.
+/// The inlet for the notifications of meeting clients: acknowledges each one, then calls its delegate. Owned by the
+/// application delegate, reports to the meeting pool. Main thread.
 class KTRAppInlet {
 public:
-    /// Listens from here on.
+    /// Starts listening at once.
     KTRAppInlet(platform::DistributedNotificationCenter& center,
                 const platform::ProcessInformation& processInformation);
     ~KTRAppInlet();
@@ -41,14 +41,14 @@ public:
     std::shared_ptr<KTRAppInletDelegate> delegate() const { return delegate_.lock(); }
     void setDelegate(const std::shared_ptr<KTRAppInletDelegate>& delegate) { delegate_ = delegate; }
 
-    /// Registers for the three incoming names, from any sender. Twice would make everything arrive twice.
+    /// Registers for the three incoming names, from any sender. A second call would deliver everything twice.
     void listenToOutside();
-    /// No notification arrives any more.
+    /// Stops listening: no notification arrives after this.
     void turnDeafEar();
 
     void onExternalNotification(const platform::DistributedNotification& notification);
 
-    /// Posts the acknowledgement; nothing without a process id to answer to.
+    /// Posts the acknowledgement; does nothing if the notification names no process to address it to.
     void ackNotification(const platform::DistributedNotification& notification);
 
 private:

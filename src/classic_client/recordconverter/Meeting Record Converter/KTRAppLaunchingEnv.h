@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-/// The launch arguments as texts, owned by the application delegate, filled once at start-up. It only stores: whoever
-/// needs a number reads it by the integer reading. Main thread, but for `assignmentBlock`, which is atomic.
+/// The launch arguments as texts, owned by the application delegate, filled once at start-up. It only stores them:
+/// callers that need a number use the integer reading. Main thread, except `assignmentBlock`, which is atomic.
 ///
-/// An option takes exactly the one argument that follows it, whatever it looks like, unless that is an option name
-/// itself. Unknown arguments are ignored; the last value of a repeated option wins.
+/// An option takes exactly the one argument that follows it, whatever it looks like, unless that is itself an option
+/// name. Unknown arguments are ignored; the last value of a repeated option wins.
 class KTRAppLaunchingEnv {
 public:
     using AssignmentBlock = std::function<void(const std::string&)>;
 
-    /// Processes each text in order; the program path may stand first.
+    /// Processes the texts in order; the program path may come first.
     void parseArguments(const std::vector<std::string>& arguments);
     void processArgument(const std::string& argument);
 
@@ -26,7 +26,7 @@ public:
     const std::optional<std::string>& filePath() const { return filePath_; }
     const std::optional<std::string>& keepsIntermediateFile() const { return keepsIntermediateFile_; }
 
-    /// What the next argument that is no option name is handed to; empty when no option waits for a value.
+    /// Receives the next argument that is not an option name; empty when no option waits for a value.
     AssignmentBlock assignmentBlock() const;
     void setAssignmentBlock(AssignmentBlock block);
 

@@ -93,7 +93,7 @@ std::shared_ptr<KTRMeetingRecordingBubbleButtonModel> KTRConverterProcessNotific
     const std::shared_ptr<KTRMeetingRecordingSavedBubbleView>& view) {
     auto model = std::make_shared<KTRMeetingRecordingBubbleButtonModel>();
     model->setButtonTitle(localized(titleKey));
-    // Weak, both: the view owns the model, and a bubble may outlast the manager.
+    // Both are weak: the view owns the model, and a bubble may outlive the manager.
     model->setFunction([weakManager = weak_from_this(), weakView = std::weak_ptr(view), action, path] {
         const auto manager = weakManager.lock();
         const auto itsView = weakView.lock();
@@ -139,7 +139,7 @@ void KTRConverterProcessNotificationMgr::showConvertBubbleWithExternalClientView
     const auto bubble =
         bubbleMaker_.makeBubbleWithDescriptionExternalClientView(createCAuroraBubbleDescription(), view);
     if (isFilesPreparedBubble) {
-        // An older one leaves the slot unclosed; the kit sees it through its time on the screen.
+        // A bubble that is already in the slot stays open; the kit closes it when its time is up.
         filesPreparedBubble_ = bubble;
     } else {
         auroraBubblesArray_.push_back(bubble);
@@ -168,7 +168,7 @@ void KTRConverterProcessNotificationMgr::meetingRecordingSavedBubbleViewRequestT
     KTRMeetingRecordingSavedBubbleView& view) {
     MacInfoTrace2("RecordConverter", "%s, bubble closed by user",
                   "-[KTRConverterProcessNotificationMgr meetingRecordingSavedBubbleViewRequestToClose:]");
-    // A copy, so that a kit which announces the closing at once can't change the list under the walk.
+    // A copy, because a kit that announces the closing at once would change the list during the loop.
     const auto bubbles = auroraBubblesArray_;
     for (const auto& bubble : bubbles) {
         if (bubble->clientView().get() == &view) {

@@ -20,8 +20,9 @@ class AuroraBubbleMaker;
 class CAuroraBubble;
 class CAuroraBubbleDescription;
 
-/// The bubble manager: shows what became of each recording below the status icon, keeps the result bubbles until they
-/// have closed, and carries out their buttons. Owned by the application delegate for the whole run. Main thread.
+/// The bubble manager: shows the result of each recording below the status icon, keeps the result bubbles until they
+/// have closed, and performs the actions of their buttons. Owned by the application delegate for the whole run. Main
+/// thread.
 class KTRConverterProcessNotificationMgr final
     : public KTRConverterReportProtocol,
       public KTRMeetingRecordingSavedBubbleViewDelegate,
@@ -29,7 +30,7 @@ class KTRConverterProcessNotificationMgr final
 public:
     using Bubbles = std::vector<std::shared_ptr<CAuroraBubble>>;
 
-    /// Hears of closing windows from here on.
+    /// Observes closing windows from here on.
     KTRConverterProcessNotificationMgr(platform::Application& application,
                                        platform::NotificationCenter& notificationCenter, platform::Workspace& workspace,
                                        AuroraBubbleMaker& bubbleMaker);
@@ -40,13 +41,13 @@ public:
 
     void reportProcessStart() override;
     void reportProcessDoneWithFilePath(const std::optional<std::string>& path) override;
-    /// Looks at the result bubbles alone: an open being-prepared bubble holds nothing back.
+    /// Considers only the result bubbles; an open being-prepared bubble does not delay the quit.
     bool isAllReportJobsHandled() override;
 
     void showFilesPreparedBubble();
     void showConvertSucceedBubbleWithFilePath(const std::string& path);
     void showConvertFailedBubble();
-    /// Diagnostic: shows that a process has begun to write `path`.
+    /// Diagnostic: shows that a process has started to write `path`.
     void showReceivedJobBubbleWithFilePath(const std::string& path);
     /// Diagnostic: shows that a process has finished writing `path`.
     void showStashedJobBubbleWithFilePath(const std::string& path);
@@ -54,29 +55,30 @@ public:
     /// Does nothing when none is open.
     void closeFilesPreparedBubble();
 
-    /// Wraps a finished view in a bubble, files it and shows it below the status icon.
+    /// Wraps a finished view in a bubble, stores the bubble and shows it below the status icon.
     void showConvertBubbleWithExternalClientViewIsFilesPreparedBubble(
         const std::shared_ptr<KTRMeetingRecordingSavedBubbleView>& view, bool isFilesPreparedBubble);
 
-    /// The look that every bubble has; a new one each time.
+    /// The look that all bubbles share; a new object on each call.
     std::shared_ptr<CAuroraBubbleDescription> createCAuroraBubbleDescription() const;
 
-    /// Closes the result bubbles that show `view`. The being-prepared bubble is none: its close button does nothing.
+    /// Closes the result bubbles that show `view`. The close button of the being-prepared bubble therefore does
+    /// nothing.
     void meetingRecordingSavedBubbleViewRequestToClose(KTRMeetingRecordingSavedBubbleView& view) override;
     void closeBubbleWithNotification(const platform::Notification& notification);
 
-    /// Opens the file, or the folder that holds it, then closes the view's bubble, whether it could be opened or not.
+    /// Opens the file, or the folder that holds it, then closes the view's bubble, whether or not it could be opened.
     /// An absent path does nothing at all.
     void openFileByDefaultWithFilePathIn(const std::optional<std::string>& path,
                                          KTRMeetingRecordingSavedBubbleView& view);
     void openDirectoryByDefaultWithFilePathIn(const std::optional<std::string>& path,
                                               KTRMeetingRecordingSavedBubbleView& view);
 
-    /// The result bubbles now open, in the order shown.
+    /// The result bubbles that are open now, in the order they were shown.
     const Bubbles& auroraBubblesArray() const { return auroraBubblesArray_; }
     void setAuroraBubblesArray(Bubbles bubbles) { auroraBubblesArray_ = std::move(bubbles); }
 
-    /// The being-prepared bubble, while one is held.
+    /// The being-prepared bubble; null if there is none.
     const std::shared_ptr<CAuroraBubble>& filesPreparedBubble() const { return filesPreparedBubble_; }
     void setFilesPreparedBubble(std::shared_ptr<CAuroraBubble> bubble) { filesPreparedBubble_ = std::move(bubble); }
 

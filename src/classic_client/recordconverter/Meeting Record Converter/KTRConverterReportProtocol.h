@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-/// Tells the user how conversions go. Main thread.
+/// Reports the progress of conversions to the user. Main thread.
 class KTRConverterReportProtocol {
 public:
     virtual ~KTRConverterReportProtocol() = default;
@@ -11,9 +11,9 @@ public:
     /// A conversion has started.
     virtual void reportProcessStart() = 0;
 
-    /// A conversion has ended: a path that is not empty is the saved MP4, an absent or empty one means it failed.
+    /// A conversion has ended: a non-empty path is the saved MP4; an absent or empty one means that it failed.
     virtual void reportProcessDoneWithFilePath(const std::optional<std::string>& path) = 0;
 
-    /// True when the user has no result left to see.
+    /// True if no result is left for the user to see.
     virtual bool isAllReportJobsHandled() = 0;
 };

@@ -13,13 +13,13 @@ class Workspace;
 
 class AuroraBubbleMaker;
 
-/// Makes the reporter. Made, asked once and dropped by the application delegate. Main thread.
+/// Creates the reporter. The application delegate creates the factory, calls it once and drops it. Main thread.
 class KTRConverterReporterFactory {
 public:
     KTRConverterReporterFactory(platform::Application& application, platform::NotificationCenter& notificationCenter,
                                 platform::Workspace& workspace, AuroraBubbleMaker& bubbleMaker);
 
-    /// Type 0 is the bubble manager; null for any other type.
+    /// Type 0 gives the bubble manager; any other type gives null.
     std::shared_ptr<KTRConverterReportProtocol> createConverterReporterWithType(std::uint64_t type) const;
 
 private:

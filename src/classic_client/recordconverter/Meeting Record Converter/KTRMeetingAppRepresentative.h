@@ -12,13 +12,13 @@ class KTRMeetingAppRepresentativeDelegate {
 public:
     virtual ~KTRMeetingAppRepresentativeDelegate() = default;
 
-    /// Convert these files, oldest first; possibly none.
+    /// These files are to be converted, oldest first; the list may be empty.
     virtual void meetingAppRepresentativeRequestsToConvertRecords(KTRMeetingAppRepresentative&,
                                                                   const std::vector<std::string>& /*paths*/) {}
     virtual void meetingAppRepresentativeDidRetire(KTRMeetingAppRepresentative&) {}
 };
 
-/// Stands for one meeting process: the file it writes now and the files it has written. A path once accepted is never
+/// Represents one meeting process: the file it writes now and the files it has written. An accepted path is never
 /// dropped. Owned by the meeting pool, to which it reports. Main thread.
 class KTRMeetingAppRepresentative {
 public:
@@ -30,20 +30,20 @@ public:
     std::shared_ptr<KTRMeetingAppRepresentativeDelegate> delegate() const { return delegate_.lock(); }
     void setDelegate(const std::shared_ptr<KTRMeetingAppRepresentativeDelegate>& delegate) { delegate_ = delegate; }
 
-    /// The process writes to `path` now. Absent, and the path forgotten, while another file is still being written;
-    /// otherwise the path as given.
+    /// The process now writes to `path`, which is returned. While another file is still being written, `path` is
+    /// ignored and the result is absent.
     std::optional<std::string> startsLocalRecordingWithIntermediateFile(const std::optional<std::string>& path);
 
-    /// The file being written is complete. Its path; absent when none was being written.
+    /// The file being written is complete. Returns its path; absent if none was being written.
     std::optional<std::string> stopsLocalRecording();
 
-    /// Moves the file being written, if any, to the written ones.
+    /// Moves the file being written, if any, to the written files.
     void doneWithWriting();
 
-    /// Asks the delegate to convert all that was written, even when that is nothing.
+    /// Asks the delegate to convert all written files, even if there are none.
     void convertRecords();
 
-    /// The process is done: a file still being written counts as written, and everything is to be converted.
+    /// The process is done: a file still being written counts as written, and all files are to be converted.
     void commencesConverting();
 
     void retire();

@@ -95,7 +95,7 @@ void KTRMeetingPool::appInletSeesMeetingQuitFromProcess(KTRAppInlet&, std::int32
 }
 
 void KTRMeetingPool::processGuardLostProcess(std::int32_t pid) {
-    // The guard holds its lock and drops the id itself.
+    // Does not remove the id from the guard: the guard calls this with its lock held and drops the id itself.
     const auto representative = meetingAppRepresentativeForProcess(pid);
     removeMeetingApp(pid);
     representative->commencesConverting();

@@ -19,16 +19,16 @@ class KTRMeetingPoolDelegate {
 public:
     virtual ~KTRMeetingPoolDelegate() = default;
 
-    /// The process has started writing this intermediate file.
+    /// The process has started to write this recording.
     virtual void meetingPoolDidReceiveJobFromProcessWritingTo(KTRMeetingPool&, std::int32_t /*processId*/,
                                                               const std::optional<std::string>& /*path*/) {}
-    /// The process has finished writing this file; it is converted only once it is asked for.
+    /// The process has finished writing this file, which is converted only on request.
     virtual void meetingPoolDidStashJobFromProcessSavedAt(KTRMeetingPool&, std::int32_t /*processId*/,
                                                           const std::optional<std::string>& /*path*/) {}
-    /// The process is done: convert these files, oldest first; possibly none.
+    /// The process is done: these files are to be converted, oldest first; the list may be empty.
     virtual void meetingPoolDidReceiveRequestFromProcessToConvertRecords(KTRMeetingPool&, std::int32_t /*processId*/,
                                                                          const std::vector<std::string>& /*paths*/) {}
-    /// The last representative has retired. Quits and exits do not send this; ask `countOfMeetingProcesses`.
+    /// The last representative has retired. Quits and exits do not call this; use `countOfMeetingProcesses`.
     virtual void meetingPoolDidExhaust(KTRMeetingPool&) {}
 };
 
@@ -87,7 +87,7 @@ private:
 
     std::weak_ptr<KTRMeetingPoolDelegate> delegate_;
     MeetingApps meetingApps_;
-    // Beside the table, because the conversion queue asks for the count while the main thread changes the table.
+    // Separate from the table, because the conversion queue reads the count while the main thread changes the table.
     std::atomic<std::size_t> countOfMeetingProcesses_ = 0;
     std::shared_ptr<KTRProcessGuard> processGuard_;
 };

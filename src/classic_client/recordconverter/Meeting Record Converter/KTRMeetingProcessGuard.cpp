@@ -31,11 +31,11 @@ void KTRMeetingProcessGuard::startGuardTimer() {
     if (guardTimer_) {
         return;
     }
-    // Each timer holds its guard by itself until it is stopped, also one that `guardTimer_` no longer names.
+    // Each timer keeps its guard alive until it is stopped, even after `guardTimer_` names another timer.
     const auto hold = std::make_shared<std::shared_ptr<KTRMeetingProcessGuard>>(shared_from_this());
     timerHold_ = hold;
     guardTimer_ = runLoop_.scheduleRepeatingTimer(guardInterval_, [hold] {
-        // A crash stops the timer, and with it what holds this guard.
+        // A crash stops the timer, which may release this guard.
         if (const auto self = *hold) {
             self->onGuardTimer(self->guardTimer_);
         }
@@ -47,7 +47,7 @@ void KTRMeetingProcessGuard::stopGuardTimer() {
         guardTimer_->invalidate();
         guardTimer_ = nullptr;
         const auto hold = timerHold_.lock();
-        // Last: this may be the guard's end.
+        // Comes last: releasing this may destroy the guard.
         const auto self = hold ? std::exchange(*hold, nullptr) : nullptr;
     }
 }

@@ -11,7 +11,7 @@ KTRMeetingRecordConverter::KTRMeetingRecordConverter(platform::FileManager& file
     : fileManager_(fileManager), converterProxy_(std::make_unique<ZEDMediaConverterProxy>(this)) {}
 
 KTRMeetingRecordConverter::~KTRMeetingRecordConverter() {
-    // First of all: until the media converter is released, its callbacks use the other members.
+    // Comes first: until the media converter is released, its callbacks use the other members.
     converterProxy_.reset();
 }
 
@@ -21,7 +21,7 @@ void KTRMeetingRecordConverter::convertsRecordItem(std::shared_ptr<KTRMeetingRec
     }
     recordItem_ = std::move(item);
     reportConvertingStarted();
-    // A report may make the runner begin with the next item, on another thread, before this one has returned.
+    // A report may make the runner start the next item, on another thread, before this one has returned.
     const auto converted = recordItem_;
     converterProxy_->ConvertRecord(converted->srcPath().c_str(), converted->dstPath().c_str());
 }

@@ -10,8 +10,8 @@ class KTRMeetingRecordConverter;
 class KTRMeetingRecordItem;
 class ZEDMediaConverterProxy;
 
-/// Hears how a conversion goes. The start comes on the thread that asked for the conversion, the rest on whatever
-/// thread the media converter calls back from. Every report carries the item that was given.
+/// Receives the events of a conversion. The start comes on the thread that requested the conversion, the rest on
+/// whatever thread the media converter calls back from. Every report carries the item that was passed in.
 class KTRMeetingRecordConverterDelegate {
 public:
     virtual ~KTRMeetingRecordConverterDelegate() = default;
@@ -25,17 +25,17 @@ public:
     virtual void meetingRecordConverterUpdatesConvertingProgressForRecordItem(
         KTRMeetingRecordConverter&, double /*progress*/, const std::shared_ptr<KTRMeetingRecordItem>& /*item*/) {}
 
-    /// The MP4 is complete and the intermediate file has been dealt with.
+    /// The MP4 is complete, and the intermediate file has been removed or kept.
     virtual void
     meetingRecordConverterDidStopConvertingRecordItem(KTRMeetingRecordConverter&,
                                                       const std::shared_ptr<KTRMeetingRecordItem>& /*item*/) {}
 
-    /// The media converter's own code; the intermediate file is untouched.
+    /// `error` is the media converter's own code; the intermediate file is untouched.
     virtual void
     meetingRecordConverterHitsConvertingErrorForRecordItem(KTRMeetingRecordConverter&, int /*error*/,
                                                            const std::shared_ptr<KTRMeetingRecordItem>& /*item*/) {}
 
-    /// Whether the intermediate file of a completed conversion stays. Default: it goes.
+    /// Whether the intermediate file of a completed conversion is kept. Default: it is removed.
     virtual bool
     meetingRecordConverterShouldKeepIntermediateItem(KTRMeetingRecordConverter&,
                                                      const std::shared_ptr<KTRMeetingRecordItem>& /*item*/) {
@@ -43,8 +43,8 @@ public:
     }
 };
 
-/// Converts one item through the media converter. Owned by the job runner, which makes a fresh one for each job and is
-/// its delegate. Must outlive every callback of its media converter; destroying it releases that one first.
+/// Converts one item through the media converter. Owned by the job runner, which creates a new one for each job and is
+/// its delegate. Must outlive every callback of its media converter; the destructor releases that one first.
 class KTRMeetingRecordConverter {
 public:
     explicit KTRMeetingRecordConverter(platform::FileManager& fileManager);
@@ -56,18 +56,17 @@ public:
     std::shared_ptr<KTRMeetingRecordConverterDelegate> delegate() const { return delegate_.lock(); }
     void setDelegate(const std::shared_ptr<KTRMeetingRecordConverterDelegate>& delegate) { delegate_ = delegate; }
 
-    /// Reports the start, then asks the media converter. Success is a progress of 100 or more, failure an error
+    /// Reports the start, then calls the media converter. Success is a progress of 100 or more, failure an error
     /// report; without a media converter neither ever comes.
     void convertsRecordItem(std::shared_ptr<KTRMeetingRecordItem> item);
 
     void reportConvertingStarted();
-    /// Percent; every value of 100 or more reports the stop as well.
+    /// Percent; each value of 100 or more also reports the stop.
     void reportConvertingProgress(float progress);
     void reportConvertingError(int error);
     void reportConvertingStopped();
 
-    /// Removes the item's source file. A folder at that path counts as not found and is left alone; failures are only
-    /// traced.
+    /// Removes the item's source file. A folder at that path counts as not found and stays; failures are only traced.
     void deleteIntermediateItem(const KTRMeetingRecordItem& item);
 
     /// The item being converted, or converted last; null before the first.

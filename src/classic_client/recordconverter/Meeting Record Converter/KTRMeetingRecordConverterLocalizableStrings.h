@@ -1,6 +1,6 @@
 #pragma once
 
-/// The bubbles' texts: each is its own English text and the key under which its translations are looked up.
+/// The texts of the bubbles: each is the English text and the key of its translations.
 extern const char kRecordingFilesPreparedWaitConvert[];
 extern const char kRecordingFileSavedSuccess[];
 extern const char kRecordingFileConvertFailed[];

@@ -20,7 +20,8 @@ void KTRMeetingRecordConvertingJobRunner::scheduleJob(std::shared_ptr<KTRMeeting
                   "-[KTRMeetingRecordConvertingJobRunner scheduleJob:]", item->pid(), item->srcPath().c_str());
     const bool otherJobsWaited = hasJobsWaiting();
     pushBack(std::move(item));
-    // What waited before has a job step coming already, or a running job whose end brings one; that reaches this item.
+    // If other jobs waited, a step is already queued, or a running job will queue one when it ends; it reaches this
+    // item.
     if (otherJobsWaited || hasJobRunning()) {
         return;
     }
@@ -41,7 +42,7 @@ std::shared_ptr<KTRMeetingRecordItem> KTRMeetingRecordConvertingJobRunner::popFr
     }
     auto item = jobs_.front();
     const auto times = timesWaiting_.extract(item.get());
-    // Searching the whole list for each item would make a long list slow; nearly every item waits once.
+    // Searching the whole list for each item would make a long list slow; nearly every item is in it once.
     if (times.mapped() == 1) {
         jobs_.pop_front();
     } else {
@@ -53,7 +54,7 @@ std::shared_ptr<KTRMeetingRecordItem> KTRMeetingRecordConvertingJobRunner::popFr
 
 void KTRMeetingRecordConvertingJobRunner::runNextJob() {
     MacInfoTrace2("RecordConverter", "%s: ... ", "-[KTRMeetingRecordConvertingJobRunner runNextJob]");
-    // The step holds the runner, so that a conversion under way never finds its delegate gone.
+    // The step keeps the runner alive, so that a conversion in progress never loses its delegate.
     convertQueue_->async([self = shared_from_this()] { self->runJobStep(); });
 }
 

@@ -16,8 +16,9 @@ class SerialQueueMaker;
 
 class KTRMeetingRecordConvertingJobRunner;
 
-/// Hears how the jobs go. Start and ran-out-of-jobs come on the runner's serial queue; progress, stop, error and the
-/// keep question on whatever thread the media converter calls back from. Every report carries the item scheduled.
+/// Receives the events of the jobs. Start and ran-out-of-jobs come on the runner's serial queue; progress, stop, error
+/// and the keep question on whatever thread the media converter calls back from. Every report carries the item that was
+/// scheduled.
 class KTRMeetingRecordConvertingJobRunnerDelegate {
 public:
     virtual ~KTRMeetingRecordConvertingJobRunnerDelegate() = default;
@@ -35,14 +36,14 @@ public:
     recordConvertingJobRunnerDidStopConvertingRecordItem(KTRMeetingRecordConvertingJobRunner&,
                                                          const std::shared_ptr<KTRMeetingRecordItem>& /*item*/) {}
 
-    /// The job is over: it is not tried again, and its intermediate file is untouched.
+    /// The job is over: it is not retried, and its intermediate file is untouched.
     virtual void
     recordConvertingJobRunnerHitsConvertingErrorForRecordItem(KTRMeetingRecordConvertingJobRunner&, int /*error*/,
                                                               const std::shared_ptr<KTRMeetingRecordItem>& /*item*/) {}
 
     virtual void recordConvertingJobRunnerDidRunOutOfJobs(KTRMeetingRecordConvertingJobRunner&) {}
 
-    /// Whether the intermediate file of a completed conversion stays. Default: it goes.
+    /// Whether the intermediate file of a completed conversion is kept. Default: it is removed.
     virtual bool
     recordConvertingJobRunnderShouldKeepIntermediateItem(KTRMeetingRecordConvertingJobRunner&,
                                                          const std::shared_ptr<KTRMeetingRecordItem>& /*item*/) {
@@ -50,7 +51,7 @@ public:
     }
 };
 
-/// The application's one job queue: converts items one after another in the order scheduled, each with a fresh
+/// The application's only job queue: converts items one after another in the order scheduled, each with a new
 /// converter, on a serial queue of its own. Owned by the application delegate, to which it reports; lives as long as
 /// the application.
 class KTRMeetingRecordConvertingJobRunner final
@@ -66,15 +67,15 @@ public:
         delegate_ = delegate;
     }
 
-    /// Puts `item` behind the waiting ones and sees to it that it is reached. Any thread; returns before anything is
-    /// converted. An item that waits twice is converted once.
+    /// Appends `item` to the waiting ones and makes sure that it is reached. Any thread; returns before anything is
+    /// converted. An item that is scheduled twice while it waits is converted once.
     void scheduleJob(std::shared_ptr<KTRMeetingRecordItem> item);
 
     void pushBack(std::shared_ptr<KTRMeetingRecordItem> item);
-    /// Null when nothing waits.
+    /// Null if nothing waits.
     std::shared_ptr<KTRMeetingRecordItem> popFront();
 
-    /// Any thread; does not wait for who is pushing or popping.
+    /// Any thread; never blocks on a push or pop in progress.
     bool hasJobsWaiting() const { return waitingCount_ > 0; }
 
     /// True from a job's start report until its stop or error report. Any thread.
@@ -84,7 +85,7 @@ public:
     void runNextJob();
     void convertItem(const std::shared_ptr<KTRMeetingRecordItem>& item);
 
-    /// Replaces the converter by a fresh one; the old one and its media converter go first.
+    /// Replaces the converter by a new one; the old one and its media converter are released first.
     void reCreateConverter();
 
     void meetingRecordConverterDidStartConvertingRecordItem(KTRMeetingRecordConverter& converter,
@@ -111,7 +112,7 @@ private:
     std::atomic<std::size_t> waitingCount_ = 0;
     std::atomic<bool> hasJobRunning_ = false;
     std::unique_ptr<KTRMeetingRecordConverter> converter_;
-    // Last: its end waits for the steps that are queued, which use everything above. They hold the runner, so its end
-    // may come on this very queue.
+    // Declared last: its destructor waits for queued steps, which use everything above. The steps keep the runner
+    // alive, so the destructor may run on this very queue.
     std::unique_ptr<platform::DispatchQueue> convertQueue_;
 };

@@ -14,8 +14,8 @@ class FileManager;
 
 class KTRMeetingRecordConvertingQueue;
 
-/// Hears how the items go. The start and ran-out-of-jobs come on the loop's background thread, the rest on whatever
-/// thread the media converter calls back from. Every report carries the item that was appended.
+/// Receives the events of the items. The start and ran-out-of-jobs come on the loop's background thread, the rest on
+/// whatever thread the media converter calls back from. Every report carries the item that was appended.
 class KTRMeetingRecordConvertingQueueDelegate {
 public:
     virtual ~KTRMeetingRecordConvertingQueueDelegate() = default;
@@ -40,9 +40,9 @@ public:
     virtual void recordConvertingQueueDidRunOutOfJobs(KTRMeetingRecordConvertingQueue&) {}
 };
 
-/// A second queue of record items: a polling loop in the background that converts them one at a time through one
-/// converter. Held by a shared pointer. Nothing in the application makes one: the job runner does the work. Items that
-/// complete lose their intermediate file always.
+/// Another queue of record items: a polling loop in the background that converts them one at a time with one converter.
+/// Held by a shared pointer. Nothing in the application uses it; the job runner does the work. The intermediate files
+/// of completed items are always removed.
 class KTRMeetingRecordConvertingQueue final : public KTRMeetingRecordConverterDelegate,
                                               public std::enable_shared_from_this<KTRMeetingRecordConvertingQueue> {
 public:
@@ -53,25 +53,25 @@ public:
     std::shared_ptr<KTRMeetingRecordConvertingQueueDelegate> delegate() const { return delegate_.lock(); }
     void setDelegate(const std::shared_ptr<KTRMeetingRecordConvertingQueueDelegate>& delegate) { delegate_ = delegate; }
 
-    /// Made on the first read and the same for every item.
+    /// Created on the first call; the same for every item.
     KTRMeetingRecordConverter& converter();
 
     /// Any thread.
     void appendRecordItem(std::shared_ptr<KTRMeetingRecordItem> item);
     void pushBack(std::shared_ptr<KTRMeetingRecordItem> item);
-    /// Null when nothing waits. Takes every entry of the item it gives.
+    /// Null if nothing waits. Removes every entry of the returned item.
     std::shared_ptr<KTRMeetingRecordItem> popFront();
-    /// Any thread; does not wait for who is pushing or popping.
+    /// Any thread; never blocks on a push or pop in progress.
     bool isQueueEmpty() const { return waitingCount_ == 0; }
 
-    /// Expects items and starts a loop in the background, one a call.
+    /// Expects items and starts a background loop; each call starts another loop.
     void run();
-    /// Expects no more: the loop ends once nothing waits and no item is under way. Any thread.
+    /// Expects no more items: the loop ends once none waits or is being converted. Any thread.
     void halt();
-    /// Expects items again. Starts no loop: after the loop has ended, only `run` converts again. Any thread.
+    /// Expects items again but starts no loop: once the loop has ended, only `run` converts again. Any thread.
     void revive();
 
-    /// The loop. Returns when it has run out of jobs.
+    /// The loop. Returns once it has run out of jobs.
     void processConvertingBuffer();
     void convertItem(const std::shared_ptr<KTRMeetingRecordItem>& item);
 

@@ -7,6 +7,6 @@ class KTRMeetingRecordConveterLocalizationStringGetter {
 public:
     KTRMeetingRecordConveterLocalizationStringGetter() = delete;
 
-    /// The text for `key`; `key` itself, which is the English text, where there is no translation.
+    /// The text for `key`; `key` itself, which is the English text, if there is no translation.
     static std::string getLocalizationString(const std::string& key);
 };

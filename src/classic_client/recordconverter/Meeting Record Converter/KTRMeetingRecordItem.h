@@ -7,11 +7,11 @@ namespace platform {
 class FileManager;
 }
 
-/// One conversion job: an intermediate file, the process that wrote it and the MP4 file to be made of it. Shared by
-/// everyone who handles the job; items are told apart by identity. Ids and source never change, so any thread may read.
+/// One conversion job: a recording, the process that wrote it and the MP4 to be made of it. Shared by everything that
+/// handles the job; items are compared by identity. Ids and source never change, so any thread may read them.
 class KTRMeetingRecordItem {
 public:
-    /// Chooses the destination at once. Checks neither that the source exists nor that its path is absolute.
+    /// Chooses the destination at once. Does not check that the source exists or that its path is absolute.
     KTRMeetingRecordItem(std::int32_t originatingProcessId, std::string sourcePath,
                          const platform::FileManager& fileManager);
 
@@ -21,12 +21,12 @@ public:
     std::int32_t pid() const { return pid_; }
     const std::string& srcPath() const { return srcPath_; }
 
-    /// In the source's folder, ending in ".mp4", and naming nothing that existed when the item was made. The name is
-    /// not reserved: two items for one base name get the same one until the first file stands there.
+    /// In the source's folder, ending in ".mp4"; no file of that name existed when the item was created. The name is
+    /// not reserved: two items with the same base name get the same one until the first file exists.
     const std::string& dstPath() const { return dstPath_; }
     void setDstPath(std::string path);
 
-    /// Computes and stores the destination. The constructor does it.
+    /// Computes and stores the destination. The constructor calls it.
     void createDstPath();
 
 private:

@@ -8,26 +8,26 @@
 #include <optional>
 #include <string>
 
-/// One push button of a bubble. Made by the bubble manager; the view fills in what was left open (font, type, size)
-/// when it makes the button, so that the model is the record of the button's layout. Main thread.
+/// One push button of a bubble. Created by the bubble manager; the view fills in what was left open (font, type, size)
+/// when it creates the button, so the model records the button's layout. Main thread.
 class KTRMeetingRecordingBubbleButtonModel {
 public:
-    /// 0: none chosen; the view replaces it by 5.
+    /// 0 means that none was chosen; the view replaces it with 5.
     std::int32_t buttonType() const { return buttonType_; }
     void setButtonType(std::int32_t type) { buttonType_ = type; }
 
     const std::optional<std::string>& buttonTitle() const { return buttonTitle_; }
     void setButtonTitle(std::optional<std::string> title) { buttonTitle_ = std::move(title); }
 
-    /// Absent: the view replaces it by "TamsaSansTT Light" at 12 points.
+    /// If absent, the view uses "TamsaSansTT Light" at 12 points.
     const std::optional<platform::ui::Font>& titleFont() const { return titleFont_; }
     void setTitleFont(std::optional<platform::ui::Font> font) { titleFont_ = std::move(font); }
 
-    /// What a press runs; empty: nothing.
+    /// Called on a press; empty does nothing.
     const std::function<void()>& function() const { return function_; }
     void setFunction(std::function<void()> function) { function_ = std::move(function); }
 
-    /// Points; (0, 0) until the view has made the button.
+    /// Points; (0, 0) until the view has created the button.
     const platform::ui::Size& buttonSize() const { return buttonSize_; }
     void setButtonSize(const platform::ui::Size& size) { buttonSize_ = size; }
 

@@ -57,13 +57,13 @@ void KTRMeetingRecordingSavedBubbleView::spawnUI() {
         for (const auto& model : buttonModelArray_) {
             addButtonWithUIModel(model);
         }
-        // The row is measured once to find the width and walked again to place the buttons from the right edge.
+        // The first pass over the row finds the width; a second pass places the buttons from the right edge.
         buttonArrayMinX_ = 0;
         for (std::size_t i = 0; i < std::min(buttonsArray_.size(), buttonModelArray_.size()); ++i) {
             reLayoutButtonWithUIModel(buttonsArray_[i], buttonModelArray_[i]);
         }
     }
-    // The text first: the icon and the close button hang from the top edge, which it may raise.
+    // The text comes first: it may raise the top edge, to which the icon and the close button are attached.
     addSubview(contentField());
     addSubview(iconImageView());
     addSubview(closeButton());

@@ -23,12 +23,12 @@ public:
     virtual void meetingRecordingSavedBubbleViewRequestToClose(KTRMeetingRecordingSavedBubbleView&) {}
 };
 
-/// The content of every bubble: icon at the top left, white text, close button at the top right, push buttons along
-/// the bottom right. Made by the bubble manager, given its settings, laid out once by `spawnUI` and never again.
-/// Reports to the manager. Main thread.
+/// The content of every bubble: icon at the top left, white text, close button at the top right, push buttons along the
+/// bottom right. The bubble manager creates it, configures it, and has `spawnUI` lay it out once. Reports to the
+/// manager. Main thread.
 ///
-/// Widths, heights and offsets are whole points: every step computes in floating point and drops the fraction, so
-/// that a bubble has the same size wherever the same text width was measured.
+/// Widths, heights and offsets are whole points: every step computes in floating point and drops the fraction, so that
+/// a bubble has the same size wherever the same text width was measured.
 class KTRMeetingRecordingSavedBubbleView final : public platform::ui::View {
 public:
     using ButtonModels = std::vector<std::shared_ptr<KTRMeetingRecordingBubbleButtonModel>>;
@@ -42,18 +42,18 @@ public:
     const std::optional<std::string>& contentString() const { return contentString_; }
     void setContentString(std::optional<std::string> text) { contentString_ = std::move(text); }
 
-    /// Null: no icon.
+    /// Null shows no icon.
     const std::shared_ptr<const platform::ui::Image>& iconImage() const { return iconImage_; }
     void setIconImage(std::shared_ptr<const platform::ui::Image> image) { iconImage_ = std::move(image); }
 
-    /// One model a push button, the rightmost first.
+    /// One model per push button, the rightmost first.
     const ButtonModels& buttonModelArray() const { return buttonModelArray_; }
     void setButtonModelArray(ButtonModels models) { buttonModelArray_ = std::move(models); }
 
-    /// Computes the size and builds every part from the settings of this moment. Once a view.
+    /// Computes the size and builds all parts from the current settings. Once per view.
     void spawnUI();
 
-    /// Makes one push button and widens the bubble where the row needs it; `reLayoutButtonWithUIModel` places it.
+    /// Creates one push button and widens the bubble if the row needs it; `reLayoutButtonWithUIModel` places it.
     void addButtonWithUIModel(const std::shared_ptr<KTRMeetingRecordingBubbleButtonModel>& model);
     void reLayoutButtonWithUIModel(const std::shared_ptr<AuroraRoundedButton>& button,
                                    const std::shared_ptr<KTRMeetingRecordingBubbleButtonModel>& model);
@@ -64,7 +64,7 @@ public:
     /// The close button's action.
     void onClosed(const platform::ui::Control* sender);
 
-    // Each part is made on the first read and the same ever after. Making `contentField` also sizes the view.
+    // Each part is created on the first call and stays the same. Creating `contentField` also sizes the view.
     const std::shared_ptr<AuroraXStatesButton>& closeButton();
     const std::shared_ptr<platform::ui::ImageView>& iconImageView();
     const std::shared_ptr<platform::ui::TextField>& contentField();
@@ -73,7 +73,7 @@ public:
     const Buttons& buttonsArray() const { return buttonsArray_; }
     void setButtonsArray(Buttons buttons) { buttonsArray_ = std::move(buttons); }
 
-    /// Always null: the row of `buttonsArray` holds every button.
+    /// Always null: `buttonsArray` holds every button.
     std::shared_ptr<AuroraRoundedButton> rightButton() const { return nullptr; }
     std::shared_ptr<AuroraRoundedButton> leftButton() const { return nullptr; }
 

@@ -8,8 +8,8 @@
 
 namespace {
 
-// The guard that exit reports reach. Armed watches can't be taken back, so they find the guard here and not by a
-// pointer of their own that might dangle.
+// The guard that receives exit reports. An armed watch cannot be cancelled, so it looks the guard up here instead of
+// keeping a pointer that might dangle.
 std::shared_ptr<KTRProcessGuard> object;
 
 }  // namespace
@@ -25,7 +25,7 @@ KTRProcessGuard::KTRProcessGuard(platform::ProcessExitWatch& exitWatch) : exitWa
 }
 
 KTRProcessGuard::~KTRProcessGuard() {
-    // `object` needs no clearing: while it holds this guard the guard's life does not end.
+    // `object` needs no clearing: this destructor cannot run while `object` holds the guard.
     guardProcessIdArr_.clear();
 }
 

@@ -17,11 +17,11 @@ public:
     virtual void processGuardLostProcess(std::int32_t /*processId*/) {}
 };
 
-/// Learns from the kernel when a guarded process ends. Owned by the meeting pool, to which it reports; the system
-/// keeps exactly one. Main thread; the list of guarded ids may be asked for and changed from any.
+/// Learns from the kernel when a guarded process ends. Owned by the meeting pool, to which it reports; there is exactly
+/// one. Main thread; the list of guarded ids may be read and changed from any thread.
 class KTRProcessGuard {
 public:
-    /// The new guard is the one that the kernel's reports reach from here on.
+    /// From here on the new guard receives the kernel's reports.
     static std::shared_ptr<KTRProcessGuard> create(platform::ProcessExitWatch& exitWatch);
     ~KTRProcessGuard();
 
@@ -31,16 +31,16 @@ public:
     std::shared_ptr<KTRProcessGuardDelegate> delegate() const { return delegate_.lock(); }
     void setDelegate(const std::shared_ptr<KTRProcessGuardDelegate>& delegate) { delegate_ = delegate; }
 
-    /// Guards `pid`, once however often it is called. A process that is gone already stays in the list unreported.
+    /// Guards `pid`; repeated calls have no effect. A process that has already ended stays in the list unreported.
     void guardProcessWithPid(std::int32_t pid);
 
-    /// The process has been dealt with: its coming end is ignored. Unknown ids are ignored.
+    /// The process has been handled: its later exit is ignored. Unknown ids are ignored.
     void removeGuardProcessWithPid(std::int32_t pid);
 
     /// A process has ended; only for the exit watch's callback.
     void onLostMeetingProcessWithPid(std::int32_t pid);
 
-    /// The guarded ids, in the order of guarding, none twice. A copy.
+    /// The guarded ids, in the order they were added, without duplicates. A copy.
     std::vector<std::int32_t> guardProcessIdArr() const;
     void setGuardProcessIdArr(std::vector<std::int32_t> pids);
 
@@ -55,5 +55,5 @@ private:
     mutable std::mutex lock_;
 };
 
-/// What the exit watch calls with the id of a process that has ended.
+/// The exit watch calls this with the id of a process that has ended.
 void NoteExitKQueueCallback(std::int32_t pid);

@@ -18,7 +18,7 @@ struct FreeMemory {
 };
 using Memory = std::unique_ptr<KernelProcess, FreeMemory>;
 
-/// Error code, 0 for success. `list` is null exactly on an error.
+/// Returns an error code, 0 for success. `list` is null only on an error.
 int GetBSDProcessList(Memory& list, std::size_t& count) {
     const auto& table = ProcessTable::standard();
     int error = 0;
@@ -37,7 +37,7 @@ int GetBSDProcessList(Memory& list, std::size_t& count) {
         }
         error = table.read(list.get(), bytes);
         count = bytes / sizeof(KernelProcess);
-        // ENOMEM: the table has grown since it was measured. Measure again.
+        // ENOMEM means that the table has grown since it was measured: measure again.
     } while (error == ENOMEM);
     if (error != 0) {
         list = nullptr;
@@ -74,8 +74,8 @@ std::vector<KTRRunningProcesses::Record> KTRRunningProcesses::getBSDProcessList(
 
 void KTRRunningProcesses::printProcesses() {
     const auto& table = ProcessTable::standard();
-    // The answer is in bytes and is used as a number of ids: four times the room that is needed, so that processes
-    // that start meanwhile still fit. What stays 0 is no process.
+    // The result is in bytes but is used as a number of ids: this gives four times the room needed, so that processes
+    // started meanwhile still fit. Ids that stay 0 are no processes.
     const std::size_t count = table.listProcessIds(nullptr, 0);
     std::vector<std::int32_t> ids(count, 0);
     table.listProcessIds(ids.data(), count * sizeof(std::int32_t));

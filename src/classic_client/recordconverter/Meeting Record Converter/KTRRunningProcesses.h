@@ -7,24 +7,24 @@
 #include <vector>
 
 /// The processes of the machine, from the platform's process table. No instances, no state; any thread. Nothing in the
-/// application asks.
+/// application uses it.
 class KTRRunningProcesses {
 public:
     using Value = std::variant<std::int32_t, std::uint32_t, std::string>;
 
-    /// "processID" (signed), "processName" (short command name), and, only for a user that the user database knows,
+    /// "processID" (signed), "processName" (short command name), and, only if the user database knows the user,
     /// "userID" (unsigned, effective) and "userName".
     using Record = std::map<std::string, Value>;
 
     KTRRunningProcesses() = delete;
 
-    /// In the table's order; empty when the table can't be read.
+    /// In the table's order; empty if the table cannot be read.
     static std::vector<Record> getBSDProcessList();
 
-    /// Writes "path: " and the executable's path, a line a process, to standard output; leaves out those whose path
-    /// can't be known.
+    /// Writes "path: " and the executable's path, one line per process, to standard output; omits processes whose path
+    /// is unknown.
     static void printProcesses();
 };
 
-/// Ends the process with an assertion report unless a list is there exactly when there was no error.
+/// Ends the process with an assertion report unless `list` is non-null exactly when `error` is 0.
 void requireListExactlyWithoutError(int error, const void* list);

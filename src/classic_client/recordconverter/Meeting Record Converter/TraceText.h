@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-/// A text as a trace line takes it. An absent one goes as null, and the trace plug-in prints it in its own way.
+/// Converts a text for a trace line. An absent text becomes null, which the trace plug-in prints in its own way.
 inline const char* traceText(const std::optional<std::string>& text) {
     return text ? text->c_str() : nullptr;
 }

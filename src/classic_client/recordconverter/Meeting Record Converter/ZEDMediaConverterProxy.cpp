@@ -2,7 +2,7 @@
 
 namespace {
 
-// What the media converter is always asked for: audio and video, in an MP4.
+// Every conversion requests audio and video, in an MP4.
 constexpr int audioAndVideo = 3;
 constexpr int mp4Container = 4;
 

@@ -3,15 +3,15 @@
 #include "mediaconverter/IZedMediaConverter.h"
 #include "mediaconverter/IZedMediaConverterSink.h"
 
-/// Owns one media converter, is its sink, and passes its callbacks on to the record converter that owns the proxy.
+/// Owns one media converter, is its sink, and forwards its callbacks to the record converter that owns the proxy.
 /// Callbacks come on whatever thread the media converter chooses.
 class ZEDMediaConverterProxy final : public zed::IZedMediaConverterSink {
 public:
-    /// `owner` is the KTRMeetingRecordConverter, not kept alive: it owns the proxy. Makes the media converter; where
-    /// none could be made, conversions do nothing.
+    /// `owner` is the KTRMeetingRecordConverter that owns the proxy; it is not kept alive. Creates the media converter;
+    /// if that fails, conversions do nothing.
     explicit ZEDMediaConverterProxy(void* owner);
 
-    /// Releases the media converter; no callback comes afterwards.
+    /// Releases the media converter; there are no callbacks afterwards.
     ~ZEDMediaConverterProxy() override;
 
     ZEDMediaConverterProxy(const ZEDMediaConverterProxy&) = delete;
@@ -20,7 +20,7 @@ public:
     void OnConvertProgress(float progress) override;
     void OnConvertError(int error) override;
 
-    /// Converts `src` to `dst`; the outcome is known from the callbacks alone.
+    /// Converts `src` to `dst`; only the callbacks report the result.
     void ConvertRecord(const char* src, const char* dst);
 
 private:
@@ -28,6 +28,6 @@ private:
     zed::IZedMediaConverter* mediaConverter_ = nullptr;
 };
 
-/// The bridge from the proxy to its owner, a KTRMeetingRecordConverter.
+/// Forwards from the proxy to its owner, a KTRMeetingRecordConverter.
 void RecordConverterReportProgress(void* converter, float progress);
 void RecordConverterReportError(void* converter, int error);

@@ -6,12 +6,12 @@ constexpr const char* kHelp =
     R"(Usage: record-converter [-pid ID] [-pname NAME] [-locale NUMBER] [-path FILE] [-keepsIntermediateFile NUMBER]
        record-converter --help | --version
 
-Turns finished meeting recordings into MP4 files. Meeting clients start it and tell it over D-Bus what they record.
+Turns finished meeting recordings into MP4 files. Meeting clients start it and announce their recordings over D-Bus.
 
   -pid ID                        process id of the meeting process
   -pname NAME                    its name; not used
   -locale NUMBER                 language of the texts, 1 to 20
-  -path FILE                     full path of the file that the process has begun to write
+  -path FILE                     full path of the file that the process is writing
   -keepsIntermediateFile NUMBER  keeps the recordings unless the number's lowest eight bits are all zero
 
 To convert a file by hand, use convert-recording. The manual page is record-converter(1).

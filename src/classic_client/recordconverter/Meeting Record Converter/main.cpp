@@ -1,4 +1,4 @@
-// The one place that knows every concrete class: which provider answers what the application asks of a platform.
+// The only file that knows every concrete class: it connects the application with the providers of its platform.
 
 #include "AppDelegate.h"
 #include "KTRAppLaunchingEnv.h"
@@ -62,7 +62,7 @@ std::string resourcesFolder() {
     return platform::appendingPathComponent(executable.parent_path().parent_path().string(), "Resources");
 }
 
-/// The services that class-level operations reach without being handed them.
+/// The services that class-level functions use without receiving them as arguments.
 struct StandardServices {
     explicit StandardServices(const std::string& resources)
         : stringTables(userDefaults, platform::appendingPathComponent(resources, "translations")),
@@ -81,7 +81,7 @@ struct StandardServices {
     platform::qt::QtTextMeasure textMeasure;
 };
 
-/// Everything that the application delegate is handed.
+/// Everything that the application delegate receives.
 struct Providers {
     Providers(int argc, char* argv[]) : application(argc, argv), processInformation(argc, argv) {}
 
@@ -127,7 +127,7 @@ struct Providers {
 };
 
 void mindTheSession(Providers& providers) {
-    // Whoever started the converter waits for its first word; these can come behind it.
+    // Whatever launched the converter waits for the spawn confirmation; these can come after it.
     providers.application.setLaunchedHandler([&] {
         providers.recordkeeper.noteLaunched();
         providers.ownScope.ask(kMeetingRecordConverterBundleIdentifier);
@@ -139,19 +139,18 @@ void mindTheSession(Providers& providers) {
             providers.recordkeeper.noteIdle();
         }
     });
-    // A quit check that was begun just before a recording came in would end the process in the middle of it. The check
-    // asks again each second, so none is lost.
+    // A quit check that started just before a recording arrived would end the process in the middle of it. The check
+    // asks again every second, so refusing once loses nothing.
     providers.application.setTerminationCheck([&] { return providers.recordkeeper.mayTerminate(); });
     providers.exitWatch.setGoneHandler([&](std::int32_t processId) { providers.recordkeeper.noteGone(processId); });
-    // A converter that goes on waiting for a meeting has no use for what the bubbles' many small blocks have left
-    // behind.
+    // A converter that goes on waiting for a meeting does not need the many small blocks that the bubbles have freed.
     providers.bubbleMaker.setAllGoneHandler([&] {
         platform::returnFreedMemory();
-        // The thread that reads from the bus lives as long as the process, and keeps what it has freed as well.
+        // The thread that reads from the bus lives as long as the process, and also keeps the blocks it has freed.
         providers.distributedCenter.runOnBusThread(platform::returnFreedMemory);
     });
     providers.application.setTerminationHandler([&] { providers.distributedCenter.stopDelivering(); });
-    // What was acknowledged a moment ago is still on its way to the bus.
+    // Notifications acknowledged a moment ago may still be on their way to the bus.
     providers.application.setEndingHandler([&] {
         platform::qt::expectEnd();
         providers.recordkeeper.noteEnding();
@@ -159,7 +158,7 @@ void mindTheSession(Providers& providers) {
     });
 }
 
-/// The bus may need a moment to see that the connection of this process before it was started again is gone.
+/// After a restart, the bus may need a moment to notice that the connection of this process's former program is gone.
 bool acquiresNameOfFormerSelf(Providers& providers, const std::string& busName) {
     using namespace std::chrono_literals;
     if (!platform::qt::wasStartedAgain()) {
@@ -174,8 +173,8 @@ bool acquiresNameOfFormerSelf(Providers& providers, const std::string& busName) 
     return false;
 }
 
-/// How this program is started again; absent when nothing waits and nobody records. What was announced to it is in the
-/// state folder, and comes back from there.
+/// The arguments for a restart of this program; absent if nothing waits and no meeting process is known. Announced
+/// recordings are in the state folder, and the restarted program reads them from there.
 std::optional<std::vector<std::string>> argumentsForRestart(Providers& providers) {
     const auto meeting = providers.recordkeeper.meetingWithoutRecording();
     if (!providers.recordkeeper.noteEnding() && !meeting) {
@@ -193,7 +192,7 @@ std::optional<std::vector<std::string>> argumentsForRestart(Providers& providers
                                     std::to_string(meeting.value_or(0))};
 }
 
-/// The running converter has another working folder than this launch.
+/// The running converter has a different working folder than this launch.
 std::optional<std::string> absolutePath(const std::optional<std::string>& path) {
     if (!path || path->empty() || path->front() == '/') {
         return path;
@@ -203,7 +202,7 @@ std::optional<std::string> absolutePath(const std::optional<std::string>& path) 
     return error ? path : platform::appendingPathComponent(folder.string(), *path);
 }
 
-/// What the running converter can't know of this launch.
+/// Values of this launch that the running converter cannot know.
 platform::UserInfo handOverExtras(const KTRAppLaunchingEnv& environment) {
     // One byte wide, as the application reads it.
     const bool keeps = static_cast<std::uint8_t>(platform::integerReading(environment.keepsIntermediateFile())) != 0;
@@ -212,7 +211,7 @@ platform::UserInfo handOverExtras(const KTRAppLaunchingEnv& environment) {
             {recordkeeping::kLanguageKey, std::max(platform::integerReading(environment.localeId()), 1)}};
 }
 
-/// True when another converter runs and has been given what this launch was to do.
+/// True if another converter runs and has received the arguments of this launch.
 bool handedOver(Providers& providers) {
     const std::string busName = kMeetingRecordConverterBundleIdentifier;
     if (providers.distributedCenter.acquireName(busName) || acquiresNameOfFormerSelf(providers, busName)) {
@@ -240,7 +239,7 @@ int main(int argc, char* argv[]) {
         return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
     }
     platform::keepMemoryTogether();
-    // Neither is ever destroyed: at the process's end the conversion queue may still be using them.
+    // Neither is ever destroyed: when the process ends, the conversion queue may still be using them.
     static const auto* const services = new StandardServices(resourcesFolder());
     (void)services;
     setAppLocale(argc, argv);

@@ -11,7 +11,7 @@
 namespace {
 
 std::int32_t languageFromArguments(int argc, const char* const argv[]) {
-    // The last argument is never looked at: no value could follow it.
+    // The last argument is never read: no value could follow it.
     for (int i = 1; i < argc - 1; ++i) {
         if (std::string_view(argv[i]) == kMeetingRecordLaunchParamKey_Locale) {
             return std::max(platform::integerReading(std::string_view(argv[i + 1])), 1);
