@@ -29,7 +29,7 @@ struct BusySerialQueueMaker::State {
     }
 
     DispatchQueue& mainQueue;
-    // Put and not yet known to have ended; only the main thread takes away.
+    // Queued and not yet known to have ended; only the main thread decrements it.
     std::atomic<std::size_t> unfinished{0};
     BusyHandler handler;
     bool told = false;

@@ -8,7 +8,7 @@
 
 namespace platform {
 
-/// What travels on the user's bus: a name, an optional sender text, optional plain values.
+/// A notification on the user's bus: a name, an optional sender text, optional plain values.
 struct DistributedNotification {
     std::string name;
     std::optional<std::string> object;
@@ -27,11 +27,11 @@ public:
     /// `observer` is only an identity. Registering twice delivers twice. Never calls back from inside this call.
     virtual void addObserver(const void* observer, const std::string& name, Callback callback) = 0;
 
-    /// Drops every registration of `observer`; none of its callbacks runs afterwards.
+    /// Removes every registration of `observer`; none of its callbacks runs afterwards.
     virtual void removeObserver(const void* observer) = 0;
 
-    /// Sends to every observer in any process of this user, this one included, for immediate delivery. A notification
-    /// that can't be sent is lost without an error: the bus promises no delivery.
+    /// Sends to every observer in every process of this user, including this one, for immediate delivery. A
+    /// notification that cannot be sent is lost without an error: the bus does not guarantee delivery.
     virtual void postNotification(const DistributedNotification& notification) = 0;
 };
 

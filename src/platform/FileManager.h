@@ -5,17 +5,17 @@
 
 namespace platform {
 
-/// The few questions that the application asks of the file system. Any thread.
+/// The few file-system operations that the application needs. Any thread.
 class FileManager {
 public:
     virtual ~FileManager() = default;
 
-    /// Whether anything stands at `path`: a file, a folder, a link (dangling ones too, for they occupy the name), any
-    /// other kind. `isDirectory`, when given, tells whether it is a folder or a link to one. False when the answer
-    /// can't be had.
+    /// Whether anything exists at `path`: a file, a folder, a link (even a dangling one, because it occupies the name),
+    /// or anything else. `isDirectory`, if given, is set to whether it is a folder or a link to one. False if this
+    /// cannot be determined.
     virtual bool fileExistsAtPath(const std::string& path, bool* isDirectory) const = 0;
 
-    /// Removes the file at `path`. Null on success, else the system's description of what went wrong.
+    /// Removes the file at `path`. Null on success, else the system's description of the error.
     virtual std::optional<std::string> removeItemAtPath(const std::string& path) = 0;
 };
 

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// A file or folder on this machine, as a workspace is asked to open it. Value; any thread.
+/// A file or folder on this machine, in the form that a workspace opens. Value; any thread.
 class FileURL {
 public:
     /// `path` is absolute, in the file system's own bytes.
@@ -13,7 +13,7 @@ public:
     /// The folder that holds the item, marked as a folder, which remembers the item.
     FileURL deletingLastPathComponent() const;
 
-    /// Path of the item that this folder was asked to be opened for; empty where there is none.
+    /// Path of the item that the folder is to be opened for; empty if there is none.
     const std::string& item() const { return item_; }
 
     const std::string& path() const { return path_; }
@@ -31,7 +31,7 @@ private:
     std::string item_;
 };
 
-/// Whether both are the same place; the item counts for nothing.
+/// Whether both name the same place; the item is ignored.
 bool operator==(const FileURL& left, const FileURL& right);
 
 }  // namespace platform

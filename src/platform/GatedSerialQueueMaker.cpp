@@ -28,7 +28,7 @@ private:
         }
     }
 
-    // Only the queue's own tasks touch it.
+    // Used only by the queue's own tasks.
     const std::shared_ptr<Tasks> waiting_;
     const std::shared_ptr<const Gate> isOpen_;
     const std::unique_ptr<DispatchQueue> queue_;

@@ -8,9 +8,9 @@
 
 namespace platform {
 
-/// Makes serial queues through another maker, whose tasks wait while a gate is closed. The queue looks at the gate when
-/// the turn of a task comes, and then runs all tasks that wait, in order, as long as the gate is open. So the code that
-/// opens the gate must put a task afterwards. Outlives its queues; `maker` must outlive it.
+/// Creates serial queues, through another maker, whose tasks wait while a gate is closed. The queue checks the gate
+/// when a task's turn comes, and then runs all waiting tasks, in order, as long as the gate is open. So the code that
+/// opens the gate must queue a task afterwards. Outlives its queues; `maker` must outlive it.
 class GatedSerialQueueMaker final : public SerialQueueMaker {
 public:
     using Gate = std::function<bool()>;
@@ -20,7 +20,8 @@ public:
 
     std::unique_ptr<DispatchQueue> makeSerialQueue(const std::string& label) override;
 
-    /// `isOpen` is asked on the queues' threads, before each task; open without one. Set before the first task.
+    /// `isOpen` is called on the queues' threads, before each task; without it the gate is open. Set before the first
+    /// task.
     void setGate(Gate isOpen);
 
 private:

@@ -7,7 +7,7 @@ namespace platform {
 
 namespace {
 
-// Not std::isspace: its answer depends on the locale, and a launch argument's meaning must not.
+// Not std::isspace: its result depends on the locale, and the meaning of a launch argument must not.
 bool isWhiteSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
@@ -24,7 +24,7 @@ std::int32_t integerReading(std::string_view text) {
     if (at != text.end() && (*at == '-' || *at == '+')) {
         ++at;
     }
-    // Counting downwards reaches the smallest value without passing through an unrepresentable positive one.
+    // Counting downwards reaches the smallest value without an intermediate positive value that does not fit.
     constexpr std::int64_t smallest = std::numeric_limits<std::int32_t>::min();
     constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
     std::int64_t value = 0;

@@ -7,9 +7,9 @@
 
 namespace platform {
 
-/// The one rule by which a text becomes a number: the leading decimal integer, after optional white space and an
-/// optional sign. 0 when there is none; clamped to the smallest or largest signed 32-bit value on overflow.
-/// So "12ab" reads as 12 and "abc" as 0. Any thread.
+/// The one rule for reading a number from a text: the leading decimal integer, after optional white space and an
+/// optional sign. 0 if there is none; clamped to the smallest or largest signed 32-bit value on overflow. So "12ab"
+/// reads as 12 and "abc" as 0. Any thread.
 std::int32_t integerReading(std::string_view text);
 
 /// As above; an absent text reads as 0.

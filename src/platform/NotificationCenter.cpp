@@ -16,7 +16,7 @@ void NotificationCenter::removeObserver(const void* observer) {
 }
 
 void NotificationCenter::post(const Notification& notification) {
-    // An observer may add or remove observers: walk over a copy, and leave out who has gone meanwhile.
+    // An observer may add or remove observers: iterate over a copy, and skip those that were removed meanwhile.
     const auto registered = registrations_;
     for (const auto& each : registered) {
         const bool stillThere = std::any_of(registrations_.begin(), registrations_.end(), [&each](const auto& one) {

@@ -11,11 +11,11 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
     return path;
 }
 
-/// Where the dot of the extension stands in a path without trailing slashes; npos when there is no extension.
+/// Position of the extension's dot in a path without trailing slashes; npos if there is no extension.
 std::string_view::size_type extensionDot(std::string_view path) {
     for (auto at = path.size(); at-- > 0 && path[at] != '/';) {
         if (path[at] == '.') {
-            // A dot that begins the last component hides a file; it does not begin an extension.
+            // A leading dot in the last component hides a file; it does not start an extension.
             return at == 0 || path[at - 1] == '/' ? std::string_view::npos : at;
         }
     }
@@ -52,7 +52,7 @@ std::string_view pathExtension(std::string_view path) {
 
 std::string_view deletingPathExtension(std::string_view path) {
     const auto trimmed = withoutTrailingSlashes(path);
-    // Whole where there is none, since npos ends a substring at the end.
+    // The whole path if there is no extension, since npos ends a substring at the end.
     return trimmed.substr(0, extensionDot(trimmed));
 }
 

@@ -3,9 +3,8 @@
 #include <string>
 #include <string_view>
 
-/// Operations on path texts. They look at the text alone, never at the disk, and take any bytes: a path need not be
-/// valid UTF-8. Trailing slashes are not part of the last component. What is returned as a view points into the
-/// argument. Any thread.
+/// Operations on path texts. They only read the text, never the disk, and accept any bytes: a path need not be valid
+/// UTF-8. Trailing slashes are not part of the last component. Returned views point into the argument. Any thread.
 namespace platform {
 
 struct PathParts {
@@ -13,7 +12,7 @@ struct PathParts {
     std::string_view lastComponent;
 };
 
-/// What the next two give, found together.
+/// The results of the next two functions, computed together.
 PathParts splitLastPathComponent(std::string_view path);
 
 /// "/a/b/rec.tmp" gives "rec.tmp", "/a/b/" gives "b", "/" gives "/", "" gives "".
@@ -22,7 +21,7 @@ std::string_view lastPathComponent(std::string_view path);
 /// "/a/b/rec.tmp" gives "/a/b", "/rec.tmp" gives "/", "rec.tmp" gives "".
 std::string_view deletingLastPathComponent(std::string_view path);
 
-/// What follows the last "." of the last component, without the dot: "rec.tmp" gives "tmp". "" when there is none; a
+/// The text after the last "." of the last component, without the dot: "rec.tmp" gives "tmp". "" if there is none; a
 /// name whose only dot comes first (".hidden") has no extension.
 std::string_view pathExtension(std::string_view path);
 

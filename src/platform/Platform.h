@@ -14,8 +14,8 @@ class SerialQueueMaker;
 class StatusBar;
 class Workspace;
 
-/// Everything that the application asks of the platform, gathered by the one place that knows every provider. All of
-/// it outlives the application delegate, which hands each object it makes only what that object uses.
+/// Everything that the application asks of the platform, assembled by the one file that knows every provider. All of it
+/// outlives the application delegate, which passes to each object it creates only what that object uses.
 struct Platform {
     Application& application;
     RunLoop& runLoop;

@@ -5,13 +5,12 @@
 
 namespace platform {
 
-/// What tells one process from every other, also after its id has been given to another and after the machine has been
-/// started again.
+/// Identifies one process uniquely, even after its id has been reused and after a reboot.
 struct ProcessIdentity {
     std::int32_t processId = 0;
-    /// In the kernel's ticks since the machine started; 0 when it is unknown.
+    /// In the kernel's ticks since the machine started; 0 if unknown.
     std::uint64_t startTime = 0;
-    /// Of the run of the machine; empty when it is unknown.
+    /// Identifies the boot of the machine; empty if unknown.
     std::string bootId;
 
     friend bool operator==(const ProcessIdentity&, const ProcessIdentity&) = default;
@@ -22,10 +21,10 @@ class ProcessIdentities {
 public:
     virtual ~ProcessIdentities() = default;
 
-    /// Start time 0 for an id that names no process.
+    /// Has start time 0 if no process has that id.
     virtual ProcessIdentity identityOf(std::int32_t processId) const = 0;
 
-    /// Whether the very process lives. One that is ending, or has ended and was not waited for, does not.
+    /// Whether exactly this process is alive. One that is ending, or has ended and was not waited for, is not.
     virtual bool isAlive(const ProcessIdentity& identity) const = 0;
 };
 

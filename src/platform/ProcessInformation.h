@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// What the running process knows of itself. Any thread.
+/// Facts about the running process. Any thread.
 class ProcessInformation {
 public:
     virtual ~ProcessInformation() = default;

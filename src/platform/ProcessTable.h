@@ -16,33 +16,34 @@ struct KernelProcess {
     std::uint32_t effectiveUserId;
 };
 
-/// The kernel's process table, handed out as kernels do: one asks for its size, makes room, and asks for its content,
-/// which may have outgrown the room meanwhile. Error codes are the system's (0 for success). Any thread.
+/// The kernel's process table, read as kernels provide it: the caller asks for the size, allocates a buffer, and asks
+/// for the content, which may have outgrown the buffer meanwhile. Error codes are the system's (0 for success). Any
+/// thread.
 class ProcessTable {
 public:
     virtual ~ProcessTable() = default;
 
-    /// Sets `bytes` to the room that the table needs now.
+    /// Sets `bytes` to the buffer size that the table needs now.
     virtual int size(std::size_t& bytes) const = 0;
 
-    /// Fills `room`, which holds `bytes` bytes, with whole records in the table's order and sets `bytes` to what they
-    /// take. ENOMEM when the table no longer fits.
+    /// Fills `room`, which holds `bytes` bytes, with whole records in the table's order and sets `bytes` to the size
+    /// written. ENOMEM if the table no longer fits.
     virtual int read(KernelProcess* room, std::size_t& bytes) const = 0;
 
-    /// With null: how many bytes the ids of all processes take. With room for `bytes` bytes: fills it as far as it
-    /// goes. Returns the bytes needed or filled.
+    /// With null: the bytes that the ids of all processes take. With a buffer of `bytes` bytes: fills as much of it as
+    /// it can. Returns the bytes needed or written.
     virtual std::size_t listProcessIds(std::int32_t* room, std::size_t bytes) const = 0;
 
-    /// Full path of what the process executes; empty when it can't be known.
+    /// Full path of the executable; empty if unknown.
     virtual std::string executablePath(std::int32_t processId) const = 0;
 
-    /// The login name by the user database; absent for a user that it does not know.
+    /// The login name from the user database; absent if the database does not know the user.
     virtual std::optional<std::string> loginName(std::uint32_t userId) const = 0;
 
-    /// The table that the provider installed; until then an empty one.
+    /// The table that the provider installed; an empty one by default.
     static const ProcessTable& standard();
 
-    /// Installs `table`, which must outlive every use; null takes it back.
+    /// Installs `table`, which must outlive every use; null removes it.
     static void setStandard(const ProcessTable* table);
 };
 

@@ -4,13 +4,13 @@
 
 namespace platform {
 
-/// The applications that the logged-in user runs.
+/// The applications of the logged-in user.
 class RunningApplications {
 public:
     virtual ~RunningApplications() = default;
 
-    /// Whether the user runs an application with this process id now. False for processes of other users, for ids that
-    /// name none, and for a process that has ended even if its parent has not heard of it yet. Any thread.
+    /// Whether the user runs an application with this process id now. False for processes of other users, for unused
+    /// ids, and for a process that has ended even if its parent has not waited for it yet. Any thread.
     virtual bool isRunning(std::int32_t processId) const = 0;
 };
 

@@ -11,15 +11,15 @@ class StatusItem {
 public:
     virtual ~StatusItem() = default;
 
-    /// The view that the item shows; bubbles hang from it. Null until one is set.
+    /// The view that the item shows; bubbles are attached to it. Null until one is set.
     virtual std::shared_ptr<ui::View> view() const = 0;
     virtual void setView(std::shared_ptr<ui::View> view) = 0;
 
-    /// Whether the item looks pressed while it is pressed.
+    /// Whether the item is drawn highlighted while it is pressed.
     virtual void setHighlightMode(bool highlights) = 0;
 };
 
-/// The desktop's status area. Where there is none, items are made all the same and show nothing. Main thread.
+/// The desktop's status area. If there is none, items can still be created and show nothing. Main thread.
 class StatusBar {
 public:
     /// The item takes the width of its view.

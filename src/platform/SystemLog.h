@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// Where the few lines go that an administrator should find without any tracing. Any thread.
+/// The log for the few lines that an administrator should find without tracing. Any thread.
 class SystemLog {
 public:
     virtual ~SystemLog() = default;
@@ -12,10 +12,10 @@ public:
     /// Writes one line; `text` has no line end.
     virtual void write(const std::string& text) = 0;
 
-    /// The log that the provider installed; standard error until then.
+    /// The log that the provider installed; standard error by default.
     static SystemLog& standard();
 
-    /// Installs `log`, which must outlive every use; null gives standard error back. Before other threads start.
+    /// Installs `log`, which must outlive every use; null restores standard error. Call before other threads start.
     static void setStandard(SystemLog* log);
 };
 

@@ -37,7 +37,7 @@ ThreadSerialQueue::~ThreadSerialQueue() {
 }
 
 void ThreadSerialQueue::async(std::function<void()> task) {
-    // The task may let go of this queue before this call has returned.
+    // The task may destroy this queue before this call has returned.
     const auto state = state_;
     {
         const std::lock_guard lock(state->mutex);

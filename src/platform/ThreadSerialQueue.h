@@ -8,13 +8,13 @@
 
 namespace platform {
 
-/// A serial queue on a thread of its own, which starts with the first task and sleeps while there is none.
+/// A serial queue on a thread of its own, which starts with the first task and sleeps while there are none.
 class ThreadSerialQueue final : public DispatchQueue {
 public:
     explicit ThreadSerialQueue(std::string label);
 
-    /// Runs what was put already, then ends the thread. From a task of this queue, or from what a task held, it returns
-    /// first: the thread runs the rest and ends by itself.
+    /// Runs the tasks that are already queued, then ends the thread. If called from a task of this queue, or from the
+    /// destructor of what a task held, it returns first: the thread runs the rest and then ends.
     ~ThreadSerialQueue() override;
 
     ThreadSerialQueue(const ThreadSerialQueue&) = delete;

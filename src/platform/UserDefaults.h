@@ -12,16 +12,16 @@ public:
 
     virtual void setStringList(const std::string& key, const std::vector<std::string>& list) = 0;
 
-    /// Empty when the key is absent or holds none.
+    /// Empty if the key is absent or holds no list.
     virtual std::vector<std::string> stringList(const std::string& key) const = 0;
 
-    /// Puts what was set on the disk before it returns; false when that failed.
+    /// Writes all changes to the disk before it returns; false if that failed.
     virtual bool synchronize() = 0;
 
-    /// The settings that the provider installed; until then settings that last only as long as the process.
+    /// The settings that the provider installed; by default settings that last only as long as the process.
     static UserDefaults& standard();
 
-    /// Installs `defaults`, which must outlive every use; null takes it back.
+    /// Installs `defaults`, which must outlive every use; null removes it.
     static void setStandard(UserDefaults* defaults);
 };
 

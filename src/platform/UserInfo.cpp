@@ -21,7 +21,7 @@ std::int32_t truncated(double value) {
 }
 
 std::string textOf(const Bytes& bytes) {
-    // Path bytes often arrive with the terminator that C programs keep behind them.
+    // Path bytes often include the terminator that C programs append.
     return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
 }
 

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// The user's desktop as an opener of things. Main thread.
+/// Opens files and folders on the user's desktop. Main thread.
 class Workspace {
 public:
     virtual ~Workspace() = default;

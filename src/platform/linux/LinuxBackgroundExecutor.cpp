@@ -23,11 +23,11 @@ void LinuxBackgroundExecutor::async(std::function<void()> task) {
         ++runningCount_;
     }
     std::thread([this, task = std::move(task)]() mutable {
-        // On Linux this concerns the calling thread alone.
+        // On Linux this affects only the calling thread.
         ::setpriority(PRIO_PROCESS, 0, lowestPriority);
         task();
         task = nullptr;
-        // Notified under the lock: once it is given back, the executor may be gone.
+        // Notifies while holding the lock: once it is released, the executor may be destroyed.
         const std::lock_guard lock(mutex_);
         --runningCount_;
         ended_.notify_all();

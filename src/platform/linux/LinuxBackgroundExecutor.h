@@ -8,12 +8,12 @@
 
 namespace platform {
 
-/// Threads of the lowest scheduling priority, one a task.
+/// Threads of the lowest scheduling priority, one per task.
 class LinuxBackgroundExecutor final : public BackgroundExecutor {
 public:
     LinuxBackgroundExecutor() = default;
 
-    /// Waits until every task has ended; whoever put one that goes on must have told it to end. Not from a task.
+    /// Waits until every task has ended; the caller must have told endless tasks to end. Do not call from a task.
     ~LinuxBackgroundExecutor() override;
 
     LinuxBackgroundExecutor(const LinuxBackgroundExecutor&) = delete;

@@ -10,7 +10,7 @@ namespace platform {
 
 namespace {
 
-// PF_EXITING of the kernel's task flags: the process has begun to end.
+// PF_EXITING in the kernel's task flags: the process has started to end.
 constexpr std::uint64_t exiting = 0x4;
 
 struct Stat {
@@ -19,7 +19,7 @@ struct Stat {
     std::uint64_t startTime = 0;
 };
 
-/// Empty when the file can't be read. Not by a stream: this runs while a meeting client waits for its answer.
+/// Empty if the file cannot be read. Avoids streams, because a meeting client waits for its acknowledgement meanwhile.
 std::string contentOf(const std::string& path) {
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
@@ -31,10 +31,10 @@ std::string contentOf(const std::string& path) {
     return size > 0 ? std::string(room.data(), static_cast<std::size_t>(size)) : std::string();
 }
 
-/// False for an id that names no process.
+/// False if no process has that id.
 bool readStat(std::int32_t processId, Stat& stat) {
     const std::string line = contentOf("/proc/" + std::to_string(processId) + "/stat");
-    // The command name before the state may hold anything, closing parentheses and blanks included.
+    // The command name before the state may contain anything, including closing parentheses and blanks.
     const auto name = line.rfind(") ");
     if (name == std::string::npos) {
         return false;

@@ -14,14 +14,14 @@ bool LinuxRunningApplications::isRunning(std::int32_t processId) const {
     const std::string folder = "/proc/" + std::to_string(processId);
     std::string line;
     std::getline(std::ifstream(folder + "/stat"), line);
-    // The command name before the state may hold anything, closing parentheses and blanks included.
+    // The command name before the state may contain anything, including closing parentheses and blanks.
     const auto name = line.rfind(") ");
     if (name == std::string::npos || name + 2 >= line.size()) {
         return false;
     }
     const char state = line[name + 2];
     const bool hasEnded = state == 'Z' || state == 'X';
-    // Not by the folder's owner: a process that may not be inspected has a folder that belongs to root.
+    // Does not use the folder's owner: the folder of a process that may not be inspected belongs to root.
     std::ifstream status(folder + "/status");
     while (std::getline(status, line)) {
         if (line.starts_with("Uid:")) {

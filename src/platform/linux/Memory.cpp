@@ -13,8 +13,8 @@ namespace platform {
 namespace {
 
 /// The GNU allocator keeps up to seven freed blocks of each of its 64 smallest sizes for the thread that freed them,
-/// wherever they lie, and none of them lets go of its page. All are asked for here, and freed by a thread that ends:
-/// what such a thread has kept goes back to the heap.
+/// and each of them pins its page. This allocates all of them and lets a short-lived thread free them: what such a
+/// thread has kept goes back to the heap when it ends.
 void giveUpKeptBlocks() {
     constexpr std::size_t sizes = 64;
     constexpr std::size_t keptOfEach = 7;
@@ -27,15 +27,15 @@ void giveUpKeptBlocks() {
     try {
         std::thread([&kept] { kept = {}; }).join();
     } catch (const std::exception&) {
-        // There is no thread to be had, so they stay with this one.
+        // No thread could be created, so the blocks stay with this one.
     }
 }
 
 }  // namespace
 
 void keepMemoryTogether() {
-    // Any value that is set by hand also stops the threshold from growing by itself. The pictures of one bubble are
-    // larger than this; what the core allocates is far smaller.
+    // Setting any value also stops the threshold from growing automatically. The images of one bubble are larger than
+    // this; the core's allocations are far smaller.
     constexpr int threshold = 64 * 1024;
     (void)::mallopt(M_MMAP_THRESHOLD, threshold);
     (void)::mallopt(M_MXFAST, 0);

@@ -2,16 +2,16 @@
 
 namespace platform {
 
-/// Sets the allocator up for a process that waits most of its life. Every block of 64 KiB and more goes back to the
-/// system the moment it is freed; without it the allocator learns from each freed picture to keep the next ones for
-/// itself, and after a hundred bubbles the process would hold on to the memory of all those that were up at once. Every
-/// smaller one joins its freed neighbours at once, and all threads share one heap, so that what stays lies on few
-/// pages. Call it first in main(), before there is a second thread.
+/// Configures the allocator for a process that waits most of its life. Every block of 64 KiB or more goes back to the
+/// system as soon as it is freed. Without this, the allocator adapts to each freed image and keeps the next ones for
+/// itself; after a hundred bubbles the process would hold the memory of all those that were open at once. Every smaller
+/// block is merged with its freed neighbours at once, and all threads share one heap, so that the remaining blocks lie
+/// on few pages. Call it first in main(), before there is a second thread.
 void keepMemoryTogether();
 
-/// Gives the system back what the allocator holds of freed smaller blocks, those that it keeps for the calling thread
-/// included. Costs a walk over all of them and a thread that ends at once; for the moment after which a process only
-/// waits. Any thread; where no further thread can be had, the calling one keeps what is its own.
+/// Returns to the system what the allocator holds of freed smaller blocks, including those that it keeps for the
+/// calling thread. Walks over all of them and starts a thread that ends at once; call it when the process goes back to
+/// waiting. Any thread; if no further thread can be created, the calling thread keeps its blocks.
 void returnFreedMemory();
 
 }  // namespace platform

@@ -8,7 +8,7 @@
 #include <system_error>
 #include <utility>
 
-// The C library's header (2.36) does not say that its functions are C.
+// The C library's header (2.36) does not declare its functions as C.
 extern "C" {
 #include <sys/pidfd.h>
 }

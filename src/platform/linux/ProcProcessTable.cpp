@@ -34,7 +34,7 @@ std::string folderOf(std::int32_t processId) {
     return "/proc/" + std::to_string(processId);
 }
 
-/// False for a process that has gone meanwhile.
+/// False if the process has ended meanwhile.
 bool readRecord(std::int32_t processId, KernelProcess& record) {
     record = {processId, {}, 0};
     std::string command;
@@ -106,7 +106,7 @@ std::string ProcProcessTable::executablePath(std::int32_t processId) const {
 }
 
 std::optional<std::string> ProcProcessTable::loginName(std::uint32_t userId) const {
-    // The reentrant form: this may be asked from any thread.
+    // The reentrant form, because any thread may call this.
     std::vector<char> texts(1024);
     passwd entry{};
     passwd* found = nullptr;

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// The process table as /proc shows it, ascending by process id. Stateless; two questions may see two tables.
+/// The process table from /proc, ascending by process id. Stateless; two calls may see two different tables.
 class ProcProcessTable final : public ProcessTable {
 public:
     int size(std::size_t& bytes) const override;

@@ -32,7 +32,7 @@ void writeAll(int descriptor, const std::string& text) {
     while (written < text.size()) {
         const auto count = ::write(descriptor, text.data() + written, text.size() - written);
         if (count < 0) {
-            // There is nowhere left to complain.
+            // There is nowhere left to report this.
             return;
         }
         written += static_cast<std::size_t>(count);
@@ -51,7 +51,7 @@ SyslogSystemLog::~SyslogSystemLog() {
 
 void SyslogSystemLog::write(const std::string& text) {
     const auto line = asOneLine(text);
-    // In one call, so that lines of several threads do not mix.
+    // One call, so that lines of several threads do not mix.
     writeAll(STDERR_FILENO, std::string(kProgram) + ": " + line + "\n");
     if (!standardErrorIsJournal_) {
         syslog(LOG_NOTICE, "%s", line.c_str());

@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// The system log of a Linux desktop: standard error and, where one runs, the system's logger. Each text becomes one
-/// line in each, whatever it holds: control characters turn into blanks. Any thread.
+/// The system log of a Linux desktop: standard error and, if one runs, the system's logger. Each text becomes one line
+/// in each, whatever it contains: control characters become blanks. Any thread.
 class SyslogSystemLog final : public SystemLog {
 public:
     SyslogSystemLog();
@@ -17,7 +17,7 @@ public:
     void write(const std::string& text) override;
 
 private:
-    // Standard error may already lead into the system's journal, where a second copy would only be noise.
+    // Standard error may already lead to the system's journal, where a second copy would be noise.
     const bool standardErrorIsJournal_;
 };
 

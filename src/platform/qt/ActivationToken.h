@@ -2,13 +2,13 @@
 
 #include <QString>
 
-/// The desktop's leave to come to the front, on its way from the press of a button to what that press opens. A token is
-/// good for one opening. Main thread.
+/// The desktop's permission to come to the front, passed from the press of a button to the program that the press
+/// opens. A token is valid for one opening. Main thread.
 namespace platform::qt {
 
 void setActivationToken(const QString& token);
 
-/// Empty when there is none; there is none afterwards.
+/// Empty if there is none. Calling it removes the token.
 QString takeActivationToken();
 
 }  // namespace platform::qt

@@ -6,18 +6,18 @@
 #include <QVariantMap>
 #include <optional>
 
-/// The plain values of a notification as QtDBus carries them. Types survive both ways.
+/// Converts the plain values of a notification to and from QtDBus. Types are preserved in both directions.
 namespace platform::qt {
 
-/// A text that is no valid D-Bus string (not UTF-8, or with a NUL) travels as bytes.
+/// A text that is not a valid D-Bus string (not UTF-8, or with a NUL) is sent as bytes.
 QVariant busValue(const UserInfoValue& value);
 
-/// Absent for a type that notifications do not carry. Variants within variants are unwrapped.
+/// Absent for a type that notifications do not carry. Nested variants are unwrapped.
 std::optional<UserInfoValue> userInfoValue(const QVariant& value);
 
 QVariantMap busValues(const UserInfo& userInfo);
 
-/// Entries of other types are left out.
+/// Omits entries of other types.
 UserInfo userInfo(const QVariantMap& values);
 
 }  // namespace platform::qt

@@ -19,7 +19,7 @@ std::string valueOf(const char* variable) {
 }
 
 bool answersAsX11() {
-    // An error object comes back, never a null pointer, and wants closing as well.
+    // Returns an error object on failure, never null; it must be closed too.
     xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
     const bool answers = xcb_connection_has_error(connection) == 0;
     xcb_disconnect(connection);

@@ -13,8 +13,8 @@ void endThreadsAtOnce(QThreadPool& pool) {
     pool.setExpiryTimeout(0);
 }
 
-/// The pool that QtGui draws with in newer releases (6.8 has it, 6.4 has not); null where there is none. It has no
-/// public name, and nothing but its symbol leads to it.
+/// The pool that QtGui draws with in newer releases (6.8 has it, 6.4 does not); null if there is none. It has no public
+/// name and can be reached only through its symbol.
 QThreadPool* drawingPool() {
     void* const symbol = ::dlsym(RTLD_DEFAULT, "_ZN18QThreadPoolPrivate13qtGuiInstanceEv");
     return symbol == nullptr ? nullptr : reinterpret_cast<QThreadPool* (*)()>(symbol)();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
-// All that a signal handler can reach.
+// The only state that the signal handler can reach.
 std::atomic<int> eventDescriptor{-1};
 std::atomic<bool> hasCome{false};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);

@@ -6,14 +6,15 @@
 namespace platform::qt {
 
 /// Turns the signals that ask a process to end (SIGTERM, SIGINT, SIGHUP) into one call on the main thread. A second
-/// signal of the same kind ends the process at once, in case the orderly way hangs. A signal that the launcher made
-/// ignored stays ignored. One object a process; lives until the process ends. Costs nothing while no signal comes.
+/// signal of the same kind ends the process at once, in case the orderly end hangs. A signal that the launcher has set
+/// to be ignored stays ignored. One object per process; lives until the process ends. Costs nothing while no signal
+/// comes.
 class EndingSignals final {
 public:
     explicit EndingSignals(std::function<void()> asked);
     ~EndingSignals();
 
-    /// Whether a signal has come, from the very moment of it: earlier than the call. Any thread.
+    /// Whether a signal has arrived; true from that moment, which is before the call on the main thread. Any thread.
     static bool haveCome();
 
 private:

@@ -3,15 +3,16 @@
 #include <QProcessEnvironment>
 #include <string>
 
-/// Chinese, Japanese and Korean share letters that each of them writes in its own way. Which way is drawn follows the
-/// desktop's language unless the font library is told another.
+/// Chinese, Japanese and Korean share letters that each of them writes in its own way. The desktop's language decides
+/// which form is drawn, unless the font library is configured otherwise.
 namespace platform::qt {
 
-/// From here on letters are drawn in the way of `language` (a code such as "zh-Hans"), unless the environment names
-/// another already; other languages than those change nothing. Before the application object is made.
+/// From here on shared letters are drawn in the form of `language` (a code such as "zh-Hans"), unless the environment
+/// already names one. Languages other than Chinese, Japanese and Korean change nothing. Call before the application
+/// object is created.
 void drawLettersOf(const std::string& language);
 
-/// Takes what `drawLettersOf` has put into the environment out of one that another program is to get.
+/// Removes the variable that `drawLettersOf` has set from the environment of another program.
 void forgetLettersIn(QProcessEnvironment& environment);
 
 }  // namespace platform::qt

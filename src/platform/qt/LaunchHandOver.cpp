@@ -28,7 +28,7 @@ LaunchHandOver::~LaunchHandOver() {
 
 QtDistributedNotificationCenter::HandOver LaunchHandOver::run() {
     using HandOver = QtDistributedNotificationCenter::HandOver;
-    // Each turn meets another holder, so this ends when converters stop coming and going.
+    // Each iteration meets a different owner of the name, so this ends when converters stop coming and going.
     for (;;) {
         if (bus_.acquireName(busName_)) {
             return HandOver::becamePrimary;
@@ -98,7 +98,7 @@ void LaunchHandOver::ownerChanged(const QString& name, const QString& oldOwner) 
 }
 
 void LaunchHandOver::finish(Answer answer) {
-    // What was acknowledged stays so, even if the holder leaves before this loop has ended.
+    // An acknowledgement stays valid, even if the owner leaves before this loop has ended.
     if (answer_ == Answer::none) {
         answer_ = answer;
         loop_.quit();

@@ -9,8 +9,8 @@ namespace platform::qt {
 
 class NotificationBus;
 
-/// One second launch that gives its arguments to the converter that runs already. Takes the bus's owner handler for
-/// its lifetime; its maker passes notifications on to `hear`. Main thread.
+/// One second launch that passes its arguments to the running converter. Uses the bus's owner handler for its lifetime;
+/// its creator forwards notifications to `hear`. Main thread.
 class LaunchHandOver final {
 public:
     LaunchHandOver(NotificationBus& bus, const QString& busName, const LaunchVocabulary& words,
@@ -20,7 +20,7 @@ public:
     LaunchHandOver(const LaunchHandOver&) = delete;
     LaunchHandOver& operator=(const LaunchHandOver&) = delete;
 
-    /// Waits in an event loop of its own.
+    /// Waits in a nested event loop.
     QtDistributedNotificationCenter::HandOver run();
 
     void hear(const DistributedNotification& notification, const QString& sender);

@@ -44,13 +44,13 @@ void startAgain() {
         pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
-    // Also where the program's file has been replaced meanwhile. Returns only when it has failed.
+    // Works even if the program's file has been replaced meanwhile. Returns only on failure.
     execv("/proc/self/exe", pointers.data());
 }
 
 void onMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
     restart->previousHandler(type, context, text);
-    // The toolkit's plug-in for Wayland says this and ends the process without its exit handlers.
+    // The toolkit's Wayland plug-in prints this and ends the process without its exit handlers.
     if (text.startsWith(QLatin1String("The Wayland connection "))) {
         startAgain();
     }

@@ -5,18 +5,18 @@
 #include <string>
 #include <vector>
 
-/// Outliving a display. The toolkit ends a program whose X server or Wayland compositor has gone.
+/// Surviving the loss of a display. The toolkit ends a program whose X server or Wayland compositor has disappeared.
 namespace platform::qt {
 
-/// From here on an end that `expectEnd` has not announced starts this program again in the same process, off-screen and
-/// with the arguments that `prepare` gives (the program's path first); where it gives none, the end takes its course.
-/// `prepare` runs on whatever thread the end comes. Once a process.
+/// From here on, an end of the process that `expectEnd` has not announced restarts this program in the same process,
+/// off-screen and with the arguments that `prepare` returns (the program's path first). If `prepare` returns none, the
+/// process ends. `prepare` runs on whatever thread the end starts. Once per process.
 void startAgainWhenDisplayIsLost(std::function<std::optional<std::vector<std::string>>()> prepare);
 
-/// The process is about to end because it was asked to.
+/// Announces that the process is about to end because it was asked to.
 void expectEnd();
 
-/// Whether this program has been started again for want of a display; false from the second call on.
+/// Whether this program has been restarted because it lost its display; false from the second call on.
 bool wasStartedAgain();
 
 }  // namespace platform::qt

@@ -36,7 +36,7 @@ void sayThatThereIsNoBus(const QString& reason) {
                                 "still work");
 }
 
-// Two connections of one name would be one and the same.
+// Two connections with one name would be the same connection.
 QString newConnectionName() {
     static int count = 0;
     return QStringLiteral("record-converter notifications %1").arg(++count);
@@ -81,14 +81,14 @@ NotificationBus::~NotificationBus() {
 }
 
 void NotificationBus::runOnBusThread(std::function<void()> work) {
-    // Qt's own object for talking to the bus lives on that thread.
+    // Qt's own object for calls to the bus belongs to that thread.
     if (auto* const bus = connection_ ? connection_->interface() : nullptr) {
         QMetaObject::invokeMethod(bus, std::move(work), Qt::QueuedConnection);
     }
 }
 
 void NotificationBus::listen() {
-    // The bus handles what one connection sends in order, so these hold before any later call is answered.
+    // The bus processes a connection's messages in order, so these are in effect before any later call is answered.
     connection_->connect({}, kPath, kInterface, kSignal, QStringLiteral("ssa{sv}"), this, SLOT(onPosted(QDBusMessage)));
     connection_->connect({}, QStringLiteral("/org/freedesktop/DBus/Local"),
                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
@@ -132,7 +132,7 @@ void NotificationBus::afterDelivery(std::function<void()> then) {
 
 void NotificationBus::askForDelivery() {
     isAsking_ = true;
-    // Signals and answers reach this thread in the order in which the bus has sent them. Those who come meanwhile need
+    // Signals and replies reach this thread in the order in which the bus has sent them. Calls that come meanwhile need
     // the next round trip, and share it.
     auto* const answer = new QDBusPendingCallWatcher(connection_->asyncCall(roundTrip(), kDeliveryPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, asked = std::exchange(awaiting_, {})] {
@@ -152,7 +152,7 @@ bool NotificationBus::acquireName(const QString& busName) {
         return true;
     }
     if (watchedName_ != busName) {
-        // Of this name alone: everybody else's comings and goings would wake this process for nothing.
+        // Only for this name: the changes of all other names would wake this process for nothing.
         watchedName_ = busName;
         connection_->connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), {busName}, QStringLiteral("sss"),
                              this, SLOT(onNameOwnerChanged(QString, QString, QString)));

@@ -14,8 +14,8 @@
 
 namespace platform::qt {
 
-/// A connection of its own to the session bus that hears and sends the notification signal and knows who holds a name.
-/// Main thread.
+/// A private connection to the session bus that sends and receives the notification signal and knows the owner of a
+/// name. Main thread.
 class NotificationBus final : public QObject {
     Q_OBJECT
 
@@ -23,7 +23,7 @@ public:
     using PostedHandler = std::function<void(const DistributedNotification&, const QString& sender)>;
     using OwnerHandler = std::function<void(const QString& busName, const QString& oldOwner, const QString& newOwner)>;
 
-    /// Connects, and listens before it returns. Says in the system log when there is no bus.
+    /// Connects, and listens before it returns. Writes to the system log if there is no bus.
     NotificationBus();
     ~NotificationBus() override;
 
@@ -35,30 +35,30 @@ public:
     /// Called for each notification on the bus, in order, from the event loop.
     void setPostedHandler(PostedHandler handler) { posted_ = std::move(handler); }
 
-    /// Called when the name that was last asked for changes hands (an empty address: nobody's), or with three empty
-    /// texts when the bus is gone.
+    /// Called when the last name asked for changes its owner (an empty address means none), or with three empty texts
+    /// when the bus is lost.
     void setOwnerHandler(OwnerHandler handler) { ownerChanged_ = std::move(handler); }
 
     void send(const DistributedNotification& notification);
 
-    /// Returns once the bus has taken everything that was sent; after a second at the latest.
+    /// Returns once the bus has accepted everything that was sent, or after one second.
     void flush();
 
-    /// Runs `then` from the event loop once everything that is on the bus now has been delivered here: after one round
-    /// trip. Where there is no bus, or it does not answer within five seconds, without that.
+    /// Runs `then` from the event loop once everything that is on the bus now has been delivered here, after one round
+    /// trip. If there is no bus, or it does not answer within five seconds, runs `then` without that.
     void afterDelivery(std::function<void()> then);
 
-    /// False only when another process holds the name.
+    /// False only if another process owns the name.
     bool acquireName(const QString& busName);
 
-    /// The address of the name's holder; empty when there is none.
+    /// The address of the name's owner; empty if there is none.
     QString holderOf(const QString& busName) const;
 
-    /// Runs `work` later, on the thread on which Qt reads from all of this process's buses. Never where there is no
+    /// Runs `work` later, on the thread on which Qt reads from all buses of this process. Never runs it if there is no
     /// bus.
     void runOnBusThread(std::function<void()> work);
 
-    /// The process behind an address; absent when it has left the bus.
+    /// The id of the process with this address; absent if it has left the bus.
     std::optional<std::int32_t> processIdOf(const QString& address) const;
 
 private:

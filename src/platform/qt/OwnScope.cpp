@@ -13,13 +13,13 @@
 
 namespace {
 
-/// (sv), as the service manager takes a unit's properties.
+/// (sv), the form in which the service manager takes a unit's properties.
 struct UnitProperty {
     QString name;
     QDBusVariant value;
 };
 
-/// (sa(sv)): a unit to make along with the asked one; we never do.
+/// (sa(sv)): an additional unit to create; always an empty list here.
 struct AuxiliaryUnit {
     QString name;
     QList<UnitProperty> properties;
@@ -76,7 +76,7 @@ QDBusMessage scopeRequest(const std::string& applicationId) {
         property(QStringLiteral("Description"), QStringLiteral("Record converter")),
         property(QStringLiteral("PIDs"), QVariant::fromValue(QList<uint>{static_cast<uint>(processId)})),
         property(QStringLiteral("Slice"), QStringLiteral("app.slice")),
-        // A scope whose process was killed would stay behind as failed.
+        // Without this, the scope of a killed process would remain as failed.
         property(QStringLiteral("CollectMode"), QStringLiteral("inactive-or-failed")),
     };
     auto call = QDBusMessage::createMethodCall(
@@ -92,7 +92,7 @@ QDBusMessage scopeRequest(const std::string& applicationId) {
 
 struct OwnScope::Request {
     PrivateConnection connection{QDBusConnection::SessionBus, QStringLiteral("own scope")};
-    // The last to come and the first to go: it uses the connection.
+    // Declared last so that it is destroyed first: it uses the connection.
     std::unique_ptr<QDBusPendingCallWatcher> answer;
 };
 

@@ -5,8 +5,8 @@
 
 namespace platform::qt {
 
-/// Moves this process into a scope of its own: the end of the service or scope of whoever has launched it then is not
-/// its end. Main thread.
+/// Moves this process into a scope of its own, so that it survives the end of the service or scope that launched it.
+/// Main thread.
 class OwnScope final {
 public:
     OwnScope();
@@ -15,8 +15,8 @@ public:
     OwnScope(const OwnScope&) = delete;
     OwnScope& operator=(const OwnScope&) = delete;
 
-    /// Asks the user's service manager for the scope "app-`applicationId`-<process id>.scope", and does not wait. Where
-    /// none runs, or it does not want to, nothing is said and nothing changes; none is ever started for this. Once.
+    /// Asks the user's service manager for the scope "app-`applicationId`-<process id>.scope", and does not wait. If no
+    /// manager runs, or it refuses, nothing changes and nothing is logged; none is started for this. Once.
     void ask(const std::string& applicationId);
 
 private:

@@ -6,7 +6,7 @@ namespace platform::qt {
 
 namespace {
 
-// Two connections of one name would be one and the same.
+// Two connections with one name would be the same connection.
 QDBusConnection newConnection(QDBusConnection::BusType bus, const QString& purpose) {
     static int count = 0;
     const QString name = QStringLiteral("%1 %2").arg(purpose).arg(++count);

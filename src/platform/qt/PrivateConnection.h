@@ -10,11 +10,11 @@
 
 namespace platform::qt {
 
-/// A connection to a bus for one purpose, closed with the object: whatever the bus's services have granted to it ends
-/// then. Not connected where there is no such bus. Main thread.
+/// A bus connection for one purpose, closed with the object; whatever services have granted to it ends then. Not
+/// connected if there is no such bus. Main thread.
 class PrivateConnection final {
 public:
-    /// `purpose` tells it from the process's other connections.
+    /// `purpose` distinguishes it from the process's other connections.
     PrivateConnection(QDBusConnection::BusType bus, const QString& purpose);
     ~PrivateConnection();
 
@@ -24,8 +24,8 @@ public:
     bool isConnected() const { return connection_.isConnected(); }
     QDBusConnection& bus() { return connection_; }
 
-    /// Sends `question`, which never starts a service, and calls `answered` with its one value when a valid answer has
-    /// come: later, from the event loop. An error, or the end of `asker`, and it is not called.
+    /// Sends `question`, which never starts a service, and calls `answered` with its one value once a valid reply
+    /// arrives: later, from the event loop. After an error, or once `asker` is destroyed, it is not called.
     template<typename Value, typename Answered>
     void ask(QObject& asker, QDBusMessage question, Answered answered) {
         question.setAutoStartService(false);

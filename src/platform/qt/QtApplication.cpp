@@ -24,7 +24,7 @@ namespace {
 // The toolkit keeps pointers into its arguments for as long as the application object lives.
 struct ToolkitArguments {
     ToolkitArguments(int argc, char* argv[], const std::string& platform) {
-        // Our own options are none of the toolkit's business; it would take "-path" and the like for its own.
+        // The toolkit must not see our own options; it would take "-path" and the like for its own.
         texts.emplace_back(argc > 0 ? argv[0] : "record-converter");
         if (!platform.empty()) {
             texts.emplace_back("-platform");
@@ -66,7 +66,7 @@ struct QtApplication::Toolkit {
 namespace {
 
 void prepareProcess() {
-    // Whoever launched us may die first; a line that nobody reads must not end a conversion.
+    // The launching process may die first; a line that nobody reads must not end a conversion.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     outliveLostBus();
     if (!hasSessionBusAddress()) {
@@ -75,7 +75,7 @@ void prepareProcess() {
     if (const auto languages = UserDefaults::standard().stringList("AppleLanguages"); !languages.empty()) {
         drawLettersOf(languages.front());
     }
-    // The desktop's widget styles are not for bubbles, and each would be one more plug-in in this process.
+    // Bubbles do not use the desktop's widget styles, and each would load one more plug-in into this process.
     QApplication::setStyle(QStringLiteral("Fusion"));
 }
 
@@ -91,7 +91,7 @@ QtApplication::QtApplication(int argc, char* argv[])
     endDrawingThreadsWithTheirPicture();
     QObject::connect(&toolkit_->application, &QGuiApplication::saveStateRequest, &toolkit_->application,
                      [](QSessionManager& session) {
-                         // A meeting client starts us when there is work; the next session must not.
+                         // A meeting client starts this program when there is work; the next session must not.
                          session.setRestartHint(QSessionManager::RestartNever);
                      });
 }

@@ -7,10 +7,10 @@
 
 namespace platform::qt {
 
-/// The application main on Qt. Chooses a display that answers, or the off-screen platform, which the system log hears
-/// of; leaves this program's own options alone; never ends because a window closed; never starts a session bus.
+/// The application main on Qt. Chooses a display that answers, or the off-screen platform, which it reports to the
+/// system log. Leaves this program's own options alone, never ends because a window closed, never starts a session bus.
 /// SIGTERM, SIGINT, SIGHUP and the end of the desktop session terminate it in the orderly way; a broken output pipe
-/// does not end it. One a process, on the main thread.
+/// does not end it. One per process, on the main thread.
 class QtApplication final : public Application {
 public:
     QtApplication(int argc, char* argv[]);
@@ -23,21 +23,21 @@ public:
 
     void terminate(const ApplicationDelegate* sender) override;
 
-    /// Whether the application may terminate now; without a check it always may.
+    /// Decides whether the application may terminate now; without a check it always may.
     void setTerminationCheck(std::function<bool()> check);
 
-    /// What runs at once when the application terminates on request, before the events that are still queued.
+    /// Runs at once when the application terminates on request, before the events that are still queued.
     void setTerminationHandler(std::function<void()> handler);
 
-    /// What runs last of all before the process ends through its exit handlers, however it was asked to.
+    /// Runs last, just before the process ends through its exit handlers, whatever made it end.
     void setEndingHandler(std::function<void()> handler);
 
-    /// What runs once the delegate has heard that launching has finished.
+    /// Runs after the delegate has been notified that launching has finished.
     void setLaunchedHandler(std::function<void()> handler);
 
-    /// Tells the delegate that launching has finished, turns the main run loop until the application is asked to
-    /// terminate, tells the delegate so, and ends the process with status 0 through its exit handlers. Nothing is
-    /// destroyed before that: other threads may still be at work.
+    /// Notifies the delegate that launching has finished, runs the main run loop until the application is asked to
+    /// terminate, notifies the delegate, and ends the process with status 0 through its exit handlers. Nothing is
+    /// destroyed before that: other threads may still be working.
     [[noreturn]] void run();
 
 private:

@@ -30,7 +30,7 @@ public:
         if (std::exchange(hasObservers, true)) {
             return;
         }
-        // Observers come one by one; the kept ones wait until all of this turn's are there.
+        // Observers register one by one; kept notifications wait until all observers of this turn have registered.
         QMetaObject::invokeMethod(
             &connection, [this] { deliverKept(); }, Qt::QueuedConnection);
     }
@@ -39,13 +39,14 @@ public:
         if (handOver != nullptr) {
             handOver->hear(notification, sender);
         }
-        // Our own offer comes back like every broadcast, perhaps when this process has become the one to convert. The
-        // launch arguments say the same, so it would be a second start of the same recording.
+        // Our own offer comes back like every broadcast, perhaps after this process has become the one that converts.
+        // The launch arguments announce the same recording, so this would start it twice.
         if (notification.name == offered && sender == connection.ownAddress()) {
             return;
         }
         if (EndingSignals::haveCome()) {
-            // The process ends before anything could come of it. Unanswered, a second launch keeps its recording.
+            // The process ends before it could act on this. A second launch that gets no acknowledgement keeps its
+            // recording.
             return;
         }
         if (!isDeliveringAtOnce) {
@@ -64,7 +65,7 @@ public:
     }
 
     void deliver(const DistributedNotification& notification) {
-        // Observers may come and go while they are called.
+        // Observers may be added and removed during the calls.
         const auto called = registrations;
         for (const auto& registration : called) {
             if (registration->active && registration->name == notification.name) {
@@ -79,7 +80,7 @@ public:
     bool hasObservers = false;
     bool isDeliveringAtOnce = false;
     LaunchHandOver* handOver = nullptr;
-    // The notification that was posted for another converter; empty when none was.
+    // The notification that was posted for another converter; empty if none was.
     std::string offered;
 };
 

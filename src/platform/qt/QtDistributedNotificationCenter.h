@@ -10,7 +10,7 @@
 
 namespace platform::qt {
 
-/// What a second launch needs to speak the meeting clients' language: notification names, then user-info keys.
+/// The names and keys that a second launch uses to act as a meeting client: notification names, then user-info keys.
 struct LaunchVocabulary {
     std::string recordingStarted;
     std::string acknowledgement;
@@ -26,14 +26,14 @@ struct LaunchVocabulary {
 /// `org.recordconverter.NotificationCenter.Posted(s name, s object, a{sv} userInfo)` at
 /// `/org/recordconverter/NotificationCenter`. An empty object means none; an empty user info arrives as none.
 ///
-/// Listens from its construction on: what arrives before the first observer is kept and delivered, in order, once the
-/// loop turns after that observer has come. Without a session bus, and after it has gone, the system log hears so
-/// once, and observers and posts do nothing. Made when the application object exists. Main thread.
+/// Listens from its construction on: notifications that arrive before the first observer are kept and delivered, in
+/// order, when the loop next runs after that observer was added. Without a session bus, and after losing it, observers
+/// and posts do nothing; the system log reports this once. Created after the application object. Main thread.
 class QtDistributedNotificationCenter final : public DistributedNotificationCenter {
 public:
     enum class HandOver {
-        done,          ///< the running converter has it: end this process
-        becamePrimary  ///< there is none any more, and this process now holds the name: go on
+        done,  ///< the running converter has it: end this process
+        becamePrimary  ///< no converter is left, and this process now owns the name: continue
     };
 
     QtDistributedNotificationCenter();
@@ -43,31 +43,30 @@ public:
     void removeObserver(const void* observer) override;
     void postNotification(const DistributedNotification& notification) override;
 
-    /// Delivers nothing more, for good. A process that is about to end must not accept what it can't do any more: a
-    /// launch that gets no answer from it takes its place.
+    /// Stops all deliveries for good. A process that is about to end must not accept what it can no longer do: a launch
+    /// that gets no acknowledgement from it takes its place.
     void stopDelivering();
 
-    /// Returns once the bus has taken everything that was posted; after a second at the latest.
+    /// Returns once the bus has accepted everything that was posted, or after one second.
     void flush();
 
     /// Runs `then` from the event loop once everything that other processes had sent before this call has been
-    /// delivered. Where there is no bus, or it does not answer within five seconds, without that.
+    /// delivered. If there is no bus, or it does not answer within five seconds, runs `then` without that.
     void afterDelivery(std::function<void()> then);
 
-    /// Runs `work` later, on the thread on which Qt reads from all of this process's buses. Never where there is no
+    /// Runs `work` later, on the thread on which Qt reads from all buses of this process. Never runs it if there is no
     /// bus.
     void runOnBusThread(std::function<void()> work);
 
-    /// Takes `busName` for this process, or leaves it to the process that holds it. True when this process holds it,
-    /// and where there is no bus that could know better.
+    /// Takes `busName` for this process, or leaves it to the process that owns it. True if this process owns it, or if
+    /// there is no bus.
     bool acquireName(const std::string& busName);
 
-    /// Gives the launch arguments of this process to the running holder of `busName`: posts the recording-started
-    /// notification when `meetingProcessId` is not 0 (without a path when `path` is absent) and waits up to 5 s for its
-    /// acknowledgement, then posts the spawn confirmation in the holder's name and flushes the bus. A holder that
-    /// leaves the bus before it has acknowledged is replaced by this process. One that stays silent is trusted to find
-    /// the notification in its queue; the system log hears so.
-    /// `extras` goes along with the notification.
+    /// Passes the launch arguments of this process to the owner of `busName`: posts the recording-started notification
+    /// if `meetingProcessId` is not 0 (without a path if `path` is absent), waits up to 5 s for its acknowledgement,
+    /// then posts the spawn confirmation on behalf of the owner and flushes the bus. If the owner leaves the bus before
+    /// it has acknowledged, this process takes its place. If it stays silent, the notification is assumed to wait in
+    /// its queue, and the system log reports this. `extras` is added to the notification.
     HandOver handOver(const std::string& busName, const LaunchVocabulary& words, std::int32_t meetingProcessId,
                       const std::optional<std::string>& path, const UserInfo& extras = {});
 

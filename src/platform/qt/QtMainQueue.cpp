@@ -12,8 +12,8 @@
 
 namespace platform::qt {
 
-// The event descriptor counts the tasks that wait, and each reading takes one. Qt's own event posting would do, but
-// its locks are invisible to the thread sanitizer; these are not.
+// The event descriptor counts the waiting tasks, and each read takes one. Qt's own event posting would work too, but
+// the thread sanitizer cannot see its locks; it sees these.
 struct QtMainQueue::State {
     State()
         : descriptor(eventfd(0, EFD_SEMAPHORE | EFD_CLOEXEC | EFD_NONBLOCK)),
@@ -62,7 +62,7 @@ void QtMainQueue::async(std::function<void()> task) {
         state_->tasks.push_back(std::move(task));
     }
     const std::uint64_t one = 1;
-    // Fails only when 2^64 tasks wait.
+    // Fails only if 2^64 tasks wait.
     [[maybe_unused]] const auto written = write(state_->descriptor, &one, sizeof one);
 }
 

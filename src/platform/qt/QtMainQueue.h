@@ -6,8 +6,8 @@
 
 namespace platform::qt {
 
-/// The queue of the main thread: one task each turn of Qt's event loop. Made on the main thread; tasks may be put
-/// before the loop turns. Ending it drops what has not run.
+/// The queue of the main thread: one task per iteration of Qt's event loop. Created on the main thread; tasks may be
+/// queued before the loop runs. The destructor drops tasks that have not run.
 class QtMainQueue final : public DispatchQueue {
 public:
     QtMainQueue();

@@ -14,7 +14,7 @@ namespace {
 class QtTimer final : public Timer, public std::enable_shared_from_this<QtTimer> {
 public:
     QtTimer(std::chrono::milliseconds interval, std::function<void()> fire) : fire_(std::move(fire)) {
-        // Coarse timers may come a twentieth too early.
+        // Coarse timers may fire up to a twentieth too early.
         timer_.setTimerType(Qt::PreciseTimer);
         timer_.setInterval(interval);
     }
@@ -47,7 +47,7 @@ private:
         }
     }
 
-    // On the loop's thread. May end this object.
+    // On the loop's thread. May destroy this object.
     void letGo() {
         timer_.stop();
         const auto last = std::move(self_);
@@ -57,7 +57,7 @@ private:
     const std::function<void()> fire_;
     std::atomic<bool> valid_{true};
     bool firing_ = false;
-    // The loop's hold on the timer.
+    // The reference with which the loop keeps the timer alive.
     std::shared_ptr<QtTimer> self_;
 };
 

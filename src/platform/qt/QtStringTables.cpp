@@ -16,7 +16,7 @@ constexpr const char* kLanguageOfKeys = "en";
 }  // namespace
 
 struct QtStringTables::Table {
-    // Empty for the language of the keys, and where no language has a table.
+    // Empty for the language of the keys, and if no language has a table.
     QTranslator translator;
 };
 
@@ -40,14 +40,14 @@ const QtStringTables::Table& QtStringTables::loaded(const std::string& table) co
         if (language == kLanguageOfKeys) {
             break;
         }
-        // The settings are text that anyone can edit: a language never leads out of the folder.
+        // Anyone can edit the settings: a language must never lead out of the folder.
         if (language.find('/') != std::string::npos) {
             continue;
         }
         std::string path = folder_;
         path.append("/").append(table).append("_").append(language).append(".qm");
         const auto file = QFile::decodeName(path.c_str());
-        // Asked first, because loading would otherwise try shorter names, another region's table among them.
+        // Checked first, because `load` would otherwise try shorter names, including the table of another region.
         if (QFile::exists(file) && slot->translator.load(file)) {
             break;
         }

@@ -13,9 +13,9 @@ class UserDefaults;
 
 namespace platform::qt {
 
-/// Tables compiled by Qt Linguist: `<folder>/<table>_<language>.qm`, the table's name as their context. The language
-/// is the first of the settings' "AppleLanguages" list that has such a table; "en" needs none, for its texts are the
-/// keys. Usable before the application object exists.
+/// Tables compiled by Qt Linguist: `<folder>/<table>_<language>.qm`, with the table's name as their context. The
+/// language is the first one in the settings' "AppleLanguages" list that has such a table; "en" needs none, because its
+/// texts are the keys. Usable before the application object exists.
 class QtStringTables final : public StringTables {
 public:
     /// `defaults` outlives this object.

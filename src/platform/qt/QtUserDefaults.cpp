@@ -24,7 +24,7 @@ std::string QtUserDefaults::standardFile() {
 }
 
 void QtUserDefaults::setStringList(const std::string& key, const std::vector<std::string>& list) {
-    // Most starts set what is there already; rewriting and syncing the file would only cost them time.
+    // Most starts set the value that is already there; rewriting and syncing the file would only cost time.
     if (settings_->ini.contains(QString::fromStdString(key)) && stringList(key) == list) {
         return;
     }

@@ -10,12 +10,12 @@ namespace platform::qt {
 /// The user's settings in an INI file that people can read and edit. Usable before the application object exists.
 class QtUserDefaults final : public UserDefaults {
 public:
-    /// `file` is made, with its folders, when something is written.
+    /// `file` is created, with its folders, on the first write.
     explicit QtUserDefaults(const std::string& file = standardFile());
     ~QtUserDefaults() override;
 
-    /// `$XDG_CONFIG_HOME/record-converter/record-converter.conf`; `~/.config` stands in for a variable that is unset
-    /// or no absolute path.
+    /// `$XDG_CONFIG_HOME/record-converter/record-converter.conf`; `~/.config` is used if the variable is unset or not
+    /// an absolute path.
     static std::string standardFile();
 
     void setStringList(const std::string& key, const std::vector<std::string>& list) override;

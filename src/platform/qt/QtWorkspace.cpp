@@ -40,12 +40,12 @@ bool startOpener(const QString& opener, const std::string& url) {
 
 const QString fileManager = QStringLiteral("org.freedesktop.FileManager1");
 
-/// False where no file manager runs, and none would be started, that selects things.
+/// False if no file manager that can select items runs, or could be started.
 bool selectsInFileManager(const FileURL& item) {
     if (!hasSessionBusAddress()) {
         return false;
     }
-    // It lives until the process ends, so that the request gets to the bus.
+    // Lives until the process ends, so that the request reaches the bus.
     static auto& connection = *new PrivateConnection(QDBusConnection::SessionBus, QStringLiteral("file manager"));
     const auto* const names = connection.bus().interface();
     if (names == nullptr ||

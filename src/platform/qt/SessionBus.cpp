@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kAddressVariable = "DBUS_SESSION_BUS_ADDRESS";
 constexpr const char* kFatalVariable = "DBUS_FATAL_WARNINGS";
 
-// A transport that no bus library has: asking for the bus fails at once.
+// No bus library knows this transport: connecting to the bus fails at once.
 constexpr const char* kNoSessionBusAddress = "none:";
 
 bool isFatalOurs = false;
@@ -38,9 +38,9 @@ void forbidStartingSessionBus() {
 }
 
 void outliveLostBus() {
-    // Where a service is to be watched just when its bus has gone, Qt waits for the answer to a question that could not
-    // be sent. The bus library takes that for a mistake in the program and ends it, a recording or not, unless told
-    // here that what it finds is only to be said. Whoever has set this to hunt for mistakes is heeded.
+    // If a service is to be watched just when its bus has been lost, Qt waits for the reply to a call that could not be
+    // sent. The bus library treats that as a programming error and ends the process, recording or not, unless it is
+    // told here to only print such errors. A value already in the environment wins.
     if (std::getenv(kFatalVariable) == nullptr) {
         isFatalOurs = setenv(kFatalVariable, "0", 1) == 0;
     }

@@ -9,7 +9,7 @@ namespace platform::qt {
 
 namespace {
 
-// Text positions are fixed-point numbers inside the toolkit; wider lines would overflow them.
+// Text positions are fixed-point numbers inside the toolkit; wider lines would overflow.
 constexpr double kWidestLine = 4.0e6;
 
 }  // namespace

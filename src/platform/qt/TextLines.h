@@ -13,10 +13,10 @@ class QPainter;
 
 namespace platform::qt {
 
-/// The toolkit's font for a font of the view model: one point is one pixel at scale 1.
+/// The toolkit's font for a font of the view model: at scale 1 one point is one pixel.
 QFont toolkitFont(const ui::Font& font);
 
-/// A text broken into lines at a width: the one way in which texts are measured and drawn, so that what was measured
+/// A text broken into lines at a width. Texts are measured and drawn only through this class, so that a measured text
 /// fits.
 class TextLines final {
 public:
@@ -24,7 +24,7 @@ public:
 
     QSizeF size() const { return size_; }
 
-    /// Where the lines break, and with which letters they are drawn.
+    /// Line breaks and glyphs of the text.
     const QTextLayout& layout() const { return layout_; }
 
     /// Draws from the top leading corner of `frame`.

@@ -13,7 +13,7 @@ namespace platform::qt {
 
 namespace {
 
-// The toolkit keeps its tray window to itself; it is known by its class alone.
+// The toolkit has no function for its tray window; only the window's class identifies it.
 xcb_window_t toolkitTrayWindow() {
     const auto widgets = QApplication::topLevelWidgets();
     for (const auto* widget : widgets) {
@@ -44,7 +44,7 @@ ui::Rect inPoints(double x, double y, double width, double height) {
     return {x, y, width, height};
 }
 
-// The window that an event is about, for the kinds that move or show windows.
+// The window that an event concerns, for event kinds that move or show windows.
 xcb_window_t subjectOf(const xcb_generic_event_t& event) {
     switch (event.response_type & 0x7f) {
     case XCB_CONFIGURE_NOTIFY:

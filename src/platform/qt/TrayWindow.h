@@ -10,18 +10,18 @@
 
 namespace platform::qt {
 
-/// The toolkit's own window inside an X11 tray: where it really stands, and when that changes. Trays move without
-/// telling what they hold, so the windows around it are listened to as well; nothing is polled. Main thread.
+/// The toolkit's own window inside an X11 tray: its actual position, and changes of it. A tray may move without
+/// notifying the windows it holds, so the windows around it are observed as well; nothing is polled. Main thread.
 class TrayWindow final : public QAbstractNativeEventFilter {
 public:
-    /// `moved` is called when the icon may have appeared, moved or gone.
+    /// `moved` is called when the icon may have appeared, moved or disappeared.
     explicit TrayWindow(std::function<void()> moved);
     ~TrayWindow() override;
 
     TrayWindow(const TrayWindow&) = delete;
     TrayWindow& operator=(const TrayWindow&) = delete;
 
-    /// The icon's place on the desktop (top left corner, y growing downward); absent while it is in no tray.
+    /// The icon's frame on the desktop (top left corner, y growing downward); absent while it is in no tray.
     std::optional<ui::Rect> desktopFrame();
 
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;

@@ -28,7 +28,7 @@ public:
         return pixmap;
     }
 
-    // What panels use, normal and high-density, so that none has to scale.
+    // The sizes that panels use, normal and high-density, so that none has to scale.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
         QList<QSize> sizes;
         for (const int side : {16, 20, 22, 24, 32, 40, 44, 48, 64}) {

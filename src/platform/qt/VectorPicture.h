@@ -10,16 +10,16 @@ class QPainter;
 
 namespace platform::qt {
 
-/// The drawing behind an image of the view model, sharp at every size. A file that can't be read draws nothing.
+/// The drawing of an image of the view model, sharp at every size. A file that cannot be read draws nothing.
 class VectorPicture final {
 public:
     explicit VectorPicture(const ui::Image& image);
     ~VectorPicture();
 
-    /// The drawing's own size; empty when there is no drawing.
+    /// The drawing's own size; empty if there is no drawing.
     QSizeF size() const;
 
-    /// As large as fits in `frame`, in its middle, proportions kept.
+    /// Draws as large as fits in `frame`, centred, with its proportions kept.
     void draw(QPainter& painter, const QRectF& frame) const;
 
 private:

@@ -31,8 +31,8 @@ QDBusMessage logoutRequest(const std::string& why) {
 
 }  // namespace
 
-// What has been granted lives as long as this: the login manager's lock is a descriptor in its answer, and the portal's
-// ends with the connection that asked for it.
+// Keeps what has been granted: the login manager's lock is a descriptor in its reply, and the portal's ends with the
+// connection that requested it.
 struct WorkInhibitor::Request {
     Request(QDBusConnection::BusType bus, QDBusMessage call) : connection(bus, QStringLiteral("inhibitor")) {
         if (connection.isConnected()) {

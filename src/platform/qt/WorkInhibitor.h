@@ -5,22 +5,22 @@
 
 namespace platform::qt {
 
-/// Asks the computer to wait a moment with sleeping and shutting down (the login manager's delay lock), and the desktop
-/// to ask before it logs out (the Inhibit portal), while work is under way. Where one of them is not there, or does not
-/// want to, nothing is said and nothing else happens; neither is ever started for this. Main thread.
+/// While work is in progress, asks the computer to delay sleep and shutdown (the login manager's delay lock) and the
+/// desktop to ask before it logs out (the Inhibit portal). If one of them is missing or refuses, nothing happens and
+/// nothing is logged; neither is started for this. Main thread.
 class WorkInhibitor final {
 public:
-    /// Both are shown to the user: who works, and at what.
+    /// Both are shown to the user: the program, and the work it does.
     WorkInhibitor(std::string who, std::string why);
     ~WorkInhibitor();
 
     WorkInhibitor(const WorkInhibitor&) = delete;
     WorkInhibitor& operator=(const WorkInhibitor&) = delete;
 
-    /// Asks both, and does not wait for their answers.
+    /// Requests both, without waiting for the replies.
     void hold();
 
-    /// Both are free at once, even where an answer is still on its way.
+    /// Releases both at once, even if a reply is still pending.
     void release();
 
 private:

@@ -12,7 +12,7 @@ class Control : public View {
 public:
     using View::View;
 
-    /// What a press runs; an empty function makes presses do nothing.
+    /// Called on each press; an empty function makes presses do nothing.
     void setAction(std::function<void()> action) { action_ = std::move(action); }
 
     void sendAction() const {
@@ -21,7 +21,7 @@ public:
         }
     }
 
-    /// A control that is not enabled is drawn so and takes no presses.
+    /// A disabled control is drawn as such and ignores presses.
     bool isEnabled() const { return enabled_; }
     void setEnabled(bool enabled) { enabled_ = enabled; }
 

@@ -5,24 +5,24 @@
 
 namespace platform::ui {
 
-/// A picture of the application's resources. What is in the file is the drawing provider's business.
+/// An image of the application's resources. Only the drawing provider knows the file's format.
 struct Image {
     std::string name;
     std::string file;
 };
 
-/// The application's pictures by name. Main thread.
+/// The application's images by name. Main thread.
 class ImageCatalog {
 public:
     virtual ~ImageCatalog() = default;
 
-    /// Null when the resources hold no image of that name.
+    /// Null if the resources hold no image of that name.
     virtual std::shared_ptr<const Image> imageNamed(const std::string& name) const = 0;
 
-    /// The catalogue that the provider installed; until then one without images.
+    /// The catalogue that the provider installed; one without images by default.
     static const ImageCatalog& standard();
 
-    /// Installs `catalog`, which must outlive every use; null takes it back.
+    /// Installs `catalog`, which must outlive every use; null removes it.
     static void setStandard(const ImageCatalog* catalog);
 };
 

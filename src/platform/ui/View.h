@@ -27,11 +27,11 @@ public:
     /// Keeps the origin.
     void setFrameSize(const Size& size);
 
-    /// A few words more about the view, for a pointer that rests on it and for screen readers. Empty by default.
+    /// A short description of the view, for tool tips and screen readers. Empty by default.
     const std::string& toolTip() const { return toolTip_; }
     void setToolTip(std::string toolTip) { toolTip_ = std::move(toolTip); }
 
-    /// Puts `view` on top of the subviews there are.
+    /// Puts `view` on top of the existing subviews.
     void addSubview(std::shared_ptr<View> view);
 
     /// Back to front.
