@@ -7,14 +7,14 @@
 
 namespace recordkeeping {
 
-/// Stands between the job runner and the application: passes every report on, and tells its owner of each job's
-/// beginning, progress and end. On the runner's threads.
+/// Sits between the job runner and the application: forwards every report, and notifies its owner of the start, progress
+/// and end of each job. Called on the runner's threads.
 class JobWatch final : public KTRMeetingRecordConvertingJobRunnerDelegate {
 public:
     using Item = std::shared_ptr<KTRMeetingRecordItem>;
 
-    /// `starting` runs before the application knows of the start, `ended` after it knows of the stop or error.
-    /// `keepsIntermediate` runs when the MP4 is whole and may only add to the application's answer.
+    /// `starting` runs before the application learns of the start, `ended` after it has learned of the stop or error.
+    /// `keepsIntermediate` runs when the MP4 is complete; it can make a file be kept, but not be removed.
     struct Hooks {
         std::function<void(const Item&)> starting;
         std::function<void(double percent)> progress;

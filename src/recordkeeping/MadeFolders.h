@@ -6,20 +6,20 @@
 
 namespace recordkeeping {
 
-/// Makes folders whose names survive a power cut once they have been synced. Any thread.
+/// Creates folders whose names survive a power cut once they have been synced. Any thread.
 class MadeFolders final {
 public:
-    /// Makes `path`, an absolute one, and what is missing above it, for this user alone.
+    /// Creates `path`, which must be absolute, and its missing parents, for this user only.
     void make(const std::string& path);
 
-    /// Brings the names of all folders that were made to the disk.
+    /// Syncs the names of all folders that were created.
     void sync();
 
 private:
     void makeOne(const std::string& path);
 
     std::mutex mutex_;
-    /// Those that have got a new name.
+    /// Folders that hold a new name.
     std::vector<std::string> unsynced_;
 };
 

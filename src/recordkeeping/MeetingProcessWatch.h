@@ -9,8 +9,8 @@
 namespace recordkeeping {
 
 /// The application's process watch. Reports an exit only once everything that the process sent on the bus has been
-/// delivered, and tells its owner of every end: also of a process that was gone when it was to be watched, on which
-/// the application's own guard stays silent. Main thread.
+/// delivered. Notifies its owner of every end, including that of a process that ended before it could be watched, which
+/// the application's own guard never reports. Main thread.
 class MeetingProcessWatch final : public platform::ProcessExitWatch {
 public:
     using Task = std::function<void()>;
@@ -21,12 +21,13 @@ public:
     /// `watch` outlives this object. It must report processes that it does not find to `noteGone`.
     MeetingProcessWatch(platform::ProcessExitWatch& watch, Barrier afterDelivery);
 
-    /// Called with each watched process's id after its exit has been reported, or when it turned out to be gone.
+    /// Called with the id of each watched process after its exit has been reported, or when it turned out to have
+    /// ended.
     void setEndHandler(EndHandler handler);
 
     void watch(std::int32_t processId, std::function<void(std::int32_t)> exited) override;
 
-    /// Watches the process for the end handler alone, unless it is being watched.
+    /// Watches the process for the end handler only, unless it is already watched.
     void watchIfUnwatched(std::int32_t processId);
 
     /// No process has this id.
@@ -38,7 +39,7 @@ private:
     platform::ProcessExitWatch& watch_;
     const Barrier afterDelivery_;
     EndHandler ended_;
-    /// Watches that have not reported, per process.
+    /// Watches that have not reported yet, per process.
     std::map<std::int32_t, int> armed_;
 };
 

@@ -5,8 +5,8 @@
 namespace recordkeeping {
 
 /// The application's run loop, on which it has one repeating timer, the quit check. Two jobs that run out together arm
-/// two checks, and the application keeps only the newer one, so the older one would tick until the end: this run loop
-/// stops a timer when the next one is made.
+/// two checks, and the application keeps only the newer one; the older one would tick until the end. So this run loop
+/// stops a timer when the next one is created.
 class NewestTimerRunLoop final : public platform::RunLoop {
 public:
     /// `runLoop` outlives this object.

@@ -28,7 +28,7 @@ std::string escaped(const std::string& bytes) {
     return text;
 }
 
-/// Absent when a percent sign is not followed by two hexadecimal digits.
+/// Absent if a percent sign is not followed by two hexadecimal digits.
 std::optional<std::string> unescaped(const std::string& text) {
     std::string bytes;
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -82,7 +82,7 @@ bool read(const std::string& text, std::string& bytes) {
     return found.has_value();
 }
 
-/// The lines between the first and the last; empty when either is missing.
+/// The lines between the first and the last; empty if either is missing.
 std::map<std::string, std::string> valuesOf(const std::string& text) {
     std::istringstream stream(text);
     std::string line;

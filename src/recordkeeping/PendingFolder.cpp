@@ -21,7 +21,7 @@ namespace recordkeeping {
 
 namespace {
 
-// A rest this old belongs to no write under way. Seconds.
+// A leftover of this age belongs to no write in progress. Seconds.
 constexpr std::time_t restAge = 60;
 
 std::string valueOf(const char* variable) {
@@ -164,7 +164,7 @@ void PendingFolder::remove(const std::string& name) {
     {
         const std::lock_guard lock(mutex_);
         fresh_.erase(name);
-        // In this order: what is left by a power cut between the two must not be the older content.
+        // In this order: if a power cut comes between the two, the older content must not remain.
         ::unlinkat(folder, name.c_str(), 0);
         ::unlinkat(folder, pendingnames::fresh(name).c_str(), 0);
     }
@@ -226,7 +226,7 @@ void PendingFolder::syncAll() {
 }
 
 void PendingFolder::syncFolder(int folder) {
-    // A name is as durable as its folder, and that as its own name.
+    // A name is only as durable as its folder, and the folder only as its own name.
     made_.sync();
     ::fsync(folder);
 }
@@ -243,7 +243,7 @@ void PendingFolder::syncOne(int folder, const std::string& name) {
         sync(folder, name);
         return;
     }
-    // Only what is on the disk may take the place of what is on the disk: file systems write names before content.
+    // Only synced content may replace synced content: file systems write names before content.
     const std::string fresh = pendingnames::fresh(name);
     const bool isSynced = sync(folder, fresh);
     const std::lock_guard lock(mutex_);

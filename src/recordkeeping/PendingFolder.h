@@ -18,46 +18,46 @@ class DispatchQueue;
 
 namespace recordkeeping {
 
-/// The folder that holds one file per pending recording. What is written survives the process at once, and a power cut
-/// as soon as a background thread has synced it; that thread ends when it has nothing left to sync. A folder that can't
-/// be used is said once in the system log, and nothing is kept then. Any thread.
+/// The folder that holds one file per pending recording. Entries survive the end of the process at once, and a power
+/// cut as soon as a background thread has synced them; that thread ends when it has nothing left to sync. If the folder
+/// cannot be used, the system log reports this once, and nothing is stored. Any thread.
 class PendingFolder final {
 public:
-    /// A file's name and what it holds.
+    /// The name of a file, and its content.
     using Named = std::pair<std::string, PendingEntry>;
 
-    /// $XDG_STATE_HOME/record-converter/pending; below ~/.local/state where that is not set. Empty without a home.
+    /// $XDG_STATE_HOME/record-converter/pending; below ~/.local/state if that is not set. Empty without a home.
     static std::string standardPath();
 
-    /// The syncing begins from a task on `later`, so that not even the start of its thread delays the caller. Both
-    /// outlive this object, and this object everything that they run. Touches no disk.
+    /// Syncing starts from a task on `later`, so that not even the start of its thread delays the caller. Both outlive
+    /// this object, which in turn outlives everything that they run for it. Does not access the disk.
     PendingFolder(std::string path, platform::BackgroundExecutor& executor, platform::DispatchQueue& later);
     ~PendingFolder();
 
     PendingFolder(const PendingFolder&) = delete;
     PendingFolder& operator=(const PendingFolder&) = delete;
 
-    /// All whole entries, oldest first. Removes what is none: the rest of a write that was cut off.
+    /// All complete entries, oldest first. Removes incomplete ones, which are leftovers of interrupted writes.
     std::vector<Named> read();
 
-    /// Writes a new file; its name, absent when that failed. Makes the folder where there is none.
+    /// Writes a new file and returns its name; absent if that failed. Creates the folder if it is missing.
     std::optional<std::string> add(const PendingEntry& entry);
 
-    /// Puts `entry` in the place of the file's content: a reader finds either the old or the new one, also after a
-    /// power cut. The new content stays in a hidden file beside the old until it has been synced.
+    /// Replaces the content of the file with `entry`: a reader finds either the old or the new one, even after a power
+    /// cut. The new content stays in a hidden file until it has been synced.
     void replace(const std::string& name, const PendingEntry& entry);
 
-    /// Content that another process had not yet brought to the disk takes its place now. Waits for the disk where there
-    /// is some. To be called before the entry of a process that has ended is replaced.
+    /// Makes content that another process had not yet synced replace the entry now, and waits for the disk if there is
+    /// any. Call before replacing an entry of a process that has ended.
     void takeFresh(const std::string& name);
 
-    /// Removes the entry with its newer content; nothing where `name` is empty.
+    /// Removes the entry and its newer content; does nothing if `name` is empty.
     void remove(const std::string& name);
 
-    /// On return the entry's newest content is on the disk, as far as the disk can tell.
+    /// When this returns, the entry's newest content is on the disk, as far as the disk reports.
     void syncNow(const std::string& name);
 
-    /// While it lives, no other process holds one on this folder. Waits for it.
+    /// While it exists, no other process can hold one on this folder. The constructor waits for it.
     class Lock final {
     public:
         explicit Lock(const PendingFolder& folder);
@@ -70,7 +70,7 @@ public:
     };
 
 private:
-    /// -1 when there is none and none can be made.
+    /// -1 if the folder does not exist and cannot be created.
     int descriptor();
     bool write(int folder, const std::string& name, int flags, const std::string& text);
     bool writeFresh(int folder, const std::string& name, const std::string& text);
@@ -79,9 +79,9 @@ private:
     void syncSoon(const std::string& name);
     void syncAll();
     void syncOne(int folder, const std::string& name);
-    /// All names in it, and its own.
+    /// Syncs all names in the folder, and its own name.
     void syncFolder(int folder);
-    /// Whether the file is there and on the disk.
+    /// Whether the file exists and has been synced.
     bool sync(int folder, const std::string& file);
     void sayTrouble(const std::string& what);
 
@@ -93,7 +93,7 @@ private:
     int descriptor_ = -1;
     bool hasSaidTrouble_ = false;
     std::set<std::string> unsynced_;
-    /// Entries with newer content in a hidden file, and how often that has been replaced.
+    /// Entries with newer content in a hidden file, and how often that content has been replaced.
     std::map<std::string, unsigned> fresh_;
     bool isSyncing_ = false;
 };

@@ -17,7 +17,7 @@ void PendingRecordings::announce(const Announcement& announcement) {
         kept.spokenFor == announcement.processId && (known.keep || !announcement.keep)) {
         return;
     }
-    // A path that is announced again keeps its entry's name: one entry per recording.
+    // A path that is announced again keeps its entry's name, so there is one entry per recording.
     kept.entry = {announcement.source,
                   processes_.identityOf(announcement.processId),
                   converter_,
@@ -79,7 +79,7 @@ std::vector<PendingEntry> PendingRecordings::takeOver() {
             continue;
         }
         if (kept_.contains(entry.source)) {
-            // The path was announced to this converter as well.
+            // The same path has been announced to this converter too.
             folder_.remove(name);
             continue;
         }
@@ -143,7 +143,7 @@ void PendingRecordings::noteConverting(const std::string& source, const std::str
         write(kept);
         name = kept.name;
     }
-    // An MP4 that is on the disk before its name is in the entry would be made a second time after a power cut.
+    // If the MP4 reached the disk before its name is in the entry, a power cut would have it made a second time.
     folder_.syncNow(name);
 }
 

@@ -32,7 +32,7 @@ const platform::UserInfoValue* entry(const platform::DistributedNotification& no
     return found == notification.userInfo->end() ? nullptr : &found->second;
 }
 
-/// 0 without one.
+/// 0 if there is none.
 std::int32_t number(const platform::DistributedNotification& notification, const char* key) {
     const auto* const value = entry(notification, key);
     return value != nullptr ? platform::integerValue(*value) : 0;
@@ -42,7 +42,7 @@ std::int32_t meetingProcessId(const platform::DistributedNotification& notificat
     return number(notification, kMeetingRecordNotificationKey_MeetingProcessId);
 }
 
-/// Empty without one.
+/// Empty if there is none.
 std::string intermediatePath(const platform::DistributedNotification& notification) {
     const auto* const value = entry(notification, kMeetingRecordNotificationKey_RecordIntermediatePath);
     return value != nullptr ? platform::textValue(*value).value_or("") : "";
@@ -121,7 +121,7 @@ void Recordkeeper::watchJobs() {
     const auto runner = application_->convertingJobRunner();
     runner->setDelegate(jobs_);
     // A step releases the media converter of the job before it, and one that works in the background may not have
-    // ended. Each job's end puts a step.
+    // ended. The end of each job queues a step.
     services_.gate.setGate([&runner = *runner] { return !runner.hasJobRunning(); });
 }
 
@@ -147,7 +147,7 @@ bool Recordkeeper::keepsIntermediate(const JobWatch::Item& item) {
 
 void Recordkeeper::noteJobEnded(const JobWatch::Item& item) {
     progress_.noteEnded();
-    // After the bubble, which the application has put on the main queue.
+    // After the bubble, which the application has queued on the main queue.
     platform_.mainQueue.async([this, item] { noteTold(item); });
 }
 
@@ -251,8 +251,8 @@ void Recordkeeper::noteHandled(const platform::DistributedNotification& notifica
         pending_.noteDue(processId);
         progress_.look();
     }
-    // The application guards a process from its first start on. A stop without one leaves an entry that nothing would
-    // ever take away.
+    // The application guards a process from its first start on. A stop without a start leaves an entry that nothing
+    // else would remove.
     if (isKnown(processId)) {
         processWatch_.watchIfUnwatched(processId);
     }

@@ -30,16 +30,16 @@ namespace recordkeeping {
 class JobWatch;
 class Recovery;
 
-/// Sees to it that the application forgets no recording and ends in the end, whatever dies around it and whatever
-/// happens at the same moment. Stands between the application and its platform. Main thread; lives until the process
+/// Makes sure that the application forgets no recording and eventually ends, whatever dies around it and whatever
+/// happens at the same moment. Sits between the application and its platform. Main thread; lives until the process
 /// ends.
 class Recordkeeper final {
 public:
-    /// What it needs besides the application's platform. All of it outlives this object.
+    /// Services that it needs in addition to the application's platform. All of them outlive this object.
     struct Services {
-        /// What makes serial queues in the platform; its busy handler calls `noteIdle`.
+        /// Creates the platform's serial queues; its busy handler calls `noteIdle`.
         platform::BusySerialQueueMaker& queues;
-        /// What `queues` makes its queues through: no step comes between a job and its end.
+        /// The maker that `queues` uses: lets no step run between the start of a job and its end.
         platform::GatedSerialQueueMaker& gate;
         MeetingProcessWatch::Barrier afterDelivery;
         PendingFolder& folder;
@@ -55,14 +55,14 @@ public:
     Recordkeeper(const Recordkeeper&) = delete;
     Recordkeeper& operator=(const Recordkeeper&) = delete;
 
-    /// What the application is to be handed in place of the platform.
+    /// The platform for the application, in place of the real one.
     platform::Platform platformForApplication();
 
-    /// The application that has been handed it. Once, before it is launched. Takes charge of what other converters have
-    /// left, and notes the recording that this process was launched for.
+    /// Sets the application that uses that platform. Once, before it is launched. Takes charge of what other converters
+    /// have left, and stores the recording that this process was launched for.
     void setApplication(std::shared_ptr<AppDelegate> application);
 
-    /// The application has finished launching. Gives it the recordings that other converters have left.
+    /// The application has finished launching. Passes to it the recordings that other converters have left.
     void noteLaunched();
 
     void noteIdle();
@@ -71,11 +71,10 @@ public:
     /// False while the application has or may get work.
     bool mayTerminate() const;
 
-    /// The process is about to end, or to start again: tells the system log what is left. False when nothing is. Any
-    /// thread.
+    /// The process is about to end or to restart: logs what is left. False if nothing is left. Any thread.
     bool noteEnding();
 
-    /// A meeting process that is known and writes nothing, so that no entry brings it back; absent when there is none.
+    /// A known meeting process that writes nothing, so that no entry would restore it; absent if there is none.
     std::optional<std::int32_t> meetingWithoutRecording() const;
 
 private:
@@ -83,11 +82,11 @@ private:
     void noteHandled(const platform::DistributedNotification& notification);
     void noteEnded(std::int32_t processId);
     void announceLaunch();
-    /// What `processId` is writing, under the very name that is known, where that is the file at `path`. Otherwise it
-    /// is stopped, and `path` comes back.
+    /// If `processId` is writing the file at `path`, returns the name under which that recording is known. Otherwise
+    /// stops its recording and returns `path`.
     std::string stopOlderRecording(std::int32_t processId, const std::string& path);
     void watchJobs();
-    // These three on the runner's threads.
+    // Called on the runner's threads: the next three.
     void noteStarting(const std::shared_ptr<KTRMeetingRecordItem>& item);
     bool keepsIntermediate(const std::shared_ptr<KTRMeetingRecordItem>& item);
     void noteJobEnded(const std::shared_ptr<KTRMeetingRecordItem>& item);
@@ -110,10 +109,10 @@ private:
     std::shared_ptr<JobWatch> jobs_;
     std::vector<PendingEntry> left_;
     std::mutex untoldMutex_;
-    /// Jobs from their start until their outcome has been told. A media converter may work on its own thread, so that
-    /// no queue has work meanwhile.
+    /// Jobs from their start until their result has been reported. A media converter may work on its own thread, in
+    /// which case no queue has work meanwhile.
     std::set<std::shared_ptr<KTRMeetingRecordItem>> untold_;
-    /// Those of this launch, for every recording that does not bring its own.
+    /// Values of this launch, for recordings that bring none of their own.
     std::int32_t launchLanguage_ = 1;
     bool launchKeeps_ = false;
     std::int32_t language_ = 1;

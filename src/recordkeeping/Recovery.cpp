@@ -35,7 +35,7 @@ bool Recovery::bring(const std::vector<PendingEntry>& entries) {
 }
 
 bool Recovery::isSaved(const PendingEntry& entry) const {
-    // The destination was free when the attempt began, and an MP4 appears there whole or not at all.
+    // The destination was free when the attempt started, and an MP4 appears there complete or not at all.
     return !entry.destination.empty() && files_.fileExistsAtPath(entry.destination, nullptr);
 }
 
@@ -67,7 +67,7 @@ void Recovery::bringOne(const PendingEntry& entry) {
 void Recovery::announceAgain(const PendingEntry& entry) {
     const auto processId = entry.meeting.processId;
     if (isWriting(processId)) {
-        // The process has gone on to another recording, so this one is complete.
+        // The process has moved on to another recording, so this one is complete.
         groups_[0].push_back(entry.source);
         return;
     }
@@ -94,7 +94,7 @@ void Recovery::convertGroups() {
 }
 
 std::int32_t Recovery::idFor(const PendingEntry& entry) const {
-    // The id may have been given to another process, which may be recording: 0 is nobody's.
+    // The id may have been reused by a process that is recording: 0 belongs to no process.
     const auto processId = entry.meeting.processId;
     const bool isFree = processId > 0 && processes_.identityOf(processId).startTime == 0 &&
                         !application_.meetingPool()->meetingApps().contains(processId);

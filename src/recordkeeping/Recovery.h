@@ -17,15 +17,15 @@ namespace recordkeeping {
 
 class TappedNotificationCenter;
 
-/// Brings recordings that another converter has left to the application, by the notifications of a meeting client, and
-/// tells the user of those that were saved but not told. Main thread.
+/// Passes recordings that another converter has left to the application, in the form of a meeting client's
+/// notifications, and tells the user about those that were saved but not reported. Main thread.
 class Recovery final {
 public:
     Recovery(AppDelegate& application, TappedNotificationCenter& center, PendingRecordings& pending,
              const platform::ProcessIdentities& processes, const platform::FileManager& files);
 
-    /// `entries` as `PendingRecordings::takeOver` returned them. True when there was any: an
-    /// application that was started for them alone may end then.
+    /// `entries` is the result of `PendingRecordings::takeOver`. True if there were any: an application that was
+    /// started only for them may then end.
     bool bring(const std::vector<PendingEntry>& entries);
 
 private:
@@ -44,7 +44,7 @@ private:
     PendingRecordings& pending_;
     const platform::ProcessIdentities& processes_;
     const platform::FileManager& files_;
-    /// Recordings whose process is gone, by the id under which the application gets them.
+    /// Recordings whose process has ended, by the id under which the application gets them.
     std::map<std::int32_t, Group> groups_;
     bool hasWork_ = false;
 };

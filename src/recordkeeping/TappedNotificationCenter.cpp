@@ -36,7 +36,7 @@ void TappedNotificationCenter::setHooks(Hook before, Hook after) {
 
 void TappedNotificationCenter::speak(const platform::DistributedNotification& notification) {
     const bool wasSpeaking = std::exchange(isSpeaking_, true);
-    // Observers may come and go while they are called.
+    // Observers may be added and removed during the calls.
     const auto called = registrations_;
     for (const auto& registration : called) {
         if (registration->name == notification.name) {

@@ -9,9 +9,9 @@
 
 namespace recordkeeping {
 
-/// The application's notification center: passes everything on to and from the real one, lets its owner look at each
-/// notification before and after the application has handled it, and lets its owner speak to the application as a
-/// meeting client does. Main thread.
+/// The application's notification center: forwards everything to and from the real one, lets its owner inspect each
+/// notification before and after the application has handled it, and lets its owner send notifications to the
+/// application as a meeting client does. Main thread.
 class TappedNotificationCenter final : public platform::DistributedNotificationCenter {
 public:
     using Hook = std::function<void(const platform::DistributedNotification&)>;
@@ -26,8 +26,8 @@ public:
     /// `before` runs before an observer gets a notification from the bus, `after` once it has returned.
     void setHooks(Hook before, Hook after);
 
-    /// Gives `notification` to the application's observers at once, without the hooks. Nothing that they post meanwhile
-    /// reaches the bus: no process is waiting for an answer.
+    /// Delivers `notification` to the application's observers at once, without the hooks. Nothing that they post
+    /// meanwhile reaches the bus, because no process waits for an acknowledgement.
     void speak(const platform::DistributedNotification& notification);
 
 private:

@@ -11,13 +11,13 @@ WorkWatch::WorkWatch(AppDelegate& application, const platform::BusySerialQueueMa
     : application_(application), queues_(queues), mainQueue_(mainQueue) {}
 
 void WorkWatch::look() {
-    // A process that comes and goes before the look has been served all the same.
+    // A process that came and went before this check has been served too.
     hasServed_ = hasServed_ || application_.meetingPool()->countOfMeetingProcesses() > 0;
     if (willLook_) {
         return;
     }
     willLook_ = true;
-    // Not at once: a quit check that is being begun makes its timer in a task on this queue.
+    // Not at once: a quit check that is being started creates its timer in a task on this queue.
     mainQueue_.async([this] {
         willLook_ = false;
         putRight();
@@ -50,7 +50,7 @@ void WorkWatch::putRight() {
     const bool hasTimer = application_.checkNeedTerminateTimer() != nullptr;
     if (isMeeting && (hasTimer || application_.bAllTaskFinished())) {
         application_.setBAllTaskFinished(false);
-        // A check that is being begun makes its timer later.
+        // A check that is being started creates its timer later.
         look();
     } else if (!isMeeting && hasServed_ && !(hasTimer && application_.bAllTaskFinished())) {
         application_.setBAllTaskFinished(true);

@@ -9,26 +9,26 @@ class AppDelegate;
 
 namespace recordkeeping {
 
-/// Puts right what the application's own order leaves open between its threads: a job that waits although no step will
-/// come, a quit check that was not begun although nothing is left, and one that was begun although a meeting records.
-/// Main thread.
+/// Closes the gaps that the application's own order leaves between its threads: a job that waits although no step will
+/// come, a quit check that was not started although nothing is left, and one that was started although a meeting
+/// records. Main thread.
 class WorkWatch final {
 public:
     /// All of them outlive this object. `queues` made the application's conversion queue.
     WorkWatch(AppDelegate& application, const platform::BusySerialQueueMaker& queues,
               platform::DispatchQueue& mainQueue);
 
-    /// Something may have changed: a notification has been handled, a process has ended, the queue has become idle.
-    /// Looks at the application once everything that is on the main queue now has run.
+    /// Something may have changed: a notification has been handled, a process has ended, or the queue has become idle.
+    /// Checks the application once everything that is on the main queue now has run.
     void look();
 
     /// The conversion queue has no work left.
     void noteIdle();
 
-    /// Counts as work done, so that the application ends when there is none left.
+    /// Counts as work done, so that the application ends once none is left.
     void noteServed() { hasServed_ = true; }
 
-    /// False while a job waits or runs, and while a meeting process is known.
+    /// False while a job waits or runs, or a meeting process is known.
     bool mayTerminate() const;
 
 private:
@@ -38,7 +38,7 @@ private:
     AppDelegate& application_;
     const platform::BusySerialQueueMaker& queues_;
     platform::DispatchQueue& mainQueue_;
-    /// A meeting has been known or a job has run. A launch without either waits for the first one.
+    /// A meeting process has been known or a job has run. A launch without either waits for the first one.
     bool hasServed_ = false;
     bool willLook_ = false;
 };
