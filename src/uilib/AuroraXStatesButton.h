@@ -7,12 +7,12 @@
 #include <memory>
 #include <utility>
 
-/// The states of an image button, with the codes that images are set for.
+/// The states of an image button, with the codes under which images are set.
 enum class AuroraButtonState { disabled = 0, normal = 1, hover = 2, focused = 3, pressed = 4 };
 
 enum class AuroraImagePosition { imageOverlaps = 6 };
 
-/// A push button that shows one image a state. Passive: the kit's provider draws it and sends its presses.
+/// A push button that shows one image per state. Passive: the kit's provider draws it and reports its presses.
 class AuroraXStatesButton final : public platform::ui::Control {
 public:
     using Control::Control;
@@ -20,7 +20,7 @@ public:
     AuroraImagePosition imagePosition() const { return imagePosition_; }
     void setImagePosition(AuroraImagePosition position) { imagePosition_ = position; }
 
-    /// Null when none was set for the state: the state shows nothing.
+    /// Null if none was set for the state; the state then shows nothing.
     std::shared_ptr<const platform::ui::Image> buttonImage(AuroraButtonState state) const {
         const auto found = images_.find(state);
         return found == images_.end() ? nullptr : found->second;

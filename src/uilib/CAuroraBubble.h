@@ -6,32 +6,32 @@
 
 #include <memory>
 
-/// A bubble window that shows one view, at the view's frame size. The kit keeps a bubble that is on the screen alive,
-/// whoever lets go of it, until it has closed. Main thread.
+/// A bubble window that shows one view, at the view's frame size. The kit keeps a bubble that is on the screen alive
+/// until it has closed. Main thread.
 ///
-/// When a bubble closes, by `close`, by its fade record or by the user, the platform's notification center carries
-/// `WindowWillCloseNotification` with the bubble as the object: once, on the main thread, and only after the call
-/// that asked for the closing has returned.
+/// When a bubble closes, through `close`, its fade record or the user, the platform's notification center posts
+/// `WindowWillCloseNotification` with the bubble as the object: once, on the main thread, and only after the call that
+/// asked for the closing has returned.
 class CAuroraBubble {
 public:
-    /// The option of `showAtAndBindInViewOption` that this application uses: hang below the point.
+    /// The option of `showAtAndBindInViewOption` that this application uses: below the point.
     static constexpr int hangBelow = 1;
 
     virtual ~CAuroraBubble() = default;
 
     /// Shows the bubble attached at `point` of `anchor`, in the anchor's own coordinates; never takes the keyboard
-    /// focus. Without an anchor, or where its place on the screen is unknown, the kit chooses a place.
+    /// focus. Without an anchor, or if its position on the screen is unknown, the kit chooses a place.
     virtual void showAtAndBindInViewOption(const platform::ui::Point& point,
                                            const std::shared_ptr<platform::ui::View>& anchor, int option) = 0;
 
-    /// The view that the bubble was made with.
+    /// The view that the bubble was created with.
     virtual std::shared_ptr<platform::ui::View> clientView() const = 0;
 
-    /// Fades the bubble out and closes it. Does nothing when it is closing or closed already.
+    /// Fades the bubble out and closes it. Does nothing if it is closing or closed already.
     virtual void close() = 0;
 };
 
-/// Makes the kit's bubbles.
+/// Creates the kit's bubbles.
 class AuroraBubbleMaker {
 public:
     virtual ~AuroraBubbleMaker() = default;

@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-/// The arrow by which a bubble points at what it hangs from. Lengths in points.
+/// The arrow with which a bubble points at its anchor. Lengths in points.
 struct AuroraArrowRecord {
     std::int64_t side = 0;         ///< 6: at the top edge, pointing up, under the anchor
     double width = 0;              ///< at its base
@@ -26,11 +26,11 @@ struct AuroraFadeRecord {
     friend bool operator==(const AuroraFadeRecord&, const AuroraFadeRecord&) = default;
 };
 
-/// A record packed as an object, as the description's setters take it.
+/// A record as a shared object, the form that the description's setters take.
 using AuroraArrowDescription = std::shared_ptr<const AuroraArrowRecord>;
 using AuroraFadeDescription = std::shared_ptr<const AuroraFadeRecord>;
 
-/// How one bubble looks and behaves. Made per bubble, never shared. Main thread.
+/// The look and behaviour of one bubble. Created per bubble, never shared. Main thread.
 class CAuroraBubbleDescription final {
 public:
     /// The kit's defaults: no arrow, no fading, closable, opaque black without border, square corners.
@@ -45,7 +45,7 @@ public:
     const AuroraArrowDescription& arrowDescription() const { return arrowDescription_; }
     void setArrowDescription(AuroraArrowDescription arrow) { arrowDescription_ = std::move(arrow); }
 
-    /// Whether the bubble fades by its fade description; without, it stays until it is closed.
+    /// Whether the bubble fades according to its fade description; otherwise it stays until it is closed.
     bool bFade() const { return bFade_; }
     void setBFade(bool fades) { bFade_ = fades; }
 
@@ -66,7 +66,7 @@ public:
     bool bClosable() const { return bClosable_; }
     void setBClosable(bool closable) { bClosable_ = closable; }
 
-    /// Whether the kit adds an information picture of its own.
+    /// Whether the kit adds an information image of its own.
     bool bInfoImage() const { return bInfoImage_; }
     void setBInfoImage(bool infoImage) { bInfoImage_ = infoImage; }
 

@@ -2,8 +2,8 @@
 
 namespace uilib::qt {
 
-/// From here on screen readers find every bubble's window in the role of a notification, which they read out when it is
-/// shown, without being sent there. Any number of times.
+/// From here on screen readers see the window of every bubble in the role of a notification, which they read out when
+/// it appears, without navigating to it. May be called any number of times.
 void announceAsNotifications();
 
 }  // namespace uilib::qt

@@ -13,7 +13,7 @@ constexpr std::chrono::milliseconds kLeastAfterHolding{3000};
 
 BubbleClock::BubbleClock(std::function<void()> ranOut) {
     timer_.setSingleShot(true);
-    // Coarse timers may come a twentieth too early.
+    // Coarse timers may fire up to a twentieth too early.
     timer_.setTimerType(Qt::PreciseTimer);
     QObject::connect(&timer_, &QTimer::timeout, [ranOut = std::move(ranOut)] { ranOut(); });
 }

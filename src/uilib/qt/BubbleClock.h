@@ -6,16 +6,16 @@
 
 namespace uilib::qt {
 
-/// The time that a bubble is still to be shown. It stands still while it is held, and at least three seconds are left
-/// when it is let go. Costs nothing while it stands still. Main thread.
+/// The remaining display time of a bubble. It pauses while it is held, and at least three seconds are left when it is
+/// released. Costs nothing while paused. Main thread.
 class BubbleClock final {
 public:
     explicit BubbleClock(std::function<void()> ranOut);
 
-    /// Starts with `time` to go; it runs unless it is held.
+    /// Starts with `time` left; runs unless it is held.
     void start(std::chrono::milliseconds time);
 
-    /// For good.
+    /// Stops for good.
     void stop();
 
     void setHeld(bool held);

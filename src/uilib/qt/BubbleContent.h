@@ -10,7 +10,7 @@
 
 namespace uilib::qt {
 
-/// What a bubble says, apart from its drawing: for desktops that draw it in their own way.
+/// The content of a bubble without its drawing, for desktops that draw it in their own way.
 struct BubbleContent {
     struct Button {
         std::string title;
@@ -20,13 +20,13 @@ struct BubbleContent {
     enum class Kind { news, success, failure };
 
     std::string text;
-    /// The name of the file that the text is about; empty where there is none.
+    /// The name of the file that the text refers to; empty if there is none.
     std::string detail;
-    /// The titled ones, in the view's order; the close button is the desktop's own affair.
+    /// The buttons with a title, in the view's order; the desktop provides its own close button.
     std::vector<Button> buttons;
-    /// By the bubble's picture.
+    /// Derived from the bubble's image.
     Kind kind = Kind::news;
-    /// Null where the bubble has none.
+    /// Null if the bubble has none.
     std::shared_ptr<const platform::ui::Image> picture;
 };
 

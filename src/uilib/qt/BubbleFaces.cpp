@@ -8,7 +8,8 @@ namespace uilib::qt {
 
 namespace {
 
-// The library that tiling Wayland compositors share centres every X11 window that it manages and gives it the keyboard.
+// The library that tiling Wayland compositors share centres every X11 window that it manages and gives it the keyboard
+// focus.
 const QByteArray kCentringWindowManager = "wlroots wm";
 
 }  // namespace

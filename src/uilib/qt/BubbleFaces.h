@@ -6,29 +6,29 @@ namespace uilib::qt {
 
 /// The ways in which a bubble can reach the user.
 enum class BubbleFace {
-    /// A window of ours that the desktop leaves where it belongs.
+    /// A window of ours that the desktop leaves where it was put.
     window,
     /// A desktop notification.
     notification,
-    /// A window that the window manager never gets to know.
+    /// A window that bypasses the window manager.
     unmanagedWindow,
     /// One sentence in the system log.
     sentence,
 };
 
-/// What the session can do about windows.
+/// What the session supports for windows.
 struct Session {
     enum class Display { none, x11, wayland };
 
     Display display = Display::none;
-    /// Windows stand where they ask to stand, without the keyboard.
+    /// Windows appear where they ask to be, without the keyboard focus.
     bool canPlaceWindows = false;
 };
 
-/// What a bubble tries, best first; never empty.
+/// The faces that a bubble tries, best first; never empty.
 std::vector<BubbleFace> facesFor(const Session& session);
 
-/// Asks the display. Needs the application object.
+/// Queries the display. Needs the application object.
 Session currentSession();
 
 }  // namespace uilib::qt

@@ -15,18 +15,18 @@ double bottom(const Rect& rect) {
     return rect.y + rect.height;
 }
 
-/// As close to `wanted` as fits between the screen's edges; the left edge wins where nothing fits.
+/// As close to `wanted` as fits between the screen's edges; if it does not fit, the left edge wins.
 double pushedInside(double wanted, double width, const Rect& available) {
     return std::max(available.x + kBubbleGap, std::min(wanted, right(available) - kBubbleGap - width));
 }
 
-/// Columns of bubbles that grow away from where the first hangs.
+/// Columns of bubbles that grow away from the first one.
 class Columns {
 public:
     Columns(const Rect& available, bool growsUp, double start)
         : available_(available), growsUp_(growsUp), start_(start), next_(start) {}
 
-    /// Absent when there is no room left.
+    /// Absent if there is no room left.
     std::optional<Rect> add(const Size& body, double wantedLeft) {
         const bool isFirst = leftmost_ > rightmost_;
         if (!isFirst && !fits(body.height) && next_ != start_) {
@@ -80,7 +80,7 @@ private:
     double leftmost_ = std::numeric_limits<double>::max();
     double rightmost_ = std::numeric_limits<double>::lowest();
     Side side_ = Side::middle;
-    // Of the columns before, where the present one stands beside them.
+    // The edge of the earlier columns, next to which the present one stands.
     double edge_ = 0;
 };
 

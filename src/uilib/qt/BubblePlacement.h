@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-/// Where bubbles go. Desktop coordinates: x and y of a rectangle are its top left corner, y growing downward.
+/// Placement of bubbles. Desktop coordinates: x and y of a rectangle are its top left corner, y growing downward.
 namespace uilib::qt {
 
 using platform::ui::Rect;
@@ -19,16 +19,16 @@ enum class ArrowEdge { none, top, bottom };
 
 enum class Corner { topRight, bottomRight };
 
-/// The right corner at the edge where panels take room from the screen: the bottom one only where the top is free.
+/// The right corner at the edge where panels reserve room; the bottom one only if the top is free.
 Corner cornerBesidePanel(const Rect& screen, const Rect& available);
 
-/// What bubbles hang from and must stay inside.
+/// The anchor of the bubbles, and the area they must stay in.
 struct Surroundings {
-    /// The status icon; absent where there is none, or where its place is unknown.
+    /// The status icon; absent if there is none, or if its position is unknown.
     std::optional<Rect> icon;
     /// The part of the screen that panels leave free.
     Rect available;
-    /// Where bubbles without an icon stand: beside the panel that would hold it.
+    /// Where bubbles without an icon go: beside the panel that would hold it.
     Corner corner = Corner::topRight;
 };
 
@@ -40,11 +40,11 @@ struct Place {
     double arrowTip = 0;
 };
 
-/// Places bodies of the given sizes, the longest shown first. The first hangs below the icon, its arrow touching the
-/// middle of the icon's lower edge, or stands above it where there is no room below; it is pushed sideways to stay on
-/// the screen. Without an icon it stands in the corner. Each further one follows the one before; a full column goes on
-/// to its left, then to its right. None covers another: where the screen is full, the places end early, but never
-/// before the first. The place of a body depends on those before it alone.
+/// Places bodies of the given sizes, the one shown longest first. The first one is placed below the icon, its arrow
+/// touching the middle of the icon's lower edge, or above it if there is no room below; it is moved sideways to stay on
+/// the screen. Without an icon it is placed in the corner. Each further one follows the one before; a full column
+/// continues to its left, then to its right. No body covers another: if the screen is full, the list of places ends
+/// early, but it always has the first. The place of a body depends only on those before it.
 std::vector<Place> placeBubbles(const Surroundings& surroundings, const AuroraArrowRecord& arrow,
                                 const std::vector<Size>& bodies);
 

@@ -27,7 +27,7 @@ QPainterPath bubbleOutline(const QRectF& body, double cornerRadius, const Aurora
     const double most = body.right() - cornerRadius - half;
     const double base = std::max(least, std::min(tipX, most));
     const bool isTop = edge == ArrowEdge::top;
-    // Into the body by a hair, so that no seam shows where the two meet.
+    // Slightly inside the body, so that no seam shows where the two meet.
     const double baseY = isTop ? body.top() + 0.5 : body.bottom() - 0.5;
     const double tipY = isTop ? body.top() - arrow.height : body.bottom() + arrow.height;
 
@@ -43,7 +43,7 @@ void drawShadow(QPainter& painter, const QPainterPath& outline) {
     painter.save();
     painter.translate(0, kShadowDrop);
     painter.setBrush(Qt::NoBrush);
-    // Strokes of growing width, each faint: their sum falls off softly, without a blur to compute.
+    // Strokes of growing width, each faint, add up to a soft falloff, so no blur has to be computed.
     const double darkness = 2 * kShadowDarkness / kShadowExtent;
     double light = 1;
     for (int width = 1; width <= kShadowExtent - static_cast<int>(kShadowDrop); ++width) {
@@ -55,7 +55,7 @@ void drawShadow(QPainter& painter, const QPainterPath& outline) {
         pen.setJoinStyle(Qt::RoundJoin);
         painter.strokePath(outline, pen);
     }
-    // Strokes fall off inward as well, and the body leaves the lowest part of that uncovered.
+    // Strokes fall off inward as well, and the body leaves the lowest part of that visible.
     QColor darkest(Qt::black);
     darkest.setAlphaF(static_cast<float>(1 - light));
     painter.setCompositionMode(QPainter::CompositionMode_Source);

@@ -13,8 +13,8 @@ namespace uilib::qt {
 /// Room that the shadow takes on every side. Points.
 constexpr int kShadowExtent = 12;
 
-/// The outline of a bubble whose body is `body`: rounded corners, and an arrow at `edge` with its tip `tip` points from
-/// the body's left. Near a corner the arrow leans, so that its tip stays where it points and its base on the edge.
+/// The outline of a bubble with the body `body`: rounded corners, and an arrow at `edge` with its tip `tip` points from
+/// the body's left. Near a corner the arrow leans, so that its tip keeps its position and its base stays on the edge.
 QPainterPath bubbleOutline(const QRectF& body, double cornerRadius, const AuroraArrowRecord& arrow, ArrowEdge edge,
                            double tip);
 

@@ -105,8 +105,8 @@ void BubbleStack::remove(const QtAuroraBubble& bubble) {
         settling_.stop();
         slots_.clear();
         if (allGone_) {
-            // The last bubble goes only after this call, its window later still, and then what it has set going on the
-            // bus and the screen.
+            // The last bubble is destroyed only after this call, its window later still, and then everything that it
+            // has started on the bus and the screen.
             QTimer::singleShot(kRest, qApp, allGone_);
         }
     }
@@ -139,7 +139,7 @@ Surroundings BubbleStack::surroundings(const QtAuroraBubble& first) {
     if (!icon) {
         return withoutIcon();
     }
-    // The point is in the anchor's own coordinates; the desktop may show the anchor at another size.
+    // The point is in the anchor's own coordinates; the desktop may show the anchor in another size.
     const double width = first.anchor()->frame().width;
     const double across = width > 0 ? first.point().x / width : 0.5;
     const double x = icon->x + icon->width * across;

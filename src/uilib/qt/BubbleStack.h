@@ -21,8 +21,9 @@ namespace uilib::qt {
 class QtAuroraBubble;
 class ScreenWatch;
 
-/// The open bubbles, the longest shown first: keeps them alive, and those that are windows in their places. While the
-/// pointer or the keyboard is in any of them, the whole stack stands still, clocks and positions. Main thread.
+/// The open bubbles, the one shown longest first: keeps them alive, and places those that are windows. While the
+/// pointer or the keyboard focus is in any of them, the clocks and positions of the whole stack are frozen. Main
+/// thread.
 class BubbleStack final {
 public:
     /// `statusBar` outlives every bubble.
@@ -32,36 +33,36 @@ public:
     BubbleStack(const BubbleStack&) = delete;
     BubbleStack& operator=(const BubbleStack&) = delete;
 
-    /// `handler` is called from the event loop a second after the last open bubble has gone, each time, also where the
-    /// next has come meanwhile.
+    /// `handler` is called from the event loop one second after the last open bubble has closed, each time, even if
+    /// another has opened meanwhile.
     void setAllGoneHandler(std::function<void()> handler);
 
     void add(std::shared_ptr<QtAuroraBubble> bubble);
     void remove(const QtAuroraBubble& bubble);
 
-    /// The pointer or the keyboard came to the bubble (true) or left it (false).
+    /// The pointer or the keyboard focus has entered the bubble (true) or left it (false).
     void setAttended(const QtAuroraBubble& bubble, bool isAttended);
 
-    /// Gives the keyboard to the bubble that came last, if it is a window.
+    /// Gives the keyboard focus to the newest bubble, if it is a window.
     void giveKeyboard();
 
-    /// Asks the desktop how bubbles are to look, and from then on follows its answer.
+    /// Asks the desktop for the preferred look of bubbles, and follows its changes from then on.
     void learnTaste();
 
-    /// What is known of it; asks where nothing has been asked yet.
+    /// The look as far as it is known; asks the desktop if that has not been done yet.
     BubbleWindow::Taste taste();
 
-    /// Whether it is known where the icon stands that the bubble hangs from.
+    /// Whether the position of the icon that the bubble is attached to is known.
     bool hasIconPlace(const QtAuroraBubble& bubble) const;
 
-    /// Puts every bubble where it belongs now, if the stack need not stand still, and each new one into the next free
-    /// place. One that is leaving stays where it fades, and the next takes its place.
+    /// Puts every bubble in its current place, unless the stack is frozen, and each new one in the next free place. A
+    /// bubble that is fading out stays there, and the next one takes its place.
     void arrange();
 
 private:
     /// One place in the column.
     struct Slot {
-        /// Null when it has gone and the stack stands still.
+        /// Null if it has closed while the stack is frozen.
         const QtAuroraBubble* bubble;
         Size body;
     };
@@ -75,14 +76,14 @@ private:
     std::vector<std::shared_ptr<QtAuroraBubble>> bubbles_;
     std::vector<Slot> slots_;
     std::set<const QtAuroraBubble*> attended_;
-    // Runs on for a moment after the pointer or the keyboard has left.
+    // Continues for a moment after the pointer or the keyboard focus has left.
     QTimer settling_;
     Surroundings surroundings_;
     AuroraArrowDescription arrow_;
-    // Where the stack stands without an icon, as long as it has bubbles.
+    // The screen of a stack without an icon, as long as it has bubbles.
     QPointer<QScreen> screen_;
     std::unique_ptr<const DesktopTaste> taste_;
-    // Only while a bubble is open.
+    // Exists only while a bubble is open.
     std::unique_ptr<ScreenWatch> screenWatch_;
     std::function<void()> allGone_;
 };

@@ -21,7 +21,7 @@ namespace {
 
 // Milliseconds.
 constexpr int kSlide = 150;
-// 3 to 1 on black. The widget of the client view stands above, and leaves its edge transparent.
+// 3 to 1 on black. The client view's widget lies above, and leaves its edge transparent.
 const QColor kInnerOutline(96, 96, 96);
 constexpr double kInnerOutlineWidth = 1;
 
@@ -35,8 +35,8 @@ AuroraArrowRecord arrowOf(const CAuroraBubbleDescription& description) {
                                                                      : AuroraArrowRecord();
 }
 
-// Without a kind of its own (tool, dialog) the window is nothing but a notification: window managers hide the tools of
-// an application that is not the active one.
+// Without a kind of its own (tool, dialog) the window is only a notification: window managers hide the tools of an
+// application that is not the active one.
 Qt::WindowFlags flagsFor(BubbleWindow::Host host) {
     const Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                                   Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint;
@@ -58,11 +58,11 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
       canFade_(canFadeWindows() && !taste.lessMotion),
       canSlide_(!taste.lessMotion),
       hasEdge_(taste.moreContrast) {
-    // Before the first text: the toolkit keeps the first answer to what a window is.
+    // Before the first text, because the toolkit keeps the first role it gets for a window.
     announceAsNotifications();
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground);
-    // Off-screen there is nothing to show it on, only to draw it for.
+    // Off-screen there is nothing to show it on; it is only drawn.
     setAttribute(Qt::WA_DontShowOnScreen, QGuiApplication::platformName() == QLatin1String("offscreen"));
     setWindowTitle(QStringLiteral("Record converter"));
     const auto content = contentOf(clientView_);
@@ -117,7 +117,7 @@ void BubbleWindow::moveTo(const Place& place) {
     } else {
         putAt(topLeft());
     }
-    // Each bubble that goes moves all behind it up, and few of them look otherwise for that.
+    // Each bubble that closes moves all later ones up, and few of them change their look.
     if (shapedAtScale_ != devicePixelRatio() || before.arrow != place.arrow || before.arrowTip != place.arrowTip) {
         reshape();
         update();
@@ -137,7 +137,7 @@ void BubbleWindow::reshape() {
     shapedAtScale_ = devicePixelRatio();
     const QRegion region(outline().toFillPolygon().toPolygon());
     if (isComposited_) {
-        // What shows through should also be clicked through.
+        // Transparent parts should also let clicks through.
         setInputRegion(*windowHandle(), region);
     } else {
         setMask(region);
@@ -192,7 +192,7 @@ void BubbleWindow::paintEvent(QPaintEvent*) {
     if (description_->borderColor().alpha > 0) {
         painter.strokePath(shape, QPen(toolkitColor(description_->borderColor()), 1));
     }
-    // Within the edge, so that the bubble keeps its shape on ground as dark as itself.
+    // Inside the edge, so that the bubble keeps its shape on a background as dark as itself.
     painter.setClipPath(shape);
     painter.strokePath(shape, QPen(kInnerOutline, 2 * kInnerOutlineWidth));
 }
@@ -222,7 +222,7 @@ void BubbleWindow::leaveEvent(QEvent*) {
 
 void BubbleWindow::acceptKeyboard(bool accepts) {
     windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, !accepts);
-    // The toolkit has written its own marks again.
+    // The toolkit has overwritten these properties.
     markAsNotification(*windowHandle());
 }
 
@@ -235,7 +235,7 @@ void BubbleWindow::takeKeyboard() {
 }
 
 void BubbleWindow::mousePressEvent(QMouseEvent*) {
-    // A click on the background opts in to the keyboard.
+    // A click on the background opts in to keyboard focus.
     acceptKeyboard(true);
     activateWindow();
 }
@@ -249,7 +249,7 @@ void BubbleWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 void BubbleWindow::closeEvent(QCloseEvent* event) {
-    // The window manager's wish is the user's; the bubble takes its own time to go.
+    // The window manager passes on the user's wish; the bubble fades out first.
     event->ignore();
     dismiss();
 }

@@ -15,36 +15,37 @@
 namespace uilib::qt {
 
 /// The window of one bubble: draws body, arrow and shadow around the widgets of the client view. Screen readers
-/// announce it as a notification. Never takes the keyboard by itself; a click on its background gives it. Main thread.
+/// announce it as a notification. Never takes the keyboard focus itself; a click on its background gives it the focus.
+/// Main thread.
 class BubbleWindow final : public QWidget {
     Q_OBJECT
 
 public:
     struct Handlers {
-        /// The pointer or the keyboard came to the bubble (true) or left it (false).
+        /// The pointer or the keyboard focus has entered the bubble (true) or left it (false).
         std::function<void(bool)> attended;
-        /// The user asked for the bubble to go.
+        /// The user has dismissed the bubble.
         std::function<void()> dismissed;
         /// The window is on the screen, where it belongs; once.
         std::function<void()> seen;
-        /// The desktop does not let the window be seen where it belongs, for this reason. Off-screen neither follows.
+        /// The desktop does not show the window where it belongs, for this reason. Off-screen, neither is called.
         std::function<void(const std::string& reason)> unseen;
     };
 
-    /// Who shows the window and keeps it above others.
+    /// What shows the window and keeps it above others.
     enum class Host {
         desktop,
-        /// Nobody: on X11 no window manager gets to know it.
+        /// Nothing: on X11 the window bypasses the window manager.
         none,
     };
 
-    /// Lets go of a window, perhaps from inside one of its own events: nothing is handled any more, and the window ends
-    /// with a later turn of the loop.
+    /// Releases a window, possibly from inside one of its own events: it handles no further events, and a later turn of
+    /// the event loop destroys it.
     struct Retirement {
         void operator()(BubbleWindow* window) const;
     };
 
-    /// What the user has asked of every program.
+    /// Preferences that the user has set for all programs.
     struct Taste {
         bool lessMotion = false;
         bool moreContrast = false;
@@ -56,13 +57,14 @@ public:
 
     Size bodySize() const { return bodySize_; }
 
-    /// Moves the body there; while the window is shown by an animation, unless less motion is asked for.
+    /// Moves the body there; animated if the window is shown, unless the user prefers reduced motion.
     void moveTo(const Place& place);
 
-    /// Ends a move that is under way where it is.
+    /// Stops a move in progress at its current position.
     void standStill();
 
-    /// Takes the keyboard from the window that has it, and puts it on the first button. Only while the window is shown.
+    /// Takes the keyboard focus from the window that has it, and puts it on the first button. Only while the window is
+    /// shown.
     void takeKeyboard();
 
     /// Shows the window and fades it in, or fades it out and hides it; `then` runs when that is done, never from inside
@@ -101,7 +103,7 @@ private:
     const bool hasEdge_;
     Place place_;
     QPoint askedFor_;
-    /// Pixels a point; 0 where it has no shape yet.
+    /// Pixels per point; 0 if it has no shape yet.
     double shapedAtScale_ = 0;
     QVariantAnimation animation_;
     QVariantAnimation motion_;

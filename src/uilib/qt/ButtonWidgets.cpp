@@ -17,7 +17,7 @@ namespace {
 constexpr double kCornerRadius = 4;
 constexpr double kFocusRing = 1.5;
 constexpr double kOutline = 1;
-// At least 3 to 1 to the faces on both sides of it.
+// A contrast of at least 3 to 1 to the surfaces on both sides of it.
 const QColor kOutlineColor(200, 200, 200);
 
 struct Look {
@@ -25,7 +25,7 @@ struct Look {
     QColor title;
 };
 
-// Light on the bubble's black. Every enabled title keeps a contrast of at least 7 to 1 to its face.
+// Light on the bubble's black. Every enabled title has a contrast of at least 7 to 1 to its background.
 Look lookOf(AuroraButtonState state) {
     const QColor white(255, 255, 255);
     switch (state) {
@@ -61,7 +61,7 @@ ControlWidget::ControlWidget(std::shared_ptr<const platform::ui::Control> contro
     setEnabled(control_->isEnabled());
     setFocusPolicy(Qt::TabFocus);
     setAttribute(Qt::WA_Hover);
-    // The action may end this widget's bubble; its own hold on the control outlasts the call.
+    // The action may destroy this widget's bubble; its own reference keeps the control alive during the call.
     connect(this, &QAbstractButton::clicked, this, [this] {
         const auto pressed = control_;
         pressed->sendAction();
@@ -99,7 +99,7 @@ AuroraButtonState ControlWidget::state() const {
 RoundedButtonWidget::RoundedButtonWidget(std::shared_ptr<const AuroraRoundedButton> button, QWidget* parent,
                                          bool moreContrast)
     : ControlWidget(button, parent), button_(std::move(button)), moreContrast_(moreContrast) {
-    // An ampersand in a title is an ampersand, not a shortcut.
+    // An ampersand in a title is a character, not a shortcut.
     auto title = QString::fromStdString(button_->title().value_or(""));
     setAccessibleName(title);
     setText(title.replace(QLatin1Char('&'), QLatin1String("&&")));
@@ -113,7 +113,7 @@ void RoundedButtonWidget::paintEvent(QPaintEvent*) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(look.face);
     painter.drawRoundedRect(QRectF(rect()), kCornerRadius, kCornerRadius);
-    // The ring shows where the keyboard is, wherever the pointer is.
+    // The ring shows the keyboard focus, wherever the pointer is.
     if (hasFocus() || moreContrast_) {
         const double width = hasFocus() ? kFocusRing : kOutline;
         const double inset = width / 2;

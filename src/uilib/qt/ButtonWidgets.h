@@ -8,7 +8,8 @@
 
 namespace uilib::qt {
 
-/// A button of the view model. A click leaves the keyboard where it is; the tab key reaches it once the bubble has it.
+/// A button of the view model. A click does not move the keyboard focus; the tab key reaches the button once the bubble
+/// has the focus.
 class ControlWidget : public QAbstractButton {
 public:
     ControlWidget(std::shared_ptr<const platform::ui::Control> control, QWidget* parent);
@@ -17,7 +18,7 @@ protected:
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
-    /// Which of the five looks the button has now.
+    /// The state that selects one of the five looks.
     AuroraButtonState state() const;
 
 private:
@@ -37,8 +38,8 @@ private:
     const bool moreContrast_;
 };
 
-/// The one image button of a bubble is its close button, so that is what screen readers call it. The picture stands in
-/// the middle of the widget, at the view's own size.
+/// The only image button of a bubble is its close button, so screen readers call it that. The image is centred in the
+/// widget, at the view's own size.
 class StatesButtonWidget final : public ControlWidget {
 public:
     StatesButtonWidget(std::shared_ptr<const AuroraXStatesButton> button, QWidget* parent);

@@ -18,7 +18,7 @@ bool isDesktopComposited() {
     if (connection == nullptr) {
         return true;
     }
-    // A compositing manager holds the selection that is named after its screen; the toolkit draws on the first.
+    // A compositing manager owns the selection that is named after its screen; the toolkit draws on the first one.
     const auto selection = x11Atom(connection, "_NET_WM_CM_S0");
     const X11Reply<xcb_get_selection_owner_reply_t> reply(
         xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr));

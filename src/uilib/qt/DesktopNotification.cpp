@@ -25,7 +25,7 @@ const auto kApplication = QStringLiteral("org.recordconverter.RecordConverter");
 const auto kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
 const auto kHeldBack = QStringLiteral("Inhibited");
 constexpr int kPatience = 5000;
-// The converter ends its notification by itself; the server only where the converter has gone.
+// The converter ends its notification itself; the server does so only after the converter has gone.
 constexpr std::chrono::milliseconds kLonger{5000};
 
 // Urgency levels of the Desktop Notifications Specification 1.2.
@@ -61,7 +61,7 @@ DesktopNotification::DesktopNotification(BubbleContent content, std::chrono::mil
 }
 
 void DesktopNotification::listen() {
-    // By the server's name, so that nobody else's signals are taken for it.
+    // Uses the server's name as sender, so that signals of other programs are ignored.
     bus_.connect(kServer, kPath, kServer, QStringLiteral("NotificationClosed"), this, SLOT(onClosed(uint, uint)));
     bus_.connect(kServer, kPath, kServer, QStringLiteral("ActivationToken"), this,
                  SLOT(onActivationToken(uint, QString)));
@@ -105,7 +105,7 @@ void DesktopNotification::notify() {
 void DesktopNotification::onNumber(uint id) {
     id_ = id;
     if (hasEnded_) {
-        // Closed while the server was still making it.
+        // It was closed while the server was still creating it.
         hasEnded_ = false;
         close();
         return;
@@ -164,7 +164,7 @@ QStringList DesktopNotification::actions() const {
     if (!can("actions") || content_.buttons.empty()) {
         return list;
     }
-    // A press on the notification itself does what the first button does.
+    // A press on the notification itself acts like the first button.
     list << kDefaultAction << QString::fromStdString(content_.buttons.front().title);
     for (std::size_t i = 0; i < content_.buttons.size(); ++i) {
         list << QString::number(i) << QString::fromStdString(content_.buttons[i].title);
@@ -180,7 +180,7 @@ QVariantMap DesktopNotification::hints(bool isFarewell) const {
     if (content_.kind != BubbleContent::Kind::news) {
         hints[QStringLiteral("category")] =
             isFailure ? QStringLiteral("transfer.error") : QStringLiteral("transfer.complete");
-        // The picture of news is drawn for dark ground alone; the application's icon stands in for it.
+        // The image for news is drawn for dark backgrounds only; the application's icon replaces it.
         if (content_.picture) {
             hints[QStringLiteral("image-data")] = QVariant::fromValue(notificationPicture(*content_.picture));
         }

@@ -21,25 +21,25 @@ class DesktopNotification final : public QObject {
 
 public:
     struct Handlers {
-        /// The desktop shows it.
+        /// The desktop shows the notification.
         std::function<void()> shown;
-        /// There is nobody to show it, for this reason; nothing else follows.
+        /// No server shows it, for this reason; no other handler follows.
         std::function<void(const std::string& reason)> refused;
         /// The desktop holds notifications back because its user does not want to be disturbed (true), or no longer
-        /// (false): then it is shown again. Only on desktops that tell.
+        /// does (false), and then shows it again. Only on desktops that report this.
         std::function<void(bool)> heldBack;
-        /// The desktop has put it away, or has gone itself; nothing else follows. Presses come before.
+        /// The desktop has closed it, or has disappeared itself; no other handler follows. Presses are reported before.
         std::function<void()> closed;
     };
 
-    /// `time` is how long it should be shown. None of the handlers is called from inside this or another call.
+    /// `time` is the time to show it. No handler is called from inside this or another call.
     DesktopNotification(BubbleContent content, std::chrono::milliseconds time, Handlers handlers);
 
-    /// Takes it off the screen. No handler follows.
+    /// Removes it from the screen. No handler follows.
     void close();
 
-    /// Lets go of it after its time: a desktop that keeps notifications for later goes on keeping it, without the
-    /// buttons, which nobody would answer. No handler follows.
+    /// Releases it after its time: a desktop that keeps notifications for later still keeps it, without the buttons,
+    /// which would have no effect. No handler follows.
     void letGo();
 
 private:

@@ -10,7 +10,7 @@ const auto kService = QStringLiteral("org.freedesktop.portal.Desktop");
 const auto kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const auto kInterface = QStringLiteral("org.freedesktop.portal.Settings");
 
-// The common group, and those of a large desktop that had its own before.
+// The common group, and those of a large desktop that had its own earlier.
 const auto kAppearance = QStringLiteral("org.freedesktop.appearance");
 const auto kInterfaceGroup = QStringLiteral("org.gnome.desktop.interface");
 const auto kAccessGroup = QStringLiteral("org.gnome.desktop.a11y.interface");
@@ -30,9 +30,9 @@ DesktopTaste::DesktopTaste()
     if (!connection_.isConnected()) {
         return;
     }
-    // The toolkit looks the parameters of a slot up by name, and knows no type before its first use.
+    // The toolkit looks up the parameter types of a slot by name, and knows a type only after its first use.
     qRegisterMetaType<QDBusVariant>();
-    // By group, so that no other setting's change wakes this process up.
+    // By group, so that changes of other settings do not wake this process.
     for (const auto& group : {kAppearance, kInterfaceGroup, kAccessGroup}) {
         connection_.bus().connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), {group},
                                   QStringLiteral("ssv"), this, SLOT(onSettingChanged(QString, QString, QDBusVariant)));

@@ -9,8 +9,9 @@
 
 namespace uilib::qt {
 
-/// What the user has asked of every program on the desktop, as its settings portal tells: less motion, more contrast.
-/// Until it has told, and where there is none, neither. Sleeps until one of these settings changes. Main thread.
+/// Preferences that the user has set for all programs, from the desktop's settings portal: reduced motion, higher
+/// contrast. Both are off until the portal has answered, or if there is none. Sleeps until one of these settings
+/// changes. Main thread.
 class DesktopTaste final : public QObject {
     Q_OBJECT
 

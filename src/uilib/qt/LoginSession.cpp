@@ -14,7 +14,7 @@ const auto kManagerInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const auto kSessionInterface = QStringLiteral("org.freedesktop.login1.Session");
 const auto kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
 
-// The session of the caller, or of the caller's user where the caller belongs to none: a service of the user does not.
+// The caller's session, or that of the caller's user if the caller belongs to none, as a user service does.
 const auto kOwnSession = QStringLiteral("auto");
 
 }  // namespace
@@ -41,7 +41,7 @@ void LoginSession::ask(const QString& path) {
     auto question = QDBusMessage::createMethodCall(kManager, path, kProperties, QStringLiteral("GetAll"));
     question << kSessionInterface;
     connection_.ask<QVariantMap>(*this, question, [this](const QVariantMap& properties) {
-        // A text session's idleness is worked out by the manager and never announced.
+        // For a text session the manager computes idleness but never announces it.
         const auto type = properties.value(QStringLiteral("Type")).toString();
         isGraphical_ = type == QLatin1String("x11") || type == QLatin1String("wayland");
         take(properties);

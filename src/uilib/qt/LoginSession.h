@@ -11,13 +11,13 @@
 
 namespace uilib::qt {
 
-/// The user's graphical session as the login manager on the system bus knows it: whether it is locked, or idle. Neither
-/// where there is no login manager. Costs nothing between its changes. Main thread.
+/// The user's graphical session as reported by the login manager on the system bus: whether it is locked or idle.
+/// Neither if there is no login manager. Costs nothing between changes. Main thread.
 class LoginSession final : public QObject {
     Q_OBJECT
 
 public:
-    /// `changed` is told whether the user is away (locked or idle), never from inside this call.
+    /// `changed` is called with whether the user is away (locked or idle), never from inside this call.
     explicit LoginSession(std::function<void(bool)> changed);
 
 private:

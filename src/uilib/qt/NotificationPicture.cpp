@@ -15,7 +15,7 @@ constexpr int kSide = 96;
 }  // namespace
 
 NotificationPicture notificationPicture(const platform::ui::Image& image) {
-    // Without it the bus does not know how to carry one.
+    // Without this, QtDBus cannot send the type.
     static const auto type = qDBusRegisterMetaType<NotificationPicture>();
     static_cast<void>(type);
     QImage drawn(kSide, kSide, QImage::Format_RGBA8888);

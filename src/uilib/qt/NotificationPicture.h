@@ -8,8 +8,8 @@
 
 namespace uilib::qt {
 
-/// A picture as notification servers take it in the hint "image-data" (Desktop Notifications Specification 1.2): rows
-/// of red, green, blue and alpha, a byte each.
+/// An image in the form that notification servers take in the hint "image-data" (Desktop Notifications Specification
+/// 1.2): rows of red, green, blue and alpha, one byte each.
 struct NotificationPicture {
     int width = 0;
     int height = 0;

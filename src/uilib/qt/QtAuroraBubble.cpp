@@ -114,7 +114,7 @@ void QtAuroraBubble::showAsNotification(const std::string& reason) {
         }
     };
     handlers.heldBack = [this](bool isHeldBack) {
-        // Once it is shown at last, its time begins.
+        // Its time starts once it is shown at last.
         clock_.stop();
         isHeldBack_ = isHeldBack;
         hold();
@@ -128,7 +128,7 @@ void QtAuroraBubble::showAsNotification(const std::string& reason) {
 void QtAuroraBubble::showAsSentence() {
     log(contentOf(clientView_).text);
     if (isOffScreen()) {
-        // Nobody sees it, but it takes its time like any other.
+        // Invisible, but it takes its time like any other bubble.
         showAsWindow(BubbleWindow::Host::desktop, {});
     } else {
         leaveSoon();
@@ -188,13 +188,13 @@ void QtAuroraBubble::leaveSoon() {
     }
     phase_ = Phase::closing;
     clock_.stop();
-    // Only after the call that asked has returned.
+    // Only after the call that asked for it has returned.
     QTimer::singleShot(0, qApp, [self = shared_from_this()] { self->announceAndLeave(); });
 }
 
 void QtAuroraBubble::announceAndLeave() {
     phase_ = Phase::closed;
-    // The stack's may be the last hold on this object.
+    // The stack may hold the last reference to this object.
     const auto keptForThisCall = shared_from_this();
     center_.post({platform::WindowWillCloseNotification, static_cast<const CAuroraBubble*>(this)});
     stack_->remove(*this);

@@ -16,7 +16,7 @@ namespace uilib::qt {
 class BubbleStack;
 
 /// One bubble: fades in, is shown for its time, fades out, announces its closing. Takes the best face that the session
-/// offers (see BubbleFaces.h), and the next one when that face turns out not to be seen. Reports to the stack that
+/// supports (see BubbleFaces.h), and the next one if that face turns out not to be visible. Reports to the stack that
 /// holds it while it is open. Main thread.
 class QtAuroraBubble final : public CAuroraBubble, public std::enable_shared_from_this<QtAuroraBubble> {
 public:
@@ -30,19 +30,19 @@ public:
     std::shared_ptr<platform::ui::View> clientView() const override { return clientView_; }
     void close() override;
 
-    /// No result is shown to an empty chair: the time stands still while the screen is covered.
+    /// The time pauses while the screen is covered, so that no result passes unseen.
     void setScreenVisible(bool isVisible);
 
-    /// Nothing changes under the user's finger: the time stands still while any bubble of the stack is attended.
+    /// The time pauses while the pointer or the keyboard focus is in any bubble of the stack.
     void setStackAttended(bool isAttended);
 
-    /// Moves the window there; the first time shows it. Only with a window.
+    /// Moves the window there; the first call shows it. Only if the bubble has a window.
     void takePlace(const Place& place);
 
-    /// Null while the bubble has none.
+    /// Null if the bubble has none.
     BubbleWindow* window() { return window_.get(); }
 
-    /// On its way out: its place is free for another.
+    /// Fading out or closed: its place is free for another.
     bool isLeaving() const { return phase_ == Phase::closing || phase_ == Phase::closed; }
 
     const std::shared_ptr<const CAuroraBubbleDescription>& description() const { return description_; }

@@ -23,12 +23,12 @@ public:
     QtAuroraBubbleMaker(platform::NotificationCenter& center, platform::qt::QtStatusBar& statusBar);
     ~QtAuroraBubbleMaker() override;
 
-    /// Asks the desktop how bubbles are to look. The answer takes a moment; a bubble that is made before it has come
-    /// looks like any other.
+    /// Asks the desktop for the preferred look of bubbles. The reply takes a moment; a bubble created before it has
+    /// arrived has the default look.
     void prepare();
 
-    /// `handler` is called from the event loop a second after the last open bubble has gone, its window and pictures
-    /// with it, each time, also where the next has come meanwhile.
+    /// `handler` is called from the event loop one second after the last open bubble has closed and its window and
+    /// images are destroyed, each time, even if another has opened meanwhile.
     void setAllGoneHandler(std::function<void()> handler);
 
     std::shared_ptr<CAuroraBubble>

@@ -35,7 +35,7 @@ ScreenWatch::ScreenWatch(std::function<void(bool)> changed)
     }
     saverWatch_.setConnection(connection_.bus());
     saverWatch_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    // One that has died covers nothing any more.
+    // A saver that has died covers nothing any more.
     connect(&saverWatch_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { onSaverActiveChanged(false); });
     for (const auto& saver : savers()) {
         saverWatch_.addWatchedService(saver.service);
@@ -48,7 +48,7 @@ ScreenWatch::ScreenWatch(std::function<void(bool)> changed)
 void ScreenWatch::askSaver(const QString& service, const QString& path) {
     const auto question = QDBusMessage::createMethodCall(service, path, service, QStringLiteral("GetActive"));
     connection_.ask<bool>(*this, question, [this](bool isActive) {
-        // One of the two that is not active says nothing about the other.
+        // If one of the two is inactive, the other may still be active.
         if (isActive) {
             onSaverActiveChanged(true);
         }

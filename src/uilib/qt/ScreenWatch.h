@@ -10,13 +10,13 @@
 
 namespace uilib::qt {
 
-/// Whether the user can see the screen: false while a screen saver or lock covers it, or nobody is at it, as far as the
-/// desktop's screen saver and the login manager tell. Costs nothing between its changes. Main thread.
+/// Whether the user can see the screen: false while a screen saver or lock covers it, or nobody is at it, as reported
+/// by the desktop's screen saver and the login manager. Costs nothing between changes. Main thread.
 class ScreenWatch final : public QObject {
     Q_OBJECT
 
 public:
-    /// `changed` is called with the new answer, never from inside this call.
+    /// `changed` is called with the new state, never from inside this call.
     explicit ScreenWatch(std::function<void(bool)> changed);
 
     bool isVisible() const { return isVisible_; }

@@ -61,7 +61,7 @@ QRect hitFrame(const platform::ui::View& view, const platform::ui::Rect& surroun
 QWidget* makeViewWidget(const std::shared_ptr<platform::ui::View>& view, QWidget* parent, bool moreContrast) {
     auto* const widget = makeWidgetOfKind(view, parent, moreContrast);
     if (!view->toolTip().empty()) {
-        // As rich text, or a name that looks like it would be taken for it.
+        // As rich text, because a name that looks like rich text would be interpreted as such.
         widget->setToolTip(QStringLiteral("<p style='white-space:pre'>%1</p>")
                                .arg(QString::fromStdString(view->toolTip()).toHtmlEscaped()));
     }

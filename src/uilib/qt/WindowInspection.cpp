@@ -12,10 +12,10 @@ namespace uilib::qt {
 
 namespace {
 
-// A busy desktop takes its time to show a window, and a moment more to put it where it stays.
+// A busy desktop needs time to show a window, and a moment more to put it in its final place.
 constexpr std::chrono::milliseconds kPatience{3000};
 constexpr std::chrono::milliseconds kSettling{300};
-// Window managers round, and keep a shadow on the screen.
+// Window managers round positions, and keep a window's shadow on the screen.
 constexpr int kFarthestOff = 32;
 
 }  // namespace
@@ -35,7 +35,7 @@ void WindowInspection::wait() {
 }
 
 bool WindowInspection::eventFilter(QObject* watched, QEvent* event) {
-    // A desktop that redraws the window over and over must not put off the look.
+    // A desktop that redraws the window over and over must not delay the check.
     if (event->type() == QEvent::Expose && (!timer_.isActive() || window_.windowHandle()->isExposed() != wasExposed_)) {
         wait();
     }
@@ -43,7 +43,7 @@ bool WindowInspection::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void WindowInspection::inspect() {
-    // Copies, because either may be the end of this.
+    // Copies, because either handler may destroy this object.
     if (const auto fault = faultOfDesktop(); !fault.empty()) {
         if (const auto unseen = unseen_) {
             unseen(fault);

@@ -11,13 +11,13 @@ class QWidget;
 
 namespace uilib::qt {
 
-/// Looks whether the desktop lets a window be seen where it was put: once it has had the time to show it, and whenever
+/// Checks whether the desktop shows a window where it was put: once the desktop has had time to show it, and whenever
 /// it shows or hides it later. Sleeps in between. Main thread.
 class WindowInspection final : public QObject {
 public:
-    /// `window` has just been shown; it and `place`, its top left corner as it is asked for from time to time, outlive
-    /// this. `seen` is called once, `unseen` with the reason each time that it is not seen; not from inside this call.
-    /// Either may end this.
+    /// `window` has just been shown; it and `place`, the requested position of its top left corner, which may change,
+    /// outlive this object. `seen` is called once, `unseen` with the reason each time that the window is not visible;
+    /// neither from inside this call. Either may destroy this object.
     WindowInspection(const QWidget& window, const QPoint& place, std::function<void()> seen,
                      std::function<void(const std::string& reason)> unseen);
 

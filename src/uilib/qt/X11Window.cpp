@@ -59,7 +59,7 @@ void markAsNotification(const QWindow& window) {
     setValues(connection, id, "_NET_WM_STATE", XCB_ATOM_ATOM,
               {x11Atom(connection, "_NET_WM_STATE_STICKY"), x11Atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
                x11Atom(connection, "_NET_WM_STATE_SKIP_PAGER")});
-    // The toolkit denies input, but still offers to take it: some window managers go by the offer alone.
+    // The toolkit refuses input, but still offers to take it: some window managers only look at the offer.
     auto protocols = values(connection, id, "WM_PROTOCOLS");
     std::erase(protocols, x11Atom(connection, "WM_TAKE_FOCUS"));
     setValues(connection, id, "WM_PROTOCOLS", XCB_ATOM_ATOM, protocols);
