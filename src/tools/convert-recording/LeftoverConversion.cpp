@@ -20,7 +20,7 @@
 
 namespace {
 
-// The application's media converter works on the calling thread; one of another maker may not.
+// Our media converter works on the calling thread; another implementation may not.
 class Sink final : public zed::IZedMediaConverterSink {
 public:
     explicit Sink(const LeftoverConversion::Progress& progress) : progress_(progress) {}
@@ -34,7 +34,7 @@ public:
 
     void OnConvertError(int error) override { end(error); }
 
-    // The error code, or 0 when the MP4 is whole.
+    // The error code, or 0 if the MP4 is complete.
     int waitForEnd() {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [this] { return ended_; });
@@ -64,14 +64,14 @@ std::string sentenceOf(int error) {
                : "the conversion failed";
 }
 
-/// The file, where it is a regular one that may be read.
+/// The file, if it is a regular one that may be read.
 mediaconverter::UniqueDescriptor openedFile(const std::string& path) {
     struct stat file {};
     const bool isFile = ::stat(path.c_str(), &file) == 0 && S_ISREG(file.st_mode);
     return mediaconverter::UniqueDescriptor(isFile ? ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1);
 }
 
-/// Which process writes the file, or that some process does; empty where none does.
+/// The process that writes the file, or a general text for a process that cannot be named; empty if none does.
 std::string writerOf(int file) {
     struct stat status {};
     if (!mediaconverter::isOpenForWriting(file) || ::fstat(file, &status) != 0) {
@@ -81,7 +81,7 @@ std::string writerOf(int file) {
     return writers.empty() ? "another user's process" : "process " + std::to_string(writers.front().process);
 }
 
-/// By name and content: "talk.mp4.tmp" becomes talk.mp4 even where nothing but its name has to change.
+/// By name and content: "talk.mp4.tmp" becomes talk.mp4 even if only its name has to change.
 bool isMp4Already(const std::string& path, int file) {
     std::string extension = std::filesystem::path(path).extension();
     std::transform(extension.begin(), extension.end(), extension.begin(),
@@ -90,8 +90,8 @@ bool isMp4Already(const std::string& path, int file) {
     return hasName && mediaconverter::isFlatMp4(file);
 }
 
-/// The media converter says on standard error what it is about to report, with more detail than a code can have. That
-/// becomes the outcome's own text; the other lines are its notes.
+/// Before it reports an error, the media converter writes it to standard error with more detail than a code can carry.
+/// That line becomes the outcome's text; the other lines are its notes.
 void sort(const std::vector<std::string>& lines, Outcome& outcome) {
     const std::string mark = ": error " + std::to_string(outcome.error) + ": ";
     for (const std::string& line : lines) {
@@ -113,7 +113,7 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
         const std::string writer = options_.force ? "" : writerOf(file.get());
         if (!writer.empty()) {
             outcome.kind = Outcome::Kind::stillWritten;
-            outcome.text = writer + " is still writing it; --force converts it anyway";
+            outcome.text = writer + " is still writing it; wait for it, or convert it anyway with --force";
             return outcome;
         }
         if (isMp4Already(outcome.source, file.get())) {
@@ -129,7 +129,7 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
     zed::IZedMediaConverter* converter = nullptr;
     CreateMediaConverter(&converter, &sink);
     if (converter == nullptr) {
-        outcome.text = "there is no media converter";
+        outcome.text = "the media converter could not be created; install it again";
         return outcome;
     }
     StandardErrorCapture capture;
@@ -144,7 +144,7 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
     } else {
         outcome.text = sentenceOf(outcome.error);
     }
-    // Only now: until then the media converter knows which file it has converted.
+    // Only now: until then the media converter remembers which file it has converted.
     converter->Release();
     sort(capture.lines(), outcome);
     return outcome;

@@ -8,18 +8,18 @@
 /// Converts one leftover recording to an MP4 beside it. One thread at a time.
 class LeftoverConversion {
 public:
-    /// Told of the progress in percent, on whatever thread the media converter reports from.
+    /// Called with the progress in percent, on whatever thread the media converter reports from.
     using Progress = std::function<void(float)>;
 
     struct Options {
         bool keep = false;   ///< leave the recording where it is after it has been converted
-        bool force = false;  ///< convert even what a process is still writing
+        bool force = false;  ///< convert even a file that a process is still writing
     };
 
     LeftoverConversion(Options options, Progress progress) : options_(options), progress_(std::move(progress)) {}
 
-    /// Returns when the media converter has reported the end. The MP4's name is chosen as the application chooses it;
-    /// the recording is removed only after the MP4 is whole.
+    /// Returns when the media converter has reported the end. Chooses the MP4's name as the application does; removes
+    /// the recording only after the MP4 is complete.
     Outcome convert(const std::string& path) const;
 
 private:

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Length of the UTF-8 sequence that begins at `at`, 0 where there is none.
+// Length of the UTF-8 sequence that starts at `at`, 0 if there is none.
 std::size_t sequenceAt(const std::string& text, std::size_t at) {
     const auto first = static_cast<unsigned char>(text[at]);
     const std::size_t length = first < 0x80 ? 1 : first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;

@@ -12,7 +12,7 @@ namespace {
 
 using recordkeeping::PendingEntry;
 
-/// What needs no conversion has its outcome at once.
+/// An entry that needs no conversion has its outcome at once.
 bool isDecided(const PendingEntry& entry, const platform::ProcessIdentities& processes, Outcome& outcome) {
     const platform::PosixFileManager files;
     outcome.source = entry.source;
@@ -36,7 +36,7 @@ void PendingConversions::convertAll(const Report& report) const {
     platform::LinuxProcessIdentities processes;
     platform::LinuxBackgroundExecutor executor;
     platform::ThreadSerialQueue later("sync");
-    // Outlives what the executor still runs at the end.
+    // Outlives everything that the executor still runs at the end.
     static recordkeeping::PendingFolder& folder =
         *new recordkeeping::PendingFolder(recordkeeping::PendingFolder::standardPath(), executor, later);
     recordkeeping::PendingRecordings pending(folder, processes, static_cast<std::int32_t>(::getpid()));

@@ -4,8 +4,9 @@
 
 #include <functional>
 
-/// Converts by hand what record converters that have ended left in the state folder, entries that ended one too often
-/// included. Takes charge of each meanwhile, so that no converter that starts does the same.
+/// Converts the recordings that record converters have left in the state folder when they ended, including entries that
+/// have ended one too often. Takes charge of each entry meanwhile, so that a converter that starts does not convert it
+/// too.
 class PendingConversions {
 public:
     using Report = std::function<void(const Outcome&)>;
@@ -13,8 +14,8 @@ public:
     PendingConversions(LeftoverConversion::Options options, LeftoverConversion::Progress progress)
         : options_(options), progress_(std::move(progress)) {}
 
-    /// Reports each entry once, oldest first: converted, failed, or still being written. A recording that a running
-    /// record converter is in charge of is left to it and not reported.
+    /// Reports each entry once, oldest first: converted, failed, or still being written. Entries of a running record
+    /// converter are left to it and not reported.
     void convertAll(const Report& report) const;
 
 private:

@@ -3,19 +3,19 @@
 #include <string>
 #include <vector>
 
-/// Keeps what this process writes to standard error, so that it can be said once and in order. Where the system can't,
-/// it is written as ever. One at a time.
+/// Collects what this process writes to standard error, so that it can be printed once and in order. If the system
+/// cannot do that, the text is written as usual. One at a time.
 class StandardErrorCapture {
 public:
     StandardErrorCapture();
 
-    /// What was kept and not asked for is written now.
+    /// Writes the collected text that nobody has fetched.
     ~StandardErrorCapture();
 
     StandardErrorCapture(const StandardErrorCapture&) = delete;
     StandardErrorCapture& operator=(const StandardErrorCapture&) = delete;
 
-    /// Ends the keeping; the lines, without their ends.
+    /// Ends the capture; returns the lines without their ends.
     std::vector<std::string> lines();
 
 private:

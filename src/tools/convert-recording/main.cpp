@@ -13,13 +13,13 @@
 
 namespace {
 
-// What the tool's exit status says; the greatest that applies wins.
+// The tool's exit statuses; the greatest that applies is used.
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kBadUsage = 2;
 constexpr int kStillWritten = 3;
 
-/// A bar on the terminal that standard error was when it was made, if it was one.
+/// A progress bar on standard error, if that was a terminal when the bar was created.
 class ProgressBar {
 public:
     ProgressBar() : terminal_(isatty(STDERR_FILENO) == 1 ? fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3) : -1) {}
@@ -40,7 +40,7 @@ public:
 
 private:
     void write(const std::string& text) const {
-        // A terminal that has gone is no reason to stop.
+        // A terminal that has disappeared is no reason to stop.
         static_cast<void>(terminal_ >= 0 && ::write(terminal_, text.data(), text.size()) < 0);
     }
 
@@ -71,11 +71,13 @@ int main(int argc, char* argv[]) {
     CLI::App app("Converts leftover recordings to MP4 files beside them.", "convert-recording");
     app.set_version_flag("--version", std::string("convert-recording ") + CONVERT_RECORDING_VERSION);
     auto* const names = app.add_option("FILE", files, "The recordings");
-    app.add_flag("--pending", pending, "Convert what record converters that have ended left")->excludes(names);
-    app.add_flag("--keep", options.keep, "Keep the recordings; otherwise each is removed once its MP4 is whole");
-    app.add_flag("--force", options.force,
-                 "Convert even what a process is still writing, once it stands still; its data keeps a second name");
-    app.add_flag("--json", json, "One JSON object a file: source, status, destination, error, text");
+    app.add_flag("--pending", pending, "Convert the recordings that record converters have left when they ended")
+        ->excludes(names);
+    app.add_flag("--keep", options.keep, "Keep the recordings; otherwise each is removed once its MP4 is complete");
+    app.add_flag(
+        "--force", options.force,
+        "Convert even a file that is still being written, once it no longer changes; its data keeps a second name");
+    app.add_flag("--json", json, "One JSON object per file: source, status, destination, error, text");
     app.footer("Exit status: 0 all converted (or MP4 files already), 1 a conversion failed, 2 wrong command line,\n"
                "3 a file is still being written (and was left alone).");
     try {

@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the starting child tells its starter through the pipe: its process id, then errno if exec has failed.
+// The report that the child sends through the pipe: its process id, then errno if exec has failed.
 struct Report {
     pid_t pid = -1;
     int error = 0;
@@ -33,7 +33,7 @@ void redirect(int descriptor, const char* path, int flags) {
     }
 }
 
-// Everything below up to exec runs in a child of a process with threads: only async-signal-safe calls.
+// Everything below, up to exec, runs in a child of a process with threads: only async-signal-safe calls are allowed.
 [[noreturn]] void execute(const std::vector<char*>& vector, int report) {
     sigset_t none;
     sigemptyset(&none);

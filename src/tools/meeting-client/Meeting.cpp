@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 namespace {
 
 void say(const std::string& line) {
-    // Flushed: a reader on a pipe must have the line before the next step starts.
+    // Flushed: a reader on a pipe must get the line before the next step starts.
     std::cout << "meeting-client: " << line << std::endl;
 }
 
@@ -41,7 +41,7 @@ std::string Meeting::pathOfRecording(int number) const {
 
 ExitStatus Meeting::run() {
     if (!bus_.isConnected()) {
-        say("there is no session bus; the converter can learn of the first recording and of my exit only");
+        say("there is no session bus: the converter learns only of the first recording and of the end of this process");
     }
     for (int number = 1; number <= plan_.recordings; ++number) {
         const std::string path = pathOfRecording(number);
@@ -49,7 +49,7 @@ ExitStatus Meeting::run() {
         if (!record(recorder, path)) {
             return ExitStatus::failed;
         }
-        // The launch names the first recording; where that doesn't happen, and for later ones, a notification does.
+        // A launch announces the first recording; if there is no launch, and for later recordings, a notification does.
         const bool known = number == 1 && !bus_.converterRuns() ? launchConverter(path) : announce(path);
         if (!known) {
             recorder.finish();
@@ -58,12 +58,12 @@ ExitStatus Meeting::run() {
         bus_.waitUntil([&recorder] { return !recorder.isRunning(); },
                        std::chrono::milliseconds(static_cast<long long>(plan_.seconds * 1000)));
         if (!recorder.isRunning()) {
-            say("the recorder has ended before its time");
+            say("the recorder has ended too early");
             return ExitStatus::failed;
         }
         if (plan_.crash && number == plan_.recordings) {
             recorder.breakOff();
-            say("dying without a word, in the middle of " + path);
+            say("dying without a quit, in the middle of " + path);
             kill(getpid(), SIGKILL);
         }
         if (!recorder.finish()) {
@@ -80,7 +80,7 @@ ExitStatus Meeting::run() {
 
 bool Meeting::record(Recorder& recorder, const std::string& path) {
     if (access(path.c_str(), F_OK) == 0) {
-        say(path + " exists already");
+        say(path + " exists already; choose another file with --out");
         return false;
     }
     if (!recorder.start(path)) {
@@ -89,7 +89,7 @@ bool Meeting::record(Recorder& recorder, const std::string& path) {
     }
     bus_.waitUntil([&recorder] { return recorder.isWriting() || !recorder.isRunning(); }, 10s);
     if (!recorder.isWriting()) {
-        say("the recorder has written nothing to " + path);
+        say("the recorder has not written anything to " + path);
         return false;
     }
     say("recording to " + path + " (process " + std::to_string(getpid()) + ")");
@@ -98,7 +98,7 @@ bool Meeting::record(Recorder& recorder, const std::string& path) {
 
 bool Meeting::announce(const std::string& path) {
     if (!bus_.isConnected()) {
-        say("nobody can be told of " + path);
+        say("without a session bus nothing can announce " + path);
         everyAnswerCame_ = false;
         return true;
     }
@@ -106,7 +106,8 @@ bool Meeting::announce(const std::string& path) {
     if (bus_.acknowledgedBy(kMeetingRecordNotificationName_RecordingStarted, getpid()) != 0) {
         return true;
     }
-    // It may have been quitting. A launch is right in any case: where one still runs, it is told by the second.
+    // The converter may have been quitting. A launch is right in any case: if one still runs, the second one notifies
+    // it.
     return launchConverter(path);
 }
 
@@ -118,7 +119,7 @@ bool Meeting::launchConverter(const std::string& path) {
     if (!plan_.keep.empty()) {
         arguments.insert(arguments.end(), {kMeetingRecordLaunchParamKey_KeepsIntermediateFile, plan_.keep});
     }
-    // The converter outlives this process; on a pipe it would keep a reader waiting for the end.
+    // The converter outlives this process; if it kept a pipe open, a reader of that pipe would never see its end.
     const std::string log = plan_.converterLog.empty() && isatty(STDERR_FILENO) == 0 ? "/dev/null" : plan_.converterLog;
     bus_.forget();
     const pid_t launched = startDetached(plan_.converter, arguments, log);
@@ -161,5 +162,5 @@ void Meeting::post(const char* name, const std::string& path) {
 
 void Meeting::complain(const char* name) {
     everyAnswerCame_ = false;
-    say("no answer within " + std::to_string(plan_.wait.count()) + " ms: " + name);
+    say("no acknowledgement within " + std::to_string(plan_.wait.count()) + " ms: " + name);
 }

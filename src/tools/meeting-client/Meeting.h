@@ -9,7 +9,7 @@
 
 class MeetingBus;
 
-/// How a played meeting goes.
+/// The plan of a played meeting.
 struct MeetingPlan {
     std::string out = "meeting.mkv";  ///< the first recording; later ones have -2, -3, ... before the extension
     int recordings = 1;
@@ -22,16 +22,16 @@ struct MeetingPlan {
     std::string keep;  ///< value of "-keepsIntermediateFile"; empty: the option is not given
     std::string ffmpeg = "ffmpeg";
     PictureCodec picture = PictureCodec::h264;
-    std::chrono::milliseconds wait{5000};  ///< for each answer
+    std::chrono::milliseconds wait{5000};  ///< for each acknowledgement
 };
 
-/// A whole meeting in this process: records, tells the converter what a meeting client tells it, and narrates each
-/// step in one line on standard output. Main thread.
+/// A whole meeting in this process: records, sends the converter what a meeting client sends, and prints each step as
+/// one line on standard output. Main thread.
 class Meeting {
 public:
     Meeting(MeetingBus& bus, MeetingPlan plan);
 
-    /// Plays the meeting. Does not return when the plan is to crash and all went well before.
+    /// Plays the meeting. Does not return if the plan is to crash and everything before went well.
     ExitStatus run();
 
     /// Path of recording `number`, counted from 1; absolute.

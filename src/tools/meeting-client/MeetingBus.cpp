@@ -15,7 +15,7 @@ const QString path = QStringLiteral("/org/recordconverter/NotificationCenter");
 const QString interface = QStringLiteral("org.recordconverter.NotificationCenter");
 const QString member = QStringLiteral("Posted");
 
-// The bus handles the messages of one connection in order, so an answer from it means that it has seen all before.
+// The bus processes the messages of one connection in order, so its reply means that it has handled all earlier ones.
 void settle(const QDBusConnection& connection) {
     connection.call(
         QDBusMessage::createMethodCall("org.freedesktop.DBus", "/", "org.freedesktop.DBus", QStringLiteral("GetId")));
@@ -54,7 +54,7 @@ bool MeetingBus::waitUntil(const std::function<bool()>& done, std::chrono::milli
     const QDeadlineTimer deadline =
         timeout.count() < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(timeout);
     QEventLoop loop;
-    // Conditions beside the bus (a file that appears, a process that ends) are looked at again this often.
+    // Conditions outside the bus (a file that appears, a process that ends) are checked at this interval.
     QTimer look;
     look.start(50);
     while (!done()) {
@@ -92,7 +92,7 @@ void MeetingBus::onPosted(const QDBusMessage& message) {
     }
     const Notification notification{arguments[0].toString(), arguments[1].toString(),
                                     qdbus_cast<QVariantMap>(arguments[2])};
-    // Kept only while somebody waits for an answer; a long watch must not grow.
+    // Stored only while something waits for an acknowledgement; a long watch must not grow.
     if (listener_) {
         listener_(notification);
     } else {

@@ -12,27 +12,28 @@
 
 #include <sys/types.h>
 
-/// A meeting client's end of the user's bus: posts notifications and hears those that anybody posts. Main thread.
+/// A meeting client's connection to the user's bus: posts notifications and receives all that are posted. Main thread.
 class MeetingBus : public QObject {
     Q_OBJECT
 
 public:
-    /// Connects and listens; what is posted after this has returned is heard.
+    /// Connects and listens; receives everything that is posted after this has returned.
     MeetingBus();
 
-    /// Whether there is a session bus; without one nothing is posted and nothing heard.
+    /// Whether there is a session bus; without one nothing is posted or received.
     bool isConnected() const { return connection_.isConnected(); }
 
     /// Whether a running converter owns its name on the bus.
     bool converterRuns() const;
 
-    /// Told of each notification as it comes, own ones included.
+    /// Called for each notification as it arrives, including our own.
     void setListener(std::function<void(const Notification&)> listener) { listener_ = std::move(listener); }
 
-    /// Returns when the bus has taken the notification over.
+    /// Returns when the bus has accepted the notification.
     void post(const Notification& notification);
 
-    /// Runs the event loop until `done` holds, `timeout` at most (negative: for ever). Result: whether it holds.
+    /// Runs the event loop until `done` returns true, at most for `timeout` (forever if negative). Returns whether it
+    /// did.
     bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
 
     /// The converter that has acknowledged `name` to `pid` since the last `forget`, or 0.

@@ -30,7 +30,7 @@ QJsonValue jsonValueOf(const QVariant& value) {
     default:
         break;
     }
-    // A JSON number holds 64 signed bits here; what is greater stays exact as a text.
+    // A JSON number holds 64 signed bits here; a greater value is written exactly, as a text.
     bool fits = false;
     const qlonglong number = value.toLongLong(&fits);
     if (fits && (value.typeId() != QMetaType::ULongLong || number >= 0)) {
@@ -39,7 +39,7 @@ QJsonValue jsonValueOf(const QVariant& value) {
     return value.toString();
 }
 
-// As in JSON, so that a line end or a quotation mark in a value can't break the line.
+// As in JSON, so that a line end or a quotation mark in a value cannot break the line.
 QString quoted(const QString& text) {
     const QString list = QString::fromUtf8(QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact));
     return list.mid(1, list.size() - 2);

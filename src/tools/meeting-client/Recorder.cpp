@@ -24,7 +24,7 @@ bool Recorder::start(const std::string& path) {
         "-re", "-f", "lavfi", "-i", "testsrc2=size=640x360:rate=25",
         "-re", "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000",
         "-pix_fmt", "yuv420p", "-g", "25", "-c:a", "aac", "-b:a", "96k",
-        // A meeting that dies without a word must not lose more than its last moments.
+        // A meeting that dies without quitting must lose only its last moments.
         "-flush_packets", "1", "-cluster_time_limit", "250"};
     const std::vector<std::string> picture = codec_ == PictureCodec::h264
         ? std::vector<std::string>{"-c:v", "libx264", "-preset", "ultrafast", "-tune", "zerolatency"}

@@ -4,14 +4,14 @@
 
 #include <sys/types.h>
 
-/// What a recording's picture is made with.
+/// The video codec of a recording.
 enum class PictureCodec {
-    h264,  ///< goes into an MP4 as it is
-    vp8    ///< has to be transcoded, as recordings made in browsers have
+    h264,  ///< copied into an MP4
+    vp8    ///< has to be re-encoded, like recordings made in browsers
 };
 
-/// Writes a recording in real time, as a meeting client does: a moving test picture and a tone into a Matroska file.
-/// The work is done by an ffmpeg program, which dies with this process. Owned by the meeting; main thread.
+/// Writes a recording in real time, as a meeting client does: a moving test image and a tone in a Matroska file. An
+/// ffmpeg program does the work and dies with this process. Owned by the meeting; main thread.
 class Recorder {
 public:
     Recorder(std::string ffmpeg, PictureCodec codec) : ffmpeg_(std::move(ffmpeg)), codec_(codec) {}
@@ -20,19 +20,19 @@ public:
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
-    /// Begins to write `path`, which must not exist. False with errno set when the program can't be started.
+    /// Starts to write `path`, which must not exist. False with errno set if the program cannot be started.
     bool start(const std::string& path);
 
-    /// Whether the file holds something already.
+    /// Whether the file contains data yet.
     bool isWriting() const;
 
-    /// Whether the program runs; it ends by itself only when it fails.
+    /// Whether the program runs; it ends by itself only on failure.
     bool isRunning();
 
-    /// Finishes the file properly. False when the program had ended before, or had to be killed.
+    /// Finishes the file properly. False if the program had ended before, or had to be killed.
     bool finish();
 
-    /// Ends in the middle of the file, as when the power goes. The file has lost its last moments and its index.
+    /// Ends in the middle of the file, like a power failure. The file lacks its last moments and its index.
     void breakOff();
 
 private:

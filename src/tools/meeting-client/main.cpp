@@ -28,7 +28,7 @@ ExitStatus complainOfNoBus() {
     return ExitStatus::noSessionBus;
 }
 
-/// Posts one notification in the name of a meeting process and waits for its acknowledgement.
+/// Posts one notification on behalf of a meeting process and waits for its acknowledgement.
 struct Post {
     int pid = 0;
     std::string path;
@@ -89,40 +89,40 @@ void addPost(CLI::App& app, const char* command, const char* help, const char* n
     CLI::App* const sub = app.add_subcommand(command, help);
     sub->add_option("--pid", post.pid, "Process id of the meeting process")->required();
     if (name == kMeetingRecordNotificationName_RecordingStarted) {
-        sub->add_option("--path", post.path, "The file that it has begun to write")->required();
+        sub->add_option("--path", post.path, "The file that it is writing")->required();
     }
-    sub->add_option("--object", post.object, "Object of the notification; the converter does not look at it");
+    sub->add_option("--object", post.object, "Object of the notification; the converter ignores it");
     sub->add_option("--wait", post.wait, "Seconds to wait for the acknowledgement; 0: don't wait")
         ->capture_default_str();
     sub->callback([&post, &status, name] { status = post.run(name); });
 }
 
 void addWatch(CLI::App& app, Watch& watch, ExitStatus& status) {
-    CLI::App* const sub = app.add_subcommand("watch", "Print every notification, one a line");
-    sub->add_flag("--json", watch.json, "One JSON object a line: name, object, userInfo with D-Bus types");
-    sub->add_option("--count", watch.count, "End after so many notifications")->check(CLI::NonNegativeNumber);
-    sub->add_option("--timeout", watch.timeout, "End after so many seconds")->check(CLI::NonNegativeNumber);
+    CLI::App* const sub = app.add_subcommand("watch", "Print every notification, one per line");
+    sub->add_flag("--json", watch.json, "One JSON object per line: name, object, userInfo with D-Bus types");
+    sub->add_option("--count", watch.count, "End after this many notifications")->check(CLI::NonNegativeNumber);
+    sub->add_option("--timeout", watch.timeout, "End after this many seconds")->check(CLI::NonNegativeNumber);
     sub->callback([&watch, &status] { status = watch.run(); });
 }
 
 void addRecord(CLI::App& app, MeetingPlan& plan, double& wait, ExitStatus& status) {
-    CLI::App* const sub = app.add_subcommand("record", "Play a whole meeting: record, launch or tell the converter");
+    CLI::App* const sub = app.add_subcommand("record", "Play a whole meeting: record, launch or notify the converter");
     sub->add_option("--out", plan.out, "The recording; later ones get -2, -3, ...")->capture_default_str();
     sub->add_option("--recordings", plan.recordings, "How many, one after the other")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
     sub->add_option("--seconds", plan.seconds, "Length of each")->check(CLI::PositiveNumber)->capture_default_str();
-    sub->add_flag("--crash", plan.crash, "Die in the middle of the last one, by SIGKILL");
-    sub->add_option("--converter", plan.converter, "The converter to launch where none runs")->capture_default_str();
-    sub->add_option("--converter-log", plan.converterLog, "File that takes its standard error");
+    sub->add_flag("--crash", plan.crash, "Die by SIGKILL in the middle of the last one");
+    sub->add_option("--converter", plan.converter, "The converter to launch if none runs")->capture_default_str();
+    sub->add_option("--converter-log", plan.converterLog, "File for its standard error");
     sub->add_option("--keep", plan.keep, "Value of -keepsIntermediateFile; 1 keeps the recordings");
     sub->add_option("--locale", plan.locale, "The user's language, 1 to 20")->capture_default_str();
     sub->add_option("--pname", plan.processName, "Name of this meeting process")->capture_default_str();
-    sub->add_option("--picture", plan.picture, "h264 goes into the MP4 as it is, vp8 has to be transcoded")
+    sub->add_option("--picture", plan.picture, "h264 is copied into the MP4, vp8 has to be re-encoded")
         ->transform(CLI::CheckedTransformer(
             std::map<std::string, PictureCodec>{{"h264", PictureCodec::h264}, {"vp8", PictureCodec::vp8}}));
     sub->add_option("--ffmpeg", plan.ffmpeg, "The program that records")->capture_default_str();
-    sub->add_option("--wait", wait, "Seconds to wait for each answer")->capture_default_str();
+    sub->add_option("--wait", wait, "Seconds to wait for each acknowledgement")->capture_default_str();
     sub->callback([&plan, &wait, &status] {
         plan.wait = milliseconds(wait);
         MeetingBus bus;
@@ -143,16 +143,17 @@ int main(int argc, char* argv[]) {
     plan.converter = converterBesideThisProgram();
     double wait = 5.0;
 
-    CLI::App app("Talks to the record converter as a meeting client does.", "meeting-client");
+    CLI::App app("Plays a meeting client for the record converter.", "meeting-client");
     app.set_version_flag("--version", std::string("meeting-client ") + MEETING_CLIENT_VERSION);
     app.require_subcommand(1);
-    app.footer("Exit status: 0 done, 1 recording or launching failed, 2 wrong command line, 3 no answer in time,\n"
-               "4 no session bus, 5 a watch ended before its count was full.");
-    addPost(app, "started", "Say that a process has begun to write a recording",
+    app.footer(
+        "Exit status: 0 done, 1 recording or launching failed, 2 wrong command line, 3 no acknowledgement in time,\n"
+        "4 no session bus, 5 a watch ended before its count was reached.");
+    addPost(app, "started", "Report that a process is writing a recording",
             kMeetingRecordNotificationName_RecordingStarted, started, status);
-    addPost(app, "stopped", "Say that the file a process was writing is complete",
+    addPost(app, "stopped", "Report that the file a process was writing is complete",
             kMeetingRecordNotificationName_RecordingStopped, stopped, status);
-    addPost(app, "quit", "Say that a process goes away, so its recordings may be converted",
+    addPost(app, "quit", "Report that a process quits, so its recordings may be converted",
             kMeetingRecordNotificationName_MeetingAppQuit, quit, status);
     addWatch(app, watch, status);
     addRecord(app, plan, wait, status);

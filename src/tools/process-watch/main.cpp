@@ -1,4 +1,4 @@
-// process-watch: looks at processes the two ways that the application carries but does not use.
+// process-watch: watches processes in the two ways that the application contains but does not use.
 #include "KTRMeetingProcessGuard.h"
 #include "KTRRunningProcesses.h"
 #include "platform/IntegerReading.h"
@@ -42,7 +42,7 @@ private:
     std::atomic<bool> valid_{true};
 };
 
-/// As much of a run loop as one timer needs.
+/// The parts of a run loop that one timer needs.
 class OneTimerLoop final : public platform::RunLoop {
 public:
     std::shared_ptr<platform::Timer> scheduleRepeatingTimer(std::chrono::duration<double> interval,
