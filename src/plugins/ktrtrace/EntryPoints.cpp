@@ -1,5 +1,5 @@
-// The trace plug-in's three functions. They may be called from any thread at any time, while the process ends too. They
-// leave errno as it is, and let nothing but a result out.
+// The trace plug-in's three functions. They may be called from any thread at any time, even while the process ends.
+// They preserve errno, and no exception leaves them.
 
 #include "plugins/ktrtrace/TraceLevel.h"
 #include "plugins/ktrtrace/TraceLog.h"
@@ -19,14 +19,14 @@ namespace {
 constexpr std::int32_t taken = 0;
 constexpr std::int32_t lost = -1;
 
-// Made at the first line and never destroyed: threads may still trace while the process ends.
+// Created for the first line and never destroyed: threads may still trace while the process ends.
 ktrtrace::TraceLog& traceLog() {
     static auto& log =
         *new ktrtrace::TraceLog(ktrtrace::traceFolder(), ktrtrace::levelOfName(std::getenv("KTRTRACE_LEVEL")), {});
     return log;
 }
 
-/// `makeText` gives the text, or none; it is asked only when the level is wanted, and with the caller's errno.
+/// `makeText` returns the text, or none; it is called only if the level is enabled, and with the caller's errno.
 template<typename MakeText>
 std::int32_t trace(std::uint64_t bits, const char* module, const char* second, MakeText makeText) noexcept {
     const int error = errno;
@@ -42,7 +42,7 @@ std::int32_t trace(std::uint64_t bits, const char* module, const char* second, M
             result = text && log.write(level, ktrtrace::lineOf(module, second, *text)) ? taken : lost;
         }
     } catch (const std::exception&) {
-        // No memory even for a line: the application must not hear of it.
+        // No memory even for a line; the application must not notice.
         result = lost;
     }
     errno = error;

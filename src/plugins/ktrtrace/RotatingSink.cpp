@@ -27,7 +27,7 @@ spdlog::file_event_handlers keepPrivate() {
     return handlers;
 }
 
-/// Where the last whole line of the file ends; where it can't be read, its own end.
+/// Where the last complete line of the file ends; the end of the file if it cannot be read.
 off_t endOfLines(int descriptor, off_t size) {
     std::array<char, 4096> block{};
     for (off_t end = size; end > 0;) {
@@ -45,7 +45,7 @@ off_t endOfLines(int descriptor, off_t size) {
     return 0;
 }
 
-/// A full disk takes the beginning of a line and refuses the rest; a power cut may leave the same.
+/// A full disk accepts the beginning of a line and refuses the rest; a power cut can have the same effect.
 void cutTornLine(const std::string& file) {
     const int descriptor = ::open(file.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
     if (descriptor < 0) {
@@ -54,7 +54,7 @@ void cutTornLine(const std::string& file) {
     struct stat status = {};
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
         const off_t end = endOfLines(descriptor, status.st_size);
-        // Where it can't be cut it stays torn: a trace has nobody to tell.
+        // If it cannot be truncated, the torn line stays: a trace has nowhere to report this.
         [[maybe_unused]] const bool isWhole = end == status.st_size || ::ftruncate(descriptor, end) == 0;
     }
     ::close(descriptor);
@@ -70,7 +70,7 @@ bool RotatingSink::isWriting() {
 }
 
 void RotatingSink::open() {
-    // The library would wait and try again several times; this tells at once whether there is any use.
+    // The library would wait and retry several times; this shows at once whether opening can succeed.
     const int probe = openForAdding(file_);
     if (probe < 0) {
         return;
@@ -93,12 +93,12 @@ void RotatingSink::sink_it_(const spdlog::details::log_msg& message) {
         }
         if (inner_ != nullptr) {
             inner_->log(message);
-            // At once: a crash must not take the last lines along, and a timer would wake an idle process.
+            // Flushed at once: a crash must not lose the last lines, and a timer would wake an idle process.
             inner_->flush();
         }
     } catch (const std::exception&) {
-        // After a failure the library's sink may be left without a file, and would crash at the next line. Closing the
-        // file tries once more to write the rest of this one.
+        // After a failure the library's sink may have no file left, and would crash at the next line. Closing the file
+        // tries once more to write the rest of this line.
         inner_.reset();
         cutTornLine(file_);
     }

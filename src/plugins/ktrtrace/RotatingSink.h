@@ -11,9 +11,9 @@
 
 namespace ktrtrace {
 
-/// Writes each line at once into a file that is put aside when it is full (trace.log, trace.1.log, …), all of them for
-/// their owner alone. A line is written as a whole or not at all. Where one can't be written (the disk is full, the
-/// folder gone), it is lost, and so is what comes in the next seconds; then the file is tried again. Any thread.
+/// Writes each line at once to a file that is rotated when it is full (trace.log, trace.1.log, …); only their owner can
+/// read these files. A line is written completely or not at all. If a line cannot be written (the disk is full, the
+/// folder deleted), it is lost, and so are the lines of the next seconds; then the file is tried again. Any thread.
 class RotatingSink final : public spdlog::sinks::base_sink<std::mutex> {
 public:
     struct Limits {
@@ -24,7 +24,7 @@ public:
 
     RotatingSink(std::string file, Limits limits);
 
-    /// False after a line that could not be written, until one can.
+    /// False after a line that could not be written, until a line can be written again.
     bool isWriting();
 
 protected:

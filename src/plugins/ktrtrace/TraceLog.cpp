@@ -30,7 +30,7 @@ spdlog::level::level_enum libraryLevel(TraceLevel level) {
     return spdlog::level::info;
 }
 
-/// "main", or the name that the thread has given itself.
+/// "main", or the name that the thread has set for itself.
 const char* threadName() {
     thread_local std::array<char, 16> name{};
     if (name.front() == '\0') {
@@ -63,7 +63,7 @@ TraceLog::TraceLog(const std::string& folder, TraceLevel least, RotatingSink::Li
     logger_ = std::make_unique<spdlog::logger>("ktrtrace", sink_);
     logger_->set_level(spdlog::level::trace);
     logger_->set_pattern(pattern);
-    // The library's own handler would write to standard error again and again.
+    // The library's own handler would write to standard error repeatedly.
     logger_->set_error_handler([](const std::string&) {});
     write(TraceLevel::info, "ktrtrace: the trace of " + programPath() + " begins, level " + std::string(nameOf(least)));
 }

@@ -12,19 +12,19 @@
 
 namespace ktrtrace {
 
-/// The trace of this process: takes a place in the trace folder, and writes the lines that are grave enough. Touches
-/// the disk when it is made. Any thread.
+/// The trace of this process: takes a slot in the trace folder, and writes the lines at or above its level. Accesses
+/// the disk when it is created. Any thread.
 class TraceLog {
 public:
-    /// Where the trace can't be written at all, standard error hears so, once.
+    /// If the trace cannot be written at all, standard error reports this once.
     TraceLog(const std::string& folder, TraceLevel least, RotatingSink::Limits limits);
 
     bool takes(TraceLevel level) const { return level >= least_ && logger_ != nullptr; }
 
-    /// True when the line has reached its file.
+    /// True if the line has reached its file.
     bool write(TraceLevel level, const std::string& line);
 
-    /// The file that is written now; null when there is none.
+    /// The file being written; null if there is none.
     const char* fileName() const { return slot_ ? slot_->file().c_str() : nullptr; }
 
 private:

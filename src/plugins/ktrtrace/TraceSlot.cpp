@@ -20,7 +20,7 @@ constexpr mode_t ownFile = 0600;
 
 bool makeFolder(const std::string& folder) {
     std::error_code error;
-    // The folders above are everybody's; what is missing of them is made as the user's mask says.
+    // The parent folders are not ours alone; missing ones are created with the user's umask.
     std::filesystem::create_directories(std::filesystem::path(folder).parent_path(), error);
     if (::mkdir(folder.c_str(), ownFolder) != 0 && errno != EEXIST) {
         return false;

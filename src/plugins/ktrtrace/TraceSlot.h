@@ -5,13 +5,13 @@
 
 namespace ktrtrace {
 
-/// The place of one process in the trace folder: "trace.log" for the first, "trace-2.log" for one that runs at the same
-/// time, up to the fourth. No two processes write one file, so no line is ever torn and no rotation pulls a file away
-/// from another. The place is this process's until the object goes or the process ends, however it ends.
+/// The slot of one process in the trace folder: "trace.log" for the first, "trace-2.log" for one that runs at the same
+/// time, up to the fourth. No two processes write one file, so no line is ever torn, and no rotation moves a file that
+/// another process writes. The process keeps the slot until the object is destroyed or the process ends.
 class TraceSlot {
 public:
-    /// Makes the folder (0700) where it is missing. Null, with the reason in `trouble`, where the folder can't be used
-    /// or every place is taken.
+    /// Creates the folder (0700) if it is missing. Null, with the reason in `trouble`, if the folder cannot be used or
+    /// every slot is taken.
     static std::unique_ptr<TraceSlot> taken(const std::string& folder, std::string& trouble);
 
     ~TraceSlot();
@@ -29,10 +29,10 @@ private:
     const int lock_;
 };
 
-/// Opens the file for adding to it, made with mode 0600 where it is missing; -1, with errno set, where that can't be.
+/// Opens the file for appending, creating it with mode 0600 if it is missing; -1, with errno set, on failure.
 int openForAdding(const std::string& file);
 
-/// `$XDG_STATE_HOME/record-converter`, or `~/.local/state/record-converter`; empty where neither is known.
+/// `$XDG_STATE_HOME/record-converter`, or `~/.local/state/record-converter`; empty if neither is known.
 std::string traceFolder();
 
 }  // namespace ktrtrace

@@ -8,7 +8,7 @@ namespace ktrtrace {
 
 namespace {
 
-// Nearly every line fits; only a longer one asks for memory.
+// Nearly every line fits; only longer ones allocate memory.
 constexpr std::size_t usualSize = 1024;
 
 void appendEscaped(std::string& out, const char* bytes, std::size_t length) {
@@ -62,7 +62,7 @@ std::string lineOf(const char* module, const char* second, const std::string& te
     appendPart(line, module);
     appendPart(line, second);
     line += line.empty() ? "" : ": ";
-    // What `formatted` has cut already is a little longer, and stays as it is.
+    // A text that `formatted` has already cut is slightly longer, and stays as it is.
     const bool isCut = text.size() > longestText + usualSize;
     appendEscaped(line, text.data(), isCut ? longestText : text.size());
     return line + (isCut ? " (cut)" : "");
