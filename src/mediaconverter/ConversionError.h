@@ -4,7 +4,7 @@ namespace mediaconverter {
 
 /// Why a conversion failed: the codes that reach the sink. The numbers are published and never change their meaning.
 enum class ConversionError : int {
-    // what was asked
+    // the request
     badRequest = 1,
     abandoned = 2,
     outOfMemory = 3,
@@ -60,13 +60,14 @@ enum class ConversionError : int {
     workerOverBudget = 85,
 };
 
-/// One plain sentence without a full stop, for the system log; never null, whatever the value.
+/// One plain sentence without a full stop, for the system log: what was wrong and, where it helps, what to do. Never
+/// null, whatever the value.
 const char* sentence(ConversionError error);
 
-/// True where `value` is one of the codes above.
+/// Whether `value` is one of the codes above.
 bool isConversionError(int value);
 
-/// What writing to the destination failed of, told from an errno value.
+/// The error for an errno value of a failed write to the destination.
 ConversionError errorOfWriting(int number);
 
 }  // namespace mediaconverter

@@ -5,16 +5,16 @@
 
 namespace mediaconverter {
 
-/// The longest name of a file, in bytes, on the file systems that Linux has.
+/// The longest file name, in bytes, on Linux file systems.
 inline constexpr std::size_t longestName = 255;
 
-/// The first bytes of `text`, at most `length`, that do not end within a character of UTF-8.
+/// At most `length` first bytes of `text`, cut so that they do not end within a UTF-8 character.
 inline std::string cutAtCharacter(const std::string& text, std::size_t length) {
     const auto continuesAt = [&](std::size_t at) { return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80; };
     if (text.size() <= length) {
         return text;
     }
-    // A character has at most three bytes after its first; more than that is no UTF-8 and may be cut anywhere.
+    // A character has at most three bytes after its first; anything longer is not UTF-8 and may be cut anywhere.
     std::size_t end = length;
     while (end > 0 && length - end < 3 && continuesAt(end)) {
         --end;
@@ -24,11 +24,10 @@ inline std::string cutAtCharacter(const std::string& text, std::size_t length) {
 
 }  // namespace mediaconverter
 
-/// The path that the MP4 for `destination` gets. It is `destination` itself, unless its last component is longer than
-/// a name can be: then that component is cut, before ".mp4" or "(number).mp4" and never within a character of UTF-8.
-/// Any thread.
+/// The path of the MP4 for `destination`. It is `destination` itself, unless the last component is too long for a file
+/// name: that component is then cut, before ".mp4" or "(number).mp4" and never within a UTF-8 character. Any thread.
 inline std::string FittingDestination(const std::string& destination) {
-    const std::size_t start = destination.rfind('/') + 1;  // 0 where there is no slash
+    const std::size_t start = destination.rfind('/') + 1;  // 0 if there is no slash
     const std::string name = destination.substr(start);
     const std::string extension = ".mp4";
     if (name.size() <= mediaconverter::longestName || !name.ends_with(extension)) {

@@ -5,8 +5,8 @@
 
 namespace mediaconverter {
 
-/// The most that the MP4 of a source of that many bytes may take, in bytes: re-encoded audio and video can take more
-/// room than before, but not any room.
+/// The most bytes that the MP4 of a source of this size may take: re-encoded audio and video can take more room than
+/// before, but not without bound.
 constexpr std::uint64_t outputLimit(std::int64_t sourceSize) {
     constexpr std::uint64_t anyRecording = std::uint64_t{1} << 30U;
     constexpr std::uint64_t mostGrowth = 64;

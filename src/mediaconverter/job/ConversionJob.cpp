@@ -13,7 +13,7 @@ namespace {
 
 using enum ConversionError;
 
-// The name of an MP4 beside a relative path without a folder begins at the root.
+// For a relative path without a folder, the MP4 would be created in the root folder.
 void requireFullPath(const std::string& source, const std::string& destination) {
     if (!source.starts_with('/') && destination.starts_with('/')) {
         throw JobFailure(sourceNotAbsolute);

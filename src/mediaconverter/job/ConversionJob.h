@@ -10,17 +10,17 @@
 
 namespace mediaconverter {
 
-/// One recording on its way to one MP4: opens both ends, lets a worker do what touches the recording's content,
-/// and publishes the result. Lives on the converting thread.
+/// One conversion of a recording to an MP4: opens both ends, lets a worker handle the recording's content, and
+/// publishes the result. Lives on the converting thread.
 class ConversionJob {
 public:
     ConversionJob(JobOwner& owner, std::string source, std::string destination);
 
-    /// Does the whole job. On return the MP4 stands, synced, under its name; when it throws JobFailure there is no
-    /// trace of it.
+    /// Does the whole job. When it returns, the MP4 is synced under its name; when it throws JobFailure, no trace of it
+    /// remains.
     void run();
 
-    /// The recording that run() has converted; after run() has returned, once.
+    /// The recording that run() has converted. Call once, after run() has returned.
     SourceFile takeSource() noexcept { return std::move(*source_); }
 
 private:

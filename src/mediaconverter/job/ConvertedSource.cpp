@@ -12,8 +12,8 @@ namespace mediaconverter {
 
 namespace {
 
-/// All that live, linked through themselves: nothing is allocated where a failure could not be reported, and nothing is
-/// destroyed before the last converter. A recording's removal holds the lock, so that nothing is forgotten meanwhile.
+/// All living objects, in an intrusive list: nothing is allocated where a failure could not be reported, and nothing is
+/// destroyed before the last converter. Removing a recording holds the lock, so that nothing is forgotten meanwhile.
 constinit std::mutex mutex;
 constinit ConvertedSource* first = nullptr;
 

@@ -7,9 +7,8 @@
 
 namespace mediaconverter {
 
-/// Remembers which file a media converter has converted last, so that this file and no other is removed afterwards.
-/// The file stays open meanwhile: its inode number cannot pass to another file. Owned by its media converter; any
-/// thread may look for it.
+/// Remembers which file a media converter has converted last, so that only this file is removed afterwards. The file
+/// stays open meanwhile, so its inode number cannot be reused. Owned by its media converter; any thread may search it.
 class ConvertedSource {
 public:
     ConvertedSource();
@@ -18,12 +17,12 @@ public:
     ConvertedSource(const ConvertedSource&) = delete;
     ConvertedSource& operator=(const ConvertedSource&) = delete;
 
-    /// Remembers `source`. Allocates nothing: the MP4 stands already, and a failure could not be reported any more.
+    /// Remembers `source`. Allocates nothing: the MP4 already exists, and a failure could no longer be reported.
     void remember(SourceFile&& source) noexcept;
 
     void forget() noexcept;
 
-    /// Removes the file at `path` if some object of this class remembers it. None when it is gone, else why it stays.
+    /// Removes the file at `path` if some object of this class remembers it. None if it is gone, else why it stays.
     static std::optional<std::string> remove(const std::string& path);
 
 private:

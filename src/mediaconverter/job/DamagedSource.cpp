@@ -48,7 +48,7 @@ DamagedSource::DamagedSource(const SourceFile& source) {
         if (errno != EEXIST) {
             break;
         }
-        // What an earlier conversion of the same file left serves as well.
+        // A second name that an earlier conversion of the same file left will do.
         struct stat present = {};
         if (::stat(path_.c_str(), &present) == 0 && present.st_dev == source.status().st_dev &&
             present.st_ino == source.status().st_ino) {
@@ -69,7 +69,7 @@ void DamagedSource::syncFolder() const {
     const auto slash = path_.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
     const UniqueDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // A folder that may not be listed, or can't be synced, keeps its names as safe as they get.
+    // If the folder may not be listed or cannot be synced, its names are as safe as they can be.
     if (opened && ::fsync(opened.get()) != 0 && errno != EINVAL) {
         const int number = errno;
         ::unlink(path_.c_str());

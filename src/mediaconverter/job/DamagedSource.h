@@ -6,15 +6,14 @@
 
 namespace mediaconverter {
 
-/// A second name for the data of a recording that could be saved only in part: `name (damaged).ext` beside it, so
-/// that the data outlives the recording's own name. Throws JobFailure when it can't be made.
+/// A second name for the data of a recording that could be saved only in part: `name (damaged).ext` beside it, so that
+/// the data outlives the recording's own name. Throws JobFailure if it cannot be created.
 class DamagedSource {
 public:
-    /// Makes the name and brings it to the disk: a link, or a copy where the file system has no links. Never replaces
-    /// a file.
+    /// Creates and syncs the name: a link, or a copy if the file system has no links. Never replaces a file.
     explicit DamagedSource(const SourceFile& source);
 
-    /// Takes the name away again, unless it is to be kept.
+    /// Removes the name again, unless it is to be kept.
     ~DamagedSource();
 
     DamagedSource(const DamagedSource&) = delete;

@@ -4,7 +4,7 @@
 
 namespace mediaconverter {
 
-/// True where both describe the same file with the same content: device, inode, size and modification time to the
+/// Whether both describe the same file with the same content: device, inode, size and modification time to the
 /// nanosecond.
 inline bool isSameContent(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&

@@ -28,7 +28,7 @@ struct Entry {
     std::string name;
 };
 
-/// Removes what is left when the process exits in the middle of a conversion.
+/// Removes remaining files when the process exits in the middle of a conversion.
 class Registry {
 public:
     void removeAll() {
@@ -54,7 +54,7 @@ private:
 };
 
 Registry& registry() {
-    // Never destroyed: at the process's end a conversion may still be using it.
+    // Never destroyed: when the process ends, a conversion may still be using it.
     static auto& instance = *[] {
         static_cast<void>(std::atexit([] { registry().removeAll(); }));
         return new Registry;
@@ -62,7 +62,7 @@ Registry& registry() {
     return instance;
 }
 
-/// A file nobody has locked belongs to nobody living.
+/// A file that no process has locked belongs to a process that has ended.
 void removeIfLeft(int folder, const char* name) {
     const UniqueDescriptor left(::openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (left && ::flock(left.get(), LOCK_EX | LOCK_NB) == 0) {
@@ -98,7 +98,7 @@ HiddenFile make(int folder) {
             }
             return made;
         }
-        // Another converter's sweep may have come between the making and the locking.
+        // Another converter may have removed it between its creation and the lock.
         struct stat status = {};
         static_cast<void>(::flock(made.descriptor.get(), LOCK_EX | LOCK_NB));
         if (::fstat(made.descriptor.get(), &status) == 0 && status.st_nlink > 0) {

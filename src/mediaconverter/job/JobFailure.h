@@ -7,14 +7,14 @@
 
 namespace mediaconverter {
 
-/// Thrown within a job to end it: the one error that its owner hears.
+/// Thrown within a job to end it with the one error that is reported to its owner.
 struct JobFailure {
     ConversionError error;
     std::string detail;  ///< for the log, may be empty
 
     explicit JobFailure(ConversionError what, std::string more = {}) : error(what), detail(std::move(more)) {}
 
-    /// With the system's own words for an errno value as the detail.
+    /// With the system's message for an errno value as the detail.
     static JobFailure ofSystem(ConversionError error, int number);
 };
 

@@ -25,7 +25,7 @@ std::string printable(const std::string& bytes) {
 
 void logLine(const std::string& text) {
     const std::string line = "mediaconverter: " + printable(text) + "\n";
-    // One write, so that lines of several threads do not mix; there is nowhere to tell of a failure.
+    // One write, so that lines of several threads do not mix; a failure cannot be reported anywhere.
     static_cast<void>(!::write(STDERR_FILENO, line.data(), line.size()));
     ::syslog(LOG_USER | LOG_NOTICE, "mediaconverter: %s", printable(text).c_str());
 }

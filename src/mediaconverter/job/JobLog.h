@@ -5,10 +5,10 @@
 namespace mediaconverter {
 
 /// Writes one line to standard error and to the system's logger. Control characters are escaped, so that a file name
-/// can't forge a line. Any thread.
+/// cannot forge a line. Any thread.
 void logLine(const std::string& text);
 
-/// `bytes` as logLine would write them.
+/// `bytes` in the form in which logLine writes them.
 std::string printable(const std::string& bytes);
 
 }  // namespace mediaconverter

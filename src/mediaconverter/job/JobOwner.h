@@ -2,12 +2,12 @@
 
 namespace mediaconverter {
 
-/// What a job asks of whoever runs it, on the job's thread.
+/// What a job asks of its owner, on the job's thread.
 class JobOwner {
 public:
     virtual ~JobOwner() = default;
 
-    /// The job has come so far: percent, below 100.
+    /// Progress of the job: percent, below 100.
     virtual void jobProgress(float percent) = 0;
 
     /// Readable once the job is to be abandoned.

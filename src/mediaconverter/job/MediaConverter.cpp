@@ -15,7 +15,7 @@ namespace mediaconverter {
 
 namespace {
 
-/// The tracks and the container that this converter makes: sound (bit 0) and picture (bit 1), into MP4.
+/// The tracks and the container that this converter makes: audio (bit 0) and video (bit 1), in an MP4.
 constexpr int bothTracks = 3;
 constexpr int mp4Container = 4;
 
@@ -34,7 +34,7 @@ void MediaConverter::Release() {
         std::unique_lock lock(mutex_);
         abandoned_ = true;
         if (converting_ == std::this_thread::get_id()) {
-            // From a callback: the object is still in use below us, and ends when the job has wound up.
+            // Called from a callback: the object is still in use up the stack, and is destroyed when the job has ended.
             releasedByCallback_ = true;
             return;
         }
@@ -59,7 +59,7 @@ int MediaConverter::Convert(const char* source, const char* destination, int tra
     std::unique_lock lock(mutex_);
     converting_ = std::thread::id();
     const bool isLast = releasedByCallback_;
-    // Under the lock: a releasing thread deletes the object as soon as it has the lock again.
+    // While holding the lock: a releasing thread deletes the object as soon as it gets the lock.
     ended_.notify_all();
     lock.unlock();
     if (isLast) {
@@ -92,7 +92,7 @@ int MediaConverter::runJob(const char* source, const char* destination, int trac
 }
 
 void MediaConverter::jobProgress(float percent) {
-    // Steps of a hundredth of a percent are nothing to anybody; the last of them are left to the one 100.
+    // Steps of a hundredth of a percent are of no use; the last of them are covered by the final 100.
     if (percent > lastPercent_ + 0.05F && percent < 100.0F && !releasedByCallback_) {
         lastPercent_ = percent;
         sink_.OnConvertProgress(percent);
@@ -105,7 +105,7 @@ int MediaConverter::report(const char* source, ConversionError error, const std:
                 std::to_string(static_cast<int>(error)) + ": " + sentence(error) +
                 (detail.empty() ? std::string() : " (" + detail + ")"));
     } catch (const std::exception&) {
-        // No memory even for a line: the code has to do.
+        // No memory even for a line: the code must suffice.
     }
     if (!releasedByCallback_) {
         sink_.OnConvertError(static_cast<int>(error));

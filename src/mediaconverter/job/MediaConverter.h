@@ -14,14 +14,15 @@
 namespace mediaconverter {
 
 /// The media converter that ships. Converts on the calling thread, one job at a time; every callback of a job comes
-/// from that thread, before Convert returns. Stands idle, at no cost, until it is asked.
+/// from that thread, before Convert returns. Costs nothing while idle.
 class MediaConverter final : public zed::IZedMediaConverter, private JobOwner {
 public:
     explicit MediaConverter(zed::IZedMediaConverterSink& sink);
     ~MediaConverter() override;
 
-    /// A job on another thread is abandoned: its worker is killed, it reports `abandoned` and is waited for. A job
-    /// past the point where its MP4 gets its name reports its 100 instead. From a callback: no more callbacks come.
+    /// A job on another thread is abandoned: its worker is killed, it reports `abandoned`, and this waits for it. A job
+    /// past the point where its MP4 gets its name reports its 100 instead. When called from a callback, no more
+    /// callbacks come.
     void Release() override;
 
     /// 0 on success, else the ConversionError that was reported.

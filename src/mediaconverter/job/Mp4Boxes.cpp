@@ -12,7 +12,7 @@ namespace {
 
 constexpr int mostBoxes = 1000;
 
-/// The first 32 bits are the size; where they are 1, it follows the type in 64 bits.
+/// The first 32 bits are the size; if they are 1, a 64-bit size follows the type.
 constexpr std::size_t shortHeader = 8;
 constexpr std::size_t longHeader = 16;
 

@@ -7,7 +7,7 @@
 
 namespace mediaconverter {
 
-/// A box of an MP4, as ISO/IEC 14496-12 has it (4.2).
+/// A box of an MP4 (ISO/IEC 14496-12, 4.2).
 struct Mp4Box {
     std::string type;  ///< four bytes
     std::uint64_t start = 0;
@@ -15,14 +15,14 @@ struct Mp4Box {
     std::uint64_t end = 0;
 };
 
-/// Gives the boxes that fill the file from `start` to `end` to `take`, one after the other, reading their headers only.
-/// None when they fill it exactly, else the place where there is no box: its size leaves the range or is open (0), or
-/// there are more boxes than any real file has at one level (1000), or the file can't be read there.
+/// Passes the boxes that fill the file from `start` to `end` to `take`, one after the other, reading only their
+/// headers. None if they fill the range exactly, else the position without a valid box: its size leaves the range or is
+/// open (0), or there are more boxes than any real file has at one level (1000), or the file cannot be read there.
 std::optional<std::uint64_t> walkBoxes(int descriptor, std::uint64_t start, std::uint64_t end,
                                        const std::function<void(const Mp4Box&)>& take);
 
-/// True where the file is a whole MP4 that needs no conversion: boxes from its first byte to its last, data, and an
-/// index without fragments. QuickTime files are none.
+/// Whether the file is a complete MP4 that needs no conversion: boxes from its first byte to its last, data, and an
+/// index without fragments. False for QuickTime files.
 bool isFlatMp4(int descriptor);
 
 }  // namespace mediaconverter

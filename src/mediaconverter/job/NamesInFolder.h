@@ -6,8 +6,8 @@
 
 namespace mediaconverter {
 
-/// The names in the open folder that begin with `prefix` and end with `suffix`, in no order; none where it can't be
-/// read. The descriptor keeps its position. Any thread.
+/// The names in the open folder that start with `prefix` and end with `suffix`, in no particular order; none if it
+/// cannot be read. The descriptor keeps its position. Any thread.
 std::vector<std::string> namesIn(int folder, std::string_view prefix, std::string_view suffix);
 
 }  // namespace mediaconverter

@@ -86,7 +86,7 @@ OutputFile::OutputFile(const std::string& destination, const SourceFile& source)
 
 void OutputFile::openFolder(const std::string& folder) {
     folder_ = UniqueDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder_ && errno == EACCES) {  // a folder that may be written to and not listed
+    if (!folder_ && errno == EACCES) {  // a folder that may be written to but not listed
         folder_ = UniqueDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     }
     if (!folder_) {
@@ -106,7 +106,7 @@ void OutputFile::makeUnnamed() {
     if (descriptor_) {
         return;
     }
-    // These mean that the file system or the kernel has no unnamed files.
+    // These errors mean that the file system or the kernel has no unnamed files.
     if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL && errno != ENOENT && errno != ENOSYS) {
         throw JobFailure::ofSystem(errorOfFolder(errno), errno);
     }
@@ -127,7 +127,7 @@ void OutputFile::sync(const struct stat& source) {
     if (::fsync(descriptor_.get()) != 0) {
         throw JobFailure::ofSystem(errno == ENOSPC || errno == EDQUOT ? errorOfWriting(errno) : syncFailed, errno);
     }
-    // Network file systems report late errors when a descriptor is closed, and the name must not be given before.
+    // Network file systems report late errors when a descriptor is closed, and the name must not be given before that.
     UniqueDescriptor copy(::fcntl(descriptor_.get(), F_DUPFD_CLOEXEC, 0));
     if (!copy || !copy.close()) {
         throw JobFailure::ofSystem(closeFailed, errno);
@@ -145,8 +145,8 @@ void OutputFile::publish() {
         takeBackName();
         throw JobFailure::ofSystem(closeFailed, number);
     }
-    // Some file systems can't sync a folder and say so with EINVAL, and one that may not be listed can't be opened for
-    // it (EBADF); those names are as safe as they get.
+    // Some file systems cannot sync a folder (EINVAL), and a folder that may not be listed cannot be opened for it
+    // (EBADF); those names are as safe as they can be.
     if (::fsync(folder_.get()) != 0 && errno != EINVAL && errno != EBADF) {
         const int number = errno;
         takeBackName();
@@ -161,7 +161,7 @@ void OutputFile::linkUnnamed() {
         return;
     }
     int number = errno;
-    // Without /proc there is the direct way, which not every kernel gives to every user.
+    // Without /proc there is a direct call, which some kernels refuse to some users.
     if (number == ENOENT) {
         if (::linkat(descriptor_.get(), "", folder_.get(), name_.c_str(), AT_EMPTY_PATH) == 0) {
             return;
@@ -190,7 +190,7 @@ void OutputFile::renameHidden() {
 }
 
 void OutputFile::renameOverPlaceholder() {
-    // Neither a rename that keeps what is there nor links: an empty file of our own holds the name for a moment.
+    // Neither a rename that replaces nothing nor links: an empty file of our own holds the name for a moment.
     UniqueDescriptor placeholder(
         ::openat(folder_.get(), name_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!placeholder) {

@@ -9,12 +9,12 @@
 
 namespace mediaconverter {
 
-/// The MP4 in the making: a file without a name in the destination's folder, or, where the file system has no such
-/// files, a hidden one. It gets its name only through publish(); until then its end leaves nothing behind.
-/// Every operation throws JobFailure.
+/// The MP4 in progress: an unnamed file in the destination's folder, or a hidden one if the file system has no unnamed
+/// files. It gets its name only through publish(); until then its destruction leaves nothing behind. Every operation
+/// throws JobFailure.
 class OutputFile {
 public:
-    /// Makes the file, for the readers of `source` and nobody else. A name that is longer than a name can be is cut.
+    /// Creates the file, readable only for the readers of `source`. A name that is too long is cut.
     OutputFile(const std::string& destination, const SourceFile& source);
     ~OutputFile();
 
@@ -23,15 +23,15 @@ public:
 
     int descriptor() const { return descriptor_.get(); }
 
-    /// What of the source's readers and attributes the file could not be given, for the log; may be empty.
+    /// The readers and attributes of the source that the file could not get, for the log; may be empty.
     const std::string& limitation() const { return limitation_; }
 
-    /// Takes the time of `source` and brings data and state to the disk. A failed sync is not tried again: the kernel
-    /// may have forgotten the data by then.
+    /// Sets the time of `source` and syncs data and state. A failed sync is not retried: the kernel may have dropped
+    /// the data by then.
     void sync(const struct stat& source);
 
-    /// Gives the file its destination name, without ever replacing what has it, closes it and brings the folder to
-    /// the disk. When that fails the name is as it was.
+    /// Gives the file its destination name, without ever replacing an existing file, closes it and syncs the folder. If
+    /// that fails, the name is as it was.
     void publish();
 
 private:
@@ -45,7 +45,7 @@ private:
 
     std::string name_;
     std::string limitation_;
-    std::string hiddenName_;  ///< empty for a file without a name
+    std::string hiddenName_;  ///< empty for an unnamed file
     UniqueDescriptor folder_;
     UniqueDescriptor descriptor_;
     struct stat identity_ = {};

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* accessList = "system.posix_acl_access";
 
-// The kernel's form of an access list (linux/posix_acl_xattr.h): a version, then entries of tag, rights and id, all
+// The kernel's format of an access list (linux/posix_acl_xattr.h): a version, then entries of tag, rights and id, all
 // little-endian.
 constexpr std::size_t listHeader = 4;
 constexpr std::size_t entrySize = 8;
@@ -35,7 +35,7 @@ std::optional<std::vector<char>> attribute(int file, const char* name) {
     return value;
 }
 
-/// A list that lets nobody execute, and its owner read and write.
+/// The list with the execute right removed for everyone, and with read and write for its owner.
 std::vector<char> forAnMp4(std::vector<char> list) {
     for (std::size_t entry = listHeader; entry + entrySize <= list.size(); entry += entrySize) {
         char& rights = list[entry + rightsOffset];
@@ -44,8 +44,8 @@ std::vector<char> forAnMp4(std::vector<char> list) {
     return list;
 }
 
-/// In another group, its members may do only what both the source's group and all others may: they can have been
-/// either. So may all others, who can have been members of the source's group.
+/// If the group differs, its members get only what both the source's group and all others have, because they can have
+/// been either. The same holds for all others, who can have been members of the source's group.
 mode_t modeInOtherGroup(mode_t mode) {
     const mode_t both = (mode >> 3U) & mode & 06U;
     return (mode & 0600U) | both << 3U | both;
@@ -61,9 +61,9 @@ bool takeOwners(const struct stat& source, int output) {
            ::fchown(output, static_cast<uid_t>(-1), source.st_gid) == 0;
 }
 
-/// False where some readers of the source may not read the output.
+/// False if some readers of the source may not read the output.
 bool takeReaders(int source, const struct stat& status, int output) {
-    // A list that the folder hands down to its files would add readers.
+    // A list inherited from the folder would add readers.
     ::fremovexattr(output, accessList);
     const bool hasGroup = takeOwners(status, output);
     const mode_t mode = (status.st_mode & 0666U) | 0600U;
@@ -75,13 +75,13 @@ bool takeReaders(int source, const struct stat& status, int output) {
     if (errno != ENODATA && errno != EOPNOTSUPP && errno != ENOSYS) {
         return false;  // there may be a list
     }
-    // A file system without modes (FAT) refuses; the folder then decides who reads, for the source as well.
+    // A file system without modes (FAT) refuses; there the folder decides who may read, for the source as well.
     const mode_t wanted = hasGroup ? mode : modeInOtherGroup(mode);
     static_cast<void>(::fchmod(output, wanted));
     return wanted == mode;
 }
 
-/// The type would be wrong.
+/// False for the MIME type, which would be wrong for the MP4.
 bool comesAlong(std::string_view name) {
     return name.starts_with("user.") && name != "user.mime_type";
 }

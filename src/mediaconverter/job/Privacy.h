@@ -6,10 +6,10 @@
 
 namespace mediaconverter {
 
-/// Lets `output`, which only its owner can read so far, be read by those who may read `source` and by nobody else, as
-/// far as its file system can say so: owner where this user may give files away, group, mode, access list. What can't
-/// be had is replaced by something tighter. Then the user's own extended attributes come along.
-/// Gives back a sentence where readers or attributes were left out, else an empty text.
+/// Gives `output`, which so far only its owner can read, exactly the readers of `source`, as far as its file system
+/// supports it: owner if this user may change owners, group, mode, access list. What is not possible is replaced by
+/// something stricter. Then copies the user's own extended attributes. Returns a sentence if readers or attributes were
+/// left out, else an empty text.
 std::string takeAccess(int source, const struct stat& status, int output);
 
 }  // namespace mediaconverter

@@ -15,7 +15,7 @@ std::string secondName(const std::string& path, const std::string& mark, int num
         end += stem.substr(dot);
         stem.erase(dot);
     }
-    // An extension that fills the name is none: it gives up its end.
+    // An "extension" that fills the whole name is not one: its end is cut.
     end = cutAtCharacter(end, longestName - std::min<std::size_t>(stem.size(), 1));
     return folder + cutAtCharacter(stem, longestName - end.size()) + end;
 }

@@ -4,8 +4,8 @@
 
 namespace mediaconverter {
 
-/// `path` with " (mark)", or " (mark 2)" for the number 2, before the extension of its last component. That component
-/// is cut at the end of its stem, never within a character of UTF-8, where it would become longer than a name can be.
+/// `path` with " (mark)", or " (mark 2)" for the number 2, before the extension of its last component. If that
+/// component would become too long for a file name, its stem is cut at the end, never within a UTF-8 character.
 std::string secondName(const std::string& path, const std::string& mark, int number);
 
 }  // namespace mediaconverter

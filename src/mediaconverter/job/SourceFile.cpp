@@ -36,8 +36,8 @@ ConversionError errorOfOpening(int number) {
 }  // namespace
 
 SourceFile::SourceFile(std::string path) : path_(std::move(path)) {
-    // Opening a device can have effects of its own (a tape rewinds), so its kind is looked at first; what was opened
-    // is looked at again, because the name may lead elsewhere by then.
+    // Opening a device can have side effects (a tape rewinds), so its type is checked first. The opened file is checked
+    // again, because the name may lead elsewhere by then.
     if (::stat(path_.c_str(), &status_) == 0 && !S_ISREG(status_.st_mode)) {
         throw JobFailure(sourceNotRegular);
     }

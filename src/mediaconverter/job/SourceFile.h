@@ -8,24 +8,24 @@
 
 namespace mediaconverter {
 
-/// The recording, opened for reading and nothing else. Every operation throws JobFailure.
+/// The recording, opened for reading only. Every operation throws JobFailure.
 class SourceFile {
 public:
-    /// Opens the file that `path` leads to. Never waits (a FIFO without a writer does not block) and refuses
-    /// everything but a regular file.
+    /// Opens the file at `path`. Never blocks (not even on a FIFO without a writer) and rejects everything but a
+    /// regular file.
     explicit SourceFile(std::string path);
 
-    /// Makes what the file is now what it is to stay, and refuses one that holds nothing.
+    /// Records the current state of the file, which it must keep from now on, and rejects an empty file.
     void takeState();
 
     int descriptor() const { return descriptor_.get(); }
     const std::string& path() const { return path_; }
 
-    /// What the file was when its state was taken last, at first when it was opened.
+    /// The state of the file when it was last recorded, initially when it was opened.
     const struct stat& status() const { return status_; }
 
-    /// Fails when the file is not what it was when its state was taken: its size, its modification time, or the file
-    /// that the path leads to.
+    /// Fails if the file has changed since its state was recorded: its size, its modification time, or the file that
+    /// the path leads to.
     void requireUnchanged() const;
 
 private:

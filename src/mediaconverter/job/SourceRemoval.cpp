@@ -27,7 +27,7 @@ std::string systemText(int number) {
     return std::generic_category().message(number);
 }
 
-/// A name that says what the file under it is: it may be removed whenever it still is that.
+/// A name that identifies the file: the file may be removed whenever it still matches the name.
 std::string asideName(const struct stat& file) {
     std::uint32_t chance = 0;
     static_cast<void>(!::getrandom(&chance, sizeof chance, 0));
@@ -42,7 +42,7 @@ std::string asideName(const struct stat& file) {
 
 bool saysWhatItIs(const std::string& name, const struct stat& file) {
     const std::string own = asideName(file);
-    const std::size_t chance = 8 + suffix.size();  // differs from name to name
+    const std::size_t chance = 8 + suffix.size();  // differs for each name
     return name.size() == own.size() && name.compare(0, name.size() - chance, own, 0, own.size() - chance) == 0;
 }
 
@@ -63,7 +63,7 @@ int renameWithoutReplacing(int folder, const std::string& from, const std::strin
     return errno;
 }
 
-/// The name is random, so where the file system cannot promise to replace nothing there is still nothing to replace.
+/// The name is random, so even if the file system cannot guarantee not to replace a file, there is none to replace.
 int moveAside(int folder, const std::string& name, const std::string& aside) {
     const int number = renameWithoutReplacing(folder, name, aside);
     if (number != EINVAL && number != ENOSYS) {
@@ -72,7 +72,7 @@ int moveAside(int folder, const std::string& name, const std::string& aside) {
     return ::renameat(folder, name.c_str(), folder, aside.c_str()) == 0 ? 0 : errno;
 }
 
-/// Gives what was moved aside its name back, or the nearest that is free.
+/// Gives the moved file its name back, or the nearest free one.
 std::string giveBack(int folder, const std::string& aside, const std::string& name) {
     for (int number = 0; number < 100; ++number) {
         const std::string candidate = number == 0 ? name : secondName(name, "moved aside", number);
@@ -106,7 +106,7 @@ public:
     std::string name;
 };
 
-/// True where `name` is the file, or a symbolic link that leads to it.
+/// Whether `name` is the file, or a symbolic link to it.
 bool isTheFile(int folder, const std::string& name, const SourceFile& source) {
     struct stat named = {};
     return ::fstatat(folder, name.c_str(), &named, 0) == 0 && isSameContent(named, source.status());
@@ -129,7 +129,7 @@ std::optional<std::string> removeSource(const SourceFile& source) {
     if (const int number = moveAside(folder, place.name, aside); number != 0) {
         return systemText(number);
     }
-    // Whatever came between the look above and the move has been moved as well.
+    // A file that took the name between the check above and the move has been moved too.
     if (!isTheFile(folder, aside, source)) {
         return giveBack(folder, aside, place.name);
     }

@@ -21,7 +21,7 @@ public:
     int get() const { return descriptor_; }
     explicit operator bool() const { return descriptor_ >= 0; }
 
-    /// Closes it now; false where that failed (errno says how). The descriptor is gone either way.
+    /// Closes it now; false if that failed (errno says how). The descriptor is closed either way.
     bool close() {
         const int descriptor = std::exchange(descriptor_, -1);
         return descriptor < 0 || ::close(descriptor) == 0;

@@ -25,8 +25,7 @@ namespace mediaconverter {
 
 namespace {
 
-/// The three descriptors are moved above the places that they are to take in the worker, so that none overwrites
-/// another on its way.
+/// The three descriptors are moved above their target numbers in the worker, so that none overwrites another.
 UniqueDescriptor movedUp(int descriptor) {
     UniqueDescriptor copy(::fcntl(descriptor, F_DUPFD_CLOEXEC, descriptor::report + 1));
     if (!copy) {
@@ -40,8 +39,8 @@ public:
     SpawnActions() {
         posix_spawn_file_actions_init(&actions_);
         posix_spawnattr_init(&attributes_);
-        // What the application blocks or ignores is no business of the worker's, and a Ctrl-C in a terminal is for
-        // the application alone to act on.
+        // The worker must not inherit which signals the application blocks or ignores, and only the application handles
+        // a Ctrl-C in a terminal.
         sigset_t none;
         sigset_t all;
         sigemptyset(&none);
@@ -66,8 +65,8 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-/// What the worker's loader and a sanitizer's runtime read, and nothing else: the rest is the user's and of no use to a
-/// program that reads a stranger's file.
+/// The variables that the worker's loader and a sanitizer's runtime read. The others concern the user and are of no use
+/// to a program that reads untrusted files.
 std::vector<char*> workerEnvironment() {
     std::vector<char*> kept;
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -81,7 +80,7 @@ std::vector<char*> workerEnvironment() {
     return kept;
 }
 
-/// Killed workers that a file system holds. Nothing waits for them; they are reaped in passing.
+/// Killed workers that hang in a file system. Nothing waits for them; they are reaped when the next one starts.
 class Unreaped {
 public:
     static void add(pid_t process) {
@@ -103,10 +102,10 @@ private:
     static inline std::array<pid_t, 16> processes{};
 };
 
-/// How long a killed worker is waited for.
+/// How long the destructor waits for a killed worker.
 constexpr int mostKillMilliseconds = 5000;
 
-/// Between the warning of the processor time's limit and its being enforced.
+/// Between the warning about the limit on processor time and its enforcement.
 constexpr rlim_t graceSeconds = 5;
 
 }  // namespace
@@ -119,7 +118,7 @@ WorkerProcess::WorkerProcess(const std::string& program, const SourceFile& sourc
     }
     report_ = UniqueDescriptor(ends[0]);
     const UniqueDescriptor writeEnd(ends[1]);
-    // The worker's end waits where the pipe is full.
+    // The worker's end of the pipe blocks when the pipe is full.
     static_cast<void>(::fcntl(writeEnd.get(), F_SETFL, 0));
     const UniqueDescriptor movedSource = movedUp(source.descriptor());
     UniqueDescriptor movedOutput = movedUp(output);
@@ -138,7 +137,7 @@ void WorkerProcess::start(const std::string& program, int source, int output, in
     SpawnActions spawn;
     posix_spawn_file_actions_addopen(spawn.actions(), STDIN_FILENO, "/dev/null", O_RDWR, 0);
     posix_spawn_file_actions_adddup2(spawn.actions(), STDIN_FILENO, STDOUT_FILENO);
-#ifndef __SANITIZE_ADDRESS__  // a sanitizer's report must be seen
+#ifndef __SANITIZE_ADDRESS__  // a sanitizer's report must stay visible
     posix_spawn_file_actions_adddup2(spawn.actions(), STDIN_FILENO, STDERR_FILENO);
 #endif
     posix_spawn_file_actions_adddup2(spawn.actions(), source, descriptor::source);
@@ -227,7 +226,7 @@ std::optional<WorkerEnd> WorkerProcess::tryWait() {
 }
 
 bool WorkerProcess::isOverBudget(const WorkerEnd& end) const {
-    // A worker that did not heed the warning was killed some seconds later.
+    // A worker that ignored the warning was killed some seconds later.
     const int signal = end.status && WIFSIGNALED(*end.status) ? WTERMSIG(*end.status) : 0;
     return signal == SIGXCPU || (signal == SIGKILL && end.processorSeconds + 1 >= processorSeconds_);
 }
@@ -241,7 +240,7 @@ std::string WorkerProcess::statusFields() const {
     if (length <= 0) {
         return {};
     }
-    // The program's name, in parentheses, may hold anything; the fields after it are plain.
+    // The program's name, in parentheses, may contain anything; the fields after it are plain.
     const char* const afterName = std::strrchr(text.data(), ')');
     return afterName == nullptr ? std::string() : std::string(afterName + 1);
 }

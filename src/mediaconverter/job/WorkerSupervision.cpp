@@ -19,16 +19,16 @@ namespace {
 
 using enum ConversionError;
 
-/// How long a worker may neither get on nor compute.
+/// How long a worker may neither make progress nor compute.
 constexpr std::chrono::seconds patience{30};
 
-/// How often the worker's state is looked at while it reports nothing.
+/// How often the worker's state is checked while it reports nothing.
 constexpr int lookMilliseconds = 1000;
 
-/// What counts as getting on; the worker reports in steps of this size.
+/// The smallest step that counts as progress; the worker reports in steps of this size.
 constexpr float smallestStep = 0.001F;
 
-/// The worker's work as a part of the whole; the rest is syncing and publishing.
+/// The worker's share of the progress; the rest is syncing and publishing.
 constexpr float workerPercent = 97.0F;
 
 /// Far more than an honest worker sends, and little enough for a log.
@@ -36,10 +36,10 @@ constexpr int mostNotes = 200;
 constexpr int mostMessages = 100'000;
 
 void requireBoundedOutput(const SourceFile& source, const OutputFile& output) {
-    // Without a question to a server, whose silence would hold up this thread.
+    // Without asking a file server, whose silence would block this thread.
     struct statx now = {};
     constexpr int asKnown = AT_EMPTY_PATH | AT_STATX_DONT_SYNC;
-    // The index is inserted in front of the data and may need as much room again.
+    // The index is inserted in front of the data and may need the same amount of room again.
     if (::statx(output.descriptor(), "", asKnown, STATX_SIZE, &now) == 0 &&
         now.stx_size > 2 * outputLimit(source.status().st_size)) {
         throw JobFailure(fileTooLarge, "no MP4 of this recording needs " + std::to_string(now.stx_size) + " bytes");
@@ -69,7 +69,7 @@ std::optional<std::string> WorkerSupervision::run(const SourceFile& source, cons
 }
 
 void WorkerSupervision::waitForNews(const WorkerProcess& worker) const {
-    // A signal that comes meanwhile only makes the wait shorter.
+    // A signal that arrives meanwhile only shortens the wait.
     pollfd waiting[2] = {{owner_.abandonDescriptor(), POLLIN, 0},
                          {hasClosedReports_ ? worker.endDescriptor() : worker.reportDescriptor(), POLLIN, 0}};
     static_cast<void>(::poll(waiting, 2, lookMilliseconds));
@@ -79,7 +79,7 @@ void WorkerSupervision::waitForNews(const WorkerProcess& worker) const {
 }
 
 void WorkerSupervision::takeMessages(WorkerProcess& worker) {
-    // At most what the pipe holds, so that a flood can't keep this thread from looking up.
+    // At most what the pipe holds, so that a flood cannot keep this thread from its other checks.
     for (int count = 0; count < 128 && !hasClosedReports_; ++count) {
         const auto message = worker.tryRead();
         if (message) {
@@ -151,7 +151,7 @@ void WorkerSupervision::requireSigns(const WorkerProcess& worker) {
         return;
     }
     const auto processorTime = worker.processorTime();
-    // After its last word the worker has nothing left to compute.
+    // After its last message the worker has nothing left to compute.
     const bool computes =
         processorTime != std::exchange(lastProcessorTime_, processorTime) && !done_ && !hasClosedReports_;
     if (computes || worker.waitsForDisk()) {

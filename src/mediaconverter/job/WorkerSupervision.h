@@ -13,15 +13,15 @@
 
 namespace mediaconverter {
 
-/// Runs one worker and believes it as little as possible: it may crash, stop in the middle of a message, flood the log,
-/// or never end. Every wait here has an end, and abandoning the job ends it at once. Lives on the converting thread.
+/// Runs one worker without trusting it: it may crash, stop in the middle of a message, flood the log, or never end.
+/// Every wait here is bounded, and abandoning the job ends it at once. Lives on the converting thread.
 class WorkerSupervision {
 public:
-    /// `note` is given the worker's notes, a bounded number of them.
+    /// `note` receives the worker's notes, at most a bounded number of them.
     WorkerSupervision(JobOwner& owner, std::function<void(const std::string&)> note);
 
-    /// Returns when the worker has said that it is done and has ended well; gives back which parts of the source it
-    /// could not read. Throws JobFailure; the worker is dead then as well.
+    /// Returns when the worker has reported that it is done and has ended normally; the result says which parts of the
+    /// source it could not read. Throws JobFailure; the worker is dead then as well.
     std::optional<std::string> run(const SourceFile& source, const OutputFile& output);
 
 private:

@@ -13,7 +13,7 @@ namespace mediaconverter {
 
 namespace {
 
-/// How many times as long as a look the pause after it is at least.
+/// The pause after a check is at least this many times as long as the check.
 constexpr int restPerLook = 20;
 
 std::string textOfWriters(const SourceFile& source) {
@@ -47,7 +47,7 @@ WriterWait::End WriterWait::wait(const SourceFile& source) {
             throw JobFailure(ConversionError::sourceChanged,
                              "after the longest wait it is still written by " + textOfWriters(source));
         }
-        // Where all processes must be looked through, a look takes its time; it must stay a small part of it.
+        // If all processes must be searched, a check takes time; it must stay a small part of the whole.
         pause(std::max(limits_.look, restPerLook * std::chrono::ceil<std::chrono::milliseconds>(now - looked)));
         looked = Clock::now();
     }

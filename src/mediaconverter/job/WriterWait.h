@@ -9,25 +9,25 @@
 
 namespace mediaconverter {
 
-/// Waits for a recording that some process still writes: a helper of a client that has died may have data to flush.
-/// Costs one system call where nobody writes. Lives on the converting thread.
+/// Waits for a recording that some process still writes: a helper of a dead client may have data to flush. Costs one
+/// system call if nothing writes. Lives on the converting thread.
 class WriterWait {
 public:
     enum class End {
-        closed,  ///< nobody writes: the file is what it will be
-        idle,    ///< still open, but nothing has come for as long as patience lasts
+        closed,  ///< no process writes: the file has its final content
+        idle,    ///< still open, but unchanged for as long as the patience lasts
     };
 
     struct Limits {
-        std::chrono::milliseconds patience{30'000};  ///< how long a file that is open may stay as it is
-        std::chrono::milliseconds longest{600'000};  ///< how long a file that grows is waited for, as others wait too
-        std::chrono::milliseconds look{250};         ///< between two looks, longer where looking takes time
+        std::chrono::milliseconds patience{30'000};  ///< how long an open file may stay unchanged
+        std::chrono::milliseconds longest{600'000};  ///< how long to wait for a growing file, because others wait too
+        std::chrono::milliseconds look{250};         ///< between two checks, longer if a check takes long
     };
 
-    /// `note` is given what is waited for.
+    /// `note` receives which writer is waited for.
     WriterWait(const JobOwner& owner, std::function<void(const std::string&)> note, Limits limits);
 
-    /// Throws JobFailure: `abandoned`, or `sourceChanged` where the file still grows after the longest wait.
+    /// Throws JobFailure: `abandoned`, or `sourceChanged` if the file still grows after the longest wait.
     End wait(const SourceFile& source);
 
 private:

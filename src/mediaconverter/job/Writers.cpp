@@ -19,12 +19,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Whether the kernel grants a read lease, which it does only while nobody can write. None where it gives no answer:
+/// Whether the kernel refuses a read lease, which it grants only while nothing can write. None if it gives no answer:
 /// the file is another user's, or its file system has no leases.
 std::optional<bool> isLeaseRefused(int descriptor) {
-    // Somebody who opens the file for writing while the lease is held waits until it is given back, a moment later.
-    // The kernel announces that by a signal, whose default would end this process: one that is ignored by default
-    // takes its place.
+    // A process that opens the file for writing while the lease is held waits until it is released, a moment later. The
+    // kernel announces that with a signal whose default action would end this process, so one that is ignored by
+    // default replaces it.
     if (::fcntl(descriptor, F_SETSIG, SIGURG) != 0) {
         return std::nullopt;
     }
@@ -66,8 +66,8 @@ std::string deviceOf(const struct stat& file) {
     return text;
 }
 
-/// A shared mapping writes on after its descriptor has been closed. Lines are "from-to rw-s offset major:minor inode
-/// …".
+/// A shared mapping can still write after its descriptor has been closed. Lines are "from-to rw-s offset major:minor
+/// inode …".
 bool hasMapped(const fs::path& process, const struct stat& file) {
     std::ifstream mappings(process / "maps");
     for (std::string line; std::getline(mappings, line);) {

@@ -11,18 +11,18 @@ namespace mediaconverter {
 /// A process that has a file open for writing, or mapped so that it can write.
 struct Writer {
     pid_t process = 0;
-    std::string name;  ///< the kernel's name for it, at most 15 bytes; empty when it can't be had
+    std::string name;  ///< the kernel's name for it, at most 15 bytes; empty if unknown
 };
 
-/// True where some process has the file behind `descriptor` (open for reading alone) open or mapped for writing, by
-/// whatever name. Processes of other users count as well where the kernel answers for them, which it does for files of
-/// this user on local file systems. Never waits, and no signal can come of it.
+/// Whether some process has the file of `descriptor` (opened read-only) open or mapped for writing, under any name.
+/// Processes of other users count too if the kernel answers for them, which it does for files of this user on local
+/// file systems. Never blocks, and causes no signal.
 bool isOpenForWriting(int descriptor);
 
-/// The processes that have the file open or mapped for writing, as far as this user may look into them; in no order.
+/// The processes that have the file open or mapped for writing, as far as this user may inspect them; in no order.
 std::vector<Writer> writersOf(const struct stat& file);
 
-/// "process 12 (recorder)", several of them parted by commas; for a log.
+/// "process 12 (recorder)", several of them separated by commas; for a log.
 std::string textOf(const std::vector<Writer>& writers);
 
 }  // namespace mediaconverter

@@ -5,7 +5,7 @@
 
 #include <array>
 
-// Weak: the library that was put in place may lack it.
+// Weak: the installed library may lack it.
 extern "C" __attribute__((weak)) int RemoveConvertedSource(const char* path, char* reason, std::size_t size);
 
 namespace mediaconverter {

@@ -4,8 +4,8 @@
 
 namespace mediaconverter {
 
-/// A workspace that opens an MP4 under the name that it has got, where the one that was asked for is longer than a name
-/// can be. Main thread, as the workspace behind it, which must outlive it.
+/// A workspace that opens an MP4 under its actual name if the requested name was too long. Main thread, like the
+/// workspace it forwards to, which must outlive it.
 class ConvertedWorkspace final : public platform::Workspace {
 public:
     explicit ConvertedWorkspace(platform::Workspace& workspace) : workspace_(workspace) {}
