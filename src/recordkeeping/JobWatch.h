@@ -7,8 +7,8 @@
 
 namespace recordkeeping {
 
-/// Sits between the job runner and the application: forwards every report, and notifies its owner of the start, progress
-/// and end of each job. Called on the runner's threads.
+/// Sits between the job runner and the application: forwards every report, and notifies its owner of the start,
+/// progress and end of each job. Called on the runner's threads.
 class JobWatch final : public KTRMeetingRecordConvertingJobRunnerDelegate {
 public:
     using Item = std::shared_ptr<KTRMeetingRecordItem>;

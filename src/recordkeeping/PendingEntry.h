@@ -12,10 +12,10 @@ namespace recordkeeping {
 struct PendingEntry {
     enum class State {
         recording,  ///< its process is writing it
-        written,  ///< its process has reported that it is complete
+        written,    ///< its process has reported that it is complete
         due,        ///< its process is done, and it is to be converted
-        saved,  ///< the MP4 is complete under its name, and the user may not know yet
-        left  ///< it has ended the converter too often, and waits to be converted by hand
+        saved,      ///< the MP4 is complete under its name, and the user may not know yet
+        left        ///< it has ended the converter too often, and waits to be converted by hand
     };
 
     /// The recording's path, any bytes.

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstddef>
 
-// The C library's allocating functions, each with a look at its result: the media libraries find these first, because
-// the program comes before all libraries.
+// The C library's allocation functions, with a check of each result: the media libraries resolve to these first,
+// because the program precedes all libraries.
 
 namespace {
 
@@ -15,7 +15,7 @@ std::atomic<bool> refused{false};
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
-/// The largest picture there is, uncompressed, is no larger.
+/// Even the largest possible uncompressed frame is no larger.
 constexpr std::size_t mostNeeded = std::size_t{256} << 20U;
 
 void* watched(void* block, std::size_t size) {
@@ -25,7 +25,7 @@ void* watched(void* block, std::size_t size) {
     return block;
 }
 
-/// The function behind ours.
+/// The C library's function that ours replaces.
 template<typename Function>
 Function next(std::atomic<Function>& known, const char* name) {
     Function function = known.load(std::memory_order_relaxed);
@@ -45,7 +45,7 @@ std::atomic<int (*)(void**, std::size_t, std::size_t)> nextAligned{nullptr};
 
 }  // namespace
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which have their own
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these have their own
 
 #pragma GCC visibility push(default)
 extern "C" {

@@ -2,9 +2,9 @@
 
 namespace worker {
 
-/// True once memory was refused to any part of this process. The media libraries pass over some of these failures and
-/// leave out what they had no memory for, so that a result made after one proves nothing. What no recording can need
-/// at once is not counted: it was a damaged length that asked for it. Always false in builds with a sanitizer.
+/// Whether an allocation has failed anywhere in this process. The media libraries ignore some of these failures and
+/// drop the data they had no memory for, so a result produced after one proves nothing. Requests larger than any
+/// recording can need are not counted: a damaged length asked for them. Always false in builds with a sanitizer.
 bool wasMemoryRefused();
 
 }  // namespace worker

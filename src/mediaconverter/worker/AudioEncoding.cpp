@@ -8,18 +8,18 @@ namespace worker {
 
 namespace {
 
-/// ISO/IEC 14496-3, table 1.18, from the lowest.
+/// ISO/IEC 14496-3, table 1.18, in ascending order.
 constexpr std::array aacRates = {7350,  8000,  11025, 12000, 16000, 22050, 24000,
                                  32000, 44100, 48000, 64000, 88200, 96000};
 
-/// The layouts that decoders read out of AAC as they were written in: those with a channel configuration (ISO/IEC
-/// 14496-3, table 1.19) and those that a program configuration element describes without doubt.
+/// The layouts that decoders read from AAC exactly as they were written: those with a channel configuration (ISO/IEC
+/// 14496-3, table 1.19) and those that a program configuration element describes unambiguously.
 constexpr std::array<std::string_view, 12> aacLayouts = {"mono", "stereo",     "2.1", "3.0", "3.0(back)",  "4.0",
                                                          "quad", "quad(side)", "5.0", "5.1", "6.0(front)", "7.1"};
 
 constexpr int mostFlacChannels = 8;
 
-// RFC 9639, 9.1.2: rates up to 16 bits in Hz, above in tens.
+// RFC 9639, 9.1.2: rates that fit 16 bits in Hz, higher ones in tens of Hz.
 constexpr int mostFlacRateInHz = 65535;
 constexpr int mostFlacRate = 655350;
 constexpr int usualHighRate = 192000;

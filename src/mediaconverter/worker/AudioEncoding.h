@@ -8,16 +8,16 @@ extern "C" {
 
 namespace worker {
 
-/// What audio of some form is encoded with, so that every channel keeps its meaning and no frequency is lost.
+/// The encoding for audio of a given form, chosen so that every channel keeps its meaning and no frequency is lost.
 struct AudioEncoding {
     enum class Codec {
         aac,
-        flac,  ///< what AAC has no rate or no exact layout for
-        opus,  ///< more than eight channels, which FLAC does not have; numbered, without places
+        flac,  ///< for rates and layouts that AAC lacks
+        opus,  ///< for more than eight channels, which FLAC lacks; the channels are numbered, without positions
     };
 
     Codec codec;
-    const char* encoder;  ///< the media library's name of it
+    const char* encoder;  ///< the media library's name for it
     int rate;
     AVSampleFormat format;
 };

@@ -12,16 +12,16 @@ namespace worker {
 
 namespace {
 
-/// Samples that are taken at once where the encoder takes any number.
+/// Samples per frame if the encoder accepts any number.
 constexpr int usualFrame = 4096;
 
-/// In seconds. A step of times has 31 bits: 54 minutes of the highest rate, 12.4 hours of 48 kHz.
+/// In seconds. A step in time has 31 bits: 54 minutes at the highest rate, 12.4 hours at 48 kHz.
 constexpr std::int64_t longestStep = 1800;
 
-/// A pause shorter than this share of a second is rounding.
+/// A pause shorter than this fraction of a second is a rounding error.
 constexpr int shareOfRounding = 10;
 
-/// Between parts of different forms, less than this share of a second is.
+/// The same between parts of different forms.
 constexpr int shareOfSplice = 100;
 
 int frameLength(const AVCodecContext& encoder) {

@@ -12,10 +12,10 @@ namespace worker {
 
 namespace {
 
-/// 48 dB above full scale; what is beyond is not loud but damaged.
+/// 48 dB above full scale; anything beyond is damage, not loud audio.
 constexpr double mostAmplitude = 256;
 
-/// 300 dB below full scale. Still smaller numbers slow the processor down.
+/// 300 dB below full scale. Even smaller numbers slow the processor down.
 constexpr double leastAmplitude = 1e-15;
 
 template<typename Sample>

@@ -8,9 +8,9 @@ extern "C" {
 
 namespace worker {
 
-/// Makes silence of every sample of the frame that is no number or louder than any recorder writes, where its format is
-/// one of floating point; encoders refuse such. Numbers too small to be heard become 0. Returns how many samples of the
-/// first kind there were. Throws bad_alloc.
+/// For floating-point formats, replaces with silence every sample of the frame that is not a number or is louder than
+/// any recorder writes, because encoders refuse such samples. Inaudibly small numbers become 0. Returns the number of
+/// samples of the first kind. Throws bad_alloc.
 std::int64_t silenceImpossibleSamples(AVFrame& frame);
 
 }  // namespace worker

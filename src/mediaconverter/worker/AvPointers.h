@@ -11,7 +11,7 @@ extern "C" {
 
 namespace worker {
 
-/// Owning pointers to what the media libraries allocate.
+/// Owning pointers to objects that the media libraries allocate.
 struct AvDeleter {
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
@@ -34,7 +34,7 @@ struct OutputDeleter {
 using InputPointer = std::unique_ptr<AVFormatContext, InputDeleter>;
 using OutputPointer = std::unique_ptr<AVFormatContext, OutputDeleter>;
 
-/// Throws bad_alloc where the library gave nothing.
+/// Throws bad_alloc if the library returned null.
 template<typename T>
 T* present(T* pointer) {
     if (pointer == nullptr) {

@@ -22,13 +22,13 @@ namespace worker::barriers {
 
 namespace {
 
-/// Address space, libraries included: enough for the largest pictures there are, too little to harm a desktop.
+/// Address space, including libraries: enough for the largest possible frames, too little to harm a desktop.
 constexpr rlim_t mostMemory = rlim_t{4} << 30U;
 
-/// The decoders and encoders of all tracks together run fewer.
+/// The decoders and encoders of all tracks together use fewer.
 constexpr rlim_t mostThreads = 64;
 
-// The kernel's interface has no header for these.
+// The kernel interface has no header for these constants.
 constexpr int ioprioWhoProcess = 1;
 constexpr int ioprioBestEffortLowest = 2 << 13 | 7;
 
@@ -46,7 +46,7 @@ void limit(Reporter& reporter, __rlimit_resource resource, rlim_t value, const c
     }
 }
 
-/// The kernel's structure as of its sixth version; older kernels are given as much of it as they know.
+/// The kernel's structure as of its sixth version; older kernels get the part of it that they know.
 struct LandlockRules {
     std::uint64_t files;
     std::uint64_t network;
@@ -58,7 +58,7 @@ struct LandlockVersion {
     LandlockRules all;
 };
 
-/// What a version of Landlock can forbid, all of it.
+/// Everything that a version of Landlock can forbid.
 LandlockVersion landlockVersion(long version) {
     constexpr std::array<unsigned, 5> fileRights = {13, 14, 15, 15, 16};
     const auto index = static_cast<std::size_t>(std::clamp(version, 1L, 5L)) - 1;
@@ -85,7 +85,7 @@ void bindToParent(int reportDescriptor) {
 }
 
 void limitThreads(Reporter& reporter) {
-    // The limit counts all of the user's processes, wherever they come from; in a namespace only those within.
+    // The limit counts all processes of the user; in a namespace it counts only those inside.
     if (::unshare(CLONE_NEWUSER) != 0) {
         reporter.note("threads cannot be limited (user namespaces): " + systemText(errno));
         return;
@@ -94,15 +94,15 @@ void limitThreads(Reporter& reporter) {
 }
 
 void limitResources(Reporter& reporter, std::int64_t sourceSize) {
-    // A broken pipe and a file size limit are told by the failing call, which knows what it was doing.
+    // The failing call itself reports a broken pipe or a file size limit, and it knows what it was doing.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-    // Below whatever the converter has been given, never above it.
+    // Relative to the converter's own priority, never above it.
     [[maybe_unused]] const int priority = ::nice(10);
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioBestEffortLowest);
     limit(reporter, RLIMIT_CORE, 0, "core files");
     limit(reporter, RLIMIT_FSIZE, mediaconverter::outputLimit(sourceSize), "the file size");
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which need descriptors and all the address space
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these need the whole address space
     limit(reporter, RLIMIT_NOFILE, mediaconverter::descriptor::report + 1, "open files");
     limit(reporter, RLIMIT_AS, mostMemory, "memory");
 #endif

@@ -14,11 +14,11 @@ namespace {
 constexpr std::size_t mostPackets = 512;
 constexpr std::int64_t mostBytes = std::int64_t{4} * 1024 * 1024;
 
-/// Pictures that may be shown before the one that is decoded first: as many as a decoder holds back at most (ITU-T
-/// H.264, A.3.1, and ITU-T H.265, A.4.2).
+/// Frames that may be shown before the one that is decoded first: the most that a decoder holds back (ITU-T H.264,
+/// A.3.1, and ITU-T H.265, A.4.2).
 constexpr std::size_t mostReordered = 16;
 
-/// What the rounding of milliseconds makes of the same time.
+/// Times that differ by less are equal but for rounding to milliseconds.
 constexpr std::int64_t sameTime = AV_TIME_BASE / 1000;
 
 bool isShown(const AVStream& stream) {
@@ -27,7 +27,7 @@ bool isShown(const AVStream& stream) {
            (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0 && stream.discard < AVDISCARD_ALL;
 }
 
-/// The packets that are enough to know the time at which the stream begins.
+/// The number of packets that suffice to know the start time of the stream.
 std::size_t enoughOf(const AVStream& stream) {
     if (!isShown(stream)) {
         return 0;

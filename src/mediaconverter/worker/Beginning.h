@@ -10,16 +10,15 @@
 
 namespace worker {
 
-/// The packets of a recording, each with its times. The first ones are read ahead: they decide at which time the
-/// recording begins. A stream's own start time can't, since the library leaves it out for streams that it has not
-/// decoded.
+/// The packets of a recording, with their times. The first ones are read ahead, because they decide when the recording
+/// starts. A stream's own start time cannot decide it: the library leaves it unset for streams that it has not decoded.
 class Beginning {
 public:
     /// `recording` must outlive it. Throws Failure.
     explicit Beginning(Recording& recording);
 
-    /// The earliest time at which audio or video is shown, in microseconds; of a few streams that begin together but
-    /// for a rounded millisecond, the latest. 0 where no packet has a time.
+    /// The earliest time at which audio or video is shown, in microseconds; if a few streams start together except for
+    /// a rounded millisecond, the latest of these. 0 if no packet has a time.
     std::int64_t time() const { return time_; }
 
     /// The next packet of the recording; false at the end.
@@ -33,7 +32,7 @@ private:
     void findTime();
 
     Recording& recording_;
-    std::map<int, PictureOrder> orders_;  ///< of the streams whose pictures have no times of their own
+    std::map<int, PictureOrder> orders_;  ///< of streams whose frames have no presentation times
     bool isAtEnd_ = false;
     std::deque<PacketPointer> packets_;
     std::int64_t time_ = 0;

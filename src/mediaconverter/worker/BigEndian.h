@@ -6,7 +6,7 @@
 
 namespace worker {
 
-/// The number that `width` bytes, eight at most, hold from `at` on, the most significant first. They must be there.
+/// The big-endian number in the `width` bytes, at most eight, that start at `at`. They must exist.
 inline std::uint64_t bigEndian(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t width) {
     std::uint64_t value = 0;
     for (const std::uint8_t byte : bytes.subspan(at, width)) {

@@ -11,7 +11,7 @@ namespace worker {
 
 namespace {
 
-/// How much may wait in memory before the disk is set to work on it: it then has little left to do at the sync.
+/// How much may wait in memory before write-back is started, so that the final sync has little left to do.
 constexpr std::int64_t flushStep = std::int64_t{8} * 1024 * 1024;
 
 }  // namespace
@@ -87,7 +87,7 @@ bool BlockWriter::startFilling(std::int64_t position) {
     if (error_ != 0) {
         return false;
     }
-    // The slot is the caller's alone until it is counted as filled.
+    // The slot belongs to the caller until it is counted as filled.
     filling_ = &ring_[(first_ + filled_) % blockCount];
     filling_->position = position;
     filling_->length = 0;
@@ -130,7 +130,7 @@ int BlockWriter::writeOut(const Block& block) {
     unflushed_ += static_cast<std::int64_t>(block.length);
     if (error == 0 && unflushed_ >= flushStep) {
         const std::int64_t end = block.position + static_cast<std::int64_t>(block.length);
-        // Only a start is asked for; what it can't do the sync will do, and errors are the sync's to tell.
+        // This only starts the write-back; the sync does the rest and reports all errors.
         static_cast<void>(::sync_file_range(descriptor_, std::max<std::int64_t>(0, end - unflushed_), unflushed_,
                                             SYNC_FILE_RANGE_WRITE));
         unflushed_ = 0;

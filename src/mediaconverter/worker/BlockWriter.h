@@ -9,9 +9,9 @@
 
 namespace worker {
 
-/// Joins what it is given to blocks and writes these to a file on a thread of its own, so that reading and muxing go on
-/// meanwhile. A small ring of blocks bounds the memory. The first error is kept; what comes after it is thrown away.
-/// The calls are one thread's.
+/// Collects its input in blocks and writes these to a file on a thread of its own, so that reading and muxing continue
+/// meanwhile. A small ring of blocks limits the memory. The first error is kept; everything after it is discarded. Call
+/// it from one thread only.
 class BlockWriter {
 public:
     explicit BlockWriter(int descriptor);
@@ -20,15 +20,15 @@ public:
     BlockWriter(const BlockWriter&) = delete;
     BlockWriter& operator=(const BlockWriter&) = delete;
 
-    /// Takes a copy of `length` bytes to write at `position`. Waits while the ring is full. False once an error has
-    /// come up, which may be some calls later.
+    /// Copies `length` bytes to be written at `position`. Blocks while the ring is full. False once an error has
+    /// occurred, which may be noticed some calls later.
     bool write(std::int64_t position, const std::uint8_t* bytes, std::size_t length);
 
-    /// Waits until all is written. 0, or the errno value of the first error.
+    /// Waits until everything is written. Returns 0, or the errno value of the first error.
     int drain();
 
 private:
-    /// Blocks also end at multiples of it: a page that is written in two parts may go to the disk twice.
+    /// Blocks also end at multiples of this size: a page that is written in two parts may go to the disk twice.
     static constexpr std::size_t blockSize = std::size_t{128} * 1024;
     static constexpr std::size_t blockCount = 8;
 
@@ -51,7 +51,7 @@ private:
     std::array<Block, blockCount> ring_;
     std::size_t first_ = 0;
     std::size_t filled_ = 0;
-    Block* filling_ = nullptr;  ///< the next one to be filled, while there is something in it
+    Block* filling_ = nullptr;  ///< the next block to fill, if it holds anything yet
     std::int64_t unflushed_ = 0;
     int error_ = 0;
     bool ending_ = false;
@@ -60,7 +60,7 @@ private:
     std::thread thread_;
 };
 
-/// Writes all of it at `position`; 0 or an errno value.
+/// Writes all bytes at `position`; returns 0 or an errno value.
 int writeAt(int descriptor, std::int64_t position, const std::uint8_t* bytes, std::size_t length);
 
 }  // namespace worker

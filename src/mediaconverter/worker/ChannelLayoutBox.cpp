@@ -11,9 +11,9 @@ namespace worker {
 namespace {
 
 constexpr std::size_t boxHeader = 8;
-constexpr std::size_t listHeader = 16;  // of a sample description box: version, flags and count as well
+constexpr std::size_t listHeader = 16;  // of a sample description box: includes version, flags and count
 
-/// From the track box inwards.
+/// The path from the track box inwards.
 constexpr std::array<std::string_view, 6> way = {"trak", "mdia", "minf", "stbl", "stsd", "fLaC"};
 
 /// kAudioChannelLayoutTag_UseChannelBitmap (QuickTime File Format, channel layout atom).
@@ -31,7 +31,7 @@ std::string_view typeAt(std::span<const std::uint8_t> movie, std::size_t at) {
     return {reinterpret_cast<const char*>(&movie[at + 4]), 4};
 }
 
-/// Where the boxes on the way to a description of FLAC begin, in the box at `at`; empty where there is none.
+/// Positions of the boxes on the path to a FLAC description, in the box at `at`; empty if there is none.
 std::vector<std::size_t> findDescription(std::span<const std::uint8_t> movie, std::size_t at) {
     std::vector<std::size_t> chain = {at};
     for (std::size_t step = 1; step < way.size(); ++step) {

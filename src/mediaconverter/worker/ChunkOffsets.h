@@ -7,11 +7,11 @@
 
 namespace worker {
 
-/// The movie box (`moov`) with `shift` added to every chunk offset. Offsets of 32 bits that no longer fit are turned
-/// into ones of 64 bits, which makes the box longer. Throws Failure where the box is not well formed.
+/// The movie box (`moov`) with `shift` added to every chunk offset. 32-bit offsets that no longer fit are widened to 64
+/// bits, which makes the box longer. Throws Failure if the box is malformed.
 std::vector<std::uint8_t> withShiftedChunkOffsets(std::span<const std::uint8_t> movie, std::uint64_t shift);
 
-/// The most that withShiftedChunkOffsets can make of the box, whatever the shift.
+/// The largest size that withShiftedChunkOffsets can give the box, whatever the shift.
 std::size_t largestWithShiftedChunkOffsets(std::span<const std::uint8_t> movie);
 
 }  // namespace worker

@@ -16,10 +16,10 @@ namespace {
 
 using enum ConversionError;
 
-/// What reading and writing are of the worker's work; the rest is the proof.
+/// The share of reading and writing in the worker's work; the rest is the verification.
 constexpr double conversionShare = 0.98;
 
-/// Less than this is what the rounding of milliseconds makes of the same time, in microseconds.
+/// Times that differ by less are equal but for rounding to milliseconds. Microseconds.
 constexpr std::int64_t leastEarlier = 2000;
 
 }  // namespace
@@ -73,7 +73,7 @@ void Conversion::addTracks() {
     for (unsigned index = 0; index < format.nb_streams; ++index) {
         AVStream& stream = *format.streams[index];
         if (!isKnown(stream) && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
-            continue;  // it is asked about when it has a packet
+            continue;  // decided when it has a packet
         }
         const Treatment treatment = treatmentOf(stream);
         if (treatment == Treatment::leave) {

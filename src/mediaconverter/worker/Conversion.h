@@ -14,18 +14,18 @@
 
 namespace worker {
 
-/// The whole work of one worker: a recording in, a proved MP4 out. Tries again, knowing more, where an attempt shows
-/// that a stream has to be treated in another way. Throws Failure.
+/// The whole work of one worker: turns a recording into a verified MP4. If an attempt shows that a stream needs another
+/// treatment, starts again with that knowledge. Throws Failure.
 void convertRecording(int source, int output, Reporter& reporter);
 
-/// One attempt at it.
+/// One attempt.
 class Conversion {
 public:
     /// `known` must outlive it.
     Conversion(int source, int output, Reporter& reporter, const Foreknowledge& known);
 
-    /// Throws LateStream, ChangedStream, EarlierStart, LongPause, UnstorableStream, LearnedForms or MissedPackets when
-    /// it has to be begun again, knowing more.
+    /// Throws LateStream, ChangedStream, EarlierStart, LongPause, UnstorableStream, LearnedForms or MissedPackets if
+    /// the conversion has to restart with more knowledge.
     void run();
 
 private:

@@ -13,7 +13,7 @@ namespace worker {
 
 namespace {
 
-/// An encoder that can't start does not say why. It is memory where a large block is not to be had either.
+/// An encoder that cannot start gives no reason. The reason is memory if a large block cannot be allocated either.
 bool isMemoryShort() {
     constexpr std::size_t largeBlock = std::size_t{64} << 20U;
     void* const block = std::malloc(largeBlock);

@@ -9,24 +9,24 @@ namespace worker {
 
 using mediaconverter::ConversionError;
 
-/// Thrown to end the conversion: what the library is told.
+/// Thrown to end the conversion; carries the report for the library.
 struct Failure {
     ConversionError error;
     std::string detail;
 
     explicit Failure(ConversionError what, std::string more = {}) : error(what), detail(std::move(more)) {}
 
-    /// With the media library's own words for its error number as the detail. Running out of memory is told apart.
+    /// With the media library's message for its error number as the detail. Recognises a lack of memory.
     static Failure ofLibrary(ConversionError error, int number);
 };
 
-/// True where the media library's error number says that memory is short, and memory is: the library says so of a
-/// damaged length as well.
+/// True if the media library's error number means a lack of memory, and memory really is short: the library also
+/// returns it for a damaged length.
 bool isOutOfMemory(int number);
 
-/// Thrown where one track of the MP4 is what does not work, so that it may be tried in another way.
+/// Thrown if one track of the MP4 does not work, so that it can be tried in another way.
 struct TrackFailure {
-    int track;  ///< its index in the MP4
+    int track;  ///< index in the MP4
     Failure why;
 };
 

@@ -7,7 +7,7 @@
 namespace worker {
 
 std::int64_t estimateIndex(const AVFormatContext& format, std::int64_t size) {
-    // Sizes, times, places: about this many bytes per packet.
+    // Sizes, times and positions take about this many bytes per packet.
     constexpr double bytesOfPacket = 20;
     constexpr double usualPacketRate = 50;
     const double seconds =
@@ -27,7 +27,7 @@ std::int64_t estimateIndex(const AVFormatContext& format, std::int64_t size) {
 
 void copyMetadata(const AVFormatContext& source, AVFormatContext& target) {
     av_dict_copy(&target.metadata, source.metadata, 0);
-    // These describe the recording's own container, and the muxer names itself.
+    // These describe the recording's own container, and the muxer writes its own.
     for (const char* const key : {"major_brand", "minor_version", "compatible_brands", "encoder", "DURATION"}) {
         av_dict_set(&target.metadata, key, nullptr, 0);
     }

@@ -11,11 +11,11 @@ namespace worker {
 
 namespace {
 
-// A tag has a header of eleven bytes (kind, size of the content, time, stream), the content, and the size of both
-// once more (Adobe Flash Video File Format Specification 10.1, annex E.4).
+// A tag has a header of eleven bytes (kind, size of the content, time, stream), the content, and the total size again
+// (Adobe Flash Video File Format Specification 10.1, annex E.4).
 constexpr std::int64_t tagHeader = 11;
 constexpr std::int64_t sizeBehind = 4;
-constexpr std::size_t tagBeginning = tagHeader + 2;  // and what the content is
+constexpr std::size_t tagBeginning = tagHeader + 2;  // with the bytes that say what the content is
 constexpr std::size_t searchStep = std::size_t{1} << 20U;
 
 constexpr std::uint8_t soundKind = 8;
@@ -24,15 +24,15 @@ constexpr std::uint8_t dataKind = 18;
 
 struct Tag {
     std::int64_t end = 0;
-    bool hasContent = false;  ///< sound or picture, and not only what a decoder has to know before it
+    bool hasContent = false;  ///< audio or video, and not only data that a decoder needs first
 };
 
-/// `bytes` are the first of it.
+/// `bytes` are its first ones.
 bool isOnlyForTheDecoder(std::span<const std::uint8_t, tagBeginning> bytes) {
     constexpr unsigned aac = 10;
     constexpr unsigned command = 5;
     const unsigned kind = bytes[tagHeader] >> 4U;
-    // Of the usual codings the second byte tells; 1 is content.
+    // For the usual codecs the second byte says it; 1 means content.
     const bool isTold = bytes[0] == soundKind ? kind == aac : true;
     return (isTold && bytes[tagHeader + 1] != 1) || (bytes[0] == pictureKind && kind == command);
 }

@@ -7,11 +7,11 @@
 
 namespace worker {
 
-/// Where the next tag of an FLV starts, from `position` on, that has sound or picture in it.
+/// Where the next FLV tag with audio or video starts, from `position` on.
 std::optional<std::int64_t> nextFlvContent(const SourceReader& reader, std::int64_t position);
 
-/// True where there is sound or picture between the tag that starts at `tag` and the one at `next`, or something that
-/// is no tag.
+/// Whether there is audio or video, or something that is not a tag, between the tag that starts at `tag` and the one at
+/// `next`.
 bool isFlvContentBetween(const SourceReader& reader, std::int64_t tag, std::int64_t next);
 
 }  // namespace worker

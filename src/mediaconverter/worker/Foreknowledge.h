@@ -13,23 +13,23 @@
 
 namespace worker {
 
-/// What earlier attempts found out about a recording.
+/// What earlier attempts have found out about a recording.
 struct Foreknowledge {
-    std::int64_t lookAhead = 0;         ///< there are streams at this byte that show nowhere before
-    bool lateHasSibling = false;        ///< they are not the only ones of their kind
-    bool passesStrays = false;          ///< streams that show late are packets under a wrong name
-    std::set<int> changingStreams;      ///< their parameters do not stay what they are at first
-    std::set<int> unstorableStreams;    ///< copies of them were refused or disproved
-    std::map<int, TrackForm> forms;     ///< of re-encoded streams that outgrew what their headers say
-    bool formsAreFinal = false;         ///< they outgrew these again; what is larger is made smaller
+    std::int64_t lookAhead = 0;         ///< byte at which streams exist that do not appear earlier
+    bool lateHasSibling = false;        ///< there is another stream of their kind
+    bool passesStrays = false;          ///< streams that appear late are packets under a wrong id
+    std::set<int> changingStreams;      ///< their parameters change in mid-stream
+    std::set<int> unstorableStreams;    ///< copies of them were refused or failed verification
+    std::map<int, TrackForm> forms;     ///< of re-encoded streams that exceed what their headers say
+    bool formsAreFinal = false;         ///< the streams exceeded these again; larger frames are scaled down
     bool hasLongPauses = false;         ///< longer than the exact clocks of an MP4 can count
-    bool copiesNothing = false;         ///< so many were that no other copy is tried
-    std::optional<std::int64_t> start;  ///< earlier than the first packets say; microseconds
-    bool startIsFinal = false;          ///< whatever else turns out to be earlier
+    bool copiesNothing = false;         ///< there were so many of these that nothing is copied any more
+    std::optional<std::int64_t> start;  ///< earlier than the first packets suggest; microseconds
+    bool startIsFinal = false;          ///< even if something turns out to be earlier
     std::vector<Patch> patches;         ///< they lead the library past damage
 };
 
-/// Thrown when audio or video shows up of which nothing was known when the MP4 was begun.
+/// Thrown when audio or video appears that was unknown when the MP4 was started.
 struct LateStream {
     std::int64_t position;  ///< in bytes
     std::string name;
@@ -42,15 +42,15 @@ struct UnstorableStream {
     Failure why;
 };
 
-/// Thrown when a re-encoded stream does not fit what its encoder was made for.
+/// Thrown when a re-encoded stream does not fit the form its encoder was created for.
 struct OutgrownForm {};
 
-/// Thrown when the rest of the recording has been looked through after that.
+/// Thrown when the rest of the recording has been examined after that.
 struct LearnedForms {
     std::map<int, TrackForm> forms;  ///< of all re-encoded streams
 };
 
-/// Thrown when the library has missed packets that it can be led to.
+/// Thrown when the library has missed packets to which it can be led.
 struct MissedPackets {
     std::vector<Patch> patches;
 };

@@ -52,7 +52,7 @@ FormWatch::Verdict FormWatch::compare(std::optional<std::uint32_t> form) {
         suspect_.reset();
         return Verdict::same;
     }
-    // One packet alone is a flipped bit in its header; two that agree are a change.
+    // A single packet is a flipped bit in its header; two that agree are a change.
     const bool isConfirmed = suspect_ == form;
     suspect_ = form;
     return isConfirmed ? Verdict::changed : Verdict::damaged;

@@ -11,14 +11,14 @@ extern "C" {
 
 namespace worker {
 
-/// Watches what the packets of a copied stream say of their own form (channels, rate, parameter sets), where an MP4
-/// says it once for the whole track: AAC with ADTS headers, MPEG audio, AC-3, E-AC-3, DTS, and HEVC with start codes.
+/// Watches the form (channels, rate, parameter sets) that the packets of a copied stream announce, because an MP4
+/// stores it once for the whole track: AAC with ADTS headers, MPEG audio, AC-3, E-AC-3, DTS, and HEVC with start codes.
 class FormWatch {
 public:
     enum class Verdict {
-        same,     ///< as before, or a stream whose packets do not say
-        damaged,  ///< a header that cannot be, or one packet that differs from those before it
-        changed,  ///< the stream goes on in another form
+        same,     ///< as before, or a stream whose packets do not announce it
+        damaged,  ///< an invalid header, or a single packet that differs from those before it
+        changed,  ///< the stream continues in another form
     };
 
     explicit FormWatch(const AVCodecParameters& stream);
@@ -36,7 +36,7 @@ private:
     bool hasAdts_;
     bool hasStartCodes_;
     std::optional<std::uint32_t> form_;
-    std::optional<std::uint32_t> suspect_;  ///< of the packet before, where it was not form_
+    std::optional<std::uint32_t> suspect_;  ///< of the packet before, if it differed from form_
     std::vector<Bytes> parameterSets_;
 };
 

@@ -8,14 +8,14 @@ namespace worker::formats {
 
 namespace {
 
-/// Formats that are one local file each. Playlists, scripts, sequences of pictures, devices and network formats are
-/// not among them, nor texts, which anything can be taken for.
+/// Formats that consist of one local file. Not included are playlists, scripts, image sequences, devices, network
+/// formats, and texts, because anything can be taken for a text.
 constexpr const char* allowedFormats =
     "matroska,webm,mov,mp4,m4a,3gp,3g2,mj2,mpegts,mpeg,flv,live_flv,kux,avi,mxf,ogg,wav,w64,asf,asf_o,wtv,nut,nsv,rm,"
     "gxf,dv,ivf,obu,av1,h264,hevc,m4v,mpegvideo,vc1,dirac,yuv4mpegpipe,aac,ac3,eac3,mp3,flac,aiff,au,caf,dts,dtshd,"
     "truehd,mlp,amr,ape,tta,wv,voc,loas,lmlm4,pva,mlv,dhav,avs2,avs3,swf,rso,ircam";
 
-/// Formats that name other files. A file of these is told apart from one that is nothing at all.
+/// Formats that refer to other files. Such a file is distinguished from one of no known format.
 constexpr const char* refusedFormats =
     "hls,applehttp,dash,concat,ffmetadata,image2,image2pipe,imf,webm_dash_manifest,sdp,rtsp,lavfi,srt,ass,webvtt,"
     "subviewer,subviewer1,microdvd,mpl2,mpsub,jacosub,sami,realtext,pjs,vplayer,stl,tedcaptions,tty,lrc,aqtitle,scc";
@@ -23,13 +23,13 @@ constexpr const char* refusedFormats =
 /// Formats that give every packet its presentation time.
 constexpr const char* timedFormats = "matroska,webm,mov,mp4,flv,mpegts,ogg,wav,nut";
 
-/// Formats that have one place per picture and fill it with the picture that is decoded there; the first place is that
-/// of the first picture shown.
+/// Formats with one slot per frame, filled with the frame that is decoded there; the first slot is the time of the
+/// first frame shown.
 constexpr const char* orderedFormats = "avi,h264,hevc,m4v,mpegvideo";
 
 constexpr const char* flvFormats = "flv,live_flv,kux";
 
-/// Audio that stands alone in its file.
+/// Audio formats without a container.
 constexpr const char* untimedFormats = "aac,ac3,eac3,mp3,dts,dtshd,truehd,mlp,loas";
 
 bool isListed(const AVInputFormat& format, const char* list) {

@@ -4,28 +4,28 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-/// What is known of a recording's format by the library's name for it.
+/// Properties of a recording's format, by the library's name for it.
 namespace worker::formats {
 
-/// One of the formats that recordings may have; each is one local file.
+/// Whether recordings may have this format; each of these is one local file.
 bool isAllowed(const AVInputFormat& format);
 
-/// A format that names other files.
+/// Whether the format refers to other files.
 bool isRefused(const AVInputFormat& format);
 
-/// MP4, MOV and their kin.
+/// MP4, MOV and related formats.
 bool isMov(const AVInputFormat& format);
 
 bool isFlv(const AVInputFormat& format);
 
-/// False for audio that stands alone in its file: its times follow from the samples.
+/// False for audio without a container: its times follow from the samples.
 bool hasTimes(const AVInputFormat& format);
 
-/// True where every packet comes with its presentation time.
+/// Whether every packet comes with its presentation time.
 bool givesPresentationTimes(const AVInputFormat& format);
 
-/// True for formats that have one place per picture and fill it with the picture that is decoded there; the first place
-/// is that of the first picture shown.
+/// True for formats with one slot per frame, filled with the frame that is decoded there; the first slot is the time of
+/// the first frame shown.
 bool placesPicturesInOrder(const AVInputFormat& format);
 
 }  // namespace worker::formats

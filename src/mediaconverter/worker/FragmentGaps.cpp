@@ -19,7 +19,7 @@ namespace {
 constexpr std::int64_t boxHeader = 8;
 constexpr std::int64_t longBoxHeader = 16;
 
-/// No writer makes larger ones, and a damaged size is mostly larger.
+/// No writer creates larger headers, and a damaged size is usually larger.
 constexpr std::int64_t mostHeader = std::int64_t{16} << 20U;
 
 constexpr std::size_t searchStep = std::size_t{1} << 20U;
@@ -72,8 +72,8 @@ std::vector<std::uint8_t> contentOf(const SourceReader& reader, const Box& box) 
     return bytes;
 }
 
-/// None for what is not, or no longer, the whole header of a fragment. Takes what it reads from `budget`: boxes that
-/// lie in each other would be read again and again.
+/// None if this is not, or no longer, the complete header of a fragment. Charges `budget` for what it reads, because
+/// nested boxes would be read again and again.
 std::optional<FragmentHeader> headerAt(const SourceReader& reader, const Box& box, std::int64_t& budget) {
     if (!box.is("moof") || box.size > mostHeader || box.size > reader.size() - box.start || box.size > budget) {
         return std::nullopt;
@@ -82,7 +82,7 @@ std::optional<FragmentHeader> headerAt(const SourceReader& reader, const Box& bo
     return parseFragmentHeader(contentOf(reader, box));
 }
 
-/// Where the next whole fragment starts, from `position` on.
+/// Where the next complete fragment starts, from `position` on.
 std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_t position, std::int64_t& budget) {
     std::vector<std::uint8_t> block(searchStep);
     constexpr std::string_view name = "moof";
@@ -103,25 +103,25 @@ std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_
         if (have < block.size()) {
             break;
         }
-        // The name may lie across the end of the block.
+        // The name may cross the end of the block.
         position += static_cast<std::int64_t>(have - name.size());
     }
     return std::nullopt;
 }
 
-/// The fragments whose headers are whole, which does not yet mean that they are true. There may be hundreds of
-/// thousands: what is kept of each is little.
+/// The fragments with complete headers, whose content may still be wrong. There may be hundreds of thousands, so little
+/// is stored per fragment.
 class Fragments {
 public:
-    /// `tracks` are those of which there may be fragments; empty where nobody knows.
+    /// `tracks` are those that may have fragments; empty if unknown.
     void setTracks(std::set<std::uint32_t> tracks) { tracks_ = std::move(tracks); }
 
     void addHeader(const Box& box, FragmentHeader header);
 
-    /// What lies behind the last header.
+    /// The data after the last header.
     void addData(const Box& box);
 
-    /// The places of the headers that are damaged though no box shows it.
+    /// The positions of headers that are damaged although their boxes are intact.
     std::vector<FragmentGap> findOdd();
 
 private:
@@ -135,10 +135,10 @@ private:
     struct Part {
         std::size_t fragment;
         std::uint64_t time;
-        std::uint64_t duration;  ///< 0 where it is unknown
-        bool isOneSample;        ///< how long that lasts is the writer's guess, for the next has not come yet
+        std::uint64_t duration;  ///< 0 if unknown
+        bool isOneSample;        ///< the writer guessed its duration, because the next one had not arrived
 
-        /// By more than half of what it lasts: less is how writers round.
+        /// By more than half of its duration; less is due to the writer's rounding.
         bool reachesBeyondTheStartOf(const Part& other) const {
             return isOneSample ? time > other.time : time + duration > other.time + duration / 2;
         }
@@ -172,7 +172,7 @@ void Fragments::addData(const Box& box) {
     }
 }
 
-/// True where the header and the data behind it tell the same of each other.
+/// Whether the header and the data after it are consistent.
 bool Fragments::fits(const Fragment& fragment, const FragmentHeader& header, const Box& data) {
     if (!header.dataSize) {
         return true;
@@ -189,7 +189,7 @@ bool Fragments::fits(const Fragment& fragment, const FragmentHeader& header, con
            });
 }
 
-/// Marks those that do not fit in between their neighbours.
+/// Marks the fragments whose times do not fit between their neighbours.
 void Fragments::markStrayTimes(const std::vector<Part>& parts) {
     for (std::size_t index = 0; index < parts.size(); ++index) {
         const Part& part = parts[index];
@@ -214,7 +214,7 @@ std::vector<FragmentGap> Fragments::findOdd() {
             gaps.push_back({fragment.start, fragment.end});
         }
     }
-    // A writer with manners of its own is not damaged.
+    // A writer with a style of its own is not damage.
     if (gaps.size() * 2 >= fragments_.size()) {
         gaps.clear();
     }
@@ -228,7 +228,7 @@ Fragmentation findFragments(const SourceReader& reader) {
     std::vector<FragmentGap>& gaps = found.gaps;
     Fragments fragments;
     bool isFragmented = false;
-    // Healthy headers take a small part of the file.
+    // Intact headers take a small part of the file.
     std::int64_t budget = 2 * reader.size() + 2 * mostHeader;
     for (std::int64_t position = 0; position < reader.size() && gaps.size() < mostGaps;) {
         const auto box = boxAt(reader, position, reader.size());
@@ -243,7 +243,8 @@ Fragmentation findFragments(const SourceReader& reader) {
             } else if (box->is("moov")) {
                 fragments.setTracks(fragmentedTracks(contentOf(reader, *box)));
             }
-            // Where a size is damaged the walk ends up beyond the end; a whole file's last box may be cut as well.
+            // With a damaged size the walk ends beyond the end of the file; the last box of an intact file may be cut
+            // too.
             position += box->size;
             continue;
         }
@@ -251,7 +252,8 @@ Fragmentation findFragments(const SourceReader& reader) {
         if (position == 0 || (!next && !isFragmented)) {
             break;
         }
-        // Behind the last whole fragment there may be the start of one, which would make a demuxer refuse it all.
+        // After the last complete fragment there may be the start of another, which would make a demuxer reject
+        // everything.
         const std::int64_t end = next.value_or(reader.size());
         if (end - position >= longBoxHeader) {
             gaps.push_back({position, end});

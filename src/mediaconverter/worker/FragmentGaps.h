@@ -7,20 +7,20 @@
 
 namespace worker {
 
-/// A stretch of a fragmented MP4 that is not what it should be: up to the next whole fragment, or the header of one
-/// that says what cannot be.
+/// A damaged range of a fragmented MP4: up to the next complete fragment, or the header of a fragment with impossible
+/// values.
 struct FragmentGap {
     std::int64_t start;
     std::int64_t end;
 };
 
 struct Fragmentation {
-    std::int64_t first = INT64_MAX;  ///< where the first fragment starts, in bytes; INT64_MAX where there is none
+    std::int64_t first = INT64_MAX;  ///< where the first fragment starts, in bytes; INT64_MAX if there is none
     std::vector<FragmentGap> gaps;
 };
 
-/// Walks over the boxes of an MP4 and finds the places from which a demuxer could not go on, or would go astray, but
-/// after which there are whole fragments again. No gaps for an MP4 that is not fragmented.
+/// Walks over the boxes of an MP4 and finds the ranges at which a demuxer would stop or go astray although complete
+/// fragments follow. No gaps for an MP4 that is not fragmented.
 Fragmentation findFragments(const SourceReader& reader);
 
 }  // namespace worker

@@ -14,7 +14,7 @@ namespace {
 using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::size_t boxHeader = 8;
-constexpr std::size_t fullBoxHeader = 12;  // and version and flags
+constexpr std::size_t fullBoxHeader = 12;  // includes version and flags
 
 constexpr std::array<std::string_view, 6> inFragment = {"mfhd", "traf", "pssh", "uuid", "free", "meta"};
 constexpr std::array<std::string_view, 16> inTrack = {"tfhd", "tfdt", "trun", "sdtp", "sbgp", "sgpd", "subs", "saiz",
@@ -24,7 +24,7 @@ std::string_view typeOf(Bytes box) {
     return {reinterpret_cast<const char*>(box.data()) + 4, 4};
 }
 
-/// The boxes that fill `bytes`; none where they do not.
+/// The boxes that fill `bytes`; none if they do not fill it exactly.
 std::optional<std::vector<Bytes>> boxesIn(Bytes bytes) {
     std::vector<Bytes> boxes;
     while (!bytes.empty()) {
@@ -44,7 +44,7 @@ bool areAllOf(const std::vector<Bytes>& boxes, const std::array<std::string_view
                        [&](Bytes box) { return std::find(types.begin(), types.end(), typeOf(box)) != types.end(); });
 }
 
-/// Gives fields one after the other, and remembers whether they were all there.
+/// Reads fields one after the other, and remembers whether all of them existed.
 class Fields {
 public:
     explicit Fields(Bytes box) : bytes_(box), at_(fullBoxHeader) {}
@@ -78,7 +78,7 @@ void add(std::optional<std::uint64_t>& sum, std::optional<std::uint64_t> value) 
     }
 }
 
-/// One `traf` on its way to what is known of it.
+/// Parses one `traf`.
 class TrackReader {
 public:
     explicit TrackReader(FragmentHeader& header) : header_(header) {}
@@ -117,7 +117,7 @@ private:
             track_.base = fields.next(8);
         }
         if ((flags & 0x2U) != 0) {
-            fields.next(4);  // which description
+            fields.next(4);  // description index
         }
         if ((flags & 0x8U) != 0) {
             usualDuration_ = fields.next(4);
@@ -126,7 +126,7 @@ private:
             usualSize_ = fields.next(4);
         }
         if ((flags & 0x20U) != 0) {
-            fields.next(4);  // the samples' flags
+            fields.next(4);  // flags of the samples
         }
         return fields.areExact();
     }
@@ -148,7 +148,7 @@ private:
             header_.runs.push_back({fields.next(4), header_.dataSize.value_or(0)});
         }
         if ((flags & 0x4U) != 0) {
-            fields.next(4);  // the first sample's flags
+            fields.next(4);  // flags of the first sample
         }
         std::size_t width = 0;
         for (const std::uint32_t field : {durations, sizes, 0x400U, 0x800U}) {

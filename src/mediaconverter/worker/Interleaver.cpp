@@ -6,7 +6,7 @@ namespace worker {
 
 namespace {
 
-/// The usual bound of interleaving in the media library.
+/// The media library's default limit for interleaving.
 constexpr std::int64_t mostWait = std::int64_t{10} * AV_TIME_BASE;
 
 }  // namespace

@@ -7,17 +7,17 @@
 
 namespace worker {
 
-/// Puts the packets of several tracks into the order of their decoding times, so that a player need not seek between
-/// tracks. A track without packets is waited for until the others are ten seconds ahead of it.
+/// Sorts the packets of several tracks by decoding time, so that a player need not seek between tracks. It waits for a
+/// track without packets until the others are ten seconds ahead.
 class Interleaver {
 public:
     /// The tracks of `format`; before the first packet.
     void start(const AVFormatContext& format);
 
-    /// Takes the packet's content and leaves it blank. Its times are in its track's time base.
+    /// Moves the content out of the packet and leaves it blank. Its times are in its track's time base.
     void push(AVPacket& packet);
 
-    /// The next packet, if it is certain which one that is, or if `all` are wanted; else none.
+    /// The next packet if its order is certain, or if `all` is set; else null.
     PacketPointer pop(bool all);
 
 private:

@@ -41,7 +41,7 @@ std::int64_t blockSizeOf(int descriptor) {
                                                                     : 4096;
 }
 
-/// Tried out on the file itself, which is empty: file systems differ by more than their type.
+/// Tried on the file itself, which is empty, because file systems differ by more than their type.
 bool canInsertRange(int descriptor) {
     const std::int64_t block = blockSizeOf(descriptor);
     const std::array<std::uint8_t, 1> byte = {};
@@ -61,7 +61,7 @@ Mp4File::Mp4File(int descriptor, std::int64_t reserve)
     : descriptor_(descriptor), front_(canInsertRange(descriptor) ? 0 : roundUp(reserve, 4096)), writer_(descriptor) {
     auto* const buffer = static_cast<unsigned char*>(present(av_malloc(bufferSize)));
     context_ = present(avio_alloc_context(buffer, bufferSize, 1, this, nullptr, writeCallback, seekCallback));
-    // The writer joins the packets; there is no need for the library to do it first.
+    // Our writer joins the packets; the library need not do it first.
     context_->direct = 1;
 }
 
@@ -87,10 +87,10 @@ void Mp4File::placeIndex(std::span<const std::uint32_t> channelMasks) {
     requireNoError();
     std::vector<std::uint8_t> index = takeIndex();
     addChannelLayouts(index, channelMasks);
-    // A free box fills what is left between the index and the data, and it takes eight bytes at the least.
+    // A free box, which takes at least eight bytes, fills the room between the index and the data.
     makeRoom(static_cast<std::int64_t>(largestWithShiftedChunkOffsets(index)) + boxHeader);
     writeFront(withShiftedChunkOffsets(index, static_cast<std::uint64_t>(front_)));
-    // Gives back what was reserved and not used.
+    // Returns the room that was reserved but not used.
     if (::ftruncate(descriptor_, front_ + end_) != 0) {
         throw failureOfWriting(errno);
     }
@@ -116,7 +116,7 @@ int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
         return keep(bytes, length) ? result : AVERROR(ENOMEM);
     }
     if (finishing_) {
-        // The data box gets its size: what is written next is the index.
+        // The data box gets its size: the next writes are the index.
         indexStart_ = -2;
     }
     if (!writer_.write(front_ + position_, bytes, length)) {
@@ -128,7 +128,7 @@ int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
 }
 
 void Mp4File::keepFileType(const std::uint8_t* bytes, std::size_t length) {
-    // The muxer writes the box's size last.
+    // The muxer writes the size of the box last.
     if (position_ >= 0 && position_ < mostFileType) {
         const auto offset = static_cast<std::size_t>(position_);
         const std::size_t kept = std::min(length, static_cast<std::size_t>(mostFileType) - offset);
@@ -175,7 +175,7 @@ std::vector<std::uint8_t> Mp4File::takeIndex() {
         std::memcmp(tail_.data() + dataLength + 4, "moov", 4) != 0) {
         throw Failure(ConversionError::containerFailed, "the index is not where it should be");
     }
-    // What comes before the index are the last samples, which the muxer makes when it finishes.
+    // Before the index come the last samples, which the muxer writes when it finishes.
     writeNow(front_ + tailStart_, tail_.data(), dataLength);
     end_ = std::max(end_, tailStart_ + static_cast<std::int64_t>(dataLength));
     tail_.erase(tail_.begin(), tail_.begin() + static_cast<std::ptrdiff_t>(dataLength));
@@ -232,7 +232,7 @@ void Mp4File::writeFront(const std::vector<std::uint8_t>& index) {
     const auto indexLength = static_cast<std::int64_t>(index.size());
     writeNow(0, fileType_.data(), static_cast<std::size_t>(typeLength));
     writeNow(typeLength, index.data(), index.size());
-    // The free box reaches over the muxer's own file type box, up to the data.
+    // The free box covers the muxer's own file type box, up to the data.
     writeFreeBox(typeLength + indexLength, front_ - indexLength);
 }
 

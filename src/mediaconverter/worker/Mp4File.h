@@ -13,13 +13,13 @@ extern "C" {
 
 namespace worker {
 
-/// The MP4's bytes on their way to the descriptor. The muxer writes the data first and the index last; the index is
-/// kept in memory and then put before the data, without moving the data through memory where the file system can
-/// insert a range, else into space that was reserved for it, else by moving the data up. Throws Failure.
+/// Writes the MP4 to the descriptor. The muxer writes the data first and the index last; the index is kept in memory
+/// and then put in front of the data: by inserting a range if the file system can, which moves no data through memory,
+/// else into reserved space, else by moving the data up. Throws Failure.
 class Mp4File {
 public:
-    /// `descriptor` is open for reading and writing, and empty; it stays the caller's. `reserve` is what the index is
-    /// expected to need, in bytes: used where the file system can't insert a range.
+    /// `descriptor` is open for reading and writing, and empty; the caller keeps it. `reserve` is the expected size of
+    /// the index, in bytes: used if the file system cannot insert a range.
     Mp4File(int descriptor, std::int64_t reserve);
     ~Mp4File();
 
@@ -28,17 +28,17 @@ public:
 
     AVIOContext* context() { return context_; }
 
-    /// The muxer has written its header: the file type box, and behind it the start of the data box.
+    /// The muxer has written its header: the file type box, followed by the start of the data box.
     void headerWritten();
 
     /// From here on the muxer finishes the data and writes the index.
     void dataWritten();
 
-    /// The muxer is done. Puts the index in front; the file is whole then. `channelMasks` as addChannelLayouts() takes
-    /// them.
+    /// The muxer is done. Puts the index in front, which completes the file. `channelMasks` has the form that
+    /// addChannelLayouts() takes.
     void placeIndex(std::span<const std::uint32_t> channelMasks);
 
-    /// Throws the first error of writing, as what it means to the user.
+    /// Throws the first write error, as the error that it means for the user.
     void requireNoError();
 
 private:
@@ -57,9 +57,9 @@ private:
     void writeFreeBox(std::int64_t position, std::int64_t length);
 
     int descriptor_;
-    std::int64_t front_ = 0;     ///< bytes before the muxer's first
-    std::int64_t position_ = 0;  ///< the muxer's, not the file's
-    std::int64_t end_ = 0;       ///< of the data, in the muxer's positions
+    std::int64_t front_ = 0;     ///< bytes before the muxer's first byte
+    std::int64_t position_ = 0;  ///< in the muxer's coordinates, not the file's
+    std::int64_t end_ = 0;       ///< of the data, in the muxer's coordinates
     std::vector<std::uint8_t> fileType_;
     bool finishing_ = false;
     std::int64_t tailStart_ = 0;

@@ -13,14 +13,14 @@ namespace {
 
 using enum ConversionError;
 
-/// How far one track may be behind another before players would have to seek to and fro.
+/// How far one track may lag behind another before players would have to seek back and forth.
 constexpr std::int64_t mostBehind = AV_TIME_BASE;
 
-/// A track of which more packets are refused, and more than this share, is not what its header says.
+/// If more packets than this and more than this share are refused, the track is not what its header says.
 constexpr std::int64_t mostRefusals = 8;
 constexpr std::int64_t mostRefusedShare = 20;
 
-/// Of a frame about which nothing is known, in the stream's time base.
+/// The duration of a frame about which nothing is known, in the stream's time base.
 std::int64_t usualDuration(const AVStream& stream) {
     const AVCodecParameters& parameters = *stream.codecpar;
     AVRational duration = {1, 25};
@@ -45,7 +45,7 @@ void count(const AVPacket& packet, TrackTally& tally) {
     tally.end = std::max(tally.end, packet.pts + packet.duration);
 }
 
-/// The speakers of FLAC with more channels than two, whose order alone does not tell them.
+/// The speakers of FLAC with more than two channels, because their order alone does not determine them.
 std::uint32_t channelMaskOf(const AVCodecParameters& track) {
     const AVChannelLayout& layout = track.ch_layout;
     return track.codec_id == AV_CODEC_ID_FLAC && layout.order == AV_CHANNEL_ORDER_NATIVE && layout.nb_channels > 2
@@ -64,7 +64,7 @@ Mp4Writer::Mp4Writer(int descriptor, std::int64_t indexEstimate) : file_(descrip
     context->pb = file_.context();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
     context->flush_packets = 0;
-    // What the muxer still calls experimental (FLAC, for one) is read by every player of today.
+    // Formats that the muxer still calls experimental (such as FLAC) are supported by every current player.
     context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
 }
 
@@ -92,7 +92,7 @@ int Mp4Writer::writeHeader() {
         return avformat_write_header(format_.get(), nullptr);
     }
     constexpr int milliseconds = 1000;
-    // The muxer takes the clock of an audio track from its sample rate, which it does not look at again until it writes
+    // The muxer derives the clock of an audio track from its sample rate, which it does not read again until it writes
     // the index.
     std::vector<int> rates;
     for (unsigned track = 0; track < format_->nb_streams; ++track) {
@@ -131,7 +131,7 @@ void Mp4Writer::storeQueued(bool all) {
 void Mp4Writer::store(AVPacket& packet) {
     const auto index = static_cast<std::size_t>(packet.stream_index);
     TrackTally tally = tallies_[index];
-    // The muxer takes what comes with an empty packet, but stores none.
+    // The muxer accepts the side data of an empty packet, but stores nothing.
     if (packet.size > 0) {
         count(packet, tally);
     }
@@ -223,7 +223,7 @@ void Mp4Writer::repairTimes(AVPacket& packet, LastTime& last) const {
     if (packet.pts == AV_NOPTS_VALUE || packet.pts < packet.dts) {
         packet.pts = packet.dts;
     }
-    // Players pass over a last frame that lasts no time.
+    // Players skip a last frame without a duration.
     const AVStream& stream = *format_->streams[packet.stream_index];
     if (packet.duration == 0 && stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) {
         packet.duration = last.decoding != AV_NOPTS_VALUE ? packet.dts - last.decoding : usualDuration(stream);

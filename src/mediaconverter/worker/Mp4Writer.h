@@ -9,23 +9,23 @@
 
 namespace worker {
 
-/// What went into one track, for the proof.
+/// What was written to one track, for the verification.
 struct TrackTally {
     std::int64_t packets = 0;
     std::int64_t bytes = 0;
     std::int64_t firstDecodingTime = AV_NOPTS_VALUE;  ///< in the track's time base
     std::int64_t lastDecodingTime = AV_NOPTS_VALUE;
     std::int64_t lastDuration = 0;
-    std::int64_t firstTime = AV_NOPTS_VALUE;  ///< at which the first packet is shown
-    std::int64_t end = 0;                     ///< at which the last one has been shown
+    std::int64_t firstTime = AV_NOPTS_VALUE;  ///< when the first packet is shown
+    std::int64_t end = 0;                     ///< when the last packet ends
 };
 
 /// Thrown when a track pauses for longer than one sample of an MP4 can last at the track's clock (2^31 ticks, 12 hours
-/// of audio at 48 kHz). Clocks of milliseconds count 24 days.
+/// of audio at 48 kHz). Clocks of milliseconds can count 24 days.
 struct LongPause {};
 
-/// The muxer. Packets arrive with the times of their track in its time base and leave with times that an MP4 can
-/// hold. Throws Failure, and TrackFailure where the muxer refuses one track's header or many of its packets.
+/// The muxer. Packets arrive with times in their track's time base and leave with times that an MP4 can hold. Throws
+/// Failure, and TrackFailure if the muxer refuses one track's header or many of its packets.
 class Mp4Writer {
 public:
     Mp4Writer(int descriptor, std::int64_t indexEstimate);
@@ -37,29 +37,29 @@ public:
 
     /// The clocks of the tracks.
     enum class Clocks {
-        exact,        ///< those of their streams; the writer throws LongPause where they can't count a pause
+        exact,        ///< those of their streams; the writer throws LongPause if they cannot count a pause
         milliseconds  ///< for recordings with such pauses
     };
 
-    /// Writes the header. `keepOrder` tells that packets come interleaved, as the source has them.
+    /// Writes the header. With `keepOrder`, packets arrive interleaved, in the source's order.
     void start(bool keepOrder, Clocks clocks = Clocks::exact);
 
-    /// Takes the packet's content and leaves it blank. One that is too damaged to be stored is passed over.
+    /// Moves the content out of the packet and leaves it blank. Drops a packet that is too damaged to be stored.
     void write(AVPacket& packet);
 
-    /// Number of packets passed over.
+    /// Number of packets dropped.
     std::int64_t refused() const { return refused_; }
 
-    /// Stores what waits for its turn; nothing more comes.
+    /// Stores the packets that are still waiting; no more may be written.
     void storeRest();
 
-    /// After storeRest(). Ends the file: samples, index in front.
+    /// Call after storeRest(). Completes the file: samples, index in front.
     void finish();
 
     const std::vector<TrackTally>& tallies() const { return tallies_; }
 
 private:
-    /// The last packet that was given, whether stored or not.
+    /// The times of the last packet passed to write(), whether stored or not.
     struct LastTime {
         std::int64_t decoding = AV_NOPTS_VALUE;
     };

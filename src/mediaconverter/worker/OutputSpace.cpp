@@ -14,7 +14,7 @@ using enum ConversionError;
 
 void reserveSpace(int output, std::int64_t size) {
     struct statvfs space = {};
-    // Reserved where the file system can; what is not used is given back at the end.
+    // Reserved if the file system can; unused room is returned at the end.
     if (::fallocate(output, FALLOC_FL_KEEP_SIZE, 0, size) == 0) {
         return;
     }

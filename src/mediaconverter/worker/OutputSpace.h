@@ -4,8 +4,7 @@
 
 namespace worker {
 
-/// Reserves room for an MP4 of about `size` bytes where the file system can. Throws Failure where there is not that
-/// much.
+/// Reserves room for an MP4 of about `size` bytes if the file system can. Throws Failure if there is not enough.
 void reserveSpace(int output, std::int64_t size);
 
 }  // namespace worker

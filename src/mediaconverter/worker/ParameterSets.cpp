@@ -15,7 +15,7 @@ unsigned lengthSizeOf(std::span<const std::uint8_t> record) {
     return (record[4] & 3U) + 1;
 }
 
-/// Appends `count` sets that begin at `at`, each behind a length of `lengthSize` bytes. False where they are cut short.
+/// Appends `count` sets that start at `at`, each after a length of `lengthSize` bytes. False if they are truncated.
 bool appendSets(std::span<const std::uint8_t> record, std::size_t& at, unsigned count, unsigned lengthSize,
                 std::vector<std::uint8_t>& to) {
     for (; count > 0; --count) {

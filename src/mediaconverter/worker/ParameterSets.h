@@ -11,8 +11,8 @@ extern "C" {
 
 namespace worker {
 
-/// What the H.264 configuration record `extradata` says of the pictures, as units that can stand before a picture.
-/// None where it is no such record, or one whose pictures have their lengths in another form than those of `stream`.
+/// The parameter sets in the H.264 configuration record `extradata`, as units that can precede a frame. None if it is
+/// not such a record, or if its frames have lengths of another size than those of `stream`.
 std::optional<std::vector<std::uint8_t>> inBandParameterSets(const AVCodecParameters& stream,
                                                              std::span<const std::uint8_t> extradata);
 

@@ -9,7 +9,7 @@ namespace {
 /// No decoder holds back more (ITU-T H.264, A.3.1, and ITU-T H.265, A.4.2).
 constexpr std::size_t mostHeld = 16;
 
-/// Between the order numbers of two runs of pictures that count from 0 each; counts may be negative.
+/// Distance between the order numbers of two sequences of frames that each count from 0; counts may be negative.
 constexpr std::int64_t betweenRuns = std::int64_t{1} << 33U;
 
 bool countsPictures(AVCodecID codec) {
@@ -47,7 +47,7 @@ void PictureOrder::put(PacketPointer packet) {
     const std::int64_t order = orderOf(*packet);
     pictures_.push_back({std::move(packet), order});
     ++waiting_;
-    // One more than are held back: of the picture that is shown next, the slot after it is needed too.
+    // One more than are held back: for the frame that is shown next, the slot after it is needed too.
     while (waiting_ > mostHeld + 1) {
         showNext();
     }
@@ -65,7 +65,7 @@ PacketPointer PictureOrder::take() {
     }
     PacketPointer packet = std::move(pictures_.front().packet);
     pictures_.pop_front();
-    // Every picture is decoded before it is shown.
+    // Every frame is decoded before it is shown.
     packet->dts = slot(taken_ - (showsAtOnce_ ? stream_.codecpar->video_delay : 0));
     ++taken_;
     return packet;
@@ -85,7 +85,7 @@ std::int64_t PictureOrder::orderOf(const AVPacket& packet) {
 }
 
 std::int64_t PictureOrder::orderByCount(std::int64_t count, bool isKey) {
-    // Where the count starts again, a key picture has it lower than a picture before; another key picture goes on.
+    // If the count restarts, a key frame has a lower count than an earlier frame; any other key frame continues.
     if (isKey && sequence_ + count <= highest_) {
         sequence_ = highest_ + betweenRuns;
     }
@@ -93,7 +93,7 @@ std::int64_t PictureOrder::orderByCount(std::int64_t count, bool isKey) {
 }
 
 std::int64_t PictureOrder::orderByType(int type) {
-    // A bidirectional picture is shown before the last one that it refers to, which is the last of another type.
+    // A bidirectional frame is shown before the last frame it refers to, which is the last one of another type.
     if (type == AV_PICTURE_TYPE_B) {
         return ++sequence_;
     }

@@ -9,19 +9,19 @@
 
 namespace worker {
 
-/// Presentation times for pictures of a container that has none (AVI, ASF, elementary streams), or not for each picture
-/// (MPEG-PS). Such a container has one time per picture, in the order of decoding. The order in which pictures are
-/// shown is read from the pictures; there the same times are given out again. Packets leave in the order in which they
-/// came, up to 17 pictures later.
+/// Presentation times for the frames of a container that has none (AVI, ASF, elementary streams), or not for each frame
+/// (MPEG-PS). Such a container has one time per frame, in decoding order. The presentation order is read from the
+/// frames, and the same times are reassigned in that order. Packets leave in the order in which they came, up to 17
+/// frames later.
 class PictureOrder {
 public:
-    /// What the times of the container mean.
+    /// The meaning of the container's times.
     enum class Times {
-        ofShowing,  ///< the first one is that of the first picture shown (AVI, elementary streams)
-        ofDecoding  ///< the first picture is shown when the decoder has as many as it holds back
+        ofShowing,  ///< the first one is that of the first frame shown (AVI, elementary streams)
+        ofDecoding  ///< the first frame is shown when the decoder has as many as it holds back
     };
 
-    /// True where the order of showing can be read from the pictures.
+    /// Whether the presentation order can be read from the frames.
     static bool isPossible(const AVStream& stream);
 
     /// `stream` must outlive it.
@@ -32,7 +32,7 @@ public:
     /// No more packets come.
     void finish();
 
-    /// The next packet whose times are known; null where there is none yet.
+    /// The next packet whose times are known; null if there is none yet.
     PacketPointer take();
 
 private:
@@ -42,7 +42,7 @@ private:
 
     struct Picture {
         PacketPointer packet;
-        std::int64_t order;  ///< pictures are shown in this order
+        std::int64_t order;  ///< frames are shown in this order
         bool isShown = false;
     };
 
@@ -58,13 +58,13 @@ private:
     CodecPointer codec_;
     std::unique_ptr<AVCodecParserContext, ParserDeleter> parser_;
     std::deque<Picture> pictures_;
-    std::size_t waiting_ = 0;          ///< of these, whose time of showing is not known yet
+    std::size_t waiting_ = 0;          ///< number of these whose presentation time is not known yet
     std::vector<std::int64_t> slots_;  ///< the container's times, in the stream's time base
-    std::int64_t frame_ = 1;           ///< from one of them to the next
+    std::int64_t frame_ = 1;           ///< distance between two of them
     std::int64_t shown_ = 0;
     std::int64_t taken_ = 0;
-    std::int64_t sequence_ = 0;  ///< order numbers of the pictures since the last reset begin here
-    std::int64_t highest_ = 0;   ///< order number so far
+    std::int64_t sequence_ = 0;  ///< where the order numbers of the frames since the last reset start
+    std::int64_t highest_ = 0;   ///< highest order number so far
 };
 
 }  // namespace worker

@@ -17,11 +17,11 @@ bool isCover(const AVStream& stream) {
 }
 
 bool isJoinedByTheMuxer(const AVStream& stream) {
-    // Frames that are not shown, and sub-streams.
+    // Frames that are not shown, and substreams.
     return stream.codecpar->codec_id == AV_CODEC_ID_VP9 || stream.codecpar->codec_id == AV_CODEC_ID_EAC3;
 }
 
-/// Tracks without a packet are not written, covers are no tracks.
+/// Tracks without packets are not written, and covers are not tracks.
 bool isWritten(const ProvedTrack& track) {
     return !isCover(track.written) && track.tally.packets > 0;
 }
@@ -31,7 +31,7 @@ bool isWritten(const ProvedTrack& track) {
                        Failure(ConversionError::proofFailed, "track " + std::to_string(stream.index) + ": " + what)};
 }
 
-/// MP4 has one object type for all layers of MPEG audio (ISO/IEC 14496-1, 7.2.6.6.2): the packets tell which it is.
+/// MP4 has one object type for all layers of MPEG audio (ISO/IEC 14496-1, 7.2.6.6.2): only the packets say which it is.
 AVCodecID nameInMp4(AVCodecID codec) {
     return codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 ? AV_CODEC_ID_MP3 : codec;
 }
@@ -44,7 +44,7 @@ public:
 
     const SourceReader& reader() const { return reader_; }
 
-    /// A read that failed on the way disproves all, even where another try went well.
+    /// A read error makes the whole check fail, even if another attempt succeeded.
     void requireReadable() const;
 
 private:
@@ -63,7 +63,7 @@ Proof::Proof(int descriptor) : reader_(descriptor) {
     context->pb = reader_.context();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
     AVDictionary* options = nullptr;
-    // The samples that are there count, not those that the edit list shows.
+    // Counts the samples that exist, not those that the edit list shows.
     av_dict_set(&options, "advanced_editlist", "0", 0);
     const int opened = avformat_open_input(&context, "", av_find_input_format("mp4"), &options);
     av_dict_free(&options);
@@ -124,7 +124,7 @@ void Proof::comparePackets(const AVStream& read, const AVStream& written, const 
 }
 
 void Proof::compareDuration(const AVStream& read, const AVStream& written, const TrackTally& tally) const {
-    // The demuxer tells the shorter of the two: what is decoded, what is shown.
+    // The demuxer reports the shorter one: what is decoded, or what is shown.
     const std::int64_t expected =
         std::min(tally.lastDecodingTime + tally.lastDuration - tally.firstDecodingTime, tally.end - tally.firstTime);
     const std::int64_t found = av_rescale_q(read.duration, read.time_base, written.time_base);
@@ -193,7 +193,7 @@ std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks) {
         }
         difference = findShownDifference(proof.reader(), tracks);
     } catch (const TrackFailure&) {
-        // A disk that fails disproves no track: encoding it differently would not help.
+        // A failing disk says nothing about a track: another encoding would not help.
         proof.requireReadable();
         throw;
     }

@@ -16,10 +16,10 @@ struct ProvedTrack {
     bool isCopy;
 };
 
-/// Reads the finished file afresh and compares it with what was put in: the tracks, the packets of each, their
-/// durations, and a packet at the start, in the middle and at the end. Throws Failure, and
-/// TrackFailure where one track is amiss. Then compares what a player shows of it, edit lists applied, with what the
-/// recording says; returns the first difference in words, empty where there is none.
+/// Reads the finished file again and compares it with what was written: the tracks, the packets of each, their
+/// durations, and a packet at the start, in the middle and at the end. Throws Failure, and TrackFailure if one track is
+/// wrong. Then compares what a player shows, with edit lists applied, with the times of the recording; returns the
+/// first difference in words, or an empty text.
 std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks);
 
 }  // namespace worker

@@ -16,25 +16,25 @@ namespace {
 
 using enum ConversionError;
 
-/// A chance likeness scores lower than this.
+/// A coincidental match scores lower than this.
 constexpr int leastScore = AVPROBE_SCORE_RETRY;
 
 constexpr std::int64_t probeBytes = std::int64_t{5} * 1024 * 1024;
 constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
 
-/// At the most, of an FLV's tag around its packet.
+/// The most bytes that an FLV tag adds to its packet.
 constexpr std::int64_t flvOverhead = 24;
 
-/// Where an FLV's tags begin.
+/// Where the tags of an FLV start.
 constexpr std::int64_t flvHeader = 13;
 
-/// A demuxer that fails this often without a packet between has lost its way for good.
+/// A demuxer that fails this often without a packet in between has lost its way for good.
 constexpr int mostErrorsInARow = 256;
 
-/// Of H.264 the library decodes some pictures to find out by how many they are out of order. The baseline profile has
-/// no bidirectional ones (ITU-T H.264, A.2.1), so there is nothing to find out; it is what a fast recorder writes, and
-/// its pictures are large. The profile stands behind the version (ISO/IEC 14496-15, 5.3.3.1).
+/// For H.264 the library decodes some frames to find out by how many they are reordered. The baseline profile has no
+/// bidirectional frames (ITU-T H.264, A.2.1), so there is nothing to find out; fast recorders use it, and their frames
+/// are large. The profile follows the version (ISO/IEC 14496-15, 5.3.3.1).
 bool isShownAsItComes(const AVStream& stream) {
     constexpr std::uint8_t version = 1;
     constexpr std::uint8_t baselineProfile = 66;
@@ -60,7 +60,7 @@ Failure failureOfOpening(const AVInputFormat& format, int number) {
 }  // namespace
 
 Recording::Recording(int descriptor, std::int64_t lookAhead, const std::vector<Patch>& patches) : reader_(descriptor) {
-    // What is damaged shows in the account, not in messages.
+    // The accounting finds damage; messages are not needed.
     av_log_set_callback([](void*, int, const char*, va_list) {});
     for (const Patch& patch : patches) {
         reader_.patch(patch.start, patch.bytes);
@@ -102,7 +102,7 @@ void Recording::open() {
     context->max_streams = mostStreams;
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "none", 0);
-    // A broadcast stream goes on behind a hole of any length.
+    // A broadcast stream continues after a hole of any length.
     av_dict_set(&options, "resync_size", "2147483647", 0);
     const int opened = avformat_open_input(&context, "", found, &options);
     av_dict_free(&options);
@@ -118,7 +118,7 @@ void Recording::analyze() {
     std::vector<AVDictionary*> options(format_->nb_streams, nullptr);
     for (unsigned index = 0; index < format_->nb_streams; ++index) {
         if (isShownAsItComes(*format_->streams[index])) {
-            // One picture, and of that no more than its form, which the container need not give.
+            // Decodes one frame, and of it only the format, which the container need not state.
             av_dict_set(&options[index], "skip_frame", "nokey", 0);
             av_dict_set(&options[index], "skip_idct", "all", 0);
             av_dict_set(&options[index], "skip_loop_filter", "all", 0);
@@ -139,9 +139,9 @@ void Recording::learnStreamsAt(std::int64_t position) {
     while (this->position() < position && av_read_frame(format_.get(), packet.get()) >= 0) {
         av_packet_unref(packet.get());
     }
-    // The library can analyze only once; all that is known by its header or goes on at this place becomes known.
+    // The library can analyze only once; this finds every stream that is in its header or continues at this position.
     analyze();
-    // What was learnt stays; the reading begins anew.
+    // The result stays; reading starts over.
     const std::int64_t start = isFlv_ ? flvHeader : 0;
     if (const int sought = av_seek_frame(format_.get(), -1, start, AVSEEK_FLAG_BYTE); sought < 0) {
         throw Failure::ofLibrary(readFailed, sought);
@@ -189,7 +189,7 @@ bool Recording::readOn(AVPacket& packet) {
         const int result = av_read_frame(format_.get(), &packet);
         if (result >= 0) {
             errorsInARow_ = 0;
-            // The library hides what a fragment repeats of the time before it; no edit list asks for that.
+            // The library hides data that a fragment repeats from earlier times; no edit list asks for that.
             if (packet.pos >= firstFragment_) {
                 packet.flags &= ~AV_PKT_FLAG_DISCARD;
             }
@@ -210,7 +210,7 @@ void Recording::follow(const AVPacket& packet) {
     if (packet.pos < 0) {
         return;
     }
-    // The demuxer says nothing of a tag that it does not know.
+    // The demuxer skips a tag that it does not know without a message.
     if (isFlv_ && packetStart_ >= 0 && packet.pos > packetEnd_ + flvOverhead &&
         isFlvContentBetween(reader_, packetStart_, packet.pos)) {
         addDamage("after byte " + std::to_string(packetEnd_) + ": tags of no known kind");
@@ -240,7 +240,7 @@ void Recording::coverGaps() {
     firstFragment_ = fragmentation.first;
     for (const FragmentGap& gap : fragmentation.gaps) {
         reader_.coverWithFreeBox(gap.start, gap.end);
-        // What the end of the recording cuts is accounted for with the rest.
+        // A cut at the end of the recording is accounted for with the rest.
         if (gap.end == reader_.size()) {
             continue;
         }
@@ -261,7 +261,7 @@ void Recording::correctHeader(const Corrections& corrections) {
     }
 }
 
-/// What the probing has buffered is from before the patches.
+/// The data buffered during probing was read without the patches.
 void Recording::readAgain() {
     avio_flush(reader_.context());
     avio_seek(reader_.context(), 0, SEEK_SET);

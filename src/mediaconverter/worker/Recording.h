@@ -11,12 +11,12 @@
 
 namespace worker {
 
-/// The recording, taken apart: what it is is told by its content alone. Only demuxers of a fixed list are let near
-/// it, and they can open nothing else. Throws Failure.
+/// Demuxes the recording. The format is detected from the content, never from the name. Only demuxers of a fixed list
+/// are used, and they can open no other file. Throws Failure.
 class Recording {
 public:
-    /// The first megabytes tell what streams there are; where `lookAhead` is given, what is at that byte as well.
-    /// `patches` lead past damage that stopped an earlier reading.
+    /// The first megabytes show which streams exist; if `lookAhead` is given, so does the data at that byte. `patches`
+    /// lead past damage that stopped an earlier reading.
     explicit Recording(int descriptor, std::int64_t lookAhead = 0, const std::vector<Patch>& patches = {});
     ~Recording();
 
@@ -26,33 +26,34 @@ public:
     AVFormatContext& format() { return *format_; }
     const AVFormatContext& format() const { return *format_; }
 
-    /// The next packet; false at the end of the recording. An end that comes from an error throws.
+    /// The next packet; false at the end of the recording. Throws if an error caused the end.
     bool read(AVPacket& packet);
 
-    /// False where packets, or some of them, come without the time at which they are shown.
+    /// False if some packets come without a presentation time.
     bool givesPresentationTimes() const;
 
-    /// What the time of a picture means in such a format.
+    /// The meaning of a frame's time in such a format.
     PictureOrder::Times timesOfPictures() const;
 
     /// How much of the recording has been read, 0 to 1.
     double fractionRead() const;
 
-    /// Where the demuxer is, in bytes.
+    /// The demuxer's position, in bytes.
     std::int64_t position() const { return avio_tell(format_->pb); }
 
     std::int64_t size() const { return reader_.size(); }
 
-    /// After the last packet: compares what is in the recording with what has been read. Its notes are for the log.
+    /// Call after the last packet: compares what is in the recording with what has been read. The notes are for the
+    /// log.
     const std::vector<std::string>& settle();
 
-    /// What leads to the packets that this reading has missed. After settle().
+    /// Patches that lead to the packets that this reading has missed. Call after settle().
     std::vector<Patch> patches() const { return accounting_.patches(); }
 
-    /// What could not be read and was passed over, in words; empty where all was well.
+    /// What could not be read and was skipped, in words; empty if nothing was.
     const std::string& damage() const { return damage_; }
 
-    /// Notes a place that could not be read. The first is kept in words.
+    /// Records a position that could not be read. The first is kept in words.
     void addDamage(const std::string& what);
 
 private:
@@ -66,7 +67,7 @@ private:
     bool readWhole(AVPacket& packet);
     bool isKeptBack(AVPacket& packet);
     void follow(const AVPacket& packet);
-    /// At the end: true where it was none and the demuxer stands before what comes next.
+    /// At the end: true if it was not the end, and the demuxer is positioned at the data after the damage.
     bool resumeAfterDamage();
 
     SourceReader reader_;
@@ -78,8 +79,8 @@ private:
     std::int64_t firstFragment_ = INT64_MAX;  ///< in bytes
     int errorsInARow_ = 0;
     int timesLost_ = 0;
-    std::int64_t packetStart_ = -1;  ///< of the last packet of which it is known, in bytes
-    std::int64_t packetEnd_ = -1;    ///< before which nothing of it is left
+    std::int64_t packetStart_ = -1;  ///< of the last packet for which it is known, in bytes
+    std::int64_t packetEnd_ = -1;    ///< the end of its data, in bytes
 };
 
 }  // namespace worker

@@ -7,19 +7,19 @@ namespace {
 
 using enum ConversionError;
 
-/// How often streams may turn up that were not there before; each time the conversion begins again.
+/// How often new streams may appear; each time the conversion restarts.
 constexpr int mostLateStreams = 5;
 
 /// How many streams may turn out not to be storable, each of which costs an attempt, before all are re-encoded.
 constexpr std::size_t mostUnstorableStreams = 4;
 
-/// How often a packet may turn out to be shown before all that had been seen.
+/// How often a packet may turn out to be shown before all earlier ones.
 constexpr int mostEarlierStarts = 5;
 
-/// How often the streams may turn out to be larger than all that had been seen of them.
+/// How often streams may turn out to be larger than known so far.
 constexpr int mostGrowths = 3;
 
-/// Learns from why the attempts failed. Each kind of lesson is bounded, so the attempts come to an end.
+/// Learns from the failures of the attempts. Each kind of lesson is bounded, so the attempts end.
 class Lessons {
 public:
     const Foreknowledge& known() const { return known_; }
@@ -59,7 +59,7 @@ public:
             known_.lookAhead = late.position;
             known_.lateHasSibling = late.hasSibling;
         } else if (known_.lateHasSibling) {
-            // It could not be made out though it was looked at.
+            // It could not be identified although it was examined.
             known_.lookAhead = 0;
             known_.passesStrays = true;
         } else {
@@ -67,7 +67,7 @@ public:
         }
     }
 
-    /// Comes once: an attempt with patches misses what they do not lead to.
+    /// Happens once: packets that an attempt with patches misses cannot be reached by patches.
     void learn(const MissedPackets& missed) { known_.patches = missed.patches; }
 
 private:

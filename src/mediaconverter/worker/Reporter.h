@@ -7,13 +7,13 @@
 
 namespace worker {
 
-/// Tells the library how the work goes, through the pipe. A pipe that nobody reads any more ends the process: there
-/// is nobody left to convert for.
+/// Reports progress to the library, through the pipe. If the pipe has no reader any more, the process ends, because
+/// nobody waits for the conversion.
 class Reporter {
 public:
     explicit Reporter(int descriptor) : descriptor_(descriptor) {}
 
-    /// `fraction` of the work is done. Passed on only when it has grown by a thousandth.
+    /// `fraction` of the work is done. Sent only when it has grown by a thousandth.
     void progress(double fraction);
 
     void note(const std::string& text);

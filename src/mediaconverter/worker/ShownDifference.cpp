@@ -13,17 +13,17 @@ namespace worker {
 
 namespace {
 
-/// What rounding and the keeping apart of packets with the same time may add up to.
+/// What rounding, and keeping packets with equal times apart, can add up to.
 constexpr std::int64_t leastFrame = 10'000;
 
-/// A picture may stay for minutes; being that late would still be seen.
+/// A frame may stay for minutes, but even then a larger delay would be visible.
 constexpr std::int64_t mostFrame = 50'000;
 
-/// By how much more a decoder may hold audio back, or leave out of it, than its container says; in microseconds.
+/// How much more audio a decoder may hold back or drop than the container says; in microseconds.
 constexpr std::int64_t mostCodecDelay = 100'000;
 
 void sort(ShownTimes& times) {
-    // Hours of audio are in order already.
+    // Hours of audio are sorted already.
     if (!std::is_sorted(times.starts.begin(), times.starts.end())) {
         std::sort(times.starts.begin(), times.starts.end());
     }
@@ -40,7 +40,7 @@ bool isApart(std::int64_t a, std::int64_t b, std::int64_t frame) {
 }
 
 bool areEndsApart(const ShownTimes& wanted, const ShownTimes& found, std::int64_t frame) {
-    // A last packet of unknown length ends where it starts; how long it is shown is then the writer's choice.
+    // A last packet of unknown length ends where it starts; the writer chooses how long it is shown.
     const bool isEndKnown = wanted.end > wanted.starts.back();
     return isApart(wanted.starts.front(), found.starts.front(), frame) ||
            (isEndKnown && isApart(wanted.end, found.end, frame)) || found.end < wanted.end - frame;

@@ -8,17 +8,17 @@
 
 namespace worker {
 
-/// How far the packets of a track stand for those of the recording.
+/// How the packets of a track correspond to those of the recording.
 enum class Likeness {
-    sameNumber,  ///< one for one: first time, end, number and each time are compared
+    sameNumber,  ///< one to one: first time, end, number and each time are compared
     fewer,       ///< some were joined: first time and end are compared
     otherFrames  ///< audio was decoded and cut into other frames: first time and end are compared with what the decoder
                  ///< gave, and within a tenth of a second more with the packets
 };
 
-/// Compares what a player shows of a finished track with what the recording says. Empty where they agree within one
-/// frame; else both, in words. By `priming`, in microseconds, re-encoded audio may begin earlier: that much an encoder
-/// puts before the first sample, and a track that begins after the others shows it.
+/// Compares what a player shows of a finished track with the recording. Empty if they agree within one frame; else
+/// both, in words. Re-encoded audio may start earlier by `priming`, in microseconds: an encoder puts that much before
+/// the first sample, and a track that starts after the others shows it.
 std::string findShownDifference(const SourceTimes& source, ShownTimes found, Likeness likeness,
                                 std::int64_t priming = 0);
 

@@ -37,7 +37,7 @@ std::string_view typeOf(Bytes box) {
     return {reinterpret_cast<const char*>(box.data()) + 4, 4};
 }
 
-/// The boxes that follow each other in `bytes`.
+/// Visits the consecutive boxes in `bytes`.
 template<typename Visitor>
 void forEachBox(Bytes bytes, Visitor&& visit) {
     while (!bytes.empty()) {
@@ -50,7 +50,7 @@ void forEachBox(Bytes bytes, Visitor&& visit) {
     }
 }
 
-/// The content of the first box of that type among `boxes`; empty where there is none.
+/// The content of the first box of that type among `boxes`; empty if there is none.
 Bytes contentOf(Bytes boxes, std::string_view type) {
     Bytes found;
     forEachBox(boxes, [&](Bytes box) {
@@ -65,7 +65,7 @@ Bytes contentOf(Bytes boxes, std::string_view outer, std::string_view inner) {
     return contentOf(contentOf(boxes, outer), inner);
 }
 
-/// Of a movie's or a medium's header: ticks per second.
+/// The time scale in a movie or media header: ticks per second.
 std::int64_t timeScaleOf(Bytes header) {
     const bool isLong = read(header, 0, 1) == 1;
     const auto scale = static_cast<std::int64_t>(read(header, isLong ? 20 : 12, 4));
@@ -75,13 +75,13 @@ std::int64_t timeScaleOf(Bytes header) {
     return scale;
 }
 
-/// Without the overflow of the product: hours at the clock of a sound are many ticks.
+/// Avoids an overflow of the product: hours at an audio clock are many ticks.
 std::int64_t toMicroseconds(std::int64_t ticks, std::int64_t scale) {
     const std::int64_t rest = ticks % scale;
     return ticks / scale * microseconds + rest * microseconds / scale;
 }
 
-/// A table of runs (`stts`, `ctts`): how many samples share one value.
+/// A table of runs (`stts`, `ctts`), each of which assigns one value to several samples.
 class Runs {
 public:
     explicit Runs(Bytes content) : content_(content), left_(content.empty() ? 0 : read(content, 4, 4)) {}
@@ -110,7 +110,7 @@ private:
     std::size_t valueAt_ = 0;
 };
 
-/// A piece of the medium and its place in the presentation; in microseconds.
+/// A range of the medium and its place in the presentation; in microseconds.
 struct Edit {
     std::int64_t mediaStart;
     std::int64_t mediaEnd;
@@ -171,7 +171,7 @@ void TrackReader::readEdits(std::int64_t movieScale) {
 }
 
 bool TrackReader::isEmptyText(std::size_t sample) const {
-    // A text's sample begins with the number of its bytes (3GPP TS 26.245, 5.17).
+    // A text sample starts with the number of its bytes (3GPP TS 26.245, 5.17).
     constexpr std::uint64_t emptyText = 2;
     if (kind_ != "text" && kind_ != "sbtl") {
         return false;
@@ -182,7 +182,7 @@ bool TrackReader::isEmptyText(std::size_t sample) const {
 
 void TrackReader::show(ShownTimes& shown, std::int64_t start, std::int64_t duration) const {
     for (const Edit& edit : edits_) {
-        // A picture is shown where its start is; of audio any part can be heard.
+        // A frame is shown if its start is; of audio any part can be heard.
         const bool isWhole = start >= edit.mediaStart && start < edit.mediaEnd;
         const bool isPart = kind_ == "soun" && start < edit.mediaEnd && start + duration > edit.mediaStart;
         if (isWhole || isPart) {
@@ -213,7 +213,7 @@ ShownTimes TrackReader::shown() const {
     return shown;
 }
 
-/// The content of the movie box. Media data may be larger than memory, so the boxes are visited in the file.
+/// The content of the movie box. Media data may be larger than memory, so the boxes are read from the file.
 std::vector<std::uint8_t> readMovie(const SourceReader& file) {
     for (std::int64_t at = 0; at + 8 <= file.size();) {
         std::uint8_t header[16] = {};

@@ -15,11 +15,11 @@ namespace worker {
 
 namespace {
 
-/// Larger ones gain nothing: the copy then no longer fits the processor's cache, and larger packets are read past it.
+/// Larger buffers gain nothing: the copy no longer fits the processor's cache, and larger packets bypass it anyway.
 constexpr int bufferSize = 64 * 1024;
 
-/// The first read behind a jump: fragmented recordings keep picture and sound apart, and a demuxer that goes to and fro
-/// throws away what it does not need at once.
+/// The first read after a seek: fragmented recordings keep audio and video apart, and a demuxer that seeks back and
+/// forth discards what it does not need at once.
 constexpr std::size_t firstStep = std::size_t{8} * 1024;
 
 }  // namespace
@@ -55,7 +55,7 @@ int SourceReader::readCallback(void* self, std::uint8_t* buffer, int length) {
 }
 
 int SourceReader::read(std::uint8_t* buffer, int length) {
-    // What is appended after the start belongs to no recording that was handed over as finished.
+    // Data appended after the start is not part of a recording that was handed over as finished.
     const std::int64_t left = end_ - position_;
     if (left <= 0 || length <= 0) {
         return AVERROR_EOF;
@@ -93,7 +93,7 @@ void SourceReader::coverWithFreeBox(std::int64_t start, std::int64_t end) {
         const std::size_t bits = 8 * ((isLong ? 7 : 3) - index);
         header[(isLong ? 8 : 0) + index] = static_cast<std::uint8_t>(length >> bits);
     }
-    // What lies behind a short header is still what a header elsewhere may point at.
+    // Data after a short header is still read, because a header elsewhere may refer to it.
     header.resize(isLong ? 16 : 8);
     patch(start, std::move(header));
 }
@@ -117,7 +117,7 @@ std::size_t SourceReader::peek(std::int64_t position, std::uint8_t* bytes, std::
             continue;
         }
         if (got < 0) {
-            // A disk that fails is not a recording that ends here.
+            // A failing disk is not the end of the recording.
             error_ = errno;
         }
         if (got <= 0) {

@@ -20,7 +20,7 @@ std::int64_t inMicroseconds(std::int64_t time, AVRational base) {
 
 void SourceTimes::add(const AVPacket& packet) {
     const std::int64_t time = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
-    // Of a text, the number of its characters alone fills the time between two.
+    // A text that consists only of its length fills the time between two texts.
     constexpr int emptyText = 2;
     const bool isEmptyText = stream_.codecpar->codec_id == AV_CODEC_ID_MOV_TEXT && packet.size <= emptyText;
     if (time == AV_NOPTS_VALUE || (packet.flags & AV_PKT_FLAG_DISCARD) != 0 || isEmptyText) {
@@ -69,18 +69,18 @@ std::int64_t SourceTimes::durationOf(const AVPacket& packet) const {
 }
 
 void SourceTimes::skip(const AVPacket& packet, std::int64_t& start, std::int64_t& duration) {
-    // Two numbers of 32 bits, little endian: samples at the start, which may reach beyond this packet, and at the end.
+    // Two 32-bit numbers, little endian: samples to skip at the start, which may exceed this packet, and at the end.
     constexpr std::size_t leastSize = 8;
     std::size_t size = 0;
     const std::uint8_t* const data = av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
     if (data != nullptr && size >= leastSize && stream_.codecpar->sample_rate > 0) {
         const AVRational sample = {1, stream_.codecpar->sample_rate};
         skipped_ = std::max(skipped_, start + inMicroseconds(AV_RL32(data), sample));
-        // Some demuxers have shortened the packet already.
+        // Some demuxers have already shortened the packet.
         duration = std::min(duration, longest_ - inMicroseconds(AV_RL32(data + 4), sample));
     }
     if (start < skipped_) {
-        // A packet that ends with what is skipped is not heard at all.
+        // A packet that ends within the skipped range is not heard at all.
         duration = start + duration <= skipped_ ? -1 : start + duration - skipped_;
         start = skipped_;
     }

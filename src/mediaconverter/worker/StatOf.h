@@ -6,8 +6,8 @@
 
 namespace worker {
 
-/// fstat() by the system call of that name, which looks at an open descriptor and nothing else. The C library may use
-/// one that takes a name as well, which the worker's barrier refuses.
+/// Calls the system call fstat, which inspects an open descriptor and nothing else. The C library may use a call that
+/// also takes a name, which the worker's barrier refuses.
 inline int statOf(int descriptor, struct stat& status) {
     return static_cast<int>(::syscall(SYS_fstat, descriptor, &status));
 }

@@ -8,7 +8,7 @@ using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::size_t npos = SIZE_MAX;
 
-/// Where the three bytes of the next start code begin; npos where there is none.
+/// Position of the three bytes of the next start code; npos if there is none.
 std::size_t startCodeFrom(Bytes bytes, std::size_t at) {
     for (; at + 3 <= bytes.size(); ++at) {
         if (bytes[at + 2] > 1) {
@@ -74,7 +74,7 @@ std::optional<std::uint32_t> ac3Form(Bytes packet) {
                bits(packet, 36, 4);
     }
     const std::uint32_t channels = bits(packet, 48, 3);
-    // Before the flag of the low frequencies stand up to two mix levels.
+    // Up to two mix levels precede the flag of the low frequencies.
     std::size_t at = 51;
     at += (channels & 1U) != 0 && channels != 1 ? 2 : 0;
     at += (channels & 4U) != 0 ? 2 : 0;

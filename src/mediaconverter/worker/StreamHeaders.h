@@ -7,8 +7,8 @@
 
 namespace worker::headers {
 
-// What the headers inside a stream's packets say. A form is a number that differs where channels, sampling rate or
-// kind of coding differ; none where the packet does not begin with a header that can be.
+// The headers inside a stream's packets. A form is a number that differs if channels, sampling rate or kind of codec
+// differ; none if the packet does not start with a valid header.
 
 /// AAC in ADTS (ISO/IEC 13818-7, 6.2).
 std::optional<std::uint32_t> adtsForm(std::span<const std::uint8_t> packet);
@@ -22,7 +22,7 @@ std::optional<std::uint32_t> ac3Form(std::span<const std::uint8_t> packet);
 /// The core of DTS (ETSI TS 102 114, 5.3).
 std::optional<std::uint32_t> dtsForm(std::span<const std::uint8_t> packet);
 
-/// True for a video stream whose units stand after start codes (ITU-T H.264 and H.265, Annex B).
+/// Whether a video stream separates its units by start codes (ITU-T H.264 and H.265, Annex B).
 bool beginsWithStartCode(std::span<const std::uint8_t> bytes);
 
 /// The parameter sets before the first slice of HEVC with start codes (ITU-T H.265, 7.4.2.2).

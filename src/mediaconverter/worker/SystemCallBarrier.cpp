@@ -23,8 +23,8 @@ struct ContextDeleter {
     void operator()(void* context) const { seccomp_release(context); }
 };
 
-/// Computing, threads, and what the open descriptors are for. newfstatat is not among them, which fstat() of some C
-/// libraries is made of: a filter can't see the name that it is given. The worker asks by statOf().
+/// Calls for computing, for threads, and for the open descriptors. newfstatat, which some C libraries use for fstat(),
+/// is not among them: a filter cannot see the name that it is given. The worker uses statOf().
 constexpr std::array allowed = {
     // the descriptors
     SCMP_SYS(read), SCMP_SYS(write), SCMP_SYS(pread64), SCMP_SYS(pwrite64), SCMP_SYS(lseek), SCMP_SYS(fstat),
@@ -34,17 +34,17 @@ constexpr std::array allowed = {
     // threads
     SCMP_SYS(futex), SCMP_SYS(set_robust_list), SCMP_SYS(rseq), SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity),
     SCMP_SYS(gettid), SCMP_SYS(getpid), SCMP_SYS(exit), SCMP_SYS(exit_group), SCMP_SYS(membarrier),
-    // signals to oneself: abort() and what returns from a handler
+    // signals to itself: abort() and return from a handler
     SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigaction), SCMP_SYS(rt_sigreturn), SCMP_SYS(sigaltstack),
     SCMP_SYS(restart_syscall),
-    // time and chance
+    // time and random numbers
     SCMP_SYS(clock_gettime), SCMP_SYS(clock_getres), SCMP_SYS(gettimeofday), SCMP_SYS(nanosleep),
     SCMP_SYS(clock_nanosleep), SCMP_SYS(getrandom), SCMP_SYS(getrusage), SCMP_SYS(sysinfo)};
 
-/// The most that the index in front of the data can need, in bytes: some ten million packets.
+/// The most room that the index in front of the data can need, in bytes: some ten million packets.
 constexpr std::uint64_t mostIndex = std::uint64_t{1} << 30U;
 
-/// Room for the output, and for the index in front of it. The limit of the file size does not hold for these calls.
+/// Room for the output, and for the index in front of it. The limit on the file size does not apply to these calls.
 int allowReserving(scmp_filter_ctx context, std::uint64_t mostOutput) {
     const auto allow = [&](int mode, std::uint64_t most) {
         return seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(fallocate), 4,
@@ -63,14 +63,14 @@ int addRules(scmp_filter_ctx context, std::uint64_t mostOutput) {
         keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, call, 0));
     }
     keep(allowReserving(context, mostOutput));
-    // Threads, not processes. The newer call hides its flags from the filter; without it the older one is used.
+    // Threads, not processes. The newer call hides its flags from the filter; if it is refused, the older one is used.
     keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
                           SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)));
     keep(seccomp_rule_add(context, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0));
-    // A program that finds itself broken ends itself.
+    // A program that detects an internal error aborts itself.
     keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(tgkill), 1,
                           SCMP_A0(SCMP_CMP_EQ, static_cast<scmp_datum_t>(::getpid()))));
-    // Names of threads, and limits read but not set.
+    // Names of threads, and limits, which may be read but not set.
     keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1, SCMP_A0(SCMP_CMP_EQ, PR_SET_NAME)));
     keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(prlimit64), 1, SCMP_A2(SCMP_CMP_EQ, 0)));
     return result;

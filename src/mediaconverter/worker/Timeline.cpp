@@ -9,22 +9,22 @@ namespace worker {
 
 namespace {
 
-/// Less than this is disorder among neighbours, not a clock that was set back.
+/// A smaller step back is disorder among neighbouring packets, not a clock that was reset.
 constexpr std::int64_t leastJumpBack = AV_TIME_BASE;
 
-/// Where all tracks of a broadcast stream leap further than this, their clock was reset; less is a pause.
+/// If all tracks of a broadcast stream jump further ahead than this, their clock was reset; less is a pause.
 constexpr std::int64_t mostSharedPause = std::int64_t{3600} * AV_TIME_BASE;
 
-/// A track that goes on for this long as if nothing had happened does not follow the jump of another.
+/// A track that continues for this long without a jump does not follow the jump of another.
 constexpr std::int64_t mostBelated = std::int64_t{10} * AV_TIME_BASE;
 
-/// No picture is decoded this long before it is shown, however seldom there is one.
+/// No frame is decoded this long before it is shown, however low the frame rate.
 constexpr std::int64_t mostDelay = std::int64_t{3600} * AV_TIME_BASE;
 
-/// A clock that leaps further than this was reset, whatever the format: no recording pauses for a month.
+/// A clock that jumps further than this was reset, whatever the format: no recording pauses for a month.
 constexpr std::int64_t mostPause = std::int64_t{30} * 24 * 3600 * AV_TIME_BASE;
 
-/// Times further from 0 than this are damage: 140 years, so that a clock that counts from 1970 is none.
+/// Times further from 0 than this are damage: 140 years, so that clocks that count from 1970 are accepted.
 constexpr std::int64_t mostTime = std::int64_t{1} << 52U;
 
 Failure tooLong() {
@@ -47,7 +47,7 @@ std::int64_t rescaled(std::int64_t time, AVRational from, AVRational to) {
     return result;
 }
 
-/// A bound in another time base; no bound where it can't be counted there.
+/// The limit in another time base; no limit if it cannot be represented there.
 std::int64_t bound(std::int64_t microseconds, AVRational base) {
     const std::int64_t result = av_rescale_q(microseconds, AV_TIME_BASE_Q, base);
     return result == INT64_MIN ? INT64_MAX : std::max<std::int64_t>(result, 1);
@@ -100,7 +100,7 @@ void TrackClock::place(AVPacket& packet) {
     const std::int64_t duration = frameDuration(stream_, packet);
     packet.duration = packet.duration > 0 ? duration : packet.duration;
     if (packet.dts == AV_NOPTS_VALUE && packet.pts != AV_NOPTS_VALUE && expected_ == AV_NOPTS_VALUE) {
-        // The first frames of a stream with reordering: decoding begins that many frames before showing.
+        // The first frames of a stream with reordering: decoding starts that many frames before presentation.
         packet.dts = packet.pts - duration * stream_.codecpar->video_delay;
     }
     if (packet.dts == AV_NOPTS_VALUE) {
@@ -124,7 +124,7 @@ void TrackClock::place(AVPacket& packet) {
 }
 
 bool TrackClock::isLeap(const AVPacket& packet) const {
-    // Where pictures are out of order, only the decoding times go on and on.
+    // If frames are reordered, only the decoding times increase monotonically.
     const std::int64_t time =
         packet.dts == AV_NOPTS_VALUE && stream_.codecpar->video_delay == 0 ? packet.pts : packet.dts;
     return time != AV_NOPTS_VALUE && expected_ != AV_NOPTS_VALUE && !isDamaged(time) &&
@@ -151,7 +151,7 @@ void TrackClock::applyJumps() {
 }
 
 void TrackClock::joinAt(std::int64_t time) {
-    // A track that begins late may begin after jumps of the others: where it comes closest to them.
+    // A track that starts late may start after jumps of the others: use the one that brings it closest to them.
     const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
     followed_ = nearest(raw, timeline_.furthest(), INT64_MIN);
     applyJumps();
@@ -174,10 +174,10 @@ void TrackClock::followJump(std::int64_t time) {
     const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
     const std::int64_t furthest = timeline_.furthest();
     followed_ = nearest(raw, furthest, sum(expected(), -leastJumpBack));
-    // Texts are too seldom to tell a reset clock from a pause.
+    // Texts are too rare to tell a reset clock from a pause.
     const bool isSparse = stream_.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE;
     if (!isSparse && isReset(sum(raw, followed_.sum))) {
-        // Behind all tracks, so that none has to go back for another's sake.
+        // After all tracks, so that none has to go back for another.
         const std::int64_t size = sum(furthest, -sum(raw, followed_.sum));
         timeline_.jumps_.push_back({size, furthest});
         followed_ = {timeline_.jumps_.size(), sum(followed_.sum, size)};
@@ -190,7 +190,7 @@ bool TrackClock::isReset(std::int64_t place) const {
     if (ahead < -leastJumpBack || ahead > mostPause) {
         return true;
     }
-    // Where another track has come as far meanwhile, this one only paused.
+    // If another track has come as far meanwhile, this one only paused.
     return timeline_.clocksAreReset_ && sum(place, -timeline_.furthest()) > mostSharedPause;
 }
 

@@ -11,28 +11,28 @@ namespace worker {
 
 class TrackClock;
 
-/// The one timeline of a recording: it starts at 0 and never jumps back, whatever the recording's own clocks do. All
-/// tracks share it, so that they stay in step across a jump.
+/// The common timeline of a recording: it starts at 0 and never jumps back, whatever the recording's own clocks do. All
+/// tracks share it, so that they stay in sync across a jump.
 class Timeline {
 public:
-    /// `origin` is the recording's time, in microseconds, that becomes 0. `clocksAreReset` tells that the format's
-    /// clocks may start again at any time (broadcast streams), so that not every leap forward is a pause.
+    /// `origin` is the time in the recording, in microseconds, that becomes 0. `clocksAreReset` means that the format's
+    /// clocks may restart at any time (broadcast streams), so that not every jump forward is a pause.
     Timeline(std::int64_t origin, bool clocksAreReset) : origin_(origin), clocksAreReset_(clocksAreReset) {}
 
     std::int64_t origin() const { return origin_; }
 
-    /// False for no time at all and for one so far from 0, in microseconds, that only damage can have made it.
+    /// False for a missing time and for one so far from 0, in microseconds, that only damage explains it.
     static bool isCountable(std::int64_t time);
 
 private:
     friend class TrackClock;
 
     struct Jump {
-        std::int64_t size;   ///< added to what comes after it, in microseconds
+        std::int64_t size;   ///< added to all later times, in microseconds
         std::int64_t place;  ///< on the timeline, where the first track jumped
     };
 
-    /// Where the track that has come furthest expects its next packet, in microseconds.
+    /// Where the most advanced track expects its next packet, in microseconds.
     std::int64_t furthest() const;
 
     std::int64_t origin_;
@@ -41,7 +41,8 @@ private:
     std::vector<const TrackClock*> clocks_;
 };
 
-/// One track's place on the timeline. The timeline must outlive it, and no clock may be used after one has gone.
+/// One track's position on the timeline. The timeline must outlive it, and no clock may be used once one has been
+/// destroyed.
 class TrackClock {
 public:
     TrackClock(Timeline& timeline, const AVStream& stream);
@@ -49,15 +50,15 @@ public:
     TrackClock(const TrackClock&) = delete;
     TrackClock& operator=(const TrackClock&) = delete;
 
-    /// Gives the packet's times, still in the stream's time base, as times of the timeline. Missing ones are made up
-    /// from those before; none is missing afterwards but a presentation time that only the decoder knows.
+    /// Converts the packet's times, still in the stream's time base, to the timeline. Estimates missing times from
+    /// those before; only a presentation time that the decoder alone knows may still be missing afterwards.
     void place(AVPacket& packet);
 
-    /// True for a packet whose time is far from where the track has come to: a pause, a clock that was reset, or a
-    /// damaged time. The next packet decides.
+    /// Whether the packet's time is far from the track's position: a pause, a clock that was reset, or a damaged time.
+    /// The next packet decides.
     bool isLeap(const AVPacket& packet) const;
 
-    /// False where the clock of another track jumped and this one went on as before: one of them is wrong.
+    /// False if the clock of another track jumped and this one continued as before: one of them is wrong.
     bool isInStep() const;
 
 private:
@@ -82,7 +83,7 @@ private:
     const std::int64_t mostTime_;   ///< in the stream's time base
     const std::int64_t leastJump_;  ///< in the stream's time base
     Followed followed_;
-    // These in the stream's time base: packets are many, and to convert their times is what placing them costs.
+    // These are in the stream's time base: there are many packets, and converting their times would be the main cost.
     std::int64_t offset_ = 0;  ///< added to the stream's times
     std::int64_t expected_ = AV_NOPTS_VALUE;
 };

@@ -10,9 +10,9 @@ namespace worker {
 
 namespace {
 
-/// The tag that players expect where there are several for one codec; 0 lets the muxer choose.
+/// The tag that players expect if a codec has several; 0 lets the muxer choose.
 unsigned tagFor(AVCodecID codec) {
-    // Players of Apple's take HEVC only with its parameter sets in the header, which this tag promises.
+    // Apple's players accept HEVC only with its parameter sets in the header, which this tag guarantees.
     return codec == AV_CODEC_ID_HEVC ? MKTAG('h', 'v', 'c', '1') : 0;
 }
 
@@ -20,10 +20,10 @@ std::span<const std::uint8_t> parametersOf(const AVCodecParameters& stream) {
     return {stream.extradata, static_cast<std::size_t>(stream.extradata_size)};
 }
 
-/// What belongs to a stream whatever becomes of its packets.
+/// Copies what belongs to a stream whether it is copied or re-encoded.
 void copyDescription(const AVStream& source, AVStream& target) {
     av_dict_copy(&target.metadata, source.metadata, 0);
-    // Most players show a track by its handler's name.
+    // Most players show the handler's name as the track's name.
     if (const AVDictionaryEntry* const title = av_dict_get(source.metadata, "title", nullptr, 0)) {
         av_dict_set(&target.metadata, "handler_name", title->value, 0);
     }
@@ -93,7 +93,7 @@ CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& tim
     if (const int copied = avcodec_parameters_copy(target.codecpar, source.codecpar); copied < 0) {
         throw Failure::ofLibrary(ConversionError::containerFailed, copied);
     }
-    // The muxer wants them alike; a container may overrule its pictures.
+    // The muxer requires both to be equal; a container may override the value in its frames.
     if (target.sample_aspect_ratio.num > 0) {
         target.codecpar->sample_aspect_ratio = target.sample_aspect_ratio;
     }
@@ -152,7 +152,7 @@ void CopiedTrack::followParameters(AVPacket& packet) {
         } else if (!std::equal(fresh.begin(), fresh.end(), first.begin(), first.end())) {
             throw ChangedStream{source().index};
         }
-        // The muxer would put the last ones in the place of the first.
+        // The muxer would replace the first ones with these.
         av_packet_free_side_data(&packet);
     }
     if (repeatsParameters_ && (packet.flags & AV_PKT_FLAG_KEY) != 0) {
@@ -170,7 +170,7 @@ void CopiedTrack::putBefore(AVPacket& packet) const {
 }
 
 void CopiedTrack::placeSamples(AVPacket& packet) {
-    // A container that counts milliseconds rounds every time of sound; counting samples makes them exact again.
+    // A container that counts milliseconds rounds every audio time; counting samples makes the times exact again.
     AVCodecParameters* const parameters = source().codecpar;
     int samples = av_get_audio_frame_duration2(parameters, packet.size);
     if (samples <= 0) {

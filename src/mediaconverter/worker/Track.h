@@ -18,12 +18,12 @@ extern "C" {
 
 namespace worker {
 
-/// Thrown when a copied stream goes on with other parameters than the MP4 was begun with.
+/// Thrown when a copied stream continues with other parameters than those the MP4 was started with.
 struct ChangedStream {
     int index;
 };
 
-/// One stream of the recording on its way to one track of the MP4. Throws Failure.
+/// Turns one stream of the recording into one track of the MP4. Throws Failure.
 class Track {
 public:
     Track(const AVStream& source, AVStream& target, Timeline& timeline);
@@ -32,30 +32,30 @@ public:
     Track(const Track&) = delete;
     Track& operator=(const Track&) = delete;
 
-    /// One packet of the source's stream; its content is taken. One that leaps in time waits for the next, which tells
-    /// whether its time is damaged.
+    /// Accepts one packet of the source's stream and moves its content out. A packet that jumps in time waits for the
+    /// next one, which shows whether its time is damaged.
     void accept(AVPacket& packet, Mp4Writer& writer);
 
-    /// Nothing more comes.
+    /// There are no more packets.
     void finish(Mp4Writer& writer);
 
-    /// Only learns from the packet what form the track takes; nullptr when nothing more comes. For the rest of a
-    /// recording after OutgrownForm.
+    /// Only learns the track's form from the packet; nullptr when there are no more. For the rest of a recording after
+    /// OutgrownForm.
     virtual void survey(const AVPacket*) {}
 
-    /// The largest form so far; none where it does not matter.
+    /// The largest form so far; null if it does not matter.
     virtual const TrackForm* form() const { return nullptr; }
 
-    /// True where packets leave in the order and number in which they come.
+    /// Whether packets leave in the order and number in which they arrive.
     virtual bool isCopy() const { return false; }
 
-    /// Packets that could not be decoded and were passed over.
+    /// Number of packets that could not be decoded and were dropped.
     std::int64_t undecodable() const { return undecodable_; }
 
-    /// Frames of which the decoder made up a part.
+    /// Number of frames of which the decoder made up a part.
     std::int64_t concealed() const { return concealed_; }
 
-    /// Packets whose time was damaged and was made up anew.
+    /// Number of packets whose time was damaged and was estimated.
     std::int64_t damagedTimes() const { return damagedTimes_; }
 
     /// False where the clocks of the recording's streams contradict each other.
@@ -63,15 +63,15 @@ public:
 
     const AVStream& source() const { return source_; }
 
-    /// What the source says about when its packets are shown, on the timeline: the origin taken away and jumps of the
-    /// clocks closed, nothing else.
+    /// When the packets are shown according to the source, on the timeline: minus the origin, with jumps of the clocks
+    /// closed, and otherwise unchanged.
     const SourceTimes& sourceTimes() const { return sourceTimes_; }
 
 protected:
-    /// As accept(), and each packet in its turn.
+    /// Like accept(), for each packet in its turn.
     virtual void pass(AVPacket& packet, Mp4Writer& writer) = 0;
 
-    /// As finish(), when all packets have been passed.
+    /// Like finish(), after all packets have been passed.
     virtual void end(Mp4Writer&) {}
 
     AVStream& target() { return target_; }
@@ -80,11 +80,11 @@ protected:
     void countUndecodable() { ++undecodable_; }
     void countConcealed() { ++concealed_; }
 
-    /// Gives the target the source's rotation, light level and the like. After the target's codec parameters are set,
-    /// which since FFmpeg 6.1 hold them.
+    /// Copies the source's rotation, light level and the like to the target. Call after the target's codec parameters
+    /// are set, which hold this data since FFmpeg 6.1.
     void copySideData();
 
-    /// Gives the packet to the writer as one of this track; its times are in `base`.
+    /// Passes the packet to the writer as one of this track; its times are in `base`.
     void send(AVPacket& packet, AVRational base, Mp4Writer& writer);
 
 private:
@@ -101,14 +101,14 @@ private:
     bool isWaiting_ = false;
 };
 
-/// A stream that MP4 holds as it is: every packet's payload stays what it was.
+/// A stream that MP4 can hold: every packet's payload stays unchanged.
 class CopiedTrack final : public Track {
 public:
-    /// Where `repeatsParameters`, the parameters in force stand before every picture that can be begun with, so that
-    /// they may change on the way; else a change throws ChangedStream.
+    /// With `repeatsParameters`, the current parameters precede every frame at which playback can start, so that they
+    /// may change in mid-stream; otherwise a change throws ChangedStream.
     CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters);
 
-    /// True for a stream whose parameters can be repeated.
+    /// Whether the stream's parameters can be repeated.
     static bool canRepeatParameters(const AVStream& stream);
 
     bool isCopy() const override { return true; }
@@ -123,7 +123,7 @@ private:
     FormWatch form_;
     bool countsSamples_;
     bool repeatsParameters_;
-    std::vector<std::uint8_t> parameters_;  ///< those in force, as units of the stream
+    std::vector<std::uint8_t> parameters_;  ///< the current ones, as units of the stream
     std::int64_t lastSample_ = AV_NOPTS_VALUE;
 };
 

@@ -12,7 +12,7 @@ bool TrackChoice::isCopied(const AVStream& stream) const {
     if (known_.copiesNothing || known_.unstorableStreams.contains(stream.index)) {
         return false;
     }
-    // Parameters that cannot be repeated on the way have to become one form.
+    // If changing parameters cannot be repeated in the stream, the track has to be re-encoded to one form.
     return !known_.changingStreams.contains(stream.index) || CopiedTrack::canRepeatParameters(stream);
 }
 

@@ -11,7 +11,7 @@ public:
     /// Both must outlive it.
     TrackChoice(const AVFormatContext& format, const Foreknowledge& known) : format_(format), known_(known) {}
 
-    /// Of a stream that an MP4 can hold: true where it is stored as it is.
+    /// For a stream that an MP4 can hold: whether it is copied.
     bool isCopied(const AVStream& stream) const;
 
     /// How a stream is re-encoded.

@@ -10,35 +10,35 @@ extern "C" {
 
 namespace worker {
 
-/// The largest form that a re-encoded track takes on its way: what its encoder has to have room for.
+/// The largest form that a re-encoded track takes; its encoder must have room for it.
 struct TrackForm {
-    int width = 0;                    ///< of the widest picture
-    int height = 0;                   ///< of the highest picture
-    AVRational pixelAspect = {0, 1};  ///< of the picture with the most pixels
+    int width = 0;                    ///< of the widest frame
+    int height = 0;                   ///< of the highest frame
+    AVRational pixelAspect = {0, 1};  ///< of the frame with the most pixels
     std::int64_t mostPixels = 0;
     bool isInterlaced = false;
     bool topFieldFirst = true;
     int rate = 0;        ///< samples per second
     int channels = 0;    ///< of the layout
-    std::string layout;  ///< as the media library writes it; empty where it is not known
+    std::string layout;  ///< in the media library's notation; empty if unknown
 
-    /// What the stream's header says.
+    /// The form that the stream's header states.
     static TrackForm of(const AVStream& stream);
 
-    /// True where the frame loses nothing in this form.
+    /// Whether this form can hold the frame without loss.
     bool holds(const AVFrame& frame) const;
 
     /// Grows until it holds the frame.
     void widen(const AVFrame& frame);
 
-    /// Grows until it holds what the other holds.
+    /// Grows until it holds everything that the other form holds.
     void widen(const TrackForm& other);
 
 private:
     static TrackForm of(const AVFrame& frame);
 };
 
-/// The layout in the media library's words; the usual one of that many channels where there is none.
+/// The layout in the media library's notation; if it is unspecified, the default one for that number of channels.
 std::string layoutText(const AVChannelLayout& layout);
 
 }  // namespace worker

@@ -41,7 +41,7 @@ bool mp4Holds(AVCodecID codec) {
     }
 }
 
-/// Pictures that a player shows for the file as a whole.
+/// Images that a player shows for the file as a whole.
 bool isCover(const AVStream& stream) {
     const AVCodecID codec = stream.codecpar->codec_id;
     return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0 &&

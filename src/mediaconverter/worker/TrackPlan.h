@@ -8,20 +8,20 @@ extern "C" {
 
 namespace worker {
 
-/// What becomes of one stream of the recording.
+/// How one stream of the recording is treated.
 enum class Treatment {
-    copy,       ///< MP4 holds it as it is
-    transcode,  ///< MP4 does not; it is re-encoded
-    leave,      ///< data that an MP4 has no place for; named in the log
+    copy,       ///< MP4 can hold it
+    transcode,  ///< MP4 cannot hold it; it is re-encoded
+    leave,      ///< dropped data that an MP4 has no place for; named in the log
 };
 
-/// The treatment of a stream. Throws Failure where it is sound or picture that nobody here can read, or encrypted.
+/// The treatment of a stream. Throws Failure if it is audio or video that cannot be decoded here, or is encrypted.
 Treatment treatmentOf(const AVStream& stream);
 
-/// True where the muxer can describe the stream: broadcast streams may name ones that have not been seen yet.
+/// Whether the muxer can describe the stream: broadcast streams may announce ones that have not appeared yet.
 bool isKnown(const AVStream& stream);
 
-/// True for audio and video, and not for what accompanies them.
+/// True for audio and video, false for accompanying streams.
 bool isContent(const AVStream& stream);
 
 /// The stream in words for the log: "audio stream 2 (vorbis)".

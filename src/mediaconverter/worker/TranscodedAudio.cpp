@@ -11,11 +11,11 @@ namespace worker {
 
 namespace {
 
-/// Bits per second and channel, 128 kb/s in stereo: voices lose nothing, and every bit more costs the coder time.
+/// Bits per second and channel, 128 kb/s in stereo: voices lose nothing, and every further bit costs encoding time.
 constexpr std::int64_t rateOfChannel = 64000;
 
-/// In Hz, the upper end of what ITU-T calls super-wideband (G.722.1 Annex C), the best that conferences carry; the
-/// bands above cost the coder a twelfth of its time.
+/// In Hz, the upper end of what ITU-T calls super-wideband (G.722.1 Annex C), the best that conferences transmit; the
+/// bands above cost a twelfth of the encoding time.
 constexpr int highestFrequency = 14000;
 
 /// Sources of 32 bits, and of floating point, have no more that could be heard.
@@ -30,7 +30,7 @@ void setLayout(AVChannelLayout& layout, const std::string& text) {
 AVDictionary* optionsOfAac() {
     AVDictionary* options = nullptr;
     av_dict_set(&options, "aac_coder", "fast", 0);
-    // What saves bits at low rates takes most of the time on voices, and there are bits enough.
+    // These tools, which save bits at low rates, take most of the time on voices, and there are enough bits.
     for (const char* const tool : {"aac_ms", "aac_is", "aac_tns", "aac_pns"}) {
         av_dict_set(&options, tool, "0", 0);
     }
@@ -39,7 +39,7 @@ AVDictionary* optionsOfAac() {
 
 AVDictionary* optionsOfOpus() {
     AVDictionary* options = nullptr;
-    // Channels that have numbers and no places (RFC 7845, 5.1.1.3).
+    // Channels with numbers but no positions (RFC 7845, 5.1.1.3).
     av_dict_set(&options, "mapping_family", "255", 0);
     return options;
 }
@@ -99,7 +99,7 @@ void TranscodedAudio::inspect(AVFrame& frame) {
         countUndecodable();
     }
     if (!hasTimes()) {
-        // The library counts these by the rate and length of the first packets.
+        // The library computes these from the rate and length of the first packets.
         frame.pts = nextTime_ == AV_NOPTS_VALUE ? frame.pts : nextTime_;
         nextTime_ = (frame.pts == AV_NOPTS_VALUE ? 0 : frame.pts) +
                     av_rescale_q(frame.nb_samples, {1, std::max(frame.sample_rate, 1)}, source().time_base);
@@ -121,7 +121,7 @@ void TranscodedAudio::takeFiltered(AVFrame* frame, Mp4Writer& writer) {
 }
 
 std::string TranscodedAudio::filters(const AVFrame&) const {
-    // Audio that has gaps is filled up, else it would run ahead of the video; rounded times are not touched.
+    // Gaps in the audio are filled, or it would run ahead of the video; rounded times are left alone.
     std::string text = std::string("aresample=async=1:min_hard_comp=0.1,aformat=sample_fmts=") +
                        av_get_sample_fmt_name(encoder().sample_fmt) +
                        ":sample_rates=" + std::to_string(encoder().sample_rate);

@@ -7,7 +7,7 @@
 
 namespace worker {
 
-/// Subtitles of any text format, to the one that MP4 has.
+/// Converts subtitles of any text format to the one that MP4 has.
 class TranscodedText final : public Track {
 public:
     TranscodedText(const AVStream& source, AVStream& target, Timeline& timeline);

@@ -16,10 +16,10 @@ namespace {
 
 using enum ConversionError;
 
-/// No level of any video codec goes beyond this size; a header that does is damaged.
+/// No level of any video codec exceeds this size; a header that does is damaged.
 constexpr std::int64_t mostPixels = std::int64_t{8192} * 8192;
 
-/// As many frames of audio in a row make a form; fewer may come from a damaged header.
+/// This many equal audio frames in a row establish a form; fewer may come from a damaged header.
 constexpr int leastFramesAlike = 3;
 
 CodecPointer openDecoder(const AVStream& source, const FormPlan& plan) {
@@ -41,7 +41,7 @@ CodecPointer openDecoder(const AVStream& source, const FormPlan& plan) {
     return decoder;
 }
 
-/// A filter or encoder that fails this often without a frame between does not work at all.
+/// A filter or encoder that fails this often without a frame in between does not work at all.
 constexpr int mostFailuresInARow = 100;
 
 }  // namespace
@@ -104,7 +104,7 @@ void TranscodedTrack::convert(AVFrame& frame, Mp4Writer& writer) {
     if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
         frame.pts = frame.best_effort_timestamp;
     }
-    // Not every packet of video is a picture.
+    // Not every video packet is a frame.
     if (source().codecpar->codec_type == AVMEDIA_TYPE_VIDEO && frame.pts != AV_NOPTS_VALUE) {
         witness().addPicture(frame.pts);
     }
@@ -157,7 +157,7 @@ void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AV
         }
         if (received < 0) {
             countUndecodable();
-            // A decoder that is being drained would give the same error for ever.
+            // A decoder that is being drained would return the same error forever.
             if (packet == nullptr) {
                 return;
             }
@@ -209,7 +209,7 @@ void TranscodedTrack::drainFilters(Mp4Writer& writer) {
         if (filtered_->pts != AV_NOPTS_VALUE) {
             filtered_->pts = av_rescale_q(filtered_->pts, av_buffersink_get_time_base(graphSink_), encoder_->time_base);
         }
-        // Encoders refuse times that stand still. Audio is cut into other frames, with times of their own.
+        // Encoders refuse times that do not increase. Audio is cut into other frames, with times of their own.
         if (encoder_->codec_type == AVMEDIA_TYPE_VIDEO && lastTime_ != AV_NOPTS_VALUE &&
             (filtered_->pts == AV_NOPTS_VALUE || filtered_->pts <= lastTime_)) {
             filtered_->pts = lastTime_ + 1;
@@ -231,7 +231,7 @@ void TranscodedTrack::encode(AVFrame* frame, Mp4Writer& writer) {
             return;
         }
         if (!passes(received)) {
-            // An encoder that is being drained would give the same error for ever.
+            // An encoder that is being drained would return the same error forever.
             if (frame == nullptr) {
                 return;
             }
@@ -244,7 +244,7 @@ void TranscodedTrack::encode(AVFrame* frame, Mp4Writer& writer) {
 
 int TranscodedTrack::makeGraph(const AVFrame& frame) {
     graph_.reset(present(avfilter_graph_alloc()));
-    // The frames are small work beside the encoding; threads of their own only cost.
+    // Filtering is little work compared with encoding; threads of its own would only cost time.
     graph_->nb_threads = 1;
     int result = avfilter_graph_create_filter(&graphSource_, avfilter_get_by_name(sourceFilter()), "in",
                                               sourceArguments(frame).c_str(), nullptr, graph_.get());

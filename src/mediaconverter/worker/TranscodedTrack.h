@@ -14,26 +14,26 @@ extern "C" {
 
 namespace worker {
 
-/// The form that a re-encoded track is given.
+/// The form to which a track is re-encoded.
 struct FormPlan {
     TrackForm form;
     bool mayGrow = true;
-    int videoTracks = 1;   ///< that are re-encoded at the same time
-    bool hasTimes = true;  ///< false for audio in a format without times: they follow from the samples alone
+    int videoTracks = 1;   ///< those that are re-encoded at the same time
+    bool hasTimes = true;  ///< false for audio in a format without times: they follow from the samples
 };
 
-/// A stream that MP4 can't hold: decoded, brought into a form that the encoder takes, re-encoded. Audio and
-/// video share the way; what differs is in the two classes below.
+/// A stream that MP4 cannot hold: decoded, converted to a form that the encoder accepts, re-encoded. The classes below
+/// handle what differs between audio and video.
 class TranscodedTrack : public Track {
 public:
     void survey(const AVPacket* packet) override;
     const TrackForm* form() const override { return &seen_; }
 
 protected:
-    /// The encoder is made for the plan's form. Where that may grow, a frame that it does not hold throws OutgrownForm.
+    /// The encoder is created for the plan's form. If that may grow, a frame that does not fit throws OutgrownForm.
     TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan);
 
-    /// The filter chain that brings frames like `frame` into the encoder's form.
+    /// The filter chain that converts frames like `frame` to the encoder's form.
     virtual std::string filters(const AVFrame& frame) const = 0;
 
     /// The arguments of the filter source for frames like `frame`.
@@ -43,26 +43,26 @@ protected:
     virtual const char* sinkFilter() const = 0;
     virtual const char* sinkArguments() const { return nullptr; }
 
-    /// True where `frame` fits the filter chain that was made for the frames before it.
+    /// Whether `frame` fits the filter chain that was created for the frames before it.
     virtual bool isLike(const AVFrame& frame) const = 0;
     virtual void remember(const AVFrame& frame) = 0;
 
-    /// Looks at a decoded frame before it is filtered, and may change it.
+    /// Inspects a decoded frame before it is filtered, and may change it.
     virtual void inspect(AVFrame&) {}
 
-    /// True where the filters must not fill the time before the frame, which is too long.
+    /// True if the filters must not fill the time before the frame, because it is too long.
     virtual bool isAfterPause(const AVFrame&) { return false; }
 
-    /// Takes a frame in the encoder's form, with its time in the encoder's time base; nullptr when nothing more comes.
+    /// Accepts a frame in the encoder's form, with its time in the encoder's time base; nullptr when there are no more.
     virtual void takeFiltered(AVFrame* frame, Mp4Writer& writer) { encode(frame, writer); }
 
-    /// Gives a frame to the encoder; nullptr when nothing more comes. One that it refuses is passed over.
+    /// Passes a frame to the encoder; nullptr when there are no more. A frame that it refuses is dropped.
     void encode(AVFrame* frame, Mp4Writer& writer);
 
-    /// Takes what is in the filters out of them; the next frame gets new ones.
+    /// Drains the filters; the next frame gets new ones.
     void endFilters(Mp4Writer& writer);
 
-    /// The form that the encoder is made for.
+    /// The form that the encoder was created for.
     const TrackForm& planned() const { return plan_.form; }
 
     bool hasTimes() const { return plan_.hasTimes; }
@@ -71,7 +71,7 @@ protected:
     const AVCodecContext& encoder() const { return *encoder_; }
     const AVCodecContext& decoder() const { return *decoder_; }
 
-    /// Opens the encoder and describes the track by it.
+    /// Opens the encoder and describes the track accordingly.
     void openEncoder(AVDictionary* options);
     void makeEncoder(const char* name);
 
@@ -103,7 +103,7 @@ private:
     int failuresInARow_ = 0;
 };
 
-/// Pictures, to H.264.
+/// Re-encodes video to H.264.
 class TranscodedVideo final : public TranscodedTrack {
 public:
     TranscodedVideo(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan);
@@ -127,7 +127,7 @@ private:
     int format_ = -1;
 };
 
-/// Audio, to AAC, and to FLAC or Opus where AAC can't keep its rate or channels.
+/// Re-encodes audio to AAC, or to FLAC or Opus if AAC cannot keep its rate or channels.
 class TranscodedAudio final : public TranscodedTrack {
 public:
     TranscodedAudio(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan);
@@ -148,10 +148,10 @@ private:
     int rate_ = 0;
     int format_ = -1;
     std::string layout_;
-    bool isFirstOfForm_ = true;                   ///< of a rate, format or layout, what comes out of the filters next
-    bool isNumbered_ = false;                     ///< its channels have no places
+    bool isFirstOfForm_ = true;  ///< the next frame from the filters is the first of a rate, format or layout
+    bool isNumbered_ = false;    ///< its channels have no positions
     std::int64_t expectedTime_ = AV_NOPTS_VALUE;  ///< of the next frame, in the source's time base
-    std::int64_t nextTime_ = AV_NOPTS_VALUE;      ///< by the samples so far, in the source's time base
+    std::int64_t nextTime_ = AV_NOPTS_VALUE;      ///< counted from the samples so far, in the source's time base
     std::unique_ptr<AudioFramer> framer_;
 };
 

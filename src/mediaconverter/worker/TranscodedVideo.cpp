@@ -14,13 +14,13 @@ namespace worker {
 
 namespace {
 
-/// Nobody sees a difference from the source at this quality; the preset keeps an hour's meeting an affair of minutes.
+/// At this quality no difference from the source is visible; the preset re-encodes an hour's meeting in minutes.
 constexpr const char* quality = "18";
 constexpr const char* preset = "veryfast";
 
 constexpr AVRational usualRate = {25, 1};
 
-/// 4:2:0 pictures have even sizes; the one odd line is gained, not lost.
+/// 4:2:0 frames have even sizes; an odd line is added, not removed.
 int even(int size) {
     return std::max(2, size + (size & 1));
 }
@@ -33,13 +33,13 @@ double aspectOr1(AVRational ratio) {
     return isSet(ratio) ? av_q2d(ratio) : 1;
 }
 
-/// True for pictures of red, green and blue, and of palettes of these.
+/// Whether the frames are RGB, or use palettes of RGB colors.
 bool isRgb(int format) {
     const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
     return description != nullptr && (description->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
 }
 
-/// What pictures of red, green and blue become, by their size, as players assume (ITU-R BT.709, BT.601).
+/// The standard for RGB frames, chosen by size as players do (ITU-R BT.709, BT.601).
 struct ColorStandard {
     const char* matrixName;
     AVColorSpace matrix;
@@ -98,7 +98,7 @@ TranscodedVideo::TranscodedVideo(const AVStream& source, AVStream& target, Timel
     av_dict_set(&options, "crf", quality, 0);
     av_dict_set(&options, "preset", preset, 0);
     if (form.isInterlaced) {
-        // The library passes the order of the fields on too late for the stream's header.
+        // The library sets the order of the fields too late for the stream's header.
         av_dict_set(&options, "x264-params", form.topFieldFirst ? "tff=1" : "bff=1", 0);
     }
     openEncoder(options);
@@ -109,7 +109,7 @@ TranscodedVideo::Size TranscodedVideo::placed(const AVFrame& frame) const {
     const double width = frame.width * aspectOr1(frame.sample_aspect_ratio) / aspectOr1(encoder().sample_aspect_ratio);
     const double scale = std::min(whole.width / width, static_cast<double>(whole.height) / frame.height);
     const Size size = {even(static_cast<int>(width * scale)), even(static_cast<int>(frame.height * scale))};
-    // A bar of a line or two would only be the rounding.
+    // A bar of a line or two would only be a rounding error.
     constexpr int leastBar = 4;
     return {whole.width - size.width < leastBar ? whole.width : size.width,
             whole.height - size.height < leastBar ? whole.height : size.height};
@@ -126,7 +126,7 @@ std::string TranscodedVideo::filters(const AVFrame& frame) const {
     }
     text += ",format=pix_fmts=yuv420p";
     if (size.width < width || size.height < height) {
-        // Whole pixels of color, so that no edge gets blurred.
+        // Whole chroma pixels, so that no edge gets blurred.
         text += ",pad=" + std::to_string(width) + ":" + std::to_string(height) + ":" +
                 std::to_string((width - size.width) / 4 * 2) + ":" + std::to_string((height - size.height) / 4 * 2);
     }

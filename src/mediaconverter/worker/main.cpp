@@ -13,8 +13,8 @@
 
 namespace {
 
-/// Threads as small as the work allows, so that many fit the address space: the C library's own choice is a stack of
-/// 8 MiB and an allocation arena of 64 MiB for each.
+/// Threads as small as the work allows, so that many fit into the address space: by default the C library gives each a
+/// stack of 8 MiB and an allocation arena of 64 MiB.
 void prepareThreads() {
     constexpr int mostArenas = 4;
     constexpr std::size_t stackSize = std::size_t{2} << 20U;
@@ -29,8 +29,8 @@ void prepareThreads() {
 
 }  // namespace
 
-// The program behind the media converter library: it is given a recording, an empty file and a pipe as descriptors,
-// and turns the one into an MP4 in the other. It knows no file names.
+// The worker program of the media converter library: it gets a recording, an empty file and a pipe as descriptors, and
+// writes the recording as an MP4 to the file. It knows no file names.
 int main() {
     namespace given = mediaconverter::descriptor;
     worker::barriers::bindToParent(given::report);
@@ -38,7 +38,7 @@ int main() {
     prepareThreads();
     struct stat source = {};
     const std::int64_t size = worker::statOf(given::source, source) == 0 ? source.st_size : 0;
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which need more of the system than the work does
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these need more of the system than the work does
     worker::barriers::limitThreads(reporter);
     worker::barriers::closeFileSystem(reporter);
     worker::barriers::limitResources(reporter, size);

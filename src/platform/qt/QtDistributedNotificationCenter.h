@@ -32,7 +32,7 @@ struct LaunchVocabulary {
 class QtDistributedNotificationCenter final : public DistributedNotificationCenter {
 public:
     enum class HandOver {
-        done,  ///< the running converter has it: end this process
+        done,          ///< the running converter has it: end this process
         becamePrimary  ///< no converter is left, and this process now owns the name: continue
     };
 

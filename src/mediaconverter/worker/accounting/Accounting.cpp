@@ -9,8 +9,8 @@ namespace worker {
 
 namespace {
 
-/// A little gap between what has been looked at and what the library reads is read by the scan itself; after a jump it
-/// waits, for the library mostly comes back.
+/// The scan itself reads a small gap between its position and what the library reads; after a larger jump it waits,
+/// because the library usually comes back.
 constexpr std::int64_t mostOwnReading = std::int64_t{256} * 1024;
 
 }  // namespace

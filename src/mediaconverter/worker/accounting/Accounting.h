@@ -18,43 +18,43 @@ namespace worker {
 
 class SourceReader;
 
-/// Compares what is in a recording by its own structure with what the media library has delivered of it. Independent
-/// of the library: it reads the structure itself.
+/// Compares what a recording contains according to its own structure with what the media library has delivered. It
+/// reads the structure itself, independently of the library.
 class Accounting {
 public:
     /// `reader` must outlive it.
     explicit Accounting(const SourceReader& reader) : view_(reader) {}
 
-    /// The recording is of this format. What is returned corrects its header.
+    /// Starts for a recording of this format. The result corrects its header.
     Corrections begin(const AVInputFormat& format);
 
-    /// True where the format's structure is known.
+    /// Whether the format's structure is known.
     bool isPossible() const { return scan_ != nullptr; }
 
     /// The media library has read these bytes at `position`.
     void follow(std::int64_t position, std::span<const std::uint8_t> bytes);
 
-    /// Takes away what the packet holds of the zeros that fill the rest of the file. True where nothing is left of it.
+    /// Removes from the packet those of its bytes that belong to the zeros at the end of the file. True if nothing is
+    /// left.
     bool dropZeroTail(AVPacket& packet, const AVStream& stream);
 
-    /// The library has delivered a packet of `stream`, which goes on to its track or is left out on purpose.
+    /// The library has delivered a packet of `stream`, which goes to its track or is dropped on purpose.
     void addDelivered(const AVPacket& packet, const AVStream& stream);
 
-    /// The library has delivered what the end of the recording has left of a packet, and that is all that becomes of
-    /// it.
+    /// The library has delivered the part of a packet that precedes the end of the recording; the packet is dropped.
     void addCut(const AVPacket& packet, const AVStream& stream);
 
-    /// After the last packet: finds what is missing.
+    /// Call after the last packet: finds what is missing.
     void settle(const AVFormatContext& format);
 
-    /// A sentence on what is lost; empty where nothing is. After settle().
+    /// A sentence on what is lost; empty if nothing is. Call after settle().
     std::string lost() const { return ledger_.lost(); }
 
-    /// What leads the library to all that it has missed, if the reading begins again. After settle(); empty where it
-    /// has missed nothing.
+    /// Patches that lead the library to everything it has missed, if the reading starts again. Empty if it has missed
+    /// nothing. Call after settle().
     std::vector<Patch> patches() const;
 
-    /// For the log. After settle().
+    /// For the log. Call after settle().
     const std::vector<std::string>& notes() const { return ledger_.notes(); }
 
 private:
@@ -72,7 +72,7 @@ private:
     std::unique_ptr<Scan> scan_;
     std::vector<Delivered> delivered_;
     bool hasMissed_ = false;
-    ByteRange zeros_;  ///< the last ones looked at, so that no file of zeros is read again and again
+    ByteRange zeros_;  ///< the last ones found, so that a file of zeros is not read again and again
 };
 
 }  // namespace worker

@@ -9,7 +9,7 @@ namespace worker {
 
 namespace {
 
-// The first four bytes of the objects' identifiers tell them apart (section 10.1).
+// The first four bytes of an object's identifier distinguish it (section 10.1).
 constexpr std::uint32_t header = 0x3026B275;
 constexpr std::uint32_t data = 0x3626B275;
 constexpr std::array<std::uint32_t, 4> indexes = {0x90080033, 0xD329E2D6, 0xF803B1FE, 0xD03FB73C};
@@ -33,7 +33,7 @@ std::optional<Unit> AsfGrammar::unitAt(SourceView& view, std::int64_t position) 
     const auto bytes = view.at(position, objectHeader);
     Unit unit;
     unit.start = position;
-    // Every packet begins with two bytes of error correction, which nobody uses.
+    // Every packet starts with two bytes of error correction, which are not used.
     if (hasData_ && packetSize_ > 0 && bytes.size() >= 3 && bytes[0] == 0x82 && bytes[1] == 0 && bytes[2] == 0) {
         unit.header = 3;
         unit.length = packetSize_;

@@ -5,7 +5,7 @@
 namespace worker {
 
 /// ASF, WMV and WMA (Advanced Systems Format Specification 1.20.03): objects, and in the data object packets of one
-/// size. What is inside a packet is not looked at.
+/// size. The content of a packet is not examined.
 class AsfGrammar final : public Grammar {
 public:
     std::optional<Unit> unitAt(SourceView& view, std::int64_t position) override;

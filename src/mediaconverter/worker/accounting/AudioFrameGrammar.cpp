@@ -63,7 +63,7 @@ std::optional<Unit> AudioFrameGrammar::guessAt(SourceView& view, std::int64_t po
     Unit unit;
     unit.start = position;
     if (!length) {
-        // What is too short for a header is the start of a frame.
+        // Bytes too few for a header are the start of a frame.
         unit.length = audioFrameHeader;
         const bool isStart = !bytes.empty() && bytes.size() < audioFrameHeader && canStart(bytes[0]);
         return isStart ? std::optional(unit) : std::nullopt;
@@ -73,7 +73,7 @@ std::optional<Unit> AudioFrameGrammar::guessAt(SourceView& view, std::int64_t po
     return unit;
 }
 
-/// The first frame of an MP3 may tell of the others and hold no audio.
+/// The first frame of an MP3 may describe the others and contain no audio.
 bool AudioFrameGrammar::isDescription(SourceView& view, const Unit& unit) const {
     constexpr std::size_t mostBefore = 64;
     if (codec_ != AV_CODEC_ID_MP3) {

@@ -8,7 +8,7 @@ extern "C" {
 
 namespace worker {
 
-/// Audio without a container: MP3, AAC with transport headers, AC-3, E-AC-3. A unit is a frame, or a tag with texts
+/// Audio without a container: MP3, AAC with transport headers, AC-3, E-AC-3. A unit is a frame, or a metadata tag
 /// before, between or after them (ID3, APE).
 class AudioFrameGrammar final : public Grammar {
 public:
@@ -27,7 +27,7 @@ private:
     bool hasFrames_ = false;
 };
 
-/// A tag with texts at `position` (ID3v2, ID3v1, APE); its length.
+/// Length of the metadata tag at `position` (ID3v2, ID3v1, APE); none if there is no tag.
 std::optional<std::int64_t> audioTagLength(SourceView& view, std::int64_t position);
 
 }  // namespace worker

@@ -68,7 +68,7 @@ std::optional<Unit> AviGrammar::unitAt(SourceView& view, std::int64_t position) 
     }
     unit.stream = static_cast<std::uint32_t>((name[0] - '0') * 10 + name[1] - '0');
     unit.payload = isOneOf(name.substr(2), payloads) ? size : -1;
-    // The last chunk need not be filled up to an even size.
+    // The last chunk need not be padded to an even size.
     if (unit.end() == view.size() + 1 && size % 2 == 1) {
         --unit.length;
     }
@@ -83,7 +83,7 @@ void AviGrammar::accept(SourceView& view, const Unit& unit, Ledger& ledger) {
 std::vector<Expectation> AviGrammar::expectations(const Ledger& ledger, const AVFormatContext& format) const {
     std::vector<Expectation> expected;
     for (const auto& [stream, payload] : ledger.payloads()) {
-        // Digital video in one stream holds its audio.
+        // A single stream of digital video (DV) includes its audio.
         const bool holdsAudioToo =
             stream < format.nb_streams && format.streams[stream]->codecpar->codec_id == AV_CODEC_ID_DVVIDEO;
         if (!holdsAudioToo) {

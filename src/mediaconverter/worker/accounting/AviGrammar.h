@@ -4,8 +4,8 @@
 
 namespace worker {
 
-/// AVI with or without OpenDML's further parts: a unit is one chunk, or the header of a list whose chunks are looked
-/// at. The sizes of the lists do not count, for a killed recorder has not set them.
+/// AVI with or without OpenDML's further parts: a unit is one chunk, or the header of a list whose chunks are examined.
+/// The sizes of lists are ignored, because a killed recorder has not set them.
 class AviGrammar final : public Grammar {
 public:
     std::optional<Unit> unitAt(SourceView& view, std::int64_t position) override;

@@ -15,8 +15,8 @@ class ByteRanges {
 public:
     void add(std::int64_t start, std::int64_t end);
 
-    /// What of `whole` is not in the set, in order. Takes time for the ranges inside `whole` only, once they are
-    /// sorted.
+    /// The parts of `whole` that are not in the set, in order. Once sorted, takes time only for the ranges inside
+    /// `whole`.
     std::vector<ByteRange> missingIn(ByteRange whole);
 
 private:

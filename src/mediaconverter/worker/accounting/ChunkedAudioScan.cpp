@@ -76,7 +76,7 @@ std::optional<ChunkedAudioScan::Chunk> ChunkedAudioScan::findData() {
             return chunk;
         }
         if (isNamed(position, "ds64")) {
-            // The sizes of all and of the data, of eight bytes each.
+            // The total size and the data size, eight bytes each.
             wideSizeAt_ = chunk->content + 8;
             const auto bytes = view_.at(wideSizeAt_, 8);
             wideSize = bytes.size() < 8 ? -1 : static_cast<std::int64_t>(readNumber(bytes, false) & INT64_MAX);
@@ -89,7 +89,7 @@ std::optional<ChunkedAudioScan::Chunk> ChunkedAudioScan::findData() {
     return std::nullopt;
 }
 
-/// True where whole chunks fill the file from `position` on.
+/// Whether complete chunks fill the file from `position` on.
 bool ChunkedAudioScan::areChunks(std::int64_t position) {
     constexpr int mostChunks = 1000;
     for (int count = 0; count < mostChunks && position < view_.size(); ++count) {
@@ -113,7 +113,7 @@ Corrections ChunkedAudioScan::corrections() {
     const std::int64_t end = data->size < 0 ? view_.size() : data->content + data->size;
     if (end >= view_.size()) {
         setAudio(start, view_.size());
-        // The library does not know sizes that say nothing in Wave64.
+        // The library does not recognise unset sizes in Wave64.
         return {data->size < 0 && layout_.countsHeader ? stretch(*data) : std::vector<Patch>(), std::nullopt};
     }
     const std::int64_t next = nextAfter(*data);
@@ -138,7 +138,7 @@ Corrections ChunkedAudioScan::corrections() {
     if (isUnset) {
         ledger_.addNote(text);
     } else {
-        // An old size and something else after the audio look the same.
+        // A stale size and something else after the audio look the same.
         ledger_.addLost(end, end, text);
     }
     return {stretch(*data), std::nullopt};
@@ -158,11 +158,12 @@ std::vector<std::uint8_t> ChunkedAudioScan::number(std::uint64_t value, std::siz
     return bytes;
 }
 
-/// The size that reaches to the end of the file. What does not fit 32 bits is as long as they can say.
+/// The size that reaches to the end of the file. A size that does not fit 32 bits is set to the largest value that
+/// does.
 std::vector<Patch> ChunkedAudioScan::stretch(const Chunk& data) const {
     const auto size = static_cast<std::uint64_t>(view_.size() - data.content);
     const bool isNarrow = layout_.sizeWidth == 4;
-    // A reader takes 0 for audio up to the end; only WAV ever comes here with that much.
+    // A reader takes 0 for audio up to the end; only WAV ever gets here with that much.
     const std::uint64_t said = isNarrow && size >= UINT32_MAX ? 0 : size;
     const std::uint64_t header = layout_.countsHeader ? static_cast<std::uint64_t>(data.content - data.start) : 0;
     std::vector<Patch> patches = {

@@ -9,8 +9,8 @@
 
 namespace worker {
 
-/// WAV, RF64, Wave64, AIFF and CAF. A recorder that was killed leaves a size in the header that says nothing, or less
-/// than there is: then all that follows is audio.
+/// WAV, RF64, Wave64, AIFF and CAF. A killed recorder leaves an unset or too small size in the header: then everything
+/// that follows is audio.
 class ChunkedAudioScan final : public Scan {
 public:
     /// All must outlive it.
@@ -27,7 +27,7 @@ private:
     struct Chunk {
         std::int64_t start = 0;
         std::int64_t content = 0;
-        std::int64_t size = 0;  ///< of the content, as it says; negative where it says that it does not know
+        std::int64_t size = 0;  ///< of the content, as stated; negative if it is stated as unknown
     };
 
     std::optional<Chunk> chunkAt(std::int64_t position);
@@ -44,7 +44,7 @@ private:
     SourceView& view_;
     Ledger& ledger_;
     bool isBigEndian_ = false;
-    std::int64_t wideSizeAt_ = 0;  ///< where RF64 keeps the size of its data
+    std::int64_t wideSizeAt_ = 0;  ///< where RF64 stores the size of its data
     std::int64_t audioBytes_ = 0;
 };
 

@@ -7,23 +7,23 @@
 
 namespace worker {
 
-/// Sorts out the packets that the end of the recording has cut. They come with a mark, but so do all that the library
-/// makes of the same piece; only the last of each stream may really be cut.
+/// Finds the packets that the end of the recording has cut. The library marks them, but also everything else that it
+/// makes of the same data; only the last packet of each stream may really be cut.
 class CutPackets {
 public:
     /// `accounting` must outlive it.
     explicit CutPackets(Accounting& accounting) : accounting_(accounting) {}
 
-    /// Looks at a packet of `stream`; `isAtEnd` tells that the library has read up to the end of the file. True where
-    /// there is nothing to go on with: the packet is cut, or is kept back. Else `packet` is the next one.
+    /// Examines a packet of `stream`; `isAtEnd` means that the library has read up to the end of the file. True if
+    /// there is no packet to go on with: it is cut, or is held back. Otherwise `packet` is the next one.
     bool hold(AVPacket& packet, const AVStream& stream, bool isAtEnd);
 
-    /// After the last packet: gives back one that was kept back and is whole; false where there are none.
+    /// Call after the last packet: returns one that was held back and is complete; false if there are none.
     bool release(AVPacket& packet, const AVFormatContext& format);
 
 private:
     Accounting& accounting_;
-    std::map<int, PacketPointer> held_;  ///< of each stream the last one
+    std::map<int, PacketPointer> held_;  ///< the last packet of each stream
 };
 
 }  // namespace worker

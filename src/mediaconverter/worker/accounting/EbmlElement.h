@@ -16,7 +16,7 @@ struct EbmlNumber {
 
 /// The header of an element.
 struct EbmlHeader {
-    std::uint32_t id = 0;  ///< with the marker, as the standards write it
+    std::uint32_t id = 0;  ///< including the marker, as the standards write it
     std::uint64_t size = 0;
     std::size_t width = 0;  ///< of the header
     bool isUnknownSize = false;
@@ -25,7 +25,7 @@ struct EbmlHeader {
 std::optional<EbmlNumber> readEbmlNumber(std::span<const std::uint8_t> bytes);
 std::optional<EbmlHeader> readEbmlHeader(std::span<const std::uint8_t> bytes);
 
-/// The most that a header takes.
+/// The longest header.
 inline constexpr std::size_t mostEbmlHeader = 12;
 
 }  // namespace worker

@@ -17,7 +17,7 @@ struct Header {
     std::int64_t samples = 0;
 };
 
-/// As UTF-8 codes a character, with up to seven bytes. `bytes` moves on.
+/// Encoded like a character in UTF-8, with up to seven bytes. Advances `bytes`.
 std::optional<std::int64_t> readNumber(Bytes& bytes) {
     const std::size_t ones = bytes.empty() ? 8 : static_cast<std::size_t>(std::countl_one(bytes[0]));
     const std::size_t width = ones == 0 ? 1 : ones;
@@ -32,7 +32,7 @@ std::optional<std::int64_t> readNumber(Bytes& bytes) {
     return number;
 }
 
-/// From the four bits of the header (table 14) and, where these say so, the bytes after the number.
+/// From the four bits of the header (table 14) and, if these refer to them, the bytes after the number.
 std::optional<std::int64_t> samplesOf(unsigned bits, Bytes afterNumber) {
     if (bits == 6 || bits == 7) {
         const std::size_t width = bits - 5;

@@ -10,10 +10,10 @@ namespace worker {
 /// samples where the frames differ in length.
 class FlacNumbers {
 public:
-    /// The next frame in the order of the file. False where its number leaps, so that frames before it are missing.
+    /// The next frame in the order of the file. False if its number jumps, so that earlier frames are missing.
     bool follows(std::span<const std::uint8_t> frame);
 
-    /// Samples of all frames so far, per channel, with those that were before the first by its number.
+    /// Samples of all frames so far, per channel, including those before the first frame according to its number.
     std::int64_t samples() const { return samples_; }
 
 private:

@@ -18,7 +18,7 @@ bool isTagStart(std::span<const std::uint8_t> bytes) {
            (bytes[0] == audio || bytes[0] == video || bytes[0] == script) && bigEndian(bytes, 8, 3) == 0;
 }
 
-/// Bytes of a tag's content before what the library makes a packet of; none where it makes none.
+/// Number of bytes in a tag before the part that the library turns into a packet; none if it makes no packet.
 std::optional<std::int64_t> contentHeader(std::uint8_t kind, std::uint8_t first, std::uint8_t second) {
     constexpr unsigned aac = 10;
     constexpr unsigned command = 5;
@@ -58,7 +58,7 @@ std::optional<Unit> FlvGrammar::unitAt(SourceView& view, std::int64_t position) 
         return unit;
     }
     if (!isTagStart(bytes)) {
-        // What is too short for a tag is the start of one.
+        // Bytes too few for a tag are the start of one.
         unit.length = tagHeader;
         return bytes.size() < static_cast<std::size_t>(tagHeader) && !bytes.empty() && canStart(bytes[0])
                    ? std::optional(unit)
@@ -77,7 +77,7 @@ std::optional<Unit> FlvGrammar::unitAt(SourceView& view, std::int64_t position) 
     if (unit.end() > view.size()) {
         return unit;
     }
-    // Some writers have manners of their own with the size after the tag; then the next tag is proof.
+    // Some writers use the size after the tag in their own way; then the next tag is the proof.
     const auto after = view.at(unit.end() - sizeAfter, sizeAfter);
     const bool isSized =
         after.size() == sizeAfter && bigEndian(after, 0, 4) == static_cast<std::uint64_t>(tagHeader + size);

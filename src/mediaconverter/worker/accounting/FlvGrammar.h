@@ -4,10 +4,10 @@
 
 namespace worker {
 
-/// FLV (Adobe Flash Video File Format Specification 10.1, annex E): a unit is one tag with the size after it.
+/// FLV (Adobe Flash Video File Format Specification 10.1, annex E): a unit is one tag and the size that follows it.
 class FlvGrammar final : public Grammar {
 public:
-    /// Where the first tag is, by the file's header.
+    /// Position of the first tag according to the file's header.
     static std::int64_t firstTag(SourceView& view);
 
     std::optional<Unit> unitAt(SourceView& view, std::int64_t position) override;

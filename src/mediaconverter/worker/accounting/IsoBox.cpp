@@ -14,7 +14,7 @@ constexpr std::int64_t longHeader = 16;
 bool isPrintable(std::uint32_t type) {
     for (unsigned shift = 0; shift < 32; shift += 8) {
         const unsigned byte = type >> shift & 0xFFU;
-        // 0xA9 starts the names of QuickTime's texts.
+        // 0xA9 starts the names of QuickTime's text boxes.
         if ((byte < 0x20 || byte > 0x7E) && byte != 0xA9) {
             return false;
         }

@@ -9,7 +9,7 @@
 
 namespace worker {
 
-/// The four letters of a box's type as the number that they are in the file.
+/// The four letters of a box type as the number that they form in the file.
 constexpr std::uint32_t boxType(const char (&name)[5]) {
     std::uint32_t type = 0;
     for (std::size_t index = 0; index < 4; ++index) {
@@ -23,12 +23,12 @@ struct IsoBox {
     std::uint32_t type = 0;
     std::int64_t start = 0;
     std::int64_t content = 0;  ///< where it starts
-    std::int64_t end = 0;      ///< as its size says; it may be beyond the end of the file
+    std::int64_t end = 0;      ///< according to its size; may be beyond the end of the file
 
     bool is(const char (&name)[5]) const { return type == boxType(name); }
 };
 
-/// None where the bytes cannot be a box. One that lasts to the end of the file ends there.
+/// None if the bytes cannot be a box. A box without an end of its own ends with the file.
 std::optional<IsoBox> readIsoBox(SourceView& view, std::int64_t position);
 
 /// A box in memory.
@@ -37,10 +37,10 @@ struct InnerBox {
     std::span<const std::uint8_t> content;
 };
 
-/// Takes the first box off `bytes`; none where what is left is no whole box.
+/// Removes the first box from `bytes`; none if the rest is not a complete box.
 std::optional<InnerBox> takeBox(std::span<const std::uint8_t>& bytes);
 
-/// The first child of `type`; an empty one where there is none.
+/// The content of the first child of `type`; empty if there is none.
 std::span<const std::uint8_t> childOf(std::span<const std::uint8_t> bytes, std::uint32_t type);
 
 }  // namespace worker

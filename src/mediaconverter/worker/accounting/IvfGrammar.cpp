@@ -19,7 +19,7 @@ std::optional<Unit> IvfGrammar::unitAt(SourceView& view, std::int64_t position) 
         unit.length = unit.header;
         return unit;
     }
-    // The size, and a time whose highest bytes no recording reaches.
+    // The size, and a time whose highest bytes no recording uses.
     unit.payload = static_cast<std::int64_t>(std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8U |
                                              std::uint32_t{bytes[2]} << 16U | std::uint32_t{bytes[3]} << 24U);
     unit.length = unit.header + unit.payload;

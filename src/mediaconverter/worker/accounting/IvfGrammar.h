@@ -4,7 +4,7 @@
 
 namespace worker {
 
-/// IVF: a header, and frames with their size before them.
+/// IVF: a header, and frames, each preceded by its size.
 class IvfGrammar final : public Grammar {
 public:
     std::optional<Unit> unitAt(SourceView& view, std::int64_t position) override;

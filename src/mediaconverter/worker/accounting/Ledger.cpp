@@ -6,7 +6,7 @@ namespace worker {
 
 namespace {
 
-/// The log is for people.
+/// More would make the log hard to read.
 constexpr std::size_t mostNotes = 8;
 
 constexpr std::size_t mostRanges = 1000;

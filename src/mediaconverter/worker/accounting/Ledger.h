@@ -9,8 +9,8 @@
 
 namespace worker {
 
-/// What a container's structure says is in a recording: the payload of each stream, and the bytes that are neither
-/// payload nor known structure. Streams are named by the container's own numbers.
+/// What a recording contains according to the container's structure: the payload of each stream, and the bytes that are
+/// neither payload nor known structure. Streams are identified by the container's own numbers.
 class Ledger {
 public:
     struct Payload {
@@ -20,29 +20,29 @@ public:
 
     virtual ~Ledger() = default;
 
-    /// `length` bytes of `stream` at `position`, which hold `units`.
+    /// `length` bytes of `stream` at `position`, which contain `units`.
     virtual void addPayload(std::uint32_t stream, std::int64_t position, std::int64_t length, std::int64_t units = 1);
 
-    /// The bytes from `start` to `end` are neither payload nor structure. None at all still counts: something is
+    /// The bytes from `start` to `end` are neither payload nor structure. An empty range counts too: something is
     /// missing there.
     void addLost(std::int64_t start, std::int64_t end, const std::string& what);
 
-    /// Something that is left out on purpose, or was never written; for the log.
+    /// Something that is dropped on purpose, or was never written; for the log.
     void addNote(const std::string& text);
 
-    /// The last `bytes` of the file are zeros that hold nothing.
+    /// The last `bytes` of the file are zeros without content.
     void addZeroTail(std::int64_t bytes);
 
-    /// The last unit, of `whole` bytes, ends after `have` of them because the recording does.
+    /// Only `have` of the last unit's `whole` bytes exist, because the recording ends there.
     void addCut(std::int64_t have, std::int64_t whole);
 
     const std::map<std::uint32_t, Payload>& payloads() const { return payloads_; }
     const std::vector<std::string>& notes() const { return notes_; }
 
-    /// A sentence on what is lost; empty where nothing is.
+    /// A sentence on what is lost; empty if nothing is.
     std::string lost() const;
 
-    /// The places that are lost, in the order of the scan; the first thousand.
+    /// The lost ranges, in the order of the scan; the first thousand.
     const std::vector<ByteRange>& lostRanges() const { return lostRanges_; }
 
 private:

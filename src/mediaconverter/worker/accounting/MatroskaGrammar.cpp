@@ -47,7 +47,7 @@ bool isBlock(std::uint32_t id) {
     return id == simpleBlock || id == block;
 }
 
-/// Calls `visit(header, content)` for each child in `bytes`, as far as they can be read.
+/// Calls `visit(header, content)` for each readable child in `bytes`.
 template<typename Visit>
 void forEachChild(std::span<const std::uint8_t> bytes, Visit visit) {
     while (!bytes.empty()) {
@@ -60,7 +60,7 @@ void forEachChild(std::span<const std::uint8_t> bytes, Visit visit) {
     }
 }
 
-/// True where the library hands on what is in the blocks, and adds nothing.
+/// Whether the library passes on the content of the blocks unchanged.
 bool keepsPayload(std::string_view codec) {
     constexpr std::array<std::string_view, 6> changed = {"A_WAVPACK4", "V_PRORES",      "A_REAL",
                                                          "D_WEBVTT",   "S_TEXT/WEBVTT", "V_QUICKTIME"};
@@ -118,7 +118,7 @@ std::optional<Unit> MatroskaGrammar::unitAt(SourceView& view, std::int64_t posit
     return isBlock(header->id) ? blockAt(view, unit) : unit;
 }
 
-/// True where the element may stand there, and ends before what it stands in.
+/// Whether the element may occur there, and ends within its parent.
 bool MatroskaGrammar::belongs(const Unit& unit) const {
     const bool isAnywhere = unit.kind == voidElement || unit.kind == checksum;
     if (unit.start < groupEnd_) {
@@ -145,7 +145,7 @@ std::optional<Unit> MatroskaGrammar::blockAt(SourceView& view, Unit unit) const 
     const std::int64_t content = unit.length - unit.header;
     if (!number || number->width + timeAndFlags > bytes.size() ||
         content < static_cast<std::int64_t>(number->width + timeAndFlags)) {
-        // A file that ends here cuts the block in its header.
+        // The end of the file cuts the block in its header.
         return unit.end() > view.size() ? std::optional(unit) : std::nullopt;
     }
     unit.stream = static_cast<std::uint32_t>(number->value);

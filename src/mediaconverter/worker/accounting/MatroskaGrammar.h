@@ -9,14 +9,14 @@
 
 namespace worker {
 
-/// Matroska and WebM (RFC 8794, RFC 9559): a unit is one element, or the header of one whose children are looked at:
-/// the segment, clusters of known or unknown size, block groups.
+/// Matroska and WebM (RFC 8794, RFC 9559): a unit is one element, or the header of one whose children are examined: the
+/// segment, clusters of known or unknown size, block groups.
 class MatroskaGrammar final : public Grammar {
 public:
     struct Track {
         std::uint64_t number = 0;
-        bool isStream = false;      ///< of a type that the library makes a stream of
-        bool keepsPayload = false;  ///< the payload reaches the packet byte by byte
+        bool isStream = false;      ///< of a type that becomes a stream in the library
+        bool keepsPayload = false;  ///< the payload reaches the packet unchanged
     };
 
     std::optional<Unit> unitAt(SourceView& view, std::int64_t position) override;
@@ -25,10 +25,10 @@ public:
     void accept(SourceView& view, const Unit& unit, Ledger& ledger) override;
     void resume(SourceView& view, std::int64_t position) override;
 
-    /// The library makes its streams in the order of the tracks.
+    /// The library creates its streams in the order of the tracks.
     std::vector<Expectation> expectations(const Ledger& ledger, const AVFormatContext& format) const override;
 
-    /// An element that everybody passes over.
+    /// An element that every reader skips.
     std::vector<Patch> patchesOver(ByteRange lost) const override;
 
 private:
@@ -42,7 +42,7 @@ private:
 
     std::vector<Track> tracks_;
     bool hasSegment_ = false;
-    std::int64_t clusterEnd_ = 0;  ///< of the cluster that is open
+    std::int64_t clusterEnd_ = 0;  ///< of the current cluster
     std::int64_t groupEnd_ = 0;
 };
 

@@ -14,7 +14,7 @@ using Bytes = std::span<const std::uint8_t>;
 constexpr unsigned xiph = 0x02;
 constexpr unsigned fixedSize = 0x04;
 
-/// Bytes of 255 and one below, added up. `bytes` moves on.
+/// The sum of bytes of 255 and the first smaller one. Advances `bytes`.
 std::optional<std::int64_t> readXiphSize(Bytes& bytes) {
     std::int64_t size = 0;
     while (!bytes.empty()) {
@@ -28,7 +28,7 @@ std::optional<std::int64_t> readXiphSize(Bytes& bytes) {
     return std::nullopt;
 }
 
-/// The first is a number, the others differences from the one before, moved by half their range. `bytes` moves on.
+/// The first is a number, the others are differences from the one before, offset by half their range. Advances `bytes`.
 std::optional<std::int64_t> readEbmlSize(Bytes& bytes, std::optional<std::int64_t> before) {
     const auto number = readEbmlNumber(bytes);
     if (!number) {

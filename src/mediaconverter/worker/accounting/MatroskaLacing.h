@@ -7,14 +7,14 @@
 
 namespace worker {
 
-/// The frames of a block that holds several, which lie one after the other at its end.
+/// The frames of a block with several, which follow each other at its end.
 struct LacedFrames {
     std::vector<std::int64_t> sizes;
     std::int64_t bytes = 0;  ///< of all frames
 };
 
-/// `content` is what follows the block's flags, `lacing` their bits that tell its kind (RFC 9559, section 10.3). None
-/// where the sizes do not fit.
+/// `content` follows the block's flags, whose bits `lacing` give its kind (RFC 9559, section 10.3). None if the sizes
+/// do not fit.
 std::optional<LacedFrames> readLacing(std::span<const std::uint8_t> content, unsigned lacing);
 
 }  // namespace worker

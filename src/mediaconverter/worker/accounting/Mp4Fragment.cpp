@@ -14,7 +14,7 @@ using Bytes = std::span<const std::uint8_t>;
 constexpr std::array<std::uint32_t, 6> inFragment = {boxType("mfhd"), boxType("traf"), boxType("pssh"),
                                                      boxType("uuid"), boxType("free"), boxType("meta")};
 
-/// Numbers of a full box one after the other, and whether all were there.
+/// Reads the numbers of a full box one after the other, and remembers whether all of them existed.
 class Fields {
 public:
     explicit Fields(Bytes box) : bytes_(box) {}
@@ -37,7 +37,7 @@ private:
     bool isShort_ = false;
 };
 
-/// One fragment's tracks, each of which may go on where the last one's data ended.
+/// The tracks of one fragment, each of which may continue where the data of the last one ended.
 class FragmentWalk {
 public:
     FragmentWalk(std::int64_t start, const std::vector<Mp4Track>& tracks, const Mp4SampleVisitor& visit)

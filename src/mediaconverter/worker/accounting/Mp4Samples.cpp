@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// A table of a full box: the numbers after version, flags and a count, as many as are there and announced.
+/// A table in a full box: the numbers after version, flags and a count, as many as both exist and are announced.
 class Table {
 public:
     Table(Bytes box, std::size_t countAt, std::size_t width) : width_(width) {
@@ -74,7 +74,7 @@ private:
     bool isWhole_ = false;
 };
 
-/// One track's chunks, each with the samples that are in it (8.7.4, 8.7.5).
+/// The chunks of one track, each with its samples (8.7.4, 8.7.5).
 class ChunkWalk {
 public:
     ChunkWalk(std::uint32_t track, Bytes sampleTable, const Mp4SampleVisitor& visit)

@@ -9,7 +9,7 @@
 
 namespace worker {
 
-/// Where a sample of a track is, as an index says.
+/// The position of a sample according to an index.
 struct Mp4Sample {
     std::uint32_t track = 0;
     std::int64_t position = 0;
@@ -18,21 +18,21 @@ struct Mp4Sample {
 
 using Mp4SampleVisitor = std::function<void(const Mp4Sample&)>;
 
-/// What the index of an MP4 says of one track.
+/// What the index of an MP4 says about one track.
 struct Mp4Track {
     std::uint32_t id = 0;
     bool hasEdits = false;
     std::uint32_t usualSize = 0;  ///< of a sample in a fragment (`trex`)
 };
 
-/// The tracks of `moov`'s content.
+/// The tracks in the content of `moov`.
 std::vector<Mp4Track> readMp4Tracks(std::span<const std::uint8_t> moov);
 
-/// Visits the samples that `moov`'s own tables list (ISO/IEC 14496-12, 8.7), track by track. False where the tables
-/// contradict each other. Samples of one fixed size come a chunk at a time.
+/// Visits the samples in the tables of `moov` (ISO/IEC 14496-12, 8.7), track by track. False if the tables contradict
+/// each other. Samples of one fixed size are visited one chunk at a time.
 bool visitMp4Samples(std::span<const std::uint8_t> moov, const Mp4SampleVisitor& visit);
 
-/// Visits the samples of the fragment whose `moof` starts at `start` (8.8). False where it is malformed.
+/// Visits the samples of the fragment whose `moof` starts at `start` (8.8). False if it is malformed.
 bool visitMp4Fragment(std::span<const std::uint8_t> moof, std::int64_t start, const std::vector<Mp4Track>& tracks,
                       const Mp4SampleVisitor& visit);
 

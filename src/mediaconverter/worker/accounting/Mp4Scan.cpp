@@ -17,10 +17,10 @@ bool isTopLevel(std::uint32_t type) {
     return std::find(topLevel.begin(), topLevel.end(), type) != topLevel.end();
 }
 
-/// No writer makes a larger header of one fragment.
+/// No writer creates a larger fragment header.
 constexpr std::int64_t mostFragmentHeader = std::int64_t{16} << 20U;
 
-/// The index of a recording of weeks.
+/// Enough for the index of a recording of weeks.
 constexpr std::int64_t mostIndex = std::int64_t{1} << 30U;
 
 constexpr std::size_t searchStep = std::size_t{64} * 1024;
@@ -49,7 +49,7 @@ void Mp4Scan::step() {
         return;
     }
     if (box->is("ftyp") && hasFragments_) {
-        // Its fragments are delivered, but their times begin again.
+        // Its fragments are delivered, but their times restart.
         ledger_.addLost(position_, position_, "another recording begins here");
     }
     if (box->end <= view_.size()) {
@@ -152,7 +152,7 @@ void Mp4Scan::compareData() {
     for (const ByteRange& data : data_) {
         for (const ByteRange& missing : samples_.missingIn(data)) {
             const bool isEnd = isCut_ && missing.end == view_.size();
-            // What fills up a box may be zeros.
+            // Padding of a box may be zeros.
             if (!isEnd && view_.firstNonZero(missing.start) < missing.end) {
                 ledger_.addLost(missing.start, missing.end, "data that no index mentions");
             }

@@ -12,8 +12,8 @@
 
 namespace worker {
 
-/// MP4, MOV and fragmented MP4: every byte of the media data belongs to a sample of an index, and every sample is in
-/// the file. All is read at the end.
+/// MP4, MOV and fragmented MP4: every byte of the media data must belong to a sample of an index, and every sample must
+/// be in the file. Reads everything at the end.
 class Mp4Scan final : public Scan {
 public:
     /// Both must outlive it.
@@ -41,12 +41,12 @@ private:
     SourceView& view_;
     Ledger& ledger_;
     std::int64_t position_ = 0;
-    std::vector<std::uint8_t> index_;  ///< what is in `moov`
+    std::vector<std::uint8_t> index_;  ///< the content of `moov`
     std::vector<Mp4Track> tracks_;
     bool hasFragments_ = false;
-    bool isCut_ = false;  ///< the last box runs beyond the end
+    bool isCut_ = false;  ///< the last box extends beyond the end
     std::int64_t guesses_ = 0;
-    std::vector<ByteRange> data_;  ///< what is in the `mdat`s
+    std::vector<ByteRange> data_;  ///< the content of the `mdat` boxes
     ByteRanges samples_;
     std::int64_t samplesBeyondEnd_ = 0;
     std::int64_t bytesBeyondEnd_ = 0;

@@ -16,7 +16,7 @@ std::optional<Unit> MxfGrammar::unitAt(SourceView& view, std::int64_t position) 
         unit.length = key + 1;
         return unit;
     }
-    // Lengths as in BER (ISO/IEC 8825-1): one byte, or how many bytes follow.
+    // Lengths in BER (ISO/IEC 8825-1): one byte, or the number of bytes that follow.
     const std::size_t width = bytes[key] < 0x80 ? 0 : bytes[key] & 0x7FU;
     if (width > 8 || bytes.size() < key + 1 + width) {
         return std::nullopt;

@@ -11,7 +11,7 @@ public:
     bool canStart(std::uint8_t byte) const override { return byte == 0x06; }
     void accept(SourceView&, const Unit&, Ledger&) override {}
 
-    /// The library takes some essence apart, so that its bytes cannot be compared.
+    /// The library splits some essence, so its bytes cannot be compared.
     std::vector<Expectation> expectations(const Ledger&, const AVFormatContext&) const override { return {}; }
 };
 

@@ -22,7 +22,7 @@ std::uint64_t littleEndian(std::span<const std::uint8_t> bytes, std::size_t at, 
     return value;
 }
 
-/// Over the page with zeros in the place of the checksum (RFC 3533, section 6).
+/// Computed over the page with zeros in place of the checksum (RFC 3533, section 6).
 bool isIntact(std::span<const std::uint8_t> page) {
     constexpr std::size_t at = 22;
     constexpr std::array<std::uint8_t, 4> zeros{};
@@ -84,7 +84,7 @@ void OggGrammar::accept(SourceView& view, const Unit& unit, Ledger& ledger) {
         ledger.addLost(unit.start, unit.start, "pages are missing here, for their numbers leap");
     }
     stream.next = number + 1;
-    // Pages of headers end at time 0; those where no packet ends have no time.
+    // Header pages end at time 0; pages in which no packet ends have no time.
     stream.hasData = stream.hasData || (granule != 0 && granule != UINT64_MAX);
     hasData_ = hasData_ || stream.hasData;
     if (stream.hasData) {

@@ -17,12 +17,12 @@ public:
 
 private:
     struct Stream {
-        std::uint32_t next = 0;  ///< the number that the next page has
-        bool hasData = false;    ///< what has come are not only headers
+        std::uint32_t next = 0;  ///< number of the next page
+        bool hasData = false;    ///< something other than headers has arrived
     };
 
     std::map<std::uint32_t, Stream> streams_;
-    std::vector<std::uint32_t> order_;  ///< of the streams' beginnings, which is that of the library
+    std::vector<std::uint32_t> order_;  ///< order in which the streams start, which is the library's order
     bool hasData_ = false;
 };
 

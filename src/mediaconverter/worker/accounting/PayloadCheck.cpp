@@ -14,7 +14,7 @@ namespace worker {
 
 namespace {
 
-/// Arithmetic and Huffman codes never come near such a run.
+/// Arithmetic and Huffman codes never come close to such a run.
 constexpr std::size_t hole = 256;
 constexpr std::size_t stride = hole / 2;
 
@@ -25,7 +25,7 @@ bool isAllZero(std::span<const std::uint8_t> bytes) {
     return bytes.front() == 0 && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
 }
 
-/// Any run as long as a hole covers a whole stride.
+/// A run as long as a hole always covers a whole stride.
 bool hasHole(std::span<const std::uint8_t> bytes) {
     for (std::size_t at = 0; at + stride <= bytes.size(); at += stride) {
         if (bytes[at] != 0 || !isAllZero(bytes.subspan(at, stride))) {
@@ -56,7 +56,7 @@ bool isWithoutEmptyPackets(AVCodecID codec) {
     return isWithoutZeros(codec) || std::find(codecs.begin(), codecs.end(), codec) != codecs.end();
 }
 
-/// How many bytes tell the size of a unit; the configuration records say it (ISO/IEC 14496-15, 5.3.3.1 and 8.3.3.1).
+/// Width of a unit's size in bytes; the configuration records state it (ISO/IEC 14496-15, 5.3.3.1 and 8.3.3.1).
 std::size_t lengthWidthOf(const AVCodecParameters& stream) {
     const std::size_t at = stream.codec_id == AV_CODEC_ID_H264 ? 4 : 21;
     const bool isCounted = stream.codec_id == AV_CODEC_ID_H264 || stream.codec_id == AV_CODEC_ID_HEVC;
@@ -91,7 +91,7 @@ bool PayloadCheck::isDamaged(std::span<const std::uint8_t> packet) const {
     if (isCompressed_ && packet.size() >= leastEmpty && isAllZero(packet)) {
         return true;
     }
-    // Over all of a frame, the sum at its end included, it is 0 (the format's section FRAME_FOOTER).
+    // Over a whole frame, including the checksum at its end, it is 0 (the format's section FRAME_FOOTER).
     if (hasChecksum_ && av_crc(av_crc_get_table(AV_CRC_16_ANSI), 0, packet.data(), packet.size()) != 0) {
         return true;
     }

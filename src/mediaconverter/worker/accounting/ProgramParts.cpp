@@ -14,10 +14,10 @@ constexpr std::int64_t clockRate = 90'000;
 
 constexpr std::int64_t clockWrap = std::int64_t{1} << 33U;
 
-/// Packs follow each other within 0.7 s (ISO/IEC 13818-1, 2.7.1); a recorder that paused leaves more.
+/// Packs follow each other within 0.7 s (ISO/IEC 13818-1, 2.7.1); a recorder that paused leaves a larger gap.
 constexpr std::int64_t mostBetweenPacks = 10 * clockRate;
 
-/// As long as a pause of all tracks of a broadcast format may last.
+/// The longest pause of all tracks of a broadcast format.
 constexpr std::int64_t longestPause = 3600 * clockRate;
 
 /// The system clock reference: 33 bits with a marker after the third and the eighteenth.
@@ -28,13 +28,13 @@ std::optional<std::int64_t> clockOf(std::span<const std::uint8_t> pack) {
         return std::nullopt;
     }
     const std::uint64_t field = bigEndian(pack, firstByte, bytes);
-    // The bits begin after two of MPEG-2 and after four of MPEG-1.
+    // The bits start after two in MPEG-2 and after four in MPEG-1.
     const std::uint64_t bits = (pack[firstByte] & 0xC0U) == 0x40 ? field >> 2U : field;
     return static_cast<std::int64_t>((bits >> 1U & 0x7FFFU) | (bits >> 17U & 0x7FFFU) << 15U |
                                      (bits >> 33U & 7U) << 30U);
 }
 
-/// The size, aspect and rate of the pictures (ISO/IEC 13818-2, 6.2.2.1); 0 where no sequence begins.
+/// The size, aspect and rate of the video (ISO/IEC 13818-2, 6.2.2.1); 0 if no sequence starts here.
 std::uint64_t formOf(std::span<const std::uint8_t> payload) {
     constexpr std::uint64_t sequenceStart = 0x1B3;
     return payload.size() >= 8 && bigEndian(payload, 0, 4) == sequenceStart ? bigEndian(payload, 0, 8) : 0;
@@ -47,7 +47,7 @@ bool ProgramParts::isReset(std::span<const std::uint8_t> packHeader) {
     if (!clock) {
         return false;
     }
-    // A clock that wraps goes on.
+    // A clock that wraps around continues.
     const std::int64_t ahead = (*clock - clock_.value_or(*clock) + clockWrap) % clockWrap;
     clock_ = clock;
     if (ahead <= mostBetweenPacks) {
@@ -66,7 +66,7 @@ bool ProgramParts::belongs(std::uint32_t stream, std::span<const std::uint8_t> p
     last->second = part_;
     const std::uint64_t form = formOf(payload);
     if (isPause_ && form == 0) {
-        return true;  // a stream may begin after a pause, and the packet of a known one may continue a picture
+        return true;  // a stream may start after a pause, and a packet of a known one may continue a frame
     }
     const std::uint64_t before = std::exchange(form_[stream], form);
     if (isPause_) {

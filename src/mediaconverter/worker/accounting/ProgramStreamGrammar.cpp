@@ -24,7 +24,7 @@ std::optional<std::int64_t> packLength(std::span<const std::uint8_t> bytes) {
     return bytes.size() >= 12 && (bytes[4] & 0xF0U) == 0x20 ? std::optional<std::int64_t>(12) : std::nullopt;
 }
 
-/// Bytes from the start code to the payload of an audio or video packet.
+/// Number of bytes from the start code to the payload of an audio or video packet.
 std::optional<std::int64_t> packetHeader(std::span<const std::uint8_t> bytes) {
     if (bytes.size() > 8 && (bytes[6] & 0xC0U) == 0x80) {
         return 9 + std::int64_t{bytes[8]};
@@ -46,7 +46,7 @@ std::optional<std::int64_t> packetHeader(std::span<const std::uint8_t> bytes) {
     return static_cast<std::int64_t>(at) + (kind == 2 ? 5 : kind == 3 ? 10 : 1);
 }
 
-/// Zeros that fill up a sector (Video CD), up to the next start code.
+/// Zeros that pad a sector (Video CD), up to the next start code.
 std::int64_t stuffingAt(SourceView& view, std::int64_t position) {
     constexpr std::size_t sector = 2352;
     const auto bytes = view.at(position, sector);

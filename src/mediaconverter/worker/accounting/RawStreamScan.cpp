@@ -19,7 +19,7 @@ bool startsWith(std::span<const std::uint8_t> bytes, std::string_view text) {
 
 }  // namespace
 
-/// After a tag with texts and what FLAC (RFC 9639, section 8), AMR (RFC 4867, section 5) or AU begin with.
+/// After a metadata tag and the header of FLAC (RFC 9639, section 8), AMR (RFC 4867, section 5) or AU.
 std::int64_t RawStreamScan::startOfStream() {
     constexpr std::string_view narrow = "#!AMR\n";
     constexpr std::string_view wide = "#!AMR-WB\n";
@@ -100,7 +100,7 @@ std::vector<Expectation> RawStreamScan::expectations(const AVFormatContext& form
     if (format.nb_streams == 0) {
         return {};
     }
-    // The end may cut a sample of a fixed size.
+    // The end of the file may cut a sample of a fixed size.
     const std::int64_t frame = std::max(format.streams[0]->codecpar->block_align, 1);
     return {{0, -1, bytes_ / frame * frame}};
 }

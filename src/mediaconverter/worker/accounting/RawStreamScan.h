@@ -6,8 +6,8 @@
 namespace worker {
 
 /// Streams without a container whose packets are the whole file: H.264, HEVC, MPEG video, FLAC and the like. All bytes
-/// but the texts before and after them have to be delivered. FLAC's frames are numbered, and its header may say how
-/// much audio there is, so that frames which are missing altogether show too.
+/// except metadata tags before and after them must be delivered. FLAC's frames are numbered, and its header may state
+/// the amount of audio, so that entirely missing frames are found too.
 class RawStreamScan final : public Scan {
 public:
     /// `view` and `ledger` must outlive it. `hasStartCodes` is true for video, whose units may be followed by any
@@ -15,7 +15,7 @@ public:
     RawStreamScan(SourceView& view, Ledger& ledger, bool hasStartCodes)
         : view_(view), ledger_(ledger), hasStartCodes_(hasStartCodes), end_(view.size()) {}
 
-    /// Leaves out the zeros at the end, which the library would take for a part of the last picture.
+    /// Hides the zeros at the end, which the library would take for part of the last frame.
     Corrections corrections() override;
 
     std::int64_t position() const override { return view_.size(); }
@@ -31,10 +31,10 @@ private:
     SourceView& view_;
     Ledger& ledger_;
     const bool hasStartCodes_;
-    std::int64_t end_;  ///< of what the library is shown
+    std::int64_t end_;  ///< end of the data that the library sees
     std::int64_t bytes_ = 0;
     FlacNumbers flacNumbers_;
-    std::int64_t flacSamples_ = 0;  ///< by the header; 0 where it does not say
+    std::int64_t flacSamples_ = 0;  ///< according to the header; 0 if it does not say
 };
 
 }  // namespace worker

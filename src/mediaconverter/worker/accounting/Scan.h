@@ -13,41 +13,41 @@ extern "C" {
 
 namespace worker {
 
-/// What the library has to deliver of one of its streams for nothing to be lost.
+/// What the library has to deliver of one of its streams if nothing is lost.
 struct Expectation {
     unsigned stream = 0;        ///< index of the library's stream
-    std::int64_t packets = -1;  ///< at least so many; negative where packets are not what the container counts
-    std::int64_t bytes = -1;    ///< at least so many; negative where the library changes the payload
-    bool mayBeHidden = false;   ///< the recording itself says that parts are not to be shown
+    std::int64_t packets = -1;  ///< at least this many; negative if the container does not count packets
+    std::int64_t bytes = -1;    ///< at least this many; negative if the library changes the payload
+    bool mayBeHidden = false;   ///< the recording itself marks parts as not to be shown
 };
 
-/// Bytes that the media library is to read in the place of those in the file.
+/// Bytes that the media library is to read in place of those in the file.
 struct Patch {
     std::int64_t start = 0;
     std::vector<std::uint8_t> bytes;
 };
 
-/// What the media library is to be shown in the place of a header that says what is not so.
+/// What the media library is to see in place of a header with wrong values.
 struct Corrections {
     std::vector<Patch> patches;
-    std::optional<std::int64_t> end;  ///< of the recording, where something else follows that would stop the library
+    std::optional<std::int64_t> end;  ///< end of the recording, if something follows that would stop the library
 };
 
-/// The reading of one recording's structure, apart from the media library.
+/// Reads the structure of one recording, independently of the media library.
 class Scan {
 public:
     virtual ~Scan() = default;
 
-    /// Asked for once, before the library reads the header.
+    /// Called once, before the library reads the header.
     virtual Corrections corrections() { return {}; }
 
-    /// Everything before this byte has been looked at.
+    /// Everything before this byte has been examined.
     virtual std::int64_t position() const = 0;
 
-    /// Goes on as far as the bytes before `end` tell.
+    /// Continues as far as the bytes before `end` allow.
     virtual void advance(std::int64_t end) = 0;
 
-    /// Goes on to the end of the file.
+    /// Continues to the end of the file.
     virtual void finish() = 0;
 
     /// The library has delivered this packet of `stream`, in the order of the file.
@@ -56,17 +56,18 @@ public:
         static_cast<void>(stream);
     }
 
-    /// After finish().
+    /// Call after finish().
     virtual std::vector<Expectation> expectations(const AVFormatContext& format) const = 0;
 
-    /// What leads the library past the bytes of `lost`, which would stop it; empty where there is no need or no way.
+    /// Patches that lead the library past the bytes of `lost`, which would stop it; empty if none are needed or
+    /// possible.
     virtual std::vector<Patch> patchesOver(ByteRange lost) const {
         static_cast<void>(lost);
         return {};
     }
 };
 
-/// The payload of each stream whose `id` is the container's number for it.
+/// The payload of each stream, where a stream's `id` is the container's number for it.
 std::vector<Expectation> expectBytesById(const Ledger& ledger, const AVFormatContext& format);
 
 }  // namespace worker

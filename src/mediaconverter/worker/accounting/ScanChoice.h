@@ -6,7 +6,7 @@
 
 namespace worker {
 
-/// The scan for recordings of `format`; none where its structure does not tell whether all was read. `view` and
+/// The scan for recordings of `format`; null if its structure does not show whether everything was read. `view` and
 /// `ledger` must outlive it.
 std::unique_ptr<Scan> makeScan(const AVInputFormat& format, SourceView& view, Ledger& ledger);
 

@@ -8,7 +8,7 @@ namespace worker {
 
 namespace {
 
-/// Read at a jump, and where one read continues the last. Headers are small and payloads are skipped.
+/// Read after a jump, and when one read continues the last. Headers are small and payloads are skipped.
 constexpr std::size_t firstStep = 512;
 constexpr std::size_t mostStep = std::size_t{64} * 1024;
 

@@ -9,8 +9,8 @@ namespace worker {
 
 class SourceReader;
 
-/// The recording's bytes as a scanner needs them. It borrows what the media library is reading anyway, so that a scan
-/// that follows the library costs no reading of its own, and reads for itself what lies elsewhere.
+/// The recording's bytes for a scanner. It borrows what the media library is reading anyway, so that a scan that
+/// follows the library reads nothing itself; it reads only what lies elsewhere.
 class SourceView {
 public:
     /// `reader` must outlive it.
@@ -26,10 +26,10 @@ public:
     /// most `mostBytes`.
     std::span<const std::uint8_t> at(std::int64_t position, std::size_t length);
 
-    /// Where the first byte other than 0 is, from `position` on; the file's size if there is none.
+    /// Position of the first byte other than 0, from `position` on; the file's size if there is none.
     std::int64_t firstNonZero(std::int64_t position);
 
-    /// Where the zeros begin that fill the rest of the file; the file's size if its last byte is not 0.
+    /// Where the zeros start that fill the rest of the file; the file's size if its last byte is not 0.
     std::int64_t endBeforeZeros();
 
     static constexpr std::size_t mostBytes = std::size_t{16} << 20U;

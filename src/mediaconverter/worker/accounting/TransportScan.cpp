@@ -11,14 +11,14 @@ constexpr std::int64_t packetSize = 188;
 constexpr std::uint8_t sync = 0x47;
 constexpr std::uint32_t nullIdentifier = 0x1FFF;
 
-/// Packets alone, with a time stamp before each (Blu-ray, camcorders), with check bytes after each (DVB).
+/// Packets alone, each with a time stamp before it (Blu-ray, camcorders), each with check bytes after it (DVB).
 constexpr std::int64_t strides[] = {188, 192, 204};
 
 constexpr int convincingAtTheStart = 5;
 constexpr int convincingAfterDamage = 3;
 constexpr std::int64_t searchStep = std::int64_t{64} * 1024;
 
-/// How many bytes the header of a packet of the stream takes (2.4.3.6); none where it is not whole.
+/// Size of the header of a packet of the stream (2.4.3.6); none if it is incomplete.
 std::optional<std::size_t> headerOf(std::span<const std::uint8_t> payload) {
     constexpr std::size_t start = 6;
     constexpr std::size_t withFlags = 9;
@@ -64,7 +64,7 @@ void TransportScan::finish() {
     }
 }
 
-/// What is before the first packet is the rest of one that began before the recording.
+/// Data before the first packet is the rest of one that started before the recording.
 bool TransportScan::findStride() {
     const std::int64_t most = std::min<std::int64_t>(view_.size(), searchStep);
     for (std::int64_t start = 0; start < most; ++start) {
@@ -184,7 +184,7 @@ std::vector<Expectation> TransportScan::expectations(const AVFormatContext& form
     };
     std::erase_if(expected, isUncertain);
     for (Expectation& one : expected) {
-        // The library takes the control headers away.
+        // The library removes the control headers.
         if (format.streams[one.stream]->codecpar->codec_id == AV_CODEC_ID_OPUS) {
             one.bytes = -1;
         }

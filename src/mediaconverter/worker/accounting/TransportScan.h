@@ -9,8 +9,8 @@
 
 namespace worker {
 
-/// MPEG-TS (ISO/IEC 13818-1, 2.4): packets of 188 bytes, also with the time stamps or check bytes that make them 192 or
-/// 204. Counts the payload of each stream that a programme names, by its packet identifier.
+/// MPEG-TS (ISO/IEC 13818-1, 2.4): packets of 188 bytes, or of 192 or 204 with time stamps or check bytes. Counts the
+/// payload of each stream that a program lists, by its packet identifier.
 class TransportScan final : public Scan {
 public:
     /// Both must outlive it.
@@ -26,7 +26,7 @@ private:
         int counter = -1;        ///< of the last packet with payload
         bool isPes = false;      ///< its packets carry a stream, not tables
         bool isCounted = true;   ///< false once a header could not be read
-        std::int64_t early = 0;  ///< bytes before the first beginning of a packet of the stream
+        std::int64_t early = 0;  ///< bytes before the first start of a packet of the stream
     };
 
     bool findStride();

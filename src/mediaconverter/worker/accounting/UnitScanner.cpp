@@ -7,13 +7,13 @@ namespace worker {
 
 namespace {
 
-/// No header is longer, so that one that lies across two reads is left until the second has been made.
+/// No header is longer, so a header that crosses the end of a read is left for the next read.
 constexpr std::int64_t headerReserve = 64;
 
 constexpr std::size_t searchStep = std::size_t{64} * 1024;
 
-/// Looking for the next unit must not take longer than reading the file, whatever it holds. A file that exhausts this
-/// is damaged all over.
+/// The search for the next unit must not take longer than reading the file, whatever it contains. A file that exhausts
+/// this is damaged all over.
 constexpr std::int64_t freeGuesses = 1'000'000;
 constexpr std::int64_t bytesPerGuess = 64;
 
@@ -91,7 +91,7 @@ std::optional<std::int64_t> UnitScanner::findNext(std::int64_t position) {
         if (bytes.empty()) {
             break;
         }
-        // The view's bytes go when a candidate is looked at.
+        // The view's bytes become invalid when a candidate is examined.
         std::size_t count = 0;
         std::size_t at = 0;
         for (; at < bytes.size() && count < candidates.size(); ++at) {

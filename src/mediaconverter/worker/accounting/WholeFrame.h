@@ -6,17 +6,17 @@ extern "C" {
 
 namespace worker {
 
-/// True where the packet's own header says that it is whole, which AAC with transport headers and AC-3 do. False where
-/// it is not, or the codec has no such header.
+/// Whether the packet's own header shows that it is complete, as AAC with transport headers and AC-3 do. False if it is
+/// not, or the codec has no such header.
 bool isWholeFrame(const AVCodecParameters& stream, const AVPacket& packet);
 
-/// True where it says that the packet lacks bytes.
+/// Whether its header shows that the packet lacks bytes.
 bool isCutFrame(const AVCodecParameters& stream, const AVPacket& packet);
 
-/// True for samples of one fixed size, of which the packet is left with the whole ones, and no mark of damage.
+/// True for samples of one fixed size; the packet is reduced to the complete ones, and its damage mark is removed.
 bool keepWholeSamples(const AVCodecParameters& stream, AVPacket& packet);
 
-/// How many bytes follow the frame that the packet is by its header, if they are all zero; else 0.
+/// Number of bytes after the frame that, by its header, the packet holds, if they are all zero; else 0.
 int zerosAfterFrame(const AVCodecParameters& stream, const AVPacket& packet);
 
 }  // namespace worker
