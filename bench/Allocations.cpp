@@ -5,7 +5,7 @@
 
 namespace {
 
-// Of one thread: a counter that threads share would cost the measured code more than the allocation does.
+// Per thread: a counter shared by threads would cost the measured code more than the allocation.
 thread_local std::size_t count = 0;
 
 }  // namespace

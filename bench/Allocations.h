@@ -4,7 +4,7 @@
 
 namespace bench {
 
-/// How often this thread has asked for memory by `operator new`, which the program replaces.
+/// How often this thread has called `operator new`, which this program replaces.
 std::size_t allocationsOfThisThread();
 
 }  // namespace bench

@@ -10,26 +10,26 @@
 
 namespace bench {
 
-/// A meeting client on the bus: posts notifications and hears every one, on the thread that made it.
+/// A meeting client on the bus: posts notifications and receives all of them, on the thread that created it.
 class BusClient final : public QObject {
     Q_OBJECT
 
 public:
     using Heard = std::function<void(const QString& name, const QVariantMap& userInfo)>;
 
-    /// `senders` connections to the user's bus to post from, each a sender of its own.
+    /// Opens `senders` connections to the user's bus to post from, each a separate sender.
     explicit BusClient(int senders = 1);
 
     /// One connection to the bus at this address.
     explicit BusClient(const QString& address);
     ~BusClient() override;
 
-    /// Who hears the notifications from now on.
+    /// Sets the receiver of the notifications.
     void setHeard(Heard heard) { heard_ = std::move(heard); }
 
     void post(const QString& name, int meetingProcessId, int sender = 0, const QString& intermediatePath = {});
 
-    /// Turns the event loop until `condition` holds; false when `seconds` have passed first.
+    /// Runs the event loop until `condition` is true; false if `seconds` pass first.
     static bool waitUntil(const std::function<bool()>& condition, double seconds);
 
 private Q_SLOTS:

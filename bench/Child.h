@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/// A program that the bench runs, off-screen. Ends with the object.
+/// A program that the bench runs, off-screen. The destructor ends it.
 class Child final {
 public:
     explicit Child(const std::vector<std::string>& command);
@@ -20,19 +20,19 @@ public:
     pid_t pid() const { return pid_; }
     bool isRunning();
 
-    /// SIGTERM, then waits.
+    /// Sends SIGTERM and waits.
     void end();
 
-    /// Waits for it to end by itself.
+    /// Waits until it ends by itself.
     void wait();
 
-    /// KiB that only this process holds.
+    /// KiB that no other process shares.
     double privateKiB() const;
 
-    /// Of these, KiB that it has written: the kernel can't take them away as it does a library's pages.
+    /// The part of these, in KiB, that it has written: the kernel cannot evict it like a library's pages.
     double writtenKiB() const;
 
-    /// How often its threads went to sleep and were woken, and the CPU seconds they used, so far.
+    /// How often its threads have been woken, and the CPU seconds they have used, so far.
     struct Activity {
         unsigned long wakeUps = 0;
         double cpuSeconds = 0;
@@ -45,7 +45,7 @@ private:
     pid_t pid_ = -1;
 };
 
-/// CPU seconds of all children, and theirs, that have ended and been waited for.
+/// CPU seconds of all children, and their children, that have ended and been waited for.
 double cpuSecondsOfEndedChildren();
 
 }  // namespace bench

@@ -18,20 +18,20 @@ inline double secondsOf(const std::function<void()>& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-/// The value in the middle; the lower of two.
+/// The median; of an even number, the lower middle value.
 inline double median(std::vector<double> values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>((values.size() - 1) / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
 }
 
-/// Ours and the reference, measured in turns so that whatever else the machine does meets both.
+/// Ours and the reference, measured in turns so that other load on the machine affects both.
 struct Pairs {
     std::string name;
     double limit = 0;  ///< the ratio must not exceed it
     std::vector<double> ours;
     std::vector<double> reference;
-    /// What stands for all pairs, where that is not the median.
+    /// The value that represents all pairs, if that is not the median.
     std::optional<double> oursOfAll = {};
     std::optional<double> referenceOfAll = {};
 
@@ -40,7 +40,7 @@ struct Pairs {
     double ratio() const { return ourFigure() / referenceFigure(); }
 };
 
-/// Both give seconds for one unit of the same amount of work.
+/// Both return seconds for one unit of the same amount of work.
 inline Pairs measure(std::string name, double limit, std::size_t pairs, const std::function<double()>& ours,
                      const std::function<double()>& reference) {
     Pairs result{std::move(name), limit, {}, {}};

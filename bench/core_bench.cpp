@@ -1,5 +1,5 @@
-// Measures the core against bare references and writes one JSON object. `--smoke` runs each measurement once and
-// judges nothing.
+// Measures the core against minimal references and writes one JSON object. `--smoke` runs each measurement once without
+// judging it.
 
 #include "Allocations.h"
 #include "KTRMeetingRecordConvertingJobRunner.h"
@@ -144,7 +144,7 @@ bench::Pairs scheduleToStart(const Settings& settings) {
     return bench::measure("schedule to start report", 3.0, settings.pairs, ours, reference);
 }
 
-/// Seconds an item for scheduling `count` items and taking them all back.
+/// Seconds per item for scheduling `count` items and removing all of them again.
 double waitingListSeconds(std::size_t count) {
     test::FakeSerialQueueMaker maker;
     test::FakeFileManager files;

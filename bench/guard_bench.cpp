@@ -1,5 +1,5 @@
 // Measures how soon the end of a guarded process is reported, against a bare pidfd poll, and what a thousand guarded
-// processes leave behind. Writes one JSON object. `--smoke` runs everything once, small.
+// processes leave allocated. Writes one JSON object. `--smoke` runs everything once, with few processes.
 
 #include "KTRProcessGuard.h"
 #include "Pairs.h"
@@ -35,7 +35,7 @@ public:
     Clock::time_point last;
 };
 
-/// A process that does nothing for `microseconds`; 0: until it is killed.
+/// A process that sleeps for `microseconds`; 0 until it is killed.
 pid_t spawnSleeper(useconds_t microseconds) {
     const pid_t pid = ::fork();
     if (pid < 0) {

@@ -1,5 +1,5 @@
-// A fixed piece of the application's life, for counting instructions: a start-up, then as many meetings of two
-// recordings as the argument says, on fakes alone, without threads, display, bus or disk.
+// A fixed scenario for counting instructions: a start-up, then as many meetings of two recordings as the argument says,
+// with fakes only, without threads, display, bus or disk.
 
 #include "AppDelegate.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"

@@ -55,7 +55,7 @@ struct Programs {
     std::exit(EXIT_FAILURE);
 }
 
-/// Starts `command`; returns once its spawn confirmation has been heard.
+/// Starts `command`; returns once its spawn confirmation has arrived.
 std::unique_ptr<bench::Child> launch(bench::BusClient& client, const std::vector<std::string>& command,
                                      double* seconds = nullptr) {
     bool confirmed = false;
@@ -96,7 +96,7 @@ double percentile99(std::vector<double> values) {
     return *place;
 }
 
-/// Gives an environment variable its value back.
+/// Restores an environment variable at its end.
 class KeptVariable {
 public:
     explicit KeptVariable(const char* name)
@@ -112,7 +112,7 @@ private:
     QByteArray value_;
 };
 
-/// A program on a bus of its own, launched. Ends with the object.
+/// A program on a bus of its own, launched. The destructor ends it.
 class Answerer {
 public:
     explicit Answerer(const std::vector<std::string>& command)
@@ -155,12 +155,12 @@ void printLatencies(const Programs& programs, const Settings& settings) {
     for (std::size_t i = 0; i < settings.pairs; ++i) {
         Answerer ours(programs.converter);
         Answerer reference(programs.echo);
-        // A recording is stopped long after the launch, whose last work stands behind the spawn confirmation.
+        // A recording is stopped long after the launch, some of whose work comes after the spawn confirmation.
         letSettle();
         std::vector<double> oursOfPair;
         std::vector<double> referenceOfPair;
-        // The slowest hundredth is whatever the machine did meanwhile, which lasts longer than many notifications: both
-        // are asked in turns, so that it meets both, and all pairs are looked at together.
+        // The slowest hundredth depends on other load on the machine, which lasts longer than many notifications: both
+        // are queried in turns, so that it affects both, and all pairs are evaluated together.
         for (int k = 0; k < settings.notifications; ++k) {
             referenceOfPair.push_back(reference.acknowledgementSeconds());
             oursOfPair.push_back(ours.acknowledgementSeconds());
@@ -184,7 +184,7 @@ struct Burst {
     int lost = 0;
 };
 
-/// Every sender counts its own process ids upwards, so that the answers tell the order.
+/// Each sender numbers its process ids upwards, so that the acknowledgements reveal their order.
 Burst burstSeconds(bench::BusClient& client, const std::vector<std::string>& command, const Settings& settings) {
     const auto child = launch(client, command);
     const int each = settings.burst / settings.senders;
@@ -214,7 +214,7 @@ Burst burstSeconds(bench::BusClient& client, const std::vector<std::string>& com
     return result;
 }
 
-/// CPU of everything that a meeting of these recordings costs, from the converter's start to its own end.
+/// CPU time of a whole meeting with these recordings, from the converter's start to its end.
 double meetingCpuSeconds(const std::vector<std::string>& converter, const std::vector<fs::path>& clips,
                          const fs::path& folder) {
     fs::create_directories(folder);
@@ -240,7 +240,7 @@ double meetingCpuSeconds(const std::vector<std::string>& converter, const std::v
     return bench::cpuSecondsOfEndedChildren() - before;
 }
 
-/// Returns when it has not used the processor for longer than a bubble stands.
+/// Returns when it has used no processor time for longer than a bubble is shown.
 void letEveryBubbleGo(const bench::Child& child) {
     double before = -1;
     double now = child.activity().cpuSeconds;
@@ -250,12 +250,12 @@ void letEveryBubbleGo(const bench::Child& child) {
     }
 }
 
-/// Memory written after each of `rounds` rounds of 100 conversions, once every bubble has gone.
+/// Memory written after each of `rounds` rounds of 100 conversions, once every bubble has closed.
 std::vector<double> writtenKiBAfterConversions(bench::BusClient& client, const std::vector<std::string>& converter,
                                                const fs::path& clip, const fs::path& folder, int rounds) {
     constexpr int conversions = 100;
     fs::create_directories(folder);
-    // A meeting that goes on keeps the converter from quitting in between.
+    // A meeting that continues keeps the converter from quitting in between.
     bench::Child meeting({"sleep", "1000"});
     auto command = converter;
     command.insert(command.end(), {"-pid", std::to_string(meeting.pid()), "-path", (folder / "on.mkv").string()});
@@ -372,7 +372,7 @@ int main(int argc, char* argv[]) {
     if (settings.meetings && arguments.size() >= 4) {
         const auto folder =
             fs::temp_directory_path() / ("system-bench-" + std::to_string(application.applicationPid()));
-        // The first rounds fill what is kept for the next: tables, caches, the allocator's own lists.
+        // The first rounds fill what is kept for later ones: tables, caches, the allocator's own lists.
         constexpr int half = 3;
         const auto rounds = writtenKiBAfterConversions(client, programs.converter, arguments[2], folder, 2 * half);
         growth = rounds.back() - rounds.at(half - 1);

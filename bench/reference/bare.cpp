@@ -1,5 +1,5 @@
-// The least program of the converter's kind: a toolkit application that shows a status icon and posts one signal. What
-// it costs is what the toolkit costs.
+// The smallest program of the converter's kind: a toolkit application that shows a status icon and posts one signal. It
+// measures the cost of the toolkit.
 
 #include <QApplication>
 #include <QDBusConnection>

@@ -1,4 +1,4 @@
-// The least answerer on the bus: every notification but an acknowledgement is answered with one that names it.
+// The smallest responder on the bus: it acknowledges every notification that is not itself an acknowledgement.
 
 #include <QCoreApplication>
 #include <QDBusArgument>
