@@ -1,4 +1,4 @@
-/// How the application main ends. It ends its process, so each test has one of its own.
+/// The end of the application main. It ends its process, so each test has its own process.
 
 #include "platform/qt/QtApplication.h"
 

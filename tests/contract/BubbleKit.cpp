@@ -21,7 +21,7 @@ BubbleKit::BubbleKit() : maker(std::make_unique<uilib::qt::QtAuroraBubbleMaker>(
 }
 
 BubbleKit::~BubbleKit() {
-    // The kit's parts outlive every bubble.
+    // The parts of the kit must outlive every bubble.
     for (const auto& opened : opened_) {
         if (const auto bubble = opened.lock()) {
             bubble->close();

@@ -18,13 +18,13 @@
 
 namespace test {
 
-/// The real kit with the application's own bubble view, and what it announces.
+/// The real kit with the application's own bubble view, and the closings that it announces.
 class BubbleKit : public ::testing::Test {
 protected:
     BubbleKit();
     ~BubbleKit() override;
 
-    /// A bubble view as the application makes it; one button for each title, which notes its title when pressed.
+    /// A bubble view like the application's; one button per title, which records its title when pressed.
     std::shared_ptr<KTRMeetingRecordingSavedBubbleView> makeView(const std::string& text,
                                                                  const std::vector<std::string>& buttons = {},
                                                                  const std::string& icon = "icn_check");
@@ -35,19 +35,19 @@ protected:
     /// Makes a bubble with the application's look and these times, and shows it.
     std::shared_ptr<CAuroraBubble> open(const std::shared_ptr<platform::ui::View>& view, const AuroraFadeRecord& fade);
 
-    /// Opens a bubble and waits for its window. It stays for `shown` seconds; the test holds it only weakly.
+    /// Opens a bubble and waits for its window. It is shown for `shown` seconds; the test holds it only weakly.
     std::weak_ptr<CAuroraBubble> show(const std::shared_ptr<platform::ui::View>& view, double shown = 60);
 
     /// The windows of the bubbles now on the screen.
     static std::vector<QWidget*> windows();
 
-    /// Makes this the window that has the keyboard; none with nullptr.
+    /// Gives this window the keyboard focus; null gives it to none.
     static void activate(QWidget* window);
 
-    /// The window of the one bubble there is; a failure and null when there is another number of them.
+    /// The window of the only bubble; a test failure and null if there is any other number of bubbles.
     static QWidget* onlyWindow();
 
-    /// The pointer comes to a bubble and leaves it; a key is pressed in it.
+    /// The pointer enters and leaves a bubble; a key is pressed in it.
     static void enter(QWidget* window);
     static void leave(QWidget* window);
     static void press(QWidget* window, int key);

@@ -1,4 +1,4 @@
-/// What bubbles look like, read from what is drawn.
+/// The look of bubbles, read from the drawn pixels.
 
 #include "contract/BubbleKit.h"
 #include "contract/EventLoop.h"
@@ -25,7 +25,7 @@ namespace {
 
 const std::string kSaved = "Your recording has been saved to your computer.";
 
-// Of a pixel, as readability guidelines define it.
+// Of a pixel, as defined by accessibility guidelines.
 double luminanceOf(const QColor& color) {
     const auto linear = [](double part) {
         return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
@@ -41,8 +41,8 @@ QImage drawn(QWidget* window, double scale = 1) {
     return image;
 }
 
-// Between a widget's commonest colour, which is what its text stands on, and the colour farthest from it, which is that
-// of its letters' cores.
+// Between a widget's most common colour, which is the background of its text, and the colour farthest from it, which is
+// the core of its letters.
 double contrastOf(QWidget* window, const QWidget* part) {
     const auto image = drawn(window, 4);
     const QRect place(part->mapTo(window, QPoint()) * 4, part->size() * 4);
@@ -135,7 +135,7 @@ TEST_F(BubbleLooks, TheFocusRingStaysWhileThePointerIsOnTheSameButton) {
     activate(window);
     for (const auto* name : {"Open", "Close"}) {
         auto* const button = buttonNamed(window, QLatin1String(name));
-        // The toolkit gives the keyboard to the first button of a window that gets it.
+        // The toolkit gives the focus to the first button of a window that becomes active.
         window->setFocus();
         const auto plain = drawn(window);
         button->setFocus(Qt::TabFocusReason);
@@ -199,7 +199,7 @@ TEST_F(BubbleLooks, ItsShadowFallsOffFromTheBodyOutward) {
     const auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
     const auto image = drawn(window, 2);
     const int x = 2 * (client->x() + client->width() / 2);
-    // The row that the body's edge may share is left out.
+    // Without the row that the body's edge may share.
     const int bottom = 2 * (client->y() + client->height()) + 1;
     EXPECT_GT(image.pixelColor(x, bottom).alpha(), 32);
     for (int y = bottom + 1; y < image.height(); ++y) {
@@ -229,7 +229,7 @@ int drawingThreads() {
     return count;
 }
 
-// A thread that waited for the next picture would wake the process up when it gives up.
+// A thread that waited for the next image would wake the process when it gives up.
 TEST_F(BubbleLooks, DrawingLeavesNoThreadWaiting) {
     show(makeView(kSaved, {"Open", "View in Folder"}));
     show(makeView("We had a problem converting the recording to MP4 format.", {}, "icn_error"));
@@ -240,7 +240,7 @@ TEST_F(BubbleLooks, DrawingLeavesNoThreadWaiting) {
             EXPECT_FALSE(drawn(window, scale).convertToFormat(QImage::Format_ARGB32).isNull());
         }
     }
-    // A thread's end is no event.
+    // The end of a thread is not an event.
     for (int waits = 0; waits < 400 && drawingThreads() > 0; ++waits) {
         test::turnFor(std::chrono::milliseconds(50));
     }

@@ -13,7 +13,7 @@ const Rect kScreen{0, 0, 1280, 800};
 const Size kSaved{255, 81};
 const Size kFailed{255, 59};
 
-/// An icon as wide as nothing: its middle is at `x`.
+/// An icon without width: its middle is at `x`.
 Surroundings iconAt(double x, double y, const Rect& available = kScreen) {
     return {Rect{x - 10, y, 20, 20}, available};
 }
@@ -97,7 +97,7 @@ TEST(BubblePlacement, AFullColumnGoesOnBesideIt) {
     }
 }
 
-/// Every one of `places` is on the screen and none covers another.
+/// Expects that all `places` are on the screen and that none covers another.
 void expectApart(const std::vector<Place>& places, const Rect& screen) {
     for (std::size_t i = 0; i < places.size(); ++i) {
         const auto& body = places[i].body;

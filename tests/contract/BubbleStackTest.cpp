@@ -1,4 +1,4 @@
-/// Several bubbles are one stack, which stands still under the user's finger.
+/// Several bubbles form one stack, which is frozen while the pointer or the keyboard focus is in it.
 
 #include "contract/BubbleKit.h"
 #include "contract/EventLoop.h"
@@ -23,7 +23,7 @@ const std::string kSaved = "Your recording has been saved to your computer.";
 
 class BubbleStack : public test::BubbleKit {
 protected:
-    /// A bubble that goes by itself after a moment, above one that stays.
+    /// A bubble that closes by itself after a moment, above one that stays.
     void showTwo() {
         show(makeView(kSaved, {"Open"}), 1);
         show(makeView(kSaved, {"Open"}));
@@ -46,7 +46,7 @@ TEST_F(BubbleStack, StandsStillWhileThePointerIsInAnyBubble) {
     EXPECT_TRUE(closed.empty()) << "the other one's clock stands still as well";
     EXPECT_EQ(second()->pos(), place);
 
-    // One that the user sends away leaves its place free for as long as the pointer is in another.
+    // The place of a bubble that the user closes stays free for as long as the pointer is in another.
     press(first(), Qt::Key_Escape);
     ASSERT_TRUE(waitUntilClosed(1));
     test::turnFor(1000ms);

@@ -1,5 +1,5 @@
-/// What other programs see of the notification center and what it takes from them, over a real bus and with a client
-/// that shares nothing with this project.
+/// What other programs see of the notification center and what it accepts from them, over a real bus and with a client
+/// that shares no code with this project.
 
 #include "contract/EventLoop.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
@@ -19,7 +19,7 @@ namespace {
 using platform::DistributedNotification;
 using namespace std::chrono_literals;
 
-/// Emits the notification signal with the arguments as gdbus takes them; returns at once.
+/// Emits the notification signal with the arguments in gdbus's syntax; returns at once.
 void emitWithGdbus(const std::vector<std::string>& arguments) {
     QStringList list{"emit",          "--session",
                      "--object-path", "/org/recordconverter/NotificationCenter",

@@ -1,4 +1,4 @@
-/// What a process has sent on the bus comes before the news of its end.
+/// Everything that a process has sent on the bus is delivered before its exit is reported.
 
 #include "contract/EventLoop.h"
 #include "platform/linux/PidfdProcessExitWatch.h"

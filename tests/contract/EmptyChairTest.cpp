@@ -1,4 +1,4 @@
-/// No result is shown to an empty chair: a bubble's time stands still while nobody sees the screen.
+/// No result passes unseen: a bubble's time pauses while nobody sees the screen.
 
 #include "contract/BubbleKit.h"
 #include "contract/EventLoop.h"
@@ -18,7 +18,7 @@ const auto kIdle = QStringLiteral("IdleHint");
 
 class EmptyChair : public test::BubbleKit {
 protected:
-    /// Opens a bubble that would be gone after two seconds, within which even a busy machine hears of a change.
+    /// Opens a bubble that would close after two seconds; within these even a busy machine notices a change.
     void showBriefly() { show(makeView("Your recording has been saved to your computer."), 2); }
 
     void expectThatItStays() {

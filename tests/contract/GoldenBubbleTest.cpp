@@ -1,5 +1,5 @@
-/// The three kinds of bubbles beside pictures of them that were looked at and found good. A picture is renewed by
-/// running this program with GOLDEN_RENEW=1 in the environment.
+/// The three kinds of bubbles compared with images that were inspected and approved. Run this program with
+/// GOLDEN_RENEW=1 in the environment to renew an image.
 
 #include "contract/BubbleKit.h"
 
@@ -17,14 +17,14 @@
 
 namespace {
 
-// What other versions of the font renderer may change: shades at the edges of letters, never a place. Compared region
-// by region, so that a small part that is missing can't hide in a large picture.
+// The difference that another version of the font renderer may cause: shades at the edges of letters, never a position.
+// Compared region by region, so that a small missing part cannot hide in a large image.
 constexpr int kShade = 48;
 constexpr int kRegion = 16;
 constexpr double kShareOfText = 0.2;
 constexpr double kShareElsewhere = 0.04;
 
-// Of the window's picture, in points.
+// Of the window's image, in points.
 constexpr int kShadow = 12;
 constexpr int kArrow = 10;
 constexpr int kButtonHeight = 24;
@@ -54,7 +54,7 @@ double shareThatDiffers(const QImage& left, const QImage& right, const QRect& re
     return static_cast<double>(differing) / (region.width() * region.height());
 }
 
-/// Whether letters are drawn in the region: only there may a font renderer make a difference.
+/// Whether letters are drawn in the region: a font renderer may cause differences only there.
 bool holdsText(const QWidget* window, const QRect& region) {
     const auto widgets = window->findChildren<QWidget*>();
     return std::any_of(widgets.begin(), widgets.end(), [&](const QWidget* widget) {
@@ -64,7 +64,7 @@ bool holdsText(const QWidget* window, const QRect& region) {
     });
 }
 
-/// How many regions differ by more than a font renderer may make a difference.
+/// Number of regions that differ by more than a font renderer may cause.
 int differences(const QImage& drawn, const QImage& golden, const QWidget* window) {
     int count = 0;
     for (int y = 0; y < golden.height(); y += kRegion) {
@@ -100,7 +100,7 @@ TEST_P(GoldenBubble, LooksAsItDid) {
     }
 }
 
-/// What is not there in a picture is seen, however small it is.
+/// A part that is missing from an image is noticed, however small it is.
 TEST_P(GoldenBubble, AnIconThatIsMissingIsSeen) {
     const QImage golden(QStringLiteral(GOLDEN "/%1.png").arg(QLatin1String(GetParam().name)));
     ASSERT_FALSE(golden.isNull());

@@ -23,7 +23,7 @@ namespace {
 constexpr double kUnlimited = 1e6;
 const platform::ui::Font kBodyFont{"", 12};
 
-// What a line must not begin with: closing punctuation and small letters that belong to the one before.
+// Characters that must not start a line: closing punctuation and small letters that belong to the one before.
 const auto kNotFirst = QStringLiteral("。、，．！？）」』：；ー々ぁぃぅぇぉっゃゅょァィゥェォッャュョ");
 
 class LanguageLayout : public test::BubbleKit, public ::testing::WithParamInterface<int> {
@@ -40,7 +40,7 @@ protected:
     platform::qt::QtStringTables tables{defaults, RESOURCES "/translations"};
 };
 
-// How wide a bubble becomes for its buttons: each step loses its fraction.
+// The width of a bubble that its buttons require: each step drops its fraction.
 double widthFor(const std::vector<double>& titles) {
     double width = 255;
     double offset = 0;
@@ -124,7 +124,7 @@ TEST_P(EastAsianLayout, ATextWithoutBlanksIsBrokenWhereALineIsFull) {
     const platform::qt::TextLines lines(sentence, platform::qt::toolkitFont(kBodyFont), 100);
     EXPECT_GE(lines.layout().lineCount(), 2);
     EXPECT_EQ(linesOf(lines).join(QString()), sentence);
-    // A line that ended early would leave room for two more letters.
+    // A line that ended too early would leave room for two more letters.
     EXPECT_GT(lines.layout().lineAt(0).naturalTextWidth(), 100 - 3 * 12);
     EXPECT_TRUE(hasEveryLetter(lines));
 }

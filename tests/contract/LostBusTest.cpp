@@ -99,7 +99,7 @@ TEST(LostBus, WhoHuntsForMistakesIsHeeded) {
     EXPECT_EQ(environment.value(QStringLiteral("DBUS_FATAL_WARNINGS")), QStringLiteral("1"));
 }
 
-// A question that can't be sent any more was once the end of the process.
+// A call that could no longer be sent once ended the process.
 TEST(LostBus, ABusThatGoesAwayWhileServicesAreBeingWatchedEndsNothing) {
     constexpr int kTrials = 20;
     constexpr int kServices = 500;

@@ -55,7 +55,7 @@ TEST_F(NotificationBubble, SaysTheTextAndTheFilesNameWithButtonsTimeAndKind) {
     EXPECT_TRUE(windows().empty());
 }
 
-/// The colour in the middle of the lower left quarter's edge, where the pictures of both kinds are plain.
+/// The colour in the middle of the lower left quarter's edge, where the images of both kinds are plain.
 QColor colorOfPicture(const QVariantMap& hints) {
     const auto argument = hints.value(QStringLiteral("image-data")).value<QDBusArgument>();
     EXPECT_EQ(argument.currentSignature(), QStringLiteral("(iiibiiay)"));

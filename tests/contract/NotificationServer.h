@@ -9,7 +9,7 @@
 
 namespace test {
 
-/// A desktop's notification server, on a bus connection of its own, that shows nothing and records everything.
+/// A desktop's notification server, on its own bus connection. Shows nothing and records everything.
 class NotificationServer final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -37,7 +37,7 @@ public:
     void press(uint id, const QString& key, const QString& token = {});
     void expire(uint id);
 
-    /// Whether the user does not want to be disturbed; tells its clients of a change.
+    /// Sets whether the user does not want to be disturbed; notifies its clients of a change.
     void setInhibited(bool isInhibited);
     bool isInhibited() const { return isInhibited_; }
 

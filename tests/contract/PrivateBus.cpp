@@ -65,7 +65,7 @@ PrivateBus::PrivateBus() {
     }
     daemon_ = fork();
     if (daemon_ == 0) {
-        // Where this object is never destroyed: the bus takes its socket along.
+        // If this object is never destroyed, the bus removes its socket.
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         dup2(ends[1], STDOUT_FILENO);
         execlp("dbus-daemon", "dbus-daemon", ("--config-file=" + configuration).c_str(), "--nofork", "--nopidfile",

@@ -5,9 +5,9 @@
 
 namespace test {
 
-/// A bus for this process and its children alone, named in the environment as the session's and as the system's.
-/// Nothing is started on it by a name: what a test wants there, it brings. The bus library looks there only once a
-/// process, so a process has one such bus for itself; others are for its children. Ends with this object.
+/// A bus for this process and its children only, set in the environment as the session bus and the system bus. It
+/// starts no services: a test brings those it needs. The bus library reads the environment only once per process, so a
+/// process has one such bus for itself; further ones are for its children. The destructor ends the bus.
 class PrivateBus final {
 public:
     PrivateBus();
@@ -16,7 +16,7 @@ public:
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
 
-    /// Ends the bus under its users.
+    /// Ends the bus while it is in use.
     void stop();
 
 private:

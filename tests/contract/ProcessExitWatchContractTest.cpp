@@ -28,7 +28,7 @@ struct FakeHost {
     void settle() {}
 };
 
-/// Real processes that do nothing until they are killed.
+/// Real processes that sleep until they are killed.
 struct PidfdHost {
     platform::qt::QtRunLoop loop;
     platform::PidfdProcessExitWatch watch{loop};
@@ -128,7 +128,7 @@ TEST(PidfdProcessExitWatch, TellsTheSystemLogWhenTheSystemRefusesAWatch) {
     PidfdHost host;
     const auto process = host.start();
     const test::FakeSystemLog log;
-    // The filter stays with its thread for ever.
+    // The filter stays with its thread forever.
     std::thread([&] {
         const auto filter = seccomp_init(SCMP_ACT_ALLOW);
         ASSERT_EQ(seccomp_rule_add(filter, SCMP_ACT_ERRNO(EMFILE), SCMP_SYS(pidfd_open), 0), 0);

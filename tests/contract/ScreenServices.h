@@ -7,7 +7,7 @@
 
 namespace test {
 
-/// A desktop's screen saver, on a bus connection of its own.
+/// A desktop's screen saver, on its own bus connection.
 class ScreenSaver final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
@@ -29,7 +29,7 @@ private:
     bool isActive_;
 };
 
-/// The one session that the login manager below has.
+/// The only session of the login manager below.
 class ManagedSession final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Session")
@@ -43,7 +43,7 @@ public:
     bool isIdle = false;
 };
 
-/// A login manager, on a connection of its own to the system bus.
+/// A login manager, on its own connection to the system bus.
 class LoginManager final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
@@ -52,10 +52,10 @@ public:
     explicit LoginManager(const QString& typeOfSession = QStringLiteral("x11"));
     ~LoginManager() override;
 
-    /// Changes a hint of the session, and says so.
+    /// Changes a hint of the session, and announces it.
     void setHint(const QString& name, bool value);
 
-    /// How often somebody has asked for the own session.
+    /// How often clients have asked for their own session.
     int asked = 0;
 
 public Q_SLOTS:

@@ -1,5 +1,5 @@
-/// One instance a user: the bus name, and what a second launch hands to the first. Both centers live in this process,
-/// each with a bus connection of its own, as two processes would have.
+/// One instance per user: the bus name, and what a second launch passes to the first. Both centers live in this
+/// process, each with its own bus connection, like two processes.
 
 #include "contract/EventLoop.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"

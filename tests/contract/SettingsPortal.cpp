@@ -30,7 +30,7 @@ void SettingsPortal::change(const QString& group, const QString& key, const QVar
 
 QDBusVariant SettingsPortal::Read(const QString& group, const QString& key) {
     ++asked;
-    // Portals wrap the value twice.
+    // Portals wrap the value in two variants.
     return QDBusVariant(
         QVariant::fromValue(QDBusVariant(settings.value(group + QLatin1Char(' ') + key, QVariant(0U)))));
 }

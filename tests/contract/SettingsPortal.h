@@ -9,7 +9,7 @@
 
 namespace test {
 
-/// A desktop's settings portal, on a bus connection of its own.
+/// A desktop's settings portal, on its own bus connection.
 class SettingsPortal final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
@@ -21,7 +21,7 @@ public:
     /// By "group key".
     QMap<QString, QVariant> settings;
 
-    /// How many settings it has been asked for.
+    /// How many settings clients have asked for.
     int asked = 0;
 
     void change(const QString& group, const QString& key, const QVariant& value);

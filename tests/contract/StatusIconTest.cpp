@@ -111,7 +111,7 @@ TEST_F(StatusIcon, IsDrawnForEverySizeThatPanelsUse) {
     sizes.endArray();
     for (const int side : {16, 20, 22, 24, 32, 48}) {
         ASSERT_TRUE(drawn.contains(side)) << side;
-        // The middle is drawn, the corner is not: alpha comes first in network byte order.
+        // The middle is drawn, the corner is not: in network byte order alpha comes first.
         const auto middle = (side / 2 * side + side / 2) * 4;
         EXPECT_EQ(static_cast<unsigned char>(drawn[side][middle]), 255) << side;
         EXPECT_EQ(static_cast<unsigned char>(drawn[side][0]), 0) << side;

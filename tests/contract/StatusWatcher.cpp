@@ -39,7 +39,7 @@ QVariant StatusWatcher::property(const QString& item, const QString& name) {
         QDBusMessage::createMethodCall(item, QStringLiteral("/StatusNotifierItem"),
                                        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     question << QStringLiteral("org.kde.StatusNotifierItem") << name;
-    // Answered by this very thread, so it must not wait for itself.
+    // This very thread sends the reply, so the call must not block.
     const QDBusPendingCallWatcher watcher(connection_.asyncCall(question));
     turnUntil([&] { return watcher.isFinished(); });
     const QDBusPendingReply<QDBusVariant> answer = watcher;

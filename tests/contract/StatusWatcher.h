@@ -8,7 +8,7 @@
 
 namespace test {
 
-/// A desktop's watcher of status icons with a host that shows them, on a bus connection of its own.
+/// A desktop's watcher of status icons with a host that shows them, on its own bus connection.
 class StatusWatcher final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
@@ -23,10 +23,10 @@ public:
     /// In the order of registration.
     QStringList items;
 
-    /// One property of an item, as a host asks for it; invalid when the item does not answer.
+    /// One property of an item, read as a host does; invalid if the item does not reply.
     QVariant property(const QString& item, const QString& name);
 
-    /// Presses an item, as a host does for its user.
+    /// Presses an item on behalf of the user, as a host does.
     void activate(const QString& item);
 
 public Q_SLOTS:

@@ -103,7 +103,7 @@ TEST(QtUserDefaults, KeepsOtherSettingsOfTheFile) {
 }
 
 TEST(QtUserDefaults, KeepsTheSettingForThisRunWhereItCannotBeWritten) {
-    // A folder in the file's place keeps everyone from writing, root included.
+    // A folder in place of the file prevents everyone from writing, including root.
     const Folder folder;
     fs::create_directories(folder.file());
     platform::qt::QtUserDefaults defaults(folder.file());

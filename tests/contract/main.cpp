@@ -12,7 +12,7 @@ int main(int argc, char* argv[]) {
 #ifdef FONTS
     setenv("FONTCONFIG_FILE", FONTS, 1);
 #endif
-    // Before anything of this process has looked for a bus.
+    // Before any part of this process has looked for a bus.
     const test::PrivateBus bus;
     platform::qt::QtApplication application(argc, argv);
     return RUN_ALL_TESTS();

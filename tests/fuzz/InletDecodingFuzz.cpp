@@ -1,5 +1,5 @@
-// Whatever a client puts into a notification, it is acknowledged exactly when it names a process, with the value that
-// came, and told exactly when its name is known.
+// Whatever a client puts into a notification, it is acknowledged exactly if it names a process, with the value that
+// came, and reported exactly if its name is known.
 #include "Input.h"
 #include "KTRAppInlet.h"
 #include "platform/DistributedNotificationCenter.h"

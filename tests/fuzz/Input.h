@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-/// Takes the fuzzer's bytes apart. When they run out, everything is 0 and empty.
+/// Splits the fuzzer's input into values. When the bytes run out, everything is 0 and empty.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : rest_(data, size) {}
@@ -52,7 +52,7 @@ private:
     std::span<const std::uint8_t> rest_;
 };
 
-/// Ends the process, which is how a fuzzer hears of a broken promise.
+/// Ends the process, which is how a fuzzer detects a broken promise.
 inline void require(bool holds, const char* promise) {
     if (!holds) {
         std::fprintf(stderr, "broken: %s\n", promise);

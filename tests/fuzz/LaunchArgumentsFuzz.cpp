@@ -1,4 +1,4 @@
-// Any argument list gives the values that a ten-line model gives, and any argument vector a language.
+// Any argument list gives the values that a ten-line model gives, and any argument vector sets a language.
 #include "Input.h"
 #include "KTRAppLaunchingEnv.h"
 #include "framework_art/commonmgr/LanguageManager.h"

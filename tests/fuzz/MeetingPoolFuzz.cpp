@@ -1,5 +1,5 @@
-// Random starts, stops, quits and exits of random processes against a small model: no path lost, none invented, every
-// count right.
+// Random starts, stops, quits and exits of random processes against a small model: no path is lost or invented, and
+// every count is right.
 #include "Input.h"
 #include "KTRMeetingPool.h"
 #include "support/FakeDistributedNotificationCenter.h"
@@ -91,7 +91,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             done(pid);
             break;
         default:
-            // Only a living process's exit can be watched: one that had gone before it was guarded is never reported.
+            // Only a living process's exit can be watched: a process that had ended before it was guarded is never
+            // reported.
             const bool isSeen = exitWatch.armedCount(pid) > 0;
             exitWatch.exit(pid);
             if (isSeen && guarded.contains(pid)) {

@@ -1,5 +1,5 @@
-// Whatever the source is called and whatever stands beside it, the destination ends in .mp4, lies in the source's
-// folder and names nothing that exists.
+// Whatever the source's name and its folder's content, the destination ends in .mp4, is in the source's folder and
+// names nothing that exists.
 #include "Input.h"
 #include "KTRMeetingRecordItem.h"
 #include "platform/FileManager.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The first names that are asked for are taken.
+/// Reports the first names that it is asked for as taken.
 class CrowdedFolder final : public platform::FileManager {
 public:
     explicit CrowdedFolder(std::size_t takenCount) : takenCount_(takenCount) {}
@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string itsFolder(platform::deletingLastPathComponent(source));
     fuzz::require(destination.starts_with(itsFolder + '/'), "the destination lies in the source's folder");
     const auto name = destination.substr(itsFolder.size() + 1);
-    // A source that names no file at all ("/") has no name either; there the folder is all there is.
+    // A source that names no file at all ("/") has no name either; then the result is only the folder.
     if (platform::lastPathComponent(source) != "/") {
         fuzz::require(name.find('/') == std::string::npos, "and not below it");
     }

@@ -1,4 +1,4 @@
-// Whatever texts a trace call carries, they reach the plug-in's place unharmed, and harm nothing without one.
+// Whatever texts a trace call carries, they reach the plug-in unchanged, and do no harm without one.
 #include "Input.h"
 #include "support/RecordingTrace.h"
 #include "unifiedtram/unifiedtram.h"

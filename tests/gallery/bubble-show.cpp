@@ -41,7 +41,7 @@ public:
     }
 };
 
-/// A compositor draws its own grey where nothing else is.
+/// A compositor draws its own grey where nothing else is drawn.
 std::unique_ptr<QWidget> makeDesktop() {
     const auto color = QString::fromUtf8(qgetenv("BUBBLE_SHOW_DESKTOP"));
     if (color.isEmpty()) {

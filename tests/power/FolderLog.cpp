@@ -36,7 +36,7 @@ std::string idOf(const struct stat& status) {
     return std::to_string(status.st_ino);
 }
 
-/// A name in a folder. Neither knows whether it is there.
+/// A name in a folder, whether or not it exists.
 struct Place {
     std::string folder;
     std::string name;
@@ -62,7 +62,7 @@ struct Place {
     }
 };
 
-/// Nothing else that is logged happens while one of these lives.
+/// While an object of this class exists, nothing else is logged.
 class Log {
 public:
     Log()
@@ -139,7 +139,7 @@ int openLogged(int folder, const char* path, int flags, ::mode_t mode) {
     return file;
 }
 
-/// Logs the names that `call` has given or taken.
+/// Logs the names that `call` has added or removed.
 template<typename Call>
 int changeLogged(const Place& first, const std::optional<Place>& second, Call call) {
     if (!first.isWatched() && !(second && second->isWatched())) {

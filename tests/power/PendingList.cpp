@@ -1,5 +1,5 @@
-// Reads state folders with the application's own reader: for each path on standard input, all whole entries in their
-// text form, and a line with a dot.
+// Reads state folders with the application's own reader: for each path on standard input, prints all complete entries
+// in their text form, and a line with a dot.
 
 #include "platform/BackgroundExecutor.h"
 #include "platform/DispatchQueue.h"

@@ -1,5 +1,5 @@
-// Preloaded into the converter: adds a line to the file POWER_SYNCS when a sync begins and when it has ended. The sync
-// that POWER_SKIP names is left out, so that the judge of power cuts can show that it notices.
+// Preloaded into the converter: adds a line to the file POWER_SYNCS when a sync starts and when it has ended. Skips the
+// sync that POWER_SKIP names, so that the judge of power cuts can show that it notices.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -17,8 +17,8 @@ std::string valueOf(const char* variable) {
     return value == nullptr ? "" : value;
 }
 
-/// A folder of recordings is synced for the MP4's name, and before that for the second name of a damaged source. Where
-/// POWER_MP4 names the only MP4 to come, the two are told apart.
+/// A folder of recordings is synced for the MP4's name, and before that for the second name of a damaged source. If
+/// POWER_MP4 names the only MP4 to come, this tells the two apart.
 bool isForSecondName(const std::string& folder) {
     const std::string mp4 = valueOf("POWER_MP4");
     return !mp4.empty() && ::access((folder + "/" + mp4).c_str(), F_OK) != 0;

@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// An application that records who asked it to end, and ends nothing.
+/// An application that records each request to terminate, and ends nothing.
 class FakeApplication final : public platform::Application {
 public:
     std::shared_ptr<platform::ApplicationDelegate> delegate() const override { return delegate_; }
@@ -24,12 +24,12 @@ public:
         terminateSenders_.push_back(sender);
     }
 
-    /// Without one every request is granted.
+    /// Without a check every request is granted.
     void setTerminationCheck(std::function<bool()> check) { terminationCheck_ = std::move(check); }
 
     std::size_t declinedCount() const { return declinedCount_; }
 
-    /// One entry a request that was granted, in order.
+    /// The sender of each granted request, in order.
     const std::vector<const platform::ApplicationDelegate*>& terminateSenders() const { return terminateSenders_; }
 
 private:

@@ -9,7 +9,7 @@
 
 namespace test {
 
-/// A bubble that records what is asked of it and announces its closing when the test says so.
+/// A bubble that records the calls to it and announces its closing when the test asks for it.
 class FakeAuroraBubble final : public CAuroraBubble {
 public:
     struct Showing {
@@ -36,7 +36,7 @@ public:
     /// Every call that showed the bubble, in order.
     const std::vector<Showing>& showings() const { return showings_; }
 
-    /// How often the bubble was told to close.
+    /// How often close was called.
     int closeCount() const { return closeCount_; }
 
 private:
@@ -46,7 +46,7 @@ private:
     int closeCount_ = 0;
 };
 
-/// Keeps every bubble within the test's reach; none closes by itself.
+/// Keeps every bubble accessible to the test; none closes by itself.
 class FakeAuroraBubbleMaker final : public AuroraBubbleMaker {
 public:
     explicit FakeAuroraBubbleMaker(platform::NotificationCenter& center) : center_(center) {}
@@ -55,14 +55,14 @@ public:
     makeBubbleWithDescriptionExternalClientView(std::shared_ptr<const CAuroraBubbleDescription> description,
                                                 std::shared_ptr<platform::ui::View> clientView) override;
 
-    /// In the order of making.
+    /// In the order of creation.
     const std::vector<std::shared_ptr<FakeAuroraBubble>>& bubbles() const { return bubbles_; }
 
-    /// Posts the will-close notice of one bubble, whether or not it was told to close (a bubble that has faded out
+    /// Posts the will-close notification of one bubble, whether or not close was called (a bubble that has faded out
     /// closes by itself).
     void postWillClose(const FakeAuroraBubble& bubble);
 
-    /// Posts the will-close notice, once, of every bubble that was told to close. Returns how many were announced.
+    /// Posts the will-close notification, once, of every bubble for which close was called. Returns their number.
     std::size_t finishClosing();
 
 private:

@@ -10,7 +10,8 @@
 
 namespace test {
 
-/// Runs its tasks when the test says so, on the test's thread. A task that sleeps gives the test a turn instead.
+/// Runs its tasks when the test asks for it, on the test's thread. A task that sleeps gives control to the test
+/// instead.
 class FakeBackgroundExecutor final : public platform::BackgroundExecutor {
 public:
     void async(std::function<void()> task) override { tasks_.push_back(std::move(task)); }
@@ -22,12 +23,12 @@ public:
         }
     }
 
-    /// Called at each sleep, in the sleeper's stead.
+    /// Called in place of each sleep.
     void setOnSleep(std::function<void()> onSleep) { onSleep_ = std::move(onSleep); }
 
     std::size_t pendingCount() const { return tasks_.size(); }
 
-    /// Runs the oldest task to its end; false when there is none.
+    /// Runs the oldest task to its end; false if there is none.
     bool runNext() {
         if (tasks_.empty()) {
             return false;

@@ -8,7 +8,7 @@ namespace test {
 
 namespace {
 
-// What an owner gets: its own object over the shared queue.
+// The object that an owner gets: a handle of the shared queue.
 class QueueHandle final : public platform::DispatchQueue {
 public:
     explicit QueueHandle(std::shared_ptr<FakeDispatchQueue> queue) : queue_(std::move(queue)) {}

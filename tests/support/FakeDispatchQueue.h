@@ -13,7 +13,7 @@
 
 namespace test {
 
-/// A queue that runs its tasks only when the test says so, on the thread that says so. Tasks may be put from any
+/// A queue that runs its tasks only when the test asks for it, on the calling thread. Tasks may be queued from any
 /// thread.
 class FakeDispatchQueue : public platform::DispatchQueue {
 public:
@@ -21,13 +21,13 @@ public:
 
     std::size_t pendingCount() const;
 
-    /// Waits until a task is there to run; false when none came within ten seconds.
+    /// Waits until there is a task to run; false if none came within ten seconds.
     bool waitForTask();
 
-    /// Runs the oldest task; false when there is none.
+    /// Runs the oldest task; false if there is none.
     bool runNext();
 
-    /// Runs tasks, those put meanwhile included, until none is left. Returns how many ran.
+    /// Runs tasks, including those queued meanwhile, until none is left. Returns how many ran.
     std::size_t drain();
 
 private:
@@ -38,7 +38,7 @@ private:
 
 using FakeMainQueue = FakeDispatchQueue;
 
-/// Hands out fake queues and keeps each within the test's reach, also after its owner has let go of it.
+/// Creates fake queues and keeps each accessible to the test, even after its owner has released it.
 class FakeSerialQueueMaker final : public platform::SerialQueueMaker {
 public:
     struct Made {
@@ -48,10 +48,10 @@ public:
 
     std::unique_ptr<platform::DispatchQueue> makeSerialQueue(const std::string& label) override;
 
-    /// In the order of making.
+    /// In the order of creation.
     const std::vector<Made>& made() const { return made_; }
 
-    /// The queue made last. The test fails here when none was made.
+    /// The queue created last. The test fails here if there is none.
     FakeDispatchQueue& last() const;
 
 private:

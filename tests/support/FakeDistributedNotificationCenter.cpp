@@ -28,7 +28,7 @@ void FakeDistributedNotificationCenter::postNotification(const platform::Distrib
 }
 
 void FakeDistributedNotificationCenter::deliver(const platform::DistributedNotification& notification) {
-    // Observers may come and go while they are called.
+    // Observers may be added and removed during the calls.
     const auto registrations = registrations_;
     for (const auto& registration : registrations) {
         if (registration->active && registration->name == notification.name) {

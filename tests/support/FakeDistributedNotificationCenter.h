@@ -11,8 +11,8 @@
 
 namespace test {
 
-/// A bus of one process. What is posted is recorded and, like on a real bus, reaches this process's own observers
-/// later: when the test calls `deliverPosted`.
+/// A bus of one process. Records what is posted; as on a real bus, it reaches this process's own observers later: when
+/// the test calls `deliverPosted`.
 class FakeDistributedNotificationCenter final : public platform::DistributedNotificationCenter {
 public:
     void addObserver(const void* observer, const std::string& name, Callback callback) override;

@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// A file system of names alone. Any thread.
+/// A file system of names only. Any thread.
 class FakeFileManager final : public platform::FileManager {
 public:
     void addFile(const std::string& path);
@@ -19,7 +19,7 @@ public:
     /// Removing `path` fails with `description` from now on.
     void failRemoving(const std::string& path, const std::string& description);
 
-    /// Every path that removing was asked for, in order, failures included.
+    /// Every path passed to the removal, in order, including failures.
     std::vector<std::string> removed() const;
 
     bool fileExistsAtPath(const std::string& path, bool* isDirectory) const override;

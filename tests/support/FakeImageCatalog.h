@@ -9,8 +9,8 @@
 
 namespace test {
 
-/// Has every image, except those that the test says are missing; the same name gives the same image. Installs itself
-/// as the standard catalogue for its lifetime.
+/// Has every image, except those that the test marks as missing; the same name gives the same image. Installs itself as
+/// the standard catalogue for its lifetime.
 class FakeImageCatalog final : public platform::ui::ImageCatalog {
 public:
     FakeImageCatalog() { setStandard(this); }

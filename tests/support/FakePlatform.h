@@ -20,8 +20,8 @@
 
 namespace test {
 
-/// Everything that the application asks of a platform, all of it fake. What may hold the application delegate comes
-/// last, so that the rest is still there when the delegate ends.
+/// Everything that the application asks of a platform, all of it fake. Members that may hold the application delegate
+/// come last, so that the rest still exists when the delegate is destroyed.
 struct FakePlatform {
     FakeImageCatalog images;
     FakeStringTables texts;

@@ -6,7 +6,7 @@
 
 namespace test {
 
-/// Processes that live exactly while the test says so; each start gives an id another start time.
+/// Processes that live exactly while the test says so; each start gives an id a new start time.
 class FakeProcessIdentities final : public platform::ProcessIdentities {
 public:
     platform::ProcessIdentity identityOf(std::int32_t processId) const override {
@@ -21,7 +21,7 @@ public:
     void start(std::int32_t processId) { startTimes_[processId] = ++lastStartTime_; }
     void end(std::int32_t processId) { startTimes_.erase(processId); }
 
-    /// Every process ends, and the machine starts again.
+    /// Ends every process and reboots the machine.
     void reboot() {
         startTimes_.clear();
         bootId_ += "'";

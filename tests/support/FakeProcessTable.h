@@ -16,8 +16,7 @@
 
 namespace test {
 
-/// A table that the test fills, and lets grow between two questions. Installs itself as the standard one for its
-/// lifetime.
+/// A table that the test fills, and lets grow between two calls. Installs itself as the standard one for its lifetime.
 class FakeProcessTable final : public platform::ProcessTable {
 public:
     FakeProcessTable() { setStandard(this); }
@@ -37,10 +36,10 @@ public:
     void failSize(int error) { sizeError_ = error; }
     void failRead(int error) { readError_ = error; }
 
-    /// The table asks for this much room, whatever it holds.
+    /// Makes the table report this size, whatever it holds.
     void claimSize(std::size_t bytes) { claimedSize_ = bytes; }
 
-    /// Called after each question for the size was answered.
+    /// Called after each request for the size.
     void setAfterSize(std::function<void()> afterSize) { afterSize_ = std::move(afterSize); }
 
     int size(std::size_t& bytes) const override {
@@ -93,7 +92,7 @@ public:
     int sizeCount() const { return sizeCount_; }
     int readCount() const { return readCount_; }
 
-    /// The room, in bytes, of each question for the ids.
+    /// The buffer size, in bytes, of each request for the ids.
     const std::vector<std::size_t>& listings() const { return listings_; }
     const std::vector<std::int32_t>& askedPaths() const { return askedPaths_; }
 

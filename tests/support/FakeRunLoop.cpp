@@ -54,7 +54,7 @@ std::shared_ptr<FakeRunLoop::FakeTimer> FakeRunLoop::nextDue(std::chrono::durati
 }
 
 void FakeRunLoop::advance(std::chrono::duration<double> duration) {
-    // Sums of binary fractions fall short by a hair; a tick due exactly at the end must not be lost to that.
+    // Sums of binary fractions may fall slightly short; a tick due exactly at the end must not be lost.
     const auto end = now_ + duration;
     const auto limit = end + std::chrono::nanoseconds(1);
     while (const auto timer = nextDue(limit)) {

@@ -9,8 +9,8 @@
 
 namespace test {
 
-/// A run loop whose time moves only when the test says so. Timers that are due together fire in the order in which
-/// they were made. Timers may be invalidated from any thread; everything else belongs to one thread.
+/// A run loop whose time moves only when the test moves it. Timers that are due together fire in the order of their
+/// creation. Timers may be invalidated from any thread; everything else belongs to one thread.
 class FakeRunLoop final : public platform::RunLoop {
 public:
     /// A descriptor that waits to be read. The fake never closes it.
@@ -26,13 +26,14 @@ public:
                                                             std::function<void()> fire) override;
     void addOneShotReadSource(int descriptor, std::function<void()> readable) override;
 
-    /// Moves time forward by `duration` and fires what falls due on the way, in order, timers made on the way included.
+    /// Moves time forward by `duration` and fires all timers that fall due, in order, including those created
+    /// meanwhile.
     void advance(std::chrono::duration<double> duration);
 
-    /// Time since the loop was made.
+    /// Time since the loop was created.
     std::chrono::duration<double> now() const { return now_; }
 
-    /// Every timer ever made, in order, valid or not.
+    /// Every timer ever created, in order, valid or not.
     const std::vector<std::shared_ptr<platform::Timer>>& timers() const { return handles_; }
 
     std::size_t validTimerCount() const;
@@ -40,7 +41,7 @@ public:
     /// The sources that have not fired, in the order of their registration.
     const std::vector<ReadSource>& readSources() const { return readSources_; }
 
-    /// Lets the first waiting source of `descriptor` fire; false when there is none.
+    /// Fires the first waiting source of `descriptor`; false if there is none.
     bool makeReadable(int descriptor);
 
 private:

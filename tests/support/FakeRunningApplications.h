@@ -8,7 +8,7 @@
 
 namespace test {
 
-/// Runs what the test says.
+/// The processes that the test adds are running.
 class FakeRunningApplications final : public platform::RunningApplications {
 public:
     void start(std::int32_t processId) { running_.insert(processId); }

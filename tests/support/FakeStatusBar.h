@@ -25,7 +25,7 @@ private:
     bool highlights_ = false;
 };
 
-/// Keeps every item within the test's reach.
+/// Keeps every item accessible to the test.
 class FakeStatusBar final : public platform::StatusBar {
 public:
     std::shared_ptr<platform::StatusItem> statusItemWithLength(double length) override {

@@ -8,7 +8,7 @@
 
 namespace test {
 
-/// Gives each text the size that the test says. Installs itself as the standard measure for its lifetime.
+/// Gives each text the size that the test sets. Installs itself as the standard measure for its lifetime.
 class FakeTextMeasure final : public platform::ui::TextMeasure {
 public:
     struct Question {
@@ -26,7 +26,7 @@ public:
 
     void setSize(const std::string& text, const platform::ui::Size& size) { sizes_[text] = size; }
 
-    /// For every text without a size of its own; one line of 50 by 14 until set.
+    /// For every text without a size of its own; one line of 50 by 14 by default.
     void setDefaultSize(const platform::ui::Size& size) { defaultSize_ = size; }
 
     platform::ui::Size sizeOfText(const std::string& text, const platform::ui::Font& font,

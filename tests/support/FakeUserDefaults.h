@@ -8,8 +8,8 @@
 
 namespace test {
 
-/// Settings in memory. What was flushed is kept apart, so that a test can tell a write from a write on the disk.
-/// Installs itself as the standard settings for its lifetime.
+/// Settings in memory. Flushed settings are recorded separately, so that a test can tell a write from a flush. Installs
+/// itself as the standard settings for its lifetime.
 class FakeUserDefaults final : public platform::UserDefaults {
 public:
     FakeUserDefaults() { setStandard(this); }

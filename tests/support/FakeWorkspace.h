@@ -18,7 +18,7 @@ public:
         return answer_;
     }
 
-    /// What every later opening answers; true until set.
+    /// The result of later openings; true by default.
     void setAnswer(bool answer) { answer_ = answer; }
 
     /// Called for each opening, after it was recorded.

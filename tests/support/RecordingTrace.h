@@ -13,7 +13,7 @@
 
 namespace test {
 
-/// One trace line as it reached the plug-in's place.
+/// One trace line as it reaches the plug-in.
 struct TraceLine {
     std::uint64_t level;
     std::optional<std::string> module;
@@ -24,13 +24,13 @@ struct TraceLine {
 
 using Log = std::vector<std::string>;
 
-// How `RecordingTrace::log` writes a line of the application: the level, then the expanded text.
+// The form in which `RecordingTrace::log` writes a line of the application: the level, then the expanded text.
 std::string info(const std::string& text);
 std::string warning(const std::string& text);
 std::string error(const std::string& text);
 
-/// Stands in the place of the trace plug-in for its lifetime and keeps what is traced; restores what was there before.
-/// One at a time. Lines may come from any thread.
+/// Replaces the trace plug-in for its lifetime and records the trace; restores the previous one at its end. One at a
+/// time. Lines may come from any thread.
 class RecordingTrace {
 public:
     RecordingTrace();
@@ -40,8 +40,8 @@ public:
 
     std::vector<TraceLine> lines() const;
 
-    /// Every line as `info`, `warning` and `error` write it, in order. A line that does not carry the application's
-    /// module alone says so, so that no comparison passes over it.
+    /// Every line in the form of `info`, `warning` and `error`, in order. A line without the application's module, or
+    /// with more, is marked, so that no comparison misses it.
     Log log() const;
 
     /// The lines of one thread.
@@ -50,17 +50,16 @@ public:
     /// The lines of all threads but one.
     Log logWithout(std::thread::id thread) const;
 
-    /// Forgets what was traced so far.
+    /// Forgets the lines recorded so far.
     void clear();
 
     /// Waits until a line that ends in `ending` has been traced `count` times; false after ten seconds.
     bool waitFor(const std::string& ending, std::size_t count = 1) const;
 
-    /// What the trace entry point answers; 0 until set.
+    /// Sets the result of the trace entry point; 0 by default.
     void setResult(std::int32_t result);
 
-    /// Called for each line after it was kept, on the tracing thread: a place to let something else happen at exactly
-    /// that moment.
+    /// Called for each line after it was recorded, on the tracing thread: lets a test act at exactly that moment.
     void setOnLine(std::function<void(const TraceLine&)> onLine);
 
 private:

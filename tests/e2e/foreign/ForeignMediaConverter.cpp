@@ -22,7 +22,7 @@ public:
     virtual void error(int code) = 0;
 };
 
-// Final, for the interface has no virtual destructor.
+// Final, because the interface has no virtual destructor.
 class Converter final {
 public:
     virtual void first() {}
@@ -31,7 +31,7 @@ public:
     virtual void release() {
         isReleased_ = true;
         if (thread_.joinable()) {
-            // The last callback of the job may be what has led here.
+            // This call may come from the last callback of the job.
             thread_.get_id() == std::this_thread::get_id() ? thread_.detach() : thread_.join();
         }
         delete this;

@@ -1,6 +1,6 @@
-// A trace plug-in for tests: adds each line to the file that RECORD_CONVERTER_TEST_TRACE names, behind the level and
-// the name of the thread, "main" or its id. A thread whose line contains what is in the file of that name with ".hold"
-// waits until that file is gone.
+// A trace plug-in for tests: appends each line to the file that RECORD_CONVERTER_TEST_TRACE names, after the level and
+// the name of the thread, "main" or its id. A thread whose line contains the content of the file of that name with
+// ".hold" waits until that file is gone.
 
 #include <cstdarg>
 #include <cstdint>
@@ -38,7 +38,7 @@ int add(std::uint64_t level, const char* module, const std::string& text) {
     const std::string thread = gettid() == getpid() ? "main" : std::to_string(gettid());
     const std::string line =
         std::to_string(level) + ' ' + thread + ' ' + (module != nullptr ? module : "(none)") + '|' + text + '\n';
-    // One write to a file opened for appending: lines of several threads don't mix.
+    // One write to a file opened for appending: lines of several threads do not mix.
     const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     const auto written = write(file, line.data(), line.size());
     close(file);

@@ -28,7 +28,7 @@ namespace {
 
 using Bytes = std::string;
 
-/// Of the processor, and by the clock for what waits for ever: the machine may be busy.
+/// In processor time, and in wall-clock time for what waits forever: the machine may be busy.
 constexpr rlim_t mostComputing = 30;
 constexpr unsigned mostWaiting = 600;
 
@@ -71,7 +71,7 @@ public:
 
 private:
     void mutate(Bytes& bytes, const Bytes& other) {
-        // Headers are where the decisions are made.
+        // Headers are where decisions are made.
         const std::size_t at = below(2) == 0 ? below(std::min<std::size_t>(bytes.size(), 2000)) : below(bytes.size());
         const std::size_t length = std::min(bytes.size() - at, 1 + below(200));
         switch (below(7)) {
