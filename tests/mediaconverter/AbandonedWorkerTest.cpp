@@ -16,17 +16,17 @@
 #include <csignal>
 #include <thread>
 
-// A conversion that is abandoned ends at once, whatever its worker does, and leaves no process behind.
+// An abandoned conversion ends at once, whatever its worker does, and leaves no process.
 
 namespace {
 
-/// While set, no process is killed. The last one that should have been is kept.
+/// While set, no process is killed. Keeps the last one that should have been.
 std::atomic<bool> sparesProcesses = false;
 std::atomic<pid_t> spared = 0;
 
 }  // namespace
 
-/// Stands in for the C library's, in the media converter as well.
+/// Replaces the C library's function, in the media converter as well.
 extern "C" __attribute__((visibility("default"))) int kill(pid_t process, int number) noexcept {
     if (sparesProcesses && number == SIGKILL) {
         spared = process;
@@ -49,7 +49,7 @@ protected:
         : application_(how), library_(dlopen(application_.library().c_str(), RTLD_NOW | RTLD_LOCAL)) {}
     ~AbandonedTest() override { dlclose(library_); }
 
-    /// Converts, and releases the converter meanwhile. How long the release took.
+    /// Converts, and releases the converter meanwhile. Returns how long the release took.
     steady_clock::duration abandon() {
         RecordingSink sink;
         auto converter = make(reinterpret_cast<CreateFunction>(dlsym(library_, "CreateMediaConverter")), sink);

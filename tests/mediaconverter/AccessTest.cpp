@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <optional>
 
-// The MP4 may be read by those who may read the recording, and by nobody else.
+// Exactly those who may read the recording may read the MP4.
 
 namespace {
 
@@ -42,7 +42,7 @@ std::string listOf(const std::vector<Entry>& entries) {
     return list;
 }
 
-/// A user may read; the owner's group may not, though the mode looks as if it could.
+/// A user may read; the owner's group may not, although the mode suggests that it could.
 const std::string userMayReadGroupMayNot = listOf({{1, 6}, {2, 4, 4711}, {4, 0}, {16, 4}, {32, 0}});
 
 class AccessTest : public FaultTest {
@@ -61,8 +61,8 @@ protected:
         return status;
     }
 
-    /// Converts as a user who may give files to no group but his own. He may look into every folder, since the build
-    /// may stand in one of root's.
+    /// Converts as a user who may give files only to his own group. He may search every folder, because the build may
+    /// be in one of root's.
     ProcessResult convertAsNobody(const std::vector<std::string>& environment = {}) {
         return convertInProcess(source_, destination(), environment,
                                 {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
@@ -147,7 +147,7 @@ TEST_F(ForeignGroupTest, WhoMayGiveFilesAwayGivesTheMp4ToTheRecordingsOwner) {
     EXPECT_EQ(status.st_mode & 0777U, 0640U);
 }
 
-#ifdef MEDIACONVERTER_FAULTS  // which plays a file system without unnamed files
+#ifdef MEDIACONVERTER_FAULTS  // which simulates a file system without unnamed files
 TEST_F(ForeignGroupTest, WithoutUnnamedFilesItIsTheSame) {
     ASSERT_EQ(::chown(source_.c_str(), nobody, foreignGroup), 0);
     ASSERT_EQ(::chmod(source_.c_str(), 0660), 0);
@@ -157,7 +157,7 @@ TEST_F(ForeignGroupTest, WithoutUnnamedFilesItIsTheSame) {
 }
 #endif
 
-/// Names of 255 bytes, which is all that a name can have.
+/// Names of 255 bytes, the longest possible.
 class LongNameTest : public FaultTest {
 protected:
     static std::string repeated(const std::string& text, std::size_t times) {
@@ -168,7 +168,7 @@ protected:
         return result;
     }
 
-    /// Converts the file `name` to what the application calls `target`, and wants it at `got`.
+    /// Converts the file `name` to the destination `target` and expects the MP4 at `got`.
     void expectConverted(const std::string& name, const std::string& target, const std::string& got) {
         const std::string source = put(name, contentOf(samples::matroska()));
         RecordingSink sink;
@@ -196,14 +196,14 @@ TEST_F(LongNameTest, KeepTheirNumber) {
 TEST_F(LongNameTest, AreNeverCutWithinACharacter) {
     const std::string stem = repeated("\xE2\x82\xAC", 84);  // 252 bytes
     expectConverted(stem + ".ts", stem + ".mp4", repeated("\xE2\x82\xAC", 83) + ".mp4");
-    const std::string bytes(252, '\x80');  // no characters at all
+    const std::string bytes(252, '\x80');  // no valid characters
     expectConverted(bytes + ".ts", bytes + ".mp4", std::string(251, '\x80') + ".mp4");
 }
 
 TEST_F(LongNameTest, ADamagedRecordingGetsItsSecondNameAsWell) {
     std::string bytes = contentOf(samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac"}, 20));
     std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.size() / 8, '\0');
-    // Ten bytes of " (damaged)" take the place of ten letters, or of the last letter and five characters of two bytes.
+    // The ten bytes of " (damaged)" replace ten letters, or the last letter and five characters of two bytes.
     for (const auto& [stem, second] :
          {std::pair(std::string(251, 'n'), std::string(241, 'n') + " (damaged).mkv"),
           std::pair(repeated("\xC3\xA4", 125) + "n", repeated("\xC3\xA4", 120) + " (damaged).mkv")}) {

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-// Every byte of a recording is in the MP4, structure, left out on purpose, or lost; and where some are lost, the
-// recording keeps a second name.
+// Every byte of a recording is in the MP4, structure, dropped on purpose, or lost; if any are lost, the recording keeps
+// a second name.
 
 namespace {
 
@@ -93,7 +93,7 @@ const std::vector<Container> healthy = {
 
 INSTANTIATE_TEST_SUITE_P(Containers, HealthyRecordingTest, testing::ValuesIn(healthy), nameOf);
 
-/// Containers whose structure tells of every loss, in recordings of one second and of twenty.
+/// Containers whose structure reveals every loss, in recordings of one second and of twenty.
 class LossTest : public AccountingTest, public testing::WithParamInterface<Container> {
 protected:
     template<typename Damage>
@@ -125,7 +125,8 @@ TEST_P(LossTest, NoiseIsNoticed) {
     }
 }
 
-/// Where a second recording shows; that of a program stream without an end code is converted with the first.
+/// Containers in which a second recording is noticed; one in a program stream without an end code is converted with the
+/// first.
 class AppendedRecordingTest : public LossTest {};
 
 TEST_P(AppendedRecordingTest, IsNoticed) {
@@ -222,7 +223,7 @@ TEST_F(AccountingTest, AProgramStreamThatPausesIsWhole) {
     Words words = {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=20",
                    "-f", "lavfi", "-i", "sine=sample_rate=48000:duration=20"};
     words.insert(words.end(), mpeg2Ac3.begin(), mpeg2Ac3.end());
-    // The first packet after the pause continues a picture.
+    // The first packet after the pause continues a frame.
     const std::string source = ffmpeg(plus(words, {"-bsf:v", "noise=drop=between(n\\,50\\,425)", "-bsf:a",
                                                    "noise=drop=between(n\\,70\\,550)", "paused.mpg"}));
     expectSuccess(source);
@@ -235,7 +236,7 @@ TEST_F(AccountingTest, OtherPicturesAfterAPauseOfAProgramStreamAreNoticed) {
     expectDamaged(first + contentOf(ffmpeg({"-i", other, "-c", "copy", "-output_ts_offset", "30", "later.mpg"})));
 }
 
-/// Audio without a container, in the middle of which something is missing.
+/// Audio without a container from whose middle something is missing.
 class RawAudioLossTest : public AccountingTest, public testing::WithParamInterface<Container> {};
 
 TEST_P(RawAudioLossTest, HolesNoiseAndMissingBytesAreNoticed) {

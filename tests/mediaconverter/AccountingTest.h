@@ -29,7 +29,7 @@ inline Words plus(Words words, const Words& more) {
 
 inline const Words h264Aac = {"-c:v", "libx264", "-preset", "ultrafast", "-g", "25", "-c:a", "aac"};
 
-/// Converts recordings of which every byte has to be accounted for.
+/// Converts recordings of which every byte must be accounted for.
 class AccountingTest : public FaultTest {
 protected:
     static std::string noise(std::size_t length) {
@@ -39,12 +39,12 @@ protected:
         return bytes;
     }
 
-    /// Converts the bytes and wants a second name for them. The log.
+    /// Converts the bytes and expects a second name for them. Returns the log.
     static std::string expectDamaged(const std::string& bytes) {
         return expectNames(bytes, {"out.mp4", "talk (damaged).rec", "talk.rec"});
     }
 
-    /// Converts the bytes and wants no second name. The log.
+    /// Converts the bytes and expects no second name. Returns the log.
     static std::string expectWhole(const std::string& bytes) { return expectNames(bytes, {"out.mp4", "talk.rec"}); }
 
 private:

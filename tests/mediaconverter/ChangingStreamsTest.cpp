@@ -5,15 +5,15 @@
 #include <cstdlib>
 #include <filesystem>
 
-// Video that changes its size or shape on the way and has to be re-encoded: the MP4 has room for the largest picture,
-// and no picture is stretched.
+// Video that changes its size or shape in mid-stream and must be re-encoded: the MP4 has room for the largest frame,
+// and no frame is stretched.
 
 namespace {
 
 using namespace mediatest;
 namespace fs = std::filesystem;
 
-/// What a part of such a recording is made of.
+/// One part of such a recording.
 struct Part {
     const char* size;
     const char* aspect = "1";  ///< of a pixel
@@ -38,7 +38,7 @@ protected:
         return ffmpeg({"-f", "concat", "-safe", "0", "-i", folder_.file("list"), "-c", "copy", "both." + extension});
     }
 
-    /// One picture of the result, as red, green and blue.
+    /// One frame of the result, as red, green and blue.
     struct Picture {
         int width = 0;
         int height = 0;

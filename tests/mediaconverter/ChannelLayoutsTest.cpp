@@ -17,12 +17,12 @@ class ChannelLayoutsTest : public FaultTest {
 protected:
     static int frequencyOf(int channel) { return 300 + 100 * channel; }
 
-    /// The channel's tone in the result, in Hz, by its passages through zero.
+    /// The frequency of the channel's tone in the result, in Hz, from its zero crossings.
     static double frequencyIn(const std::string& path, int channel) {
         return toneIn(path, {}, {"-af", "pan=mono|c0=c" + std::to_string(channel)});
     }
 
-    /// Half a second of a tone of its own on every channel, as uncompressed samples.
+    /// Half a second with a different tone on every channel, as uncompressed samples.
     std::string tones(int channels) {
         constexpr int rate = 48000;
         std::string bytes;
@@ -45,7 +45,7 @@ struct Layout {
     const char* name;
     const char* layout;
     int channels;
-    int lowFrequencies;  ///< that channel, which AAC cuts; -1 where there is none
+    int lowFrequencies;  ///< index of that channel, which AAC filters; -1 if there is none
 };
 
 class LayoutTest : public ChannelLayoutsTest, public testing::WithParamInterface<Layout> {};
@@ -131,7 +131,7 @@ TEST_F(ChannelLayoutsTest, EveryFormatOfSamplesIsRead) {
         const std::string source = ffmpeg({"-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000", "-t", "0.5",
                                            "-c:a", codec, std::string("format.") + extension});
         fs::remove(destination());
-        // NUT is not accounted for, so each of its recordings keeps a second name.
+        // NUT is not accounted for, so every NUT recording keeps a second name.
         const std::string second = folder_.file("format (damaged).nut");
         expectSuccess(source, std::string(extension) == "nut" ? Words{"format (damaged).nut"} : Words{});
         EXPECT_NEAR(frequencyIn(destination(), 0), 440, 20) << codec;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// How many threads the codecs are given.
+// The number of threads for the codecs.
 
 namespace {
 

@@ -13,11 +13,11 @@ using CreateFunction = int (*)(zed::IZedMediaConverter**, zed::IZedMediaConverte
 /// CreateMediaConverter of the library that ships, as this build made it.
 CreateFunction shippedConverter();
 
-/// RemoveConvertedSource of that library.
+/// RemoveConvertedSource of the library that ships.
 using RemoveFunction = int (*)(const char*, char*, std::size_t);
 RemoveFunction shippedRemoval();
 
-/// The file of that library.
+/// The path of that library.
 std::string shippedLibrary();
 
 /// The application folder that it is in.
@@ -33,7 +33,7 @@ using ConverterPointer = std::unique_ptr<zed::IZedMediaConverter, Releaser>;
 
 ConverterPointer make(CreateFunction create, zed::IZedMediaConverterSink& sink);
 
-/// Converts with the library that ships and a sink of its own. The result of Convert.
+/// Converts with the library that ships and the given sink. Returns the result of Convert.
 int convert(const std::string& source, const std::string& destination, RecordingSink& sink);
 
 }  // namespace mediatest

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-// Recordings that are cut or damaged on the way: what is whole is saved.
+// Recordings that are cut or damaged: the intact part is saved.
 
 namespace {
 
@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 const Words reordered = {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-c:a", "aac"};
 
-/// A cut recording of each kind whose packets are whole up to the cut.
+/// One cut recording of each kind whose packets are complete up to the cut.
 class CutRecordingTest : public AccountingTest, public testing::WithParamInterface<const char*> {
 protected:
     static std::string whole() {
@@ -40,7 +40,7 @@ TEST_P(CutRecordingTest, EveryCompletePacketBeforeTheCutIsSaved) {
         convert(source, destination(), sink);
         const std::string log = testing::internal::GetCapturedStderr();
         if (!sink.isSuccess()) {
-            // A cut before the first packets leaves nothing to save; it must say just that.
+            // A cut before the first packets leaves nothing to save; the error must say exactly that.
             EXPECT_LE(percent, 25) << log;
             EXPECT_TRUE(sink.onlyError() == static_cast<int>(nothingRecorded) ||
                         sink.onlyError() == static_cast<int>(notARecording) ||
@@ -49,7 +49,7 @@ TEST_P(CutRecordingTest, EveryCompletePacketBeforeTheCutIsSaved) {
             continue;
         }
         ++saved;
-        // The ffmpeg tools count a packet cut in two as one; ours holds whole ones.
+        // The ffmpeg tools count a packet that was cut; ours contains complete ones only.
         const auto have = packetCounts(destination());
         const auto complete = packetCounts(source);
         for (std::size_t stream = 0; stream < have.size(); ++stream) {
@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Container{"Mp3", "mp3", {"-vn", "-c:a", "libmp3lame", "-write_xing", "0", "-id3v2_version", "0"}}),
     nameOf);
 
-/// Containers that say how long a picture is.
+/// Containers that state the size of a frame.
 class CutPictureTest : public AccountingTest, public testing::WithParamInterface<Container> {};
 
 TEST_P(CutPictureTest, IsLeftOutAndAllBeforeItAreSaved) {
@@ -98,7 +98,7 @@ TEST_P(CutPictureTest, IsLeftOutAndAllBeforeItAreSaved) {
     const Words positions = probe(whole, "packet=pos");
     for (const std::size_t count : {5U, 18U}) {
         fs::remove(destination());
-        // Twenty bytes before the next one are within this one.
+        // Twenty bytes before the next frame are within this one.
         const std::size_t end = std::stoul(positions.at(count + 1)) - 20;
         const std::string log = expectSuccess(put("cut.rec", contentOf(whole).substr(0, end)));
         EXPECT_EQ(packetCounts(destination()), std::vector{static_cast<int>(count)}) << log;
@@ -119,7 +119,7 @@ TEST_F(AccountingTest, ATagBetweenTheFramesOfAdtsIsStructure) {
     for (const std::string& size : probe(whole, "packet=size")) {
         middle += middle < bytes.size() / 2 ? std::stoul(size) : 0;
     }
-    // ID3v2.4, of twenty bytes after its header.
+    // An ID3v2.4 tag of twenty bytes after its header.
     bytes.insert(middle, std::string("ID3\x04\0\0\0\0\0\x14", 10) + std::string(20, 'x'));
     expectSuccess(put("tagged.rec", bytes));
     EXPECT_EQ(packetCounts(destination()), packetCounts(whole));
@@ -132,7 +132,7 @@ TEST_F(AccountingTest, ATransportStreamThatStartsInMidPictureGroup) {
     EXPECT_GT(packetCounts(destination()).at(0), 40);
 }
 
-/// Where the middle of a recording cannot be read.
+/// Recordings whose middle cannot be read.
 class DamagedRecordingTest : public AccountingTest, public testing::WithParamInterface<const char*> {
 protected:
     static std::string whole() {
@@ -219,7 +219,7 @@ TEST_P(DamagedRecordingTest, OneFlippedBitBesideAPacketCostsLittleAndIsNoticed) 
             EXPECT_GT(have[stream], all[stream] * 9 / 10) << stream;
             lost += std::max(0, all[stream] - have[stream]);
         }
-        // Some bits make of one packet what no one can know for one.
+        // A few flipped bits turn one packet into something that cannot be recognised as a packet.
         EXPECT_TRUE(lost <= 1 || fs::exists(folder.file("talk (damaged).rec"))) << lost << " are missing";
         EXPECT_NEAR(std::stod(probe(folder.file("out.mp4"), "format=duration").front()), 20, 1);
     }
@@ -229,7 +229,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, DamagedRecordingTest,
                          testing::Values("Matroska", "TransportStream", "FragmentedMp4", "Flv"),
                          [](const auto& test) { return std::string(test.param); });
 
-/// What can be wrong in a fragment's header without any box of it being malformed.
+/// A fragment header that is wrong although none of its boxes is malformed.
 struct WrongHeader {
     const char* name;
     const char* box;

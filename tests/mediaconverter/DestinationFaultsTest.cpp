@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <thread>
 
-// What can be wrong with the place that the MP4 is to have: never replaced, and one error each.
+// Everything that can be wrong with the MP4's destination: nothing is replaced, and one error is reported.
 
 namespace {
 
@@ -72,7 +72,7 @@ TEST_F(DestinationFaultsTest, AFolderThatMayNotBeWrittenTo) {
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
     std::vector<std::string> before;
     if (::getuid() == 0) {
-        // Still the owner of everything on the way, but bound by permissions.
+        // Still the owner of everything on the path, but bound by permissions.
         before = {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
     }
     const auto result = convertInProcess(source_, target.file("out.mp4"), {}, before);

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-// A packet far into the recording that is to be shown before all others: its start is the recording's.
+// A packet far into the recording that is shown before all others: its start becomes the recording's.
 
 namespace {
 
@@ -14,7 +14,7 @@ TEST_F(ShownTimesTest, ATrackFoundLateThatBeginsBeforeTheOthersIsShownFirst) {
     const std::string base = ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=100:duration=7", "-f", "lavfi",
                                      "-i", "sine=sample_rate=48000:duration=7", "-c:v", "libx264", "-preset",
                                      "ultrafast", "-profile:v", "baseline", "-c:a", "aac", "base.mkv"});
-    // The first audio comes after 600 pictures, and was to be heard half a second before the first of them.
+    // The first audio comes after 600 frames, but was to be heard half a second before the first of them.
     const std::string source = ffmpeg({"-i", base, "-c", "copy", "-bsf:a", "noise=drop=lt(n\\,282),setts=ts=TS-6.5/TB",
                                        "-max_interleave_delta", "1", "-output_ts_offset", "10", "late.mkv"});
     std::filesystem::remove(base);

@@ -10,7 +10,7 @@
 #include <map>
 #include <vector>
 
-// What the scanners expect the media library to deliver of a whole recording is what it does deliver, to the byte.
+// The media library delivers exactly what the scanners expect of an intact recording, to the byte.
 
 namespace {
 
@@ -25,7 +25,7 @@ protected:
     }
     ~ExpectationsTest() override { ::close(descriptor_); }
 
-    /// Of each stream, as the library reads them.
+    /// Bytes per stream, as the library reads them.
     std::map<unsigned, std::int64_t> deliveredBytes() {
         std::map<unsigned, std::int64_t> bytes;
         const worker::PacketPointer packet = worker::newPacket();
@@ -60,7 +60,7 @@ TEST_P(ExpectationsTest, AreTheBytesThatTheLibraryDelivers) {
     for (const worker::Expectation& one : expectations()) {
         expected[one.stream] = one.bytes;
     }
-    // Without the zeros of a raw stream's first start code.
+    // Zeros before the first start code of a raw stream, which are not counted.
     constexpr std::int64_t mostZeros = 3;
     ASSERT_EQ(expected.size(), delivered.size());
     for (const auto& [stream, bytes] : delivered) {

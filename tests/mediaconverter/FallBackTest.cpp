@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <limits>
 
-// What happens to a track that can't be stored as it is: it alone is re-encoded, and what can't even be re-encoded is
-// left out and reported.
+// A track that cannot be stored as it is: only that track is re-encoded, and parts that cannot be re-encoded either are
+// dropped and reported.
 
 namespace {
 
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 class FallBackTest : public FaultTest {
 protected:
-    /// A tone of 440 Hz, `seconds` long, in the format that the name's ending stands for.
+    /// A tone of 440 Hz, `seconds` long, in the format of the name's extension.
     std::string tone(const std::string& rate, const std::string& channels, Words codec, const std::string& name) {
         Words arguments = {"-f", "lavfi", "-i", "sine=frequency=440:sample_rate=" + rate, "-t", "2", "-ac", channels};
         arguments.insert(arguments.end(), codec.begin(), codec.end());
@@ -25,12 +25,12 @@ protected:
         return ffmpeg(arguments);
     }
 
-    /// The frequency of the tone at `from` seconds, in Hz, from its passages through zero.
+    /// The frequency of the tone at `from` seconds, in Hz, from its zero crossings.
     static double frequencyAt(const std::string& path, const std::string& from) {
         return toneIn(path, {"-ss", from}, {"-ac", "1"});
     }
 
-    /// Converts and gives back the log. Two recordings in one file may be taken for a damaged one.
+    /// Converts and returns the log. Two recordings in one file may count as a damaged one.
     std::string convertJoined(const std::string& source) {
         testing::internal::CaptureStderr();
         convert(source, destination(), sink_);
@@ -39,7 +39,7 @@ protected:
         return log;
     }
 
-    /// Half a second of what is heard from the middle on, a sample each 1/48000 s.
+    /// Half a second of audio from the middle on, one sample per 1/48000 s.
     static std::vector<int> heardFromTheMiddle(const std::string& path) {
         const std::string bytes = outputOf({"ffmpeg", "-v", "error", "-ss", "2", "-i", path, "-t", "0.5", "-ar",
                                             "48000", "-ac", "1", "-f", "s16le", "-"});
@@ -57,7 +57,7 @@ protected:
     }
 };
 
-/// Audio whose packets say themselves in what form they are.
+/// Audio whose packets state their own form.
 struct SelfDescribing {
     const char* name;
     const char* extension;
@@ -138,7 +138,7 @@ TEST_F(FallBackTest, OnlyTheTrackThatCannotBeStoredIsReencoded) {
 TEST_F(FallBackTest, ARefusedTrackDoesNotCostTheOthersTheirCopy) {
     std::string bytes =
         contentOf(samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "libopus"}, 1));
-    // The header of Opus under a name that nobody knows: no MP4 can be begun without it.
+    // The header of Opus under an unknown name: no MP4 can be started without it.
     bytes[bytes.rfind("\x63\xA2", bytes.find("OpusHead")) + 1] = '\xA3';
     const std::string log = expectSuccess(put("headless.mkv", bytes));
     EXPECT_NE(log.find("cannot be stored as it is"), std::string::npos) << log;
@@ -150,7 +150,7 @@ TEST_F(FallBackTest, OneBadAdtsHeaderCostsOnePacket) {
     const std::string base = samples::make("aac", {"-vn", "-c:a", "aac"});
     const int packets = packetCounts(base).at(0);
     std::string bytes = contentOf(base);
-    // The frame's length is in the header; so the next one is found.
+    // The header states the frame's length, which leads to the next frame.
     std::size_t at = 0;
     for (int frame = 0; frame < packets / 2; ++frame) {
         const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(bytes[at + index]); };
@@ -174,7 +174,7 @@ TEST_F(FallBackTest, OneBadAdtsHeaderCostsOnePacket) {
     }
 }
 
-/// Writes a sample into uncompressed audio, in the middle of the file.
+/// Writes a sample into the middle of uncompressed audio.
 template<typename Sample>
 std::string withSample(std::string bytes, Sample sample) {
     const std::size_t middle = bytes.size() / 2 / sizeof sample * sizeof sample + (bytes.size() % sizeof sample);
@@ -202,7 +202,7 @@ TEST_F(FallBackTest, SamplesThatAreNoNumbersBecomeSilence) {
         expectSuccess(put(name + ".wav", bytes), {name + " (damaged).wav"});
         EXPECT_NEAR(std::stod(probe(destination(), "format=duration").at(0)), 3, 0.001) << name;
         EXPECT_EQ(packetCounts(destination()), packets) << name << ": a whole frame was left out";
-        // An encoder that refuses a frame lets all that follow take the place of the one before.
+        // If the encoder refuses a frame, all later frames move up by one.
         const auto found = heardFromTheMiddle(destination());
         ASSERT_EQ(found.size(), heard.size()) << name;
         for (std::size_t index = 0; index < heard.size(); ++index) {

@@ -9,7 +9,7 @@ namespace mediatest {
 
 namespace {
 
-/// The regular files of a folder and what they hold.
+/// The regular files of a folder and their contents.
 std::map<std::string, std::string> contentsOf(const TemporaryFolder& folder) {
     std::map<std::string, std::string> contents;
     for (const std::string& name : folder.names()) {
@@ -69,7 +69,7 @@ std::string FaultTest::expectSuccess(const std::string& source, const std::vecto
 std::vector<int> FaultTest::packetCounts(const std::string& path) {
     std::vector<int> counts;
     std::string output;
-    // What ffprobe refuses altogether has no packets for it; ours may do better.
+    // ffprobe finds no packets in a file that it rejects altogether; ours may do better.
     runFor({"ffprobe", "-v", "quiet", "-show_entries", "packet=stream_index", "-of", "csv=p=0", path}, output);
     for (const std::string& line : linesOf(output)) {
         const auto stream = static_cast<std::size_t>(std::atoi(line.c_str()));

@@ -22,7 +22,7 @@
 #include <cstring>
 #include <ctime>
 
-// The C library's own, by the names that it keeps for interposers.
+// The C library's own functions, under the names that it keeps for interposers.
 extern "C" {
 void* __libc_malloc(size_t size) noexcept;
 void* __libc_memalign(size_t alignment, size_t size) noexcept;
@@ -88,7 +88,7 @@ __attribute__((constructor)) void readFault() {
     fault.number = std::strtol(end + 1, &rest, 10);
     fault.error = static_cast<int>(std::strtol(rest + 1, &rest, 10));
     fault.all = *rest == ':';
-    // Opened now: the worker may open nothing later. The number is beyond what it uses.
+    // Opened now, because the worker may open nothing later. The number is beyond those it uses.
     if (const char* const path = setting("FAULT_HIT"); path != nullptr) {
         const auto made = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, O_CREAT | O_WRONLY, 0600));
         fault.hit = static_cast<int>(::syscall(SYS_fcntl, made, F_DUPFD_CLOEXEC, 900));
@@ -96,7 +96,7 @@ __attribute__((constructor)) void readFault() {
     }
 }
 
-/// True when this call is the one to fail; sets errno.
+/// Whether this call is the one that must fail; sets errno.
 bool strikes(const char* call) {
     if (fault.number == 0 || std::strcmp(call, fault.call) != 0) {
         return false;
@@ -112,7 +112,7 @@ bool strikes(const char* call) {
     return true;
 }
 
-/// Seconds to take from the time of day at this look.
+/// Seconds to subtract from the time of day at this call.
 time_t setBack() {
     static std::atomic<time_t> hours{0};
     return clockGoesBack ? 3600 * ++hours : 0;
@@ -186,7 +186,7 @@ INTERPOSE int linkat(int from, const char* name, int to, const char* target, int
 }
 
 INTERPOSE int renameat2(int from, const char* name, int to, const char* target, unsigned flags) noexcept {
-    // A second switch, so that a file system without either can be played.
+    // A separate switch, to simulate a file system that has neither.
     if (setting("NO_RENAME_NOREPLACE") != nullptr && flags != 0) {
         errno = EINVAL;
         return -1;

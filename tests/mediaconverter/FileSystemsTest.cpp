@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <iostream>
 
-// Real file systems: full ones, read-only ones, ones that lack unnamed files and links. What they can't be made to do
-// is played by injected faults in a test of its own, which runs for everybody; these need the right to mount.
+// Real file systems: full ones, read-only ones, ones without unnamed files and links. Injected faults simulate the
+// other cases in a test of its own, which everyone can run; these tests need the right to mount.
 
 namespace {
 
@@ -32,13 +32,13 @@ protected:
                    contentOf(samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac"}, 15)));
     }
 
-    /// Low sound that takes more room as AAC than as samples: nothing tells beforehand how much.
+    /// Quiet audio that takes more room as AAC than as samples: its size cannot be predicted.
     std::string encoded(int seconds) {
         return put("a.wav",
                    contentOf(samples::make("wav", {"-vn", "-c:a", "pcm_u8", "-ar", "8000", "-ac", "1"}, seconds)));
     }
 
-    /// Converts into `mounted`: a whole MP4, or diskFull and nothing left. True for the first.
+    /// Converts into `mounted` and expects a complete MP4, or diskFull and nothing left. True for the first.
     bool convertOrFull(const std::string& source, const MountedFolder& mounted) {
         const std::string result = mounted.file("out.mp4");
         const std::string before = contentOf(source);
@@ -59,7 +59,7 @@ protected:
         return true;
     }
 
-    /// From no room at all to enough, by `step`: where it fails at first and ends well at last.
+    /// From no room at all to enough, in steps of `step`: the conversion fails at first and succeeds at the end.
     void expectOneErrorUntilThereIsRoom(const std::string& source, const MountedFolder& mounted, std::int64_t first,
                                         std::int64_t last, std::int64_t step) {
         int failures = 0;
@@ -77,7 +77,7 @@ protected:
 
 class FullDiskTest : public FileSystemsTest, public testing::WithParamInterface<const char*> {
 protected:
-    /// The smallest that the file systems can be made for this.
+    /// The smallest size with which these file systems can be created.
     static std::int64_t size() { return GetParam() == std::string("xfs") ? 320 * mebibyte : 32 * mebibyte; }
 };
 
@@ -89,7 +89,7 @@ TEST_P(FullDiskTest, AtEveryMebibyteOfACopy) {
 }
 
 TEST_P(FullDiskTest, AtTheIndex) {
-    // The data has room, the index has less and less.
+    // There is room for the data, and less and less for the index.
     const MountedFolder mounted(GetParam(), size());
     const std::string source = copied();
     const auto length = static_cast<std::int64_t>(fs::file_size(source));
@@ -111,7 +111,7 @@ TEST_P(FullDiskTest, TakenByOthersWhileConverting) {
         }
     };
     convert(source, mounted.file("out.mp4"), sink);
-    // What was written into the last free blocks by then may have been enough.
+    // The data written to the last free blocks by then may have been enough.
     if (!sink.isSuccess()) {
         EXPECT_EQ(sink.onlyError(), static_cast<int>(diskFull));
         EXPECT_TRUE(mounted.names().empty());

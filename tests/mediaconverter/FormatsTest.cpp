@@ -9,7 +9,7 @@
 #include <cmath>
 #include <sstream>
 
-// Every recording becomes an MP4: what MP4 holds bit for bit, the rest re-encoded.
+// Every recording becomes an MP4: streams that MP4 can hold are copied bit for bit, the rest is re-encoded.
 
 namespace {
 

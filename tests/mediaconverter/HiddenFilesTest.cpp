@@ -10,7 +10,7 @@
 #include <random>
 #include <thread>
 
-// What holds of the destination holds where the file system has no unnamed files, too, and in the same order.
+// All promises about the destination also hold on file systems without unnamed files, in the same order.
 
 namespace {
 
@@ -33,7 +33,7 @@ protected:
         return more;
     }
 
-    /// The command of a conversion in a process of its own.
+    /// The command that runs a conversion in a separate process.
     Words command(const std::string& source, const std::string& target) const {
         Words words = {"env"};
         const Words variables = environment();
@@ -42,14 +42,14 @@ protected:
         return words;
     }
 
-    /// Waits until the process has its output file, so that what comes next comes in the middle.
+    /// Waits until the process has its output file, so that the next step happens during the conversion.
     void waitForOutput(const Process& process) const {
         for (int attempt = 0; attempt < 5000 && !workerOf(process.id()); ++attempt) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
 
-    /// Takes a while: raw video that is encoded.
+    /// Takes a while to convert: raw video that is encoded.
     std::string slowSource() {
         return put("slow.mkv", contentOf(samples::make("mkv", {"-an", "-c:v", "rawvideo", "-pix_fmt", "yuv420p"}, 8)));
     }
@@ -87,7 +87,7 @@ TEST_P(DestinationTest, OfTwoConvertersWithOneDestinationOneHasIt) {
     EXPECT_EQ(packetCounts(destination()), packetCounts(slow));
 }
 
-/// The calls that bring names and data to the disk, in order.
+/// The calls that write names and data to the disk, in order.
 std::vector<std::string> callsIn(const std::string& trace) {
     std::vector<std::string> calls;
     std::ifstream lines(trace);
@@ -124,7 +124,7 @@ TEST_P(DestinationTest, KilledAtRandomMomentsThereIsAWholeMp4OrNone) {
         EXPECT_TRUE(contentOf(source_) == content);
         EXPECT_TRUE(!fs::exists(destination()) || contentOf(destination()) == expected) << "a half-made MP4";
     }
-    // What they left goes with a later one, once their workers have died as well.
+    // A later conversion removes their files, once their workers have died as well.
     for (int attempt = 0; attempt < 100 && (folder_.names().size() != 2 || !fs::exists(destination())); ++attempt) {
         fs::remove(destination());
         convertInProcess(source_, destination(), environment());
@@ -135,7 +135,7 @@ TEST_P(DestinationTest, KilledAtRandomMomentsThereIsAWholeMp4OrNone) {
 INSTANTIATE_TEST_SUITE_P(FileSystems, DestinationTest, testing::Bool(),
                          [](const auto& test) { return test.param ? "WithUnnamedFiles" : "WithoutUnnamedFiles"; });
 
-/// A damaged recording where the file system has neither links nor unnamed files.
+/// A damaged recording on a file system that has neither links nor unnamed files.
 class CopiedSourceTest : public FaultTest {
 protected:
     CopiedSourceTest() {
@@ -183,7 +183,7 @@ TEST_F(CopiedSourceTest, EveryInterruptedReadIsTriedAgain) {
     EXPECT_GT(interrupted, 2) << "the check of the MP4 and the copy both read";
 }
 
-/// Interrupted calls, wherever.
+/// Interrupted system calls, anywhere.
 class InterruptedTest : public FaultTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(InterruptedTest, AreMadeAgain) {

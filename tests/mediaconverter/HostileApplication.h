@@ -12,7 +12,7 @@
 
 namespace mediatest {
 
-/// An application folder whose worker is the hostile one.
+/// An application folder with the hostile worker.
 class HostileApplication {
 public:
     explicit HostileApplication(const std::string& how) {

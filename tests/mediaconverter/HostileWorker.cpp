@@ -11,8 +11,8 @@
 #include <string>
 #include <string_view>
 
-// A worker program that misbehaves; what it does is its argument. Tests put a script in the worker's place that
-// starts it with its descriptors.
+// A worker program that misbehaves in the way its argument names. Tests replace the worker with a script that starts it
+// with the worker's descriptors.
 
 namespace {
 
@@ -46,7 +46,7 @@ void sendHalfAMessage() {
     static_cast<void>(!::write(given::report, bytes, sizeof bytes));
 }
 
-/// Reports as if it lived, and gets nowhere.
+/// Keeps reporting, but makes no progress.
 [[noreturn]] void reportTheSameForEver() {
     while (true) {
         send(WorkerMessage::Kind::progress, 0.25F);
@@ -54,7 +54,7 @@ void sendHalfAMessage() {
     }
 }
 
-/// While a child shares its memory, the process is in the sleep that no signal but a deadly one ends.
+/// While a child shares its memory, the process is in a sleep that only a deadly signal ends.
 void sleepUninterruptibly(unsigned seconds) {
     const pid_t child = ::vfork();
     if (child == 0) {
@@ -89,7 +89,7 @@ void reportEnvironment() {
     }
 }
 
-/// Makes the output larger than any MP4, of nothing: as inserting room does, which no limit of the kernel counts.
+/// Makes the output larger than any MP4 without writing data, like inserting room, to which no kernel limit applies.
 void growOutput() {
     for (off_t gibibytes = 1; gibibytes <= 1024; gibibytes *= 2) {
         static_cast<void>(!::ftruncate(given::output, gibibytes << 30U));
@@ -144,7 +144,7 @@ int main(int, char** arguments) {
     } else if (how == "done, then growing") {
         send(WorkerMessage::Kind::done);
         ::close(given::report);
-        ::usleep(300'000);  // for the looks that this report and its end bring about
+        ::usleep(300'000);  // for the checks that this report and its end cause
         growOutput();
         return EXIT_SUCCESS;
     } else if (how == "environment") {

@@ -14,8 +14,8 @@
 #include <future>
 #include <map>
 
-// A worker that has been taken over by what it reads, or is broken in the oddest ways: the application goes on, in
-// time, with one error, and nothing of it is published.
+// A worker that was taken over by the file it reads, or is broken in the oddest ways: the application continues in
+// time, with one error, and publishes nothing of its output.
 
 namespace {
 
@@ -33,7 +33,7 @@ struct Ending {
 
 Ending convertIn(const HostileApplication& application, const std::vector<std::string>& before = {}) {
     const auto start = steady_clock::now();
-    // Longer than any of them may take; what hangs is to fail and not to stay.
+    // Longer than any of them may take; a test that hangs must fail.
     std::vector<std::string> command = {"timeout", "--kill-after=1",     "100",
                                         "env",     "SECRET=of the user", "LD_HARMLESS=for the loader"};
     command.insert(command.end(), before.begin(), before.end());
@@ -50,13 +50,13 @@ Ending convertWith(const std::string& how, const std::vector<std::string>& befor
     return convertIn(HostileApplication(how), before);
 }
 
-/// Those that only time can tell, all at once.
+/// Workers that only a time limit can detect, all at once.
 class PatienceTest : public testing::TestWithParam<std::pair<const char*, ConversionError>> {
 protected:
     static void SetUpTestSuite() {
         static_cast<void>(samples::matroska());
-        // All files are written before any process starts: it would inherit those that are open, and a conversion waits
-        // until nobody has its source open for writing.
+        // All files are written before any process starts: it would inherit open ones, and a conversion waits until no
+        // process has its source open for writing.
         std::map<std::string, HostileApplication> applications;
         for (const auto* how : {"half a message, then silence", "closed reports", "closed reports, computing",
                                 "done without ending", "done, computing", "the same progress", "uninterruptible"}) {
@@ -91,7 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(std::pair("half a message, then silence", workerHung), std::pair("closed reports", workerHung),
                     std::pair("closed reports, computing", workerHung), std::pair("done without ending", workerHung),
                     std::pair("done, computing", workerHung), std::pair("the same progress", workerHung),
-                    // Not hung: it has been waiting for 36 seconds as for a disk.
+                    // Not hung: for 36 seconds it appears to wait for a disk.
                     std::pair("uninterruptible", workerCrashed)),
     [](const auto& test) {
         std::string name = test.param.first;
@@ -127,7 +127,7 @@ TEST(HostileWorkerTest, ItsProcessorTimeIsLimited) {
 }
 
 TEST(HostileWorkerTest, BeyondItsProcessorTimeItIsEndedWithAnErrorOfItsOwn) {
-    // A tighter limit that the application was started with wins.
+    // A tighter limit with which the application was started wins.
     for (const char* limit : {"--cpu=2:60", "--cpu=2"}) {
         const Ending ending = convertWith("computing", {"prlimit", limit});
         EXPECT_TRUE(ending.result.saidError(workerOverBudget)) << ending.result.output;
@@ -165,7 +165,7 @@ TEST(HostileWorkerTest, ProgressNeverGoesBackWhateverItReports) {
     EXPECT_LT(progress.back(), 100) << output;
 }
 
-#ifdef MEDIACONVERTER_FAULTS  // which plays the interruption
+#ifdef MEDIACONVERTER_FAULTS  // which simulates the interruption
 TEST(HostileWorkerTest, AnInterruptedWaitDoesNotHideThatItCrashed) {
     const Ending ending = convertWith(
         "done, then a crash", {"LD_PRELOAD=" MEDIACONVERTER_FAULTS, "FAULT=library:wait4:1:" + std::to_string(EINTR)});
@@ -174,7 +174,7 @@ TEST(HostileWorkerTest, AnInterruptedWaitDoesNotHideThatItCrashed) {
 }
 #endif
 
-/// The worker that ships, seen from this process.
+/// The worker that ships, observed from this process.
 class ChildTest : public FaultTest {
 protected:
     std::string source_ = put("a.nut", contentOf(samples::make("nut", {"-an", "-c:v", "rawvideo"}, 8)));

@@ -6,7 +6,7 @@
 #include <functional>
 #include <set>
 
-// A system call that fails, whichever and whenever: an error and nothing left, or a whole MP4.
+// A failing system call, whichever and whenever, results in an error and nothing left, or in a complete MP4.
 
 namespace {
 
@@ -18,7 +18,7 @@ class InjectedFaultsTest : public FaultTest {
 protected:
     InjectedFaultsTest() : source_(put("a.mkv", contentOf(samples::matroska()))), content_(contentOf(source_)) {}
 
-    /// Some megabytes: more calls than the buffers' first.
+    /// Some megabytes, so that there are more calls than for the first buffers.
     void useLargerSource() {
         source_ = put("a.mkv",
                       contentOf(samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac"}, 20)));
@@ -30,7 +30,7 @@ protected:
         std::size_t hits = 0;
     };
 
-    /// Converts with the fault; what must hold whatever comes of it is checked here.
+    /// Converts with the fault, and checks what must hold in any case.
     Outcome convertWith(const std::string& fault, std::vector<std::string> environment = {}) {
         const TemporaryFolder scratch;
         const std::string hit = scratch.file("hit");
@@ -50,7 +50,8 @@ protected:
         return outcome;
     }
 
-    /// Lets every call of the function fail in turn and wants an error of `expected` each time. How many there were.
+    /// Makes every call of the function fail in turn and expects an error of `expected` each time. Returns their
+    /// number.
     int expectErrorForEachCall(const std::string& call, int number, const std::set<ConversionError>& expected,
                                const std::vector<std::string>& environment = {}) {
         for (int n = 1; n < 200; ++n) {
@@ -112,7 +113,7 @@ TEST_F(InjectedFaultsTest, EveryLinkThatFails) {
 }
 
 TEST_F(InjectedFaultsTest, ADiskThatIsFullWhenRoomIsReserved) {
-    // The first call tries out what the file system can; the second reserves.
+    // The first call tests the file system; the second one reserves.
     EXPECT_TRUE(convertWith("worker:fallocate:2:" + std::to_string(ENOSPC)).result.saidError(diskFull));
 }
 
@@ -167,7 +168,7 @@ TEST_F(InjectedFaultsTest, OneAllocationThatFailsInTheWorkerEndsInAnErrorOrAWhol
 }
 
 TEST_F(InjectedFaultsTest, OneAllocationThatFailsInTheLibraryEndsInAnErrorOrAWholeMp4) {
-    // The first ones are of the program that loads the library, whose end of its own that is.
+    // The first ones belong to the program that loads the library.
     constexpr int ofLoading = 6;
     int errors = 0;
     for (int n = ofLoading + 1; n < ofLoading + 40; ++n) {
@@ -179,7 +180,7 @@ TEST_F(InjectedFaultsTest, OneAllocationThatFailsInTheLibraryEndsInAnErrorOrAWho
 
 TEST_F(InjectedFaultsTest, AClockThatIsSetBackAgainAndAgainChangesNothing) {
     EXPECT_TRUE(convertWith("nobody:none:1:1", {"CLOCK_BACK=1"}).result.saidHundred());
-    // A recording from the future, as it then seems.
+    // The recording then seems to come from the future.
     fs::last_write_time(source_, fs::file_time_type::clock::now() + std::chrono::hours(24 * 365));
     const auto time = fs::last_write_time(source_);
     EXPECT_TRUE(convertWith("nobody:none:1:1", {"CLOCK_BACK=1"}).result.saidHundred());
@@ -187,7 +188,7 @@ TEST_F(InjectedFaultsTest, AClockThatIsSetBackAgainAndAgainChangesNothing) {
 }
 
 TEST_F(InjectedFaultsTest, ReservedRoomThatIsTooSmallIsMadeByMovingTheData) {
-    // A thousand pictures a second, and a header that speaks of a moment: the index outgrows any estimate.
+    // A thousand frames a second, and a header that announces a moment: the index exceeds any estimate.
     const std::string base = samples::make(
         "mkv", {"-an", "-vf", "scale=32:32,fps=1000", "-c:v", "libx264", "-preset", "ultrafast", "-bf", "2"}, 30);
     std::string bytes = contentOf(base);
@@ -213,7 +214,7 @@ protected:
         put("a.mkv", content_);
     }
 
-    /// Converts without a link for the recording's second name.
+    /// Converts on a file system without links for the recording's second name.
     ProcessResult convertWithFault(const std::string& fault) {
         return convertInProcess(source_, destination(), {"LD_PRELOAD=" MEDIACONVERTER_FAULTS, "FAULT=" + fault});
     }

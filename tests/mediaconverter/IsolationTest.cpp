@@ -28,7 +28,7 @@
 #include <thread>
 #include <vector>
 
-// What the worker has given up before it looks at a recording, tried from inside.
+// The rights that the worker has given up before it looks at a recording, tested from inside.
 
 namespace {
 
@@ -36,7 +36,7 @@ using namespace mediatest;
 using enum ConversionError;
 namespace fs = std::filesystem;
 
-/// Runs `inside` in a process of its own; true when it says true there.
+/// Runs `inside` in a separate process and returns its result.
 bool holdsInside(const std::function<bool(worker::Reporter&)>& inside) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -76,7 +76,7 @@ TEST(IsolationTest, WhatIsOpenStaysUsableBehindLandlock) {
     }));
 }
 
-/// Each with seccomp alone, so that no other barrier can be what refuses.
+/// Each call with seccomp alone, so that no other barrier can refuse it.
 bool isRefusedBySeccomp(const std::function<long()>& attempt) {
     return holdsInside([&](worker::Reporter& reporter) {
         worker::barriers::closeSystemCalls(reporter, 1000);
@@ -87,7 +87,7 @@ bool isRefusedBySeccomp(const std::function<long()>& attempt) {
 TEST(IsolationTest, SeccompRefusesFiles) {
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_openat, AT_FDCWD, "/etc/passwd", O_RDONLY); }));
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_unlinkat, AT_FDCWD, "/nothing", 0); }));
-#ifdef SYS_open  // newer architectures start without the older calls
+#ifdef SYS_open  // newer architectures lack the older calls
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_open, "/etc/passwd", O_RDONLY); }));
     EXPECT_TRUE(isRefusedBySeccomp([] { return ::syscall(SYS_unlink, "/nothing"); }));
 #endif
@@ -97,14 +97,14 @@ TEST(IsolationTest, SeccompRefusesToLookAtFilesByTheirNames) {
     struct stat status = {};
     struct statx more = {};
     EXPECT_TRUE(isRefusedBySeccomp([&] { return ::syscall(SYS_newfstatat, AT_FDCWD, "/etc/passwd", &status, 0); }));
-    // A filter can't see that the name is not empty.
+    // A filter cannot see that the name is not empty.
     EXPECT_TRUE(
         isRefusedBySeccomp([&] { return ::syscall(SYS_newfstatat, AT_FDCWD, "/etc/passwd", &status, AT_EMPTY_PATH); }));
     EXPECT_TRUE(isRefusedBySeccomp(
         [&] { return ::syscall(SYS_statx, AT_FDCWD, "/etc/passwd", AT_EMPTY_PATH, STATX_ALL, &more); }));
 }
 
-/// Reserves room in an empty file as the worker's output, for a source of 1000 bytes.
+/// Reserves room in an empty file that is the worker's output, for a source of 1000 bytes.
 bool isReservingRefused(int mode, std::int64_t offset, std::int64_t length) {
     const TemporaryFolder folder;
     writeFile(folder.file("out"), "");
@@ -231,7 +231,7 @@ TEST(IsolationTest, AWorkerAtWorkHasThreeDescriptorsAndStandsBehindEveryBarrier)
     std::string privileges;
     sink.inCallback = [&] {
         const auto worker = workerOf(::getpid());
-        // By the second report it reads the recording, so all barriers are up.
+        // By the second report it is reading the recording, so all barriers are in place.
         if (!worker || sink.count() != 2) {
             return;
         }

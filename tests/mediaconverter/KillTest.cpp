@@ -7,7 +7,7 @@
 #include <random>
 #include <thread>
 
-// Whatever is killed, and whenever: the source is whole, and under the final name there is a whole MP4 or nothing.
+// Whatever is killed, and whenever: the source is intact, and the final name has a complete MP4 or nothing.
 
 namespace {
 
@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-/// 30 moments, or as many as MEDIACONVERTER_KILLS says.
+/// 30 moments, or the number in MEDIACONVERTER_KILLS.
 int kills() {
     const char* const text = std::getenv("MEDIACONVERTER_KILLS");
     return text == nullptr ? 30 : std::atoi(text);
@@ -88,7 +88,7 @@ TEST_F(KillTest, TerminatedByASignal) {
     }
 }
 
-#ifdef MEDIACONVERTER_FAULTS  // which plays a file system without unnamed files
+#ifdef MEDIACONVERTER_FAULTS  // which simulates a file system without unnamed files
 TEST_F(KillTest, AHiddenFileOfAKilledConverterIsRemovedByTheNext) {
     const std::vector<std::string> poor = {"env",
                                            "LD_PRELOAD=" MEDIACONVERTER_FAULTS,
@@ -104,7 +104,7 @@ TEST_F(KillTest, AHiddenFileOfAKilledConverterIsRemovedByTheNext) {
     process.signal(SIGKILL);
     process.wait();
     ASSERT_EQ(folder_.names().size(), 2U) << "killed too late";
-    // The dead converter's worker holds the file's lock until it has died as well.
+    // The dead converter's worker holds the file's lock until it has died too.
     for (int attempt = 0; attempt < 100 && !fs::exists(destination()); ++attempt) {
         Process(poor).wait();
         if (folder_.names().size() > 2) {

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <filesystem>
 
-// The far ends: more bytes, hours and packets than 32 bits or a desktop's memory hold, and headers that lie about them.
+// Extremes: more bytes, hours and packets than 32 bits or a desktop's memory hold, and headers that lie about them.
 
 namespace {
 
@@ -26,7 +26,7 @@ protected:
         return samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac", "-live", "1"}, 1);
     }
 
-    /// The largest of all processes that were waited for so far, in MiB.
+    /// The largest memory use of all processes waited for so far, in MiB.
     static long mostMemory() {
         rusage usage = {};
         ::getrusage(RUSAGE_CHILDREN, &usage);
@@ -51,12 +51,12 @@ TEST_F(LimitsTest, MoreThanFourGibibytes) {
         }
     }
     ASSERT_GT(fs::file_size(source), std::uint64_t{1} << 32U);
-    // Where there is not enough room on the disk there is none for the promise either: this fails.
+    // If the disk has not enough room, the promise cannot be checked: this fails.
     convert(source, destination(), sink_);
     ASSERT_TRUE(sink_.isSuccess());
     EXPECT_GT(fs::file_size(destination()), std::uint64_t{1} << 32U);
     EXPECT_TRUE(hasBox(destination(), "co64"));
-    // The last packet lies where 32 bits do not reach.
+    // The last packet lies beyond the reach of 32 bits.
     const Words positions = linesOf(
         outputOf({"ffprobe", "-v", "error", "-show_entries", "packet=pos,size", "-of", "csv=p=0", destination()}));
     ASSERT_EQ(positions.size(), static_cast<std::size_t>(blocks));
@@ -124,8 +124,8 @@ TEST_F(LimitsTest, AMillionPackets) {
     EXPECT_EQ(
         outputOf({"ffprobe", "-v", "error", "-show_entries", "stream=nb_frames", "-of", "csv=p=0", destination()}),
         std::to_string(packets) + "\n");
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which keep what was freed
-    // 80 MiB and what a packet's place, size and times take in the recording, in the making and in the proof.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these keep freed memory
+    // 80 MiB, plus a packet's position, size and times in the recording, during the conversion and in the verification.
     EXPECT_LT(mostMemory(), 80 + 3 * 100);
 #endif
 }
@@ -139,7 +139,7 @@ TEST_F(LimitsTest, ABlockThatDeclaresAGibibyte) {
             recording.packet(1, index * 85, std::string(500, 'x'));
         }
     }
-    // The last packet, cut short: its length says 1 GiB.
+    // The last packet, truncated: its length says 1 GiB.
     std::string bytes = contentOf(source);
     bytes += std::string("\xA3\x01\x00\x00\x00\x40\x00\x00\x00\x81\x06\xA4\x80", 13) + std::string(1000, 'x');
     expectSuccess(put("block.mka", bytes));
@@ -147,7 +147,7 @@ TEST_F(LimitsTest, ABlockThatDeclaresAGibibyte) {
     EXPECT_LT(mostMemory(), 1024);
 }
 
-/// A number of a header, wherever it stands, replaced by one that cannot be.
+/// A number in a header, replaced by an impossible one.
 struct Lie {
     const char* name;
     const char* extension;
@@ -210,16 +210,16 @@ TEST_P(LyingHeaderTest, EndsInTimeAndWithinItsMemory) {
 
     const auto start = std::chrono::steady_clock::now();
     convert(source, destination(), sink_);
-    // A bound for what never ends, not a measure of speed.
+    // A limit for endless loops, not a measure of speed.
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::minutes(2));
     EXPECT_TRUE(sink_.isSuccess() || sink_.onlyError().has_value());
-    // Needing more memory than is allowed is an answer; a worker that died or had to be killed is none.
+    // Exceeding the memory limit is a valid answer; a worker that died or had to be killed is not.
     if (const auto error = sink_.onlyError()) {
         EXPECT_TRUE(*error < static_cast<int>(workerMissing) || *error == static_cast<int>(workerOutOfMemory))
             << *error;
     }
     EXPECT_TRUE(contentOf(source) == bytes);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which keep what was freed
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these keep freed memory
     EXPECT_LT(mostMemory(), 1536) << "MiB";
 #endif
 }

@@ -25,7 +25,7 @@ std::string number(std::uint64_t value, unsigned width) {
     return bytes;
 }
 
-/// A length of eight bytes, which holds any.
+/// A length of eight bytes, which can hold any value.
 std::string length(std::uint64_t value) {
     return number(value | std::uint64_t{1} << 56U, 8);
 }

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <thread>
 
-// What the application relies on, whichever media converter stands behind the interface.
+// What the application relies on, with any media converter.
 
 namespace {
 
@@ -20,11 +20,11 @@ using namespace mediatest;
 struct Provider {
     const char* name;
     CreateFunction (*create)();
-    /// Readies the provider for one conversion that fails.
+    /// Prepares the provider for one conversion that fails.
     void (*scriptFailure)();
-    /// Readies it for one that is still going on after its first progress value.
+    /// Prepares it for one that continues after its first progress value.
     void (*scriptLongJob)();
-    /// Readies it for one that ends well.
+    /// Prepares it for one that succeeds.
     void (*scriptSuccess)();
 };
 
@@ -54,7 +54,7 @@ protected:
 
     ConverterPointer converter() { return make(GetParam().create(), sink_); }
 
-    /// A source that fails: there is none.
+    /// A conversion that fails because its source does not exist.
     int convertWhatFails(zed::IZedMediaConverter& converter) {
         GetParam().scriptFailure();
         return converter.Convert(folder_.file("missing.mkv").c_str(), destination().c_str(), 3, 4);

@@ -39,7 +39,7 @@ void makeSparse(const std::string& path, std::int64_t bytes) {
 }  // namespace
 
 bool MountedFolder::isPermitted() {
-    // Private all the way down: nothing that is mounted from here on shows anywhere else.
+    // Recursively private: later mounts are visible nowhere else.
     static const bool permitted =
         ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     return permitted;
@@ -73,8 +73,9 @@ void MountedFolder::mountImage(const std::string& kind, std::int64_t bytes) {
     run({"mount", "-t", kind, "-o", "loop", image, path_});
 }
 
-// The last process of a mount namespace unmounts what is left there. Were that the file system's own, it would wait for
-// itself for ever, and every sync of the machine with it; so it must end before this process, or be told to.
+// The last process of a mount namespace unmounts what is left there. If that were the file system's own process, it
+// would wait for itself forever, and so would every sync of the machine. So it must end before this process, or on
+// request.
 void MountedFolder::mountThroughFuse(const std::string& image) {
     loopDevice_ = linesOf(outputOf({"losetup", "--find", "--show", image})).at(0);
     fileSystem_ = std::make_unique<Process>(
@@ -107,8 +108,8 @@ MountedFolder::~MountedFolder() {
 
 std::vector<std::string> MountedFolder::names() const {
     std::vector<std::string> names;
-    // FUSE keeps what has been removed while open under such a name until it hears of the close, which is after close()
-    // has returned.
+    // FUSE keeps a file that was removed while open under such a name until it learns of the close, which is after
+    // close() has returned.
     const auto isOnItsWay = [](const std::string& name) { return name.rfind(".fuse_hidden", 0) == 0; };
     for (int i = 0; i < 200; ++i) {
         names.clear();
@@ -135,14 +136,14 @@ std::int64_t MountedFolder::freeBytes() const {
 
 void MountedFolder::leaveFree(std::int64_t bytes) const {
     constexpr std::int64_t step = std::int64_t{128} * 1024;
-    // Where the file system cannot allocate, the C library reads what it has filled before.
+    // If the file system cannot allocate, the C library first reads what it fills.
     const int descriptor = ::open(file(filler).c_str(), O_CREAT | O_RDWR | O_TRUNC | O_CLOEXEC, 0600);
     if (descriptor < 0 && errno == ENOSPC) {
-        // Not even a name finds room: it is full already.
+        // There is not even room for a name: it is full already.
         return;
     }
     int failed = descriptor < 0 ? errno : 0;
-    // Not all that counts as free can be had: some is for the file system's own needs.
+    // Not all free bytes are available: the file system needs some itself.
     for (std::int64_t length = freeBytes() - bytes; descriptor >= 0 && length > 0; length -= step) {
         failed = ::posix_fallocate(descriptor, 0, length);
         if (failed != ENOSPC) {

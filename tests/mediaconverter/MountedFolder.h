@@ -10,14 +10,14 @@
 
 namespace mediatest {
 
-/// A file system of its own, mounted where only this process and its children see it, and gone with it at the latest.
+/// A separate file system, mounted where only this process and its children see it, and gone when this process ends.
 class MountedFolder {
 public:
-    /// True where this process may mount; the first call moves it into a mount namespace of its own.
+    /// Whether this process may mount; the first call moves it into a mount namespace of its own.
     static bool isPermitted();
 
-    /// `kind` is "tmpfs", "ext4", "xfs" or "exfat" (through FUSE: no unnamed files, no links, no renaming that keeps
-    /// what is there). Throws where it can't be made.
+    /// `kind` is "tmpfs", "ext4", "xfs" or "exfat" (through FUSE: no unnamed files, no links, no rename that replaces
+    /// nothing). Throws if it cannot be created.
     MountedFolder(const std::string& kind, std::int64_t bytes);
     ~MountedFolder();
 
@@ -27,7 +27,7 @@ public:
     const std::string& path() const { return path_; }
     std::string file(const std::string& name) const { return path_ + "/" + name; }
 
-    /// The names in it but for what the file system itself has there.
+    /// The names in it, except the file system's own.
     std::vector<std::string> names() const;
 
     /// Leaves about this many bytes free.
@@ -35,7 +35,7 @@ public:
 
     std::int64_t freeBytes() const;
 
-    /// From here on nothing in it can be changed.
+    /// Makes it read-only from here on.
     void makeReadOnly() const;
 
 private:

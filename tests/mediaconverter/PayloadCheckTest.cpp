@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// What cannot be in a healthy packet.
+// Content that an intact packet cannot have.
 
 namespace {
 
@@ -15,7 +15,8 @@ using Packet = std::vector<std::uint8_t>;
 
 class PayloadCheckTest : public testing::Test {
 protected:
-    /// So many damaged packets among a hundred, of which the others hold no zero.
+    /// The number of damaged packets reported for `count` of these among a hundred packets, of which the others contain
+    /// no zero.
     std::int64_t damagedOf(AVCodecID codec, const Packet& packet, int count = 1) {
         stream_->codecpar->codec_id = codec;
         worker::PayloadCheck check(*stream_);
@@ -57,7 +58,7 @@ TEST_F(PayloadCheckTest, WhatMostPacketsHaveIsTheWritersManner) {
 }
 
 TEST_F(PayloadCheckTest, UnitsThatDoNotFillTheirPacketAreDamage) {
-    // A configuration record that says four bytes of length (ISO/IEC 14496-15, 5.3.3.1).
+    // A configuration record that states a length of four bytes (ISO/IEC 14496-15, 5.3.3.1).
     const Packet record = {1, 66, 0, 30, 0xFF, 0xE0, 0};
     stream_->codecpar->extradata = static_cast<std::uint8_t*>(av_mallocz(record.size() + AV_INPUT_BUFFER_PADDING_SIZE));
     std::copy(record.begin(), record.end(), stream_->codecpar->extradata);

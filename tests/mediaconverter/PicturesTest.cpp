@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-// Re-encoded video: its colors, fields and shape stay, on machines of any size.
+// Re-encoded video keeps its colors, fields and shape, on machines of any size.
 
 namespace {
 
@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 class PicturesTest : public FaultTest {
 protected:
-    /// The color in the middle of the first picture.
+    /// The color in the middle of the first frame.
     static Words middleOf(const std::string& path, const std::string& filters = {}) {
         const std::string bytes = outputOf({"ffmpeg", "-v", "error", "-i", path, "-frames:v", "1", "-vf",
                                             filters + "crop=2:2,format=rgb24", "-f", "rawvideo", "-"});
@@ -38,7 +38,7 @@ TEST_P(RgbTest, HasTheColorsOfTheSourceAndSaysByWhichMatrix) {
         const std::string source = ffmpeg({"-f", "lavfi", "-i", std::string("color=0x20C040:size=") + GetParam().size,
                                            "-frames:v", "3", "-pix_fmt", format, "-c:v", codec, "rgb.nut"});
         fs::remove(destination());
-        // NUT is not accounted for, so each of its recordings keeps a second name.
+        // NUT is not accounted for, so every NUT recording keeps a second name.
         expectSuccess(source, {"rgb (damaged).nut"});
         fs::remove(folder_.file("rgb (damaged).nut"));
         EXPECT_EQ(probe(destination(), "stream=color_range,color_space"),
@@ -115,7 +115,7 @@ TEST_F(PicturesTest, FieldsThatOnlyLaterPicturesHaveStay) {
 }
 
 TEST_F(PicturesTest, EachFieldKeepsItsColor) {
-    // One field is red and the other blue; they were mixed if the pictures were taken for progressive.
+    // One field is red and the other blue; they would be mixed if the frames were treated as progressive.
     const std::string source = ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x240:rate=25", "-f", "lavfi", "-i",
                                        "color=blue:size=320x240:rate=25", "-filter_complex",
                                        "[0]format=yuv444p[a];[1]format=yuv444p[b];"

@@ -25,7 +25,7 @@ Process::Process(const std::vector<std::string>& command) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-    // A shell gives its background jobs an ignored SIGINT, which the program would inherit.
+    // A shell makes its background jobs ignore SIGINT, which the program would inherit.
     sigset_t ending;
     sigemptyset(&ending);
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {

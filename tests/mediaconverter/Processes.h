@@ -8,10 +8,10 @@
 
 namespace mediatest {
 
-/// A process that a test has started and may kill; waited for in the end.
+/// A process that a test starts and may kill; the destructor waits for it.
 class Process {
 public:
-    /// Its standard output and error are thrown away.
+    /// Discards its standard output and error.
     explicit Process(const std::vector<std::string>& command);
     ~Process();
 
@@ -20,10 +20,10 @@ public:
 
     pid_t id() const { return id_; }
 
-    /// Sends the signal; nothing when it has ended.
+    /// Sends the signal; does nothing if the process has ended.
     void signal(int number) const;
 
-    /// Waits for its end: exit status, or 128 + signal.
+    /// Waits for its end and returns the exit status, or 128 + signal.
     int wait();
 
 private:
@@ -31,10 +31,10 @@ private:
     std::optional<int> status_;
 };
 
-/// The first child of the process that runs the worker program; none where there is none now.
+/// The first child of the process that runs the worker program; none if there is none now.
 std::optional<pid_t> workerOf(pid_t parent);
 
-/// A line of /proc/PID/status without its name ("NoNewPrivs" gives "1"); empty when there is none.
+/// The value of a line in /proc/PID/status ("NoNewPrivs" gives "1"); empty if there is none.
 std::string statusLine(pid_t process, const std::string& name);
 
 /// Waits until the process is gone or a zombie; false after five seconds.

@@ -21,16 +21,16 @@ public:
     std::vector<int> errors() const;
     std::vector<std::thread::id> threads() const;
 
-    /// Callbacks so far, of both kinds.
+    /// Number of callbacks so far, of both kinds.
     std::size_t count() const;
 
-    /// One 100 and no error.
+    /// True for exactly one 100 and no error.
     bool isSuccess() const;
 
-    /// The one error where there was exactly one and no 100.
+    /// The error if there was exactly one, and no 100.
     std::optional<int> onlyError() const;
 
-    /// Waits until the given number of callbacks has come; false after 20 seconds.
+    /// Waits until there were this many callbacks; false after 20 seconds.
     bool waitForCount(std::size_t count);
 
     /// Called in every callback, after it was recorded.

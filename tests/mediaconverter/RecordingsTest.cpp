@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <sstream>
 
-// What a recording carries beside its packets: times that start at 0 and stay in step, names, chapters, rotation.
+// Everything in a recording besides its packets: times that start at 0 and stay in sync, names, chapters, rotation.
 
 namespace {
 
@@ -29,7 +29,7 @@ protected:
         return result;
     }
 
-    /// How far the sound is ahead of the picture at a share of the recording, against the source.
+    /// How far the audio is ahead of the video at a fraction of the recording, compared with the source.
     static void expectInStep(const std::string& source, const std::string& result) {
         const auto sourceVideo = times(source, "v:0");
         const auto sourceAudio = times(source, "a:0");
@@ -85,10 +85,10 @@ TEST_F(RecordingsTest, BroadcastClocksThatWrapGoOn) {
 }
 
 TEST_F(RecordingsTest, ClocksThatJumpBackGoOnWithoutALoss) {
-    // The same transport stream twice in a row: times start anew in the middle.
+    // The same transport stream twice in a row: times restart in the middle.
     const std::string once = contentOf(samples::make("ts", h264Aac(), 5));
     const std::string source = put("twice.ts", once + once);
-    // The counters of the packets start anew as well, which cannot be told from a loss.
+    // The counters of the packets restart too, which cannot be distinguished from a loss.
     expectSuccess(source, {"twice (damaged).ts"});
     const auto video = times(destination(), "v:0");
     const auto audio = times(destination(), "a:0");
@@ -131,7 +131,7 @@ TEST_F(RecordingsTest, VariableFrameRateIsKept) {
 }
 
 TEST_F(RecordingsTest, AStreamThatTurnsUpLateComesAlong) {
-    // The picture alone for longer than a demuxer looks ahead, then both.
+    // First the video alone, for longer than a demuxer looks ahead, then both.
     const std::string alone = samples::make("ts",
                                             {"-an", "-c:v", "libx264", "-preset", "ultrafast", "-b:v", "9M", "-minrate",
                                              "9M", "-maxrate", "9M", "-bufsize", "9M", "-nal-hrd", "cbr"},
@@ -139,7 +139,7 @@ TEST_F(RecordingsTest, AStreamThatTurnsUpLateComesAlong) {
     const std::string both = samples::make("ts", h264Aac(), 4);
     const std::string source = put("late.ts", contentOf(alone) + contentOf(both));
     ASSERT_GT(fs::file_size(alone), 6U << 20U);
-    // Put together of two, it has counters that start anew, which cannot be told from a loss.
+    // It is joined from two recordings, so its counters restart, which cannot be distinguished from a loss.
     expectSuccess(source, {"late (damaged).ts"});
     EXPECT_EQ(probe(destination(), "stream=codec_name"), (Words{"h264", "aac"}));
     EXPECT_NEAR(times(destination(), "a:0").front(), 8, 0.5);

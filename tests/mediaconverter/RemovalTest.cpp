@@ -11,7 +11,7 @@
 #include <functional>
 #include <string_view>
 
-// After 100 the file that was converted goes, and no other, whatever takes its name and whenever.
+// After 100 exactly the converted file is removed, whatever takes its name and whenever.
 
 namespace {
 
@@ -51,7 +51,7 @@ protected:
         ASSERT_TRUE(sink_.isSuccess());
     }
 
-    /// Why the file stays; empty when it is gone.
+    /// Why the file stays; empty if it is gone.
     static std::string remove(const std::string& path) {
         std::array<char, 300> reason{};
         const int result = shippedRemoval()(path.c_str(), reason.data(), reason.size());

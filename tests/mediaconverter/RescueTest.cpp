@@ -3,14 +3,14 @@
 #include <chrono>
 #include <filesystem>
 
-// What follows damage is rescued, stale sizes hide nothing, and no file takes for ever.
+// Data after damage is rescued, stale sizes hide nothing, and no file takes forever.
 
 namespace {
 
 using namespace mediatest;
 namespace fs = std::filesystem;
 
-/// Wants a second name, and all but a few packets in the MP4.
+/// Expects a second name, and all but a few packets in the MP4.
 class RescueTest : public AccountingTest {
 protected:
     static void expectAllBut(int most, const std::string& whole, const std::string& damaged) {
@@ -30,7 +30,7 @@ protected:
         }
     }
 
-    /// A block of the audio track whose size takes two bytes, from a third of the recording on.
+    /// A block of the audio track whose size takes two bytes, searched from a third of the recording on.
     static std::size_t audioBlock(const std::string& bytes) {
         for (std::size_t at = bytes.size() / 3; (at = bytes.find('\xA3', at + 1)) < bytes.size() - 300;) {
             const auto size = static_cast<std::size_t>((bytes[at + 1] & 0x3F) << 8 | (bytes[at + 2] & 0xFF));
@@ -94,7 +94,7 @@ TEST_F(RescueTest, ASizeThatNoMemoryCouldHoldIsDamage) {
     expectAllBut(packetCounts(whole).at(0) - healthy, whole, bytes);
 }
 
-/// Audio between chunks: where the size of the data stands, and how it is written.
+/// Audio between chunks: where the size of the data is, and how it is written.
 struct StaleSize {
     const char* name;
     const char* extension;
@@ -168,7 +168,7 @@ TEST_F(AccountingTest, ATransportStreamLosesNoWholePacketOfItsLastPiece) {
         const auto have = packetCounts(destination());
         const auto all = packetCounts(source);
         ASSERT_EQ(have.size(), all.size());
-        // The ffmpeg tools count a packet that is cut as one.
+        // The ffmpeg tools count a truncated packet as one.
         EXPECT_GE(have[0], all[0] - 1) << place;
         EXPECT_GE(have[1], all[1] - 1) << place;
     }
@@ -179,7 +179,7 @@ TEST_F(RescueTest, FragmentsOfGuessedDurationsAreHealthy) {
         samples::make("mp4", {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "0", "-c:a", "aac", "-movflags",
                               "frag_every_frame+empty_moov+default_base_moof"});
     std::string bytes = contentOf(whole);
-    // Every tenth lasts twice as long as it does.
+    // Every tenth claims twice its real duration.
     int number = 0;
     for (std::size_t at = 0; (at = bytes.find("tfhd", at + 4)) != std::string::npos;) {
         const std::size_t run = bytes.find("trun", at);

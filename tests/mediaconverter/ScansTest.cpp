@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 
-// What the scanners make of the structure of each container, without a conversion.
+// What the scanners find in the structure of each container, without a conversion.
 
 namespace {
 
@@ -33,7 +33,7 @@ private:
     int descriptor_;
 };
 
-/// The bytes as the scanner of `format` accounts for them.
+/// The ledger that the scanner of `format` produces for the bytes.
 worker::Ledger scanned(const char* format, const std::string& bytes) {
     const Bytes file(bytes);
     const worker::SourceReader reader(file.descriptor());
@@ -55,7 +55,7 @@ std::string withNoiseAt(double place, const std::string& bytes) {
     return std::string(bytes).replace(at, noise.size(), noise);
 }
 
-/// The chain of what a container is made of, in some of which it is all that is followed.
+/// The chain of a container's parts; for some formats, nothing else is checked.
 class ChainTest : public testing::TestWithParam<std::pair<const char*, Container>> {
 protected:
     const char* format() const { return GetParam().first; }
@@ -110,7 +110,7 @@ std::string transportStream() {
     return contentOf(samples::make("ts", h264Aac, 1));
 }
 
-/// A packet in the middle that carries part of the video and no beginning of anything.
+/// A packet in the middle that carries part of the video, but not the start of anything.
 std::size_t videoPacket(const std::string& bytes) {
     std::size_t at = bytes.size() / transportPacket / 2 * transportPacket;
     while ((bytes[at + 1] & 0x5F) != 1 || bytes[at + 2] != 0 || (bytes[at + 3] & 0x30) != 0x10) {
@@ -168,7 +168,7 @@ TEST(AviGrammarTest, NoticesAChunkOfNoKnownKind) {
 
 TEST(AviGrammarTest, TakesALastChunkThatIsNotFilledUp) {
     std::string bytes = avi();
-    // Cut after a chunk of an odd size, before what fills it up.
+    // Cut after a chunk of an odd size, before its padding.
     std::size_t at = bytes.find("00dc", bytes.size() / 2);
     while ((bytes[at + 4] & 1) == 0) {
         at = bytes.find("00dc", at + 4);
@@ -183,7 +183,7 @@ TEST(AviGrammarTest, TakesALastChunkThatIsNotFilledUp) {
 TEST(FlvGrammarTest, NoticesASizeThatIsNotTheOneAfterTheTag) {
     std::string bytes = contentOf(samples::make("flv", h264Aac, 1));
     ASSERT_EQ(lostIn("flv", bytes), "");
-    // The last tag, whose size after it is the file's end: shorter, it leads to no tag.
+    // The last tag is followed by its size at the end of the file: a shorter one leads to no tag.
     const auto last = [&] {
         std::size_t size = 0;
         for (std::size_t index = bytes.size() - 4; index < bytes.size(); ++index) {
@@ -239,7 +239,7 @@ TEST(Mp4ScanTest, NoticesAFragmentWhoseHeaderIsMalformed) {
     EXPECT_NE(lostIn("mp4", bytes).find("malformed"), std::string::npos);
 }
 
-/// A recording of one block, in the lacing that `flags` stand for.
+/// A recording of one block, with the lacing that `flags` select.
 worker::Ledger laced(char flags, const std::string& content) {
     std::string bytes = contentOf(samples::make("mka", {"-vn", "-c:a", "libopus", "-live", "1"}, 1));
     bytes.resize(bytes.find("\x1F\x43\xB6\x75"));

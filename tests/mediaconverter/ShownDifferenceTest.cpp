@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <memory>
 
-// What the proof takes for the same, and what not: one frame and no more.
+// What the verification accepts as equal: a difference of up to one frame and no more.
 
 namespace {
 
@@ -41,7 +41,7 @@ protected:
         return findShownDifference(source_, found, likeness).empty();
     }
 
-    /// All times later by so much.
+    /// All times, later by this amount.
     ShownTimes later(std::int64_t time) const {
         ShownTimes shown;
         for (const std::int64_t start : same_.starts) {

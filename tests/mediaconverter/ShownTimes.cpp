@@ -59,7 +59,7 @@ std::vector<Packet> packetsOf(const std::string& path) {
 }  // namespace
 
 std::vector<Shown> shownOf(const std::string& path) {
-    // A stream's own start tells how much of its audio is skipped.
+    // A stream's own start says how much of its audio is skipped.
     std::vector<Shown> streams;
     std::vector<double> skippedUntil;
     std::vector<double> ends;
@@ -80,7 +80,7 @@ std::vector<Shown> shownOf(const std::string& path) {
         }
         Shown& shown = streams.at(packet.stream);
         shown.first = std::min(shown.first, std::max(packet.start, skipped));
-        // ffprobe does not give the duration of a last packet that is shorter than those before.
+        // ffprobe does not report the duration of a last packet that is shorter than those before.
         const double end = packet.duration > 0 ? packet.start + packet.duration : ends[packet.stream];
         shown.end = std::max({shown.end, end, packet.start});
         ++shown.packets;

@@ -12,19 +12,19 @@ namespace mediatest {
 struct Shown {
     double first = 0;
     double end = 0;
-    int packets = 0;  ///< without those that are decoded and not shown
+    int packets = 0;  ///< without those that are decoded but not shown
     bool isText = false;
     bool isAudio = false;
 };
 
-/// One entry per stream, in their order; streams without a packet are left out.
+/// One entry per stream, in their order; streams without packets are omitted.
 std::vector<Shown> shownOf(const std::string& path);
 
-/// Expects that both show the same but for one shift of all times: each stream's first time and end within `frame`
-/// seconds, and as many packets of video (of audio, too, where it is `copied`).
+/// Expects that both show the same except for one shift of all times: each stream's first time and end within `frame`
+/// seconds, and the same number of video packets (and of audio packets, if it is `copied`).
 void expectSameShown(const std::string& source, const std::string& result, bool copied, double frame = 0.025);
 
-/// What a recording is made of.
+/// The container and codecs of a recording.
 struct Kind {
     const char* name;
     const char* extension;
@@ -33,10 +33,10 @@ struct Kind {
     bool isCopied;
 };
 
-/// When its tracks begin.
+/// When its tracks start.
 struct Start {
     const char* name;
-    const char* video;   ///< seconds before its first picture
+    const char* video;   ///< seconds before its first frame
     const char* audio;   ///< as above
     const char* offset;  ///< of all times
 };
@@ -52,7 +52,7 @@ inline std::ostream& operator<<(std::ostream& out, const Start& start) {
 /// Records and converts, and expects that the MP4 shows what the recording shows.
 class ShownTimesTest : public FaultTest {
 protected:
-    /// Pictures and a tone for two seconds, each after its delay.
+    /// Video and a tone for two seconds, each after its delay.
     std::string record(const Kind& kind, const Start& start);
 
     void expectShownAsRecorded(const std::string& source, bool copied);

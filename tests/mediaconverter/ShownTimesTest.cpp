@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <utility>
 
-// What a player shows of the MP4 is what it shows of the recording: when each track begins and ends, how many pictures,
-// and how far the tracks are apart, whatever the container, the codec and the times that the recording starts with.
+// A player shows the same of the MP4 as of the recording: when each track starts and ends, how many frames it has, and
+// the offsets between the tracks, whatever the container, the codec and the recording's first time.
 
 namespace {
 
@@ -34,7 +34,7 @@ const std::vector<Start> starts = {
 };
 const std::vector<Start> fewStarts = {starts[1], starts[3]};
 
-/// Times that count from 1970, as recorders give them that use the time of day.
+/// Times that count from 1970, as written by recorders that use the time of day.
 const std::vector<Start> sinceTheEpoch = {{"SinceTheEpoch", "0", "0.5", "1700000000"}};
 
 const std::vector<Kind> h264s = {
@@ -112,14 +112,14 @@ TEST_F(ShownTimesTest, PicturesOfBaselineKeepTheirAspectAndColours) {
     const std::string source = ffmpeg(words);
     expectKept(source);
     EXPECT_EQ(probe(source, entries), Words{"4:3,bt709,bt709,bt709"});
-    // A container that overrules what the pictures say.
+    // A container that overrides what the frames say.
     expectKept(ffmpeg({"-i", source, "-c", "copy", "-aspect", "4:3", "overruled.mkv"}));
 }
 
-/// Part of the packets of a recording never came: a microphone that was muted, a screen that did not change.
+/// Some packets of a recording never came: a muted microphone, a static screen.
 struct Silence {
     const char* name;
-    const char* video;  ///< true for packets of video that are missing
+    const char* video;  ///< condition for the missing video packets
     const char* audio;
 };
 
@@ -158,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(Broadcasts, SilenceTest,
                          testing::Combine(testing::ValuesIn(broadcasts), testing::ValuesIn(silences)), nameOf);
 
 TEST_F(ShownTimesTest, AudioThatEndsMoreThanAFrameTooEarlyKeepsTheSecondName) {
-    // Two packets never came; silence fills only longer gaps.
+    // Two packets are missing; only longer gaps are filled with silence.
     const std::string source = ffmpeg({"-f", "lavfi", "-i", "sine=sample_rate=48000:duration=2", "-c:a", "pcm_s16le",
                                        "-bsf:a", "noise=drop=between(n\\,20\\,21)", "lost.mka"});
     const std::string log = expectSuccess(source, {"lost (damaged).mka"});
@@ -172,7 +172,7 @@ TEST_F(ShownTimesTest, AClockThatAllTracksSeeLeapingIsNoPause) {
                                  "libmp3lame", "-output_ts_offset", offset, name}));
     };
     const std::string source = put("both.ts", record("0", "first.ts") + record("40000", "second.ts"));
-    // The counters of the packets start again as well, which can't be told from a loss.
+    // The counters of the packets restart too, which cannot be distinguished from a loss.
     expectSuccess(source, {"both (damaged).ts"});
     const auto shown = shownOf(destination());
     ASSERT_EQ(shown.size(), 2U);
@@ -181,7 +181,7 @@ TEST_F(ShownTimesTest, AClockThatAllTracksSeeLeapingIsNoPause) {
     EXPECT_EQ(shown[0].packets, 200);
 }
 
-/// A container that has no presentation times, and pictures that are decoded in another order than they are shown.
+/// A container without presentation times, and frames that are decoded in another order than they are shown.
 struct Untimed {
     const char* name;
     const char* extension;
@@ -195,7 +195,7 @@ std::ostream& operator<<(std::ostream& out, const Untimed& kind) {
 
 class UntimedTest : public ShownTimesTest, public testing::WithParamInterface<Untimed> {
 protected:
-    /// The pictures in the order in which they are shown, each with the second at which it is.
+    /// The frames in presentation order, each with the second at which it is shown.
     static std::vector<std::pair<double, std::string>> picturesOf(const std::string& path) {
         std::vector<std::pair<double, std::string>> pictures;
         for (const std::string& line :

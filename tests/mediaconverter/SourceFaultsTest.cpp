@@ -13,7 +13,7 @@
 #include <random>
 #include <thread>
 
-// What a source can be that is no whole recording: one error each.
+// Sources that are not a complete recording: one error each.
 
 namespace {
 
@@ -109,10 +109,10 @@ TEST_F(SourceFaultsTest, NoReadPermission) {
     const std::string source = put("a.mkv", contentOf(samples::matroska()));
     ASSERT_EQ(::chmod(source.c_str(), 0), 0);
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0777), 0);
-    // The super-user may read anything, so the conversion runs as somebody else then.
+    // The superuser may read anything, so the conversion then runs as another user.
     std::vector<std::string> before;
     if (::getuid() == 0) {
-        // Still the owner of everything on the way, but bound by permissions.
+        // Still the owner of everything on the path, but bound by permissions.
         before = {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
     }
     const auto result = convertInProcess(source, destination(), {}, before);
@@ -173,7 +173,7 @@ TEST_F(SourceFaultsTest, OneFrame) {
     expectSuccess(put("a.mkv", contentOf(samples::make("mkv", {"-c:v", "libx264", "-c:a", "aac"}, 0.04))));
 }
 
-/// Changes the source when the conversion has begun.
+/// Changes the source after the conversion has started.
 class ChangingSourceTest : public SourceFaultsTest {
 protected:
     template<typename Change>

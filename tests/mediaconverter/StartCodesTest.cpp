@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <ostream>
 
-// H.264 with start codes, whose parameter sets stand beside the pictures, in containers that do not repeat them in
-// their header: also where the recording begins between two key pictures.
+// H.264 with start codes, whose parameter sets are in the stream, in containers that do not repeat them in their
+// header, even if the recording starts between two key frames.
 
 namespace {
 
@@ -13,7 +13,7 @@ using namespace mediatest;
 struct Begun {
     const char* name;
     const char* extension;
-    const char* missing;            ///< packets at the beginning that never came, as a condition
+    const char* missing;            ///< condition for packets missing at the start
     std::vector<std::string> more;  ///< names beside the MP4
 };
 
@@ -23,7 +23,7 @@ std::ostream& operator<<(std::ostream& out, const Begun& begun) {
 
 class StartCodesTest : public FaultTest, public testing::WithParamInterface<Begun> {
 protected:
-    /// Pictures that can be decoded.
+    /// Number of frames that can be decoded.
     static int picturesIn(const std::string& path) {
         std::string counted;
         runFor({"ffprobe", "-v", "quiet", "-count_frames", "-select_streams", "v:0", "-show_entries",

@@ -10,8 +10,8 @@ extern "C" {
 #include <filesystem>
 #include <stdexcept>
 
-// What the streams of a recording bring with them, and what they do on the way: colours, titles, a coding that nobody
-// knows, new parameters, a late start, hardly a frame.
+// Properties of a recording's streams, and changes in mid-stream: colours, titles, an unknown codec, new parameters, a
+// late start, hardly a frame.
 
 namespace {
 
@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 const Words h264Aac = {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-c:a", "aac"};
 
-/// The FLV tags behind the file's header.
+/// The FLV tags after the file's header.
 std::string tagsOf(const std::string& flv) {
     constexpr std::size_t flvHeader = 13;
     return contentOf(flv).substr(flvHeader);
@@ -29,7 +29,7 @@ std::string tagsOf(const std::string& flv) {
 
 class StreamsTest : public FaultTest {
 protected:
-    /// Every `before` of the recording becomes `after`, which is as long.
+    /// The recording with every `before` replaced by `after`, which has the same length.
     std::string patched(const std::string& name, const std::string& path, const std::string& before,
                         const std::string& after) {
         std::string bytes = contentOf(path);
@@ -50,7 +50,7 @@ protected:
     }
 };
 
-/// Copies a recording into Matroska and gives its picture the mastering display and light level of a bright one.
+/// Copies a recording into Matroska and gives its video the mastering display and light level of a bright one.
 void writeBright(const std::string& source, const std::string& target) {
     AVFormatContext* context = nullptr;
     if (avformat_open_input(&context, source.c_str(), nullptr, nullptr) < 0) {
@@ -150,7 +150,7 @@ TEST_F(StreamsTest, TitlesLanguagesAndDispositionsOfEveryTrackComeAlong) {
                                        "default",
                                        "titled.mkv"});
     expectSuccess(source);
-    // Players show the handler's name; the title itself is the track's name.
+    // Players show the handler's name; the title itself is stored as the track's name.
     const std::string tags = outputOf({"ffprobe", "-v", "error", "-show_entries",
                                        "stream_tags=handler_name,language:stream_disposition=default", "-of",
                                        "compact=p=0:nk=0", destination()});
@@ -188,7 +188,7 @@ TEST_F(StreamsTest, ASoundThatTurnsUpLateInAnFlvComesAlong) {
     EXPECT_EQ(packetCounts(destination()), (std::vector<int>{300, packetCounts(both).at(1)}));
 }
 
-/// Two recordings of different pictures, one behind the other, whose parameters stand beside the pictures.
+/// Two recordings with different video, one after the other, whose parameters are in the stream.
 class NewParametersTest : public StreamsTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(NewParametersTest, APictureThatChangesOnTheWayPlaysToTheEnd) {
@@ -204,7 +204,7 @@ TEST_P(NewParametersTest, APictureThatChangesOnTheWayPlaysToTheEnd) {
     const std::string large = record("640x360", "2", "large." + extension);
     const std::string source =
         put("both." + extension, contentOf(small) + (extension == "flv" ? tagsOf(large) : contentOf(large)));
-    // Counters of a transport stream start anew, which cannot be told from a loss.
+    // The counters of a transport stream restart, which cannot be distinguished from a loss.
     expectSuccess(source, extension == "ts" ? Words{"both (damaged).ts"} : Words{});
     expectPlays(destination(), 100);
     const Words sizes = linesOf(outputOf({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",

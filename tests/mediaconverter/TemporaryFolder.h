@@ -5,10 +5,10 @@
 
 namespace mediatest {
 
-/// A folder of its own for one test, removed with all it holds.
+/// A folder for one test, removed with all its content.
 class TemporaryFolder {
 public:
-    /// Below `parent`, or where temporary files go.
+    /// Created in `parent`, or in the folder for temporary files.
     explicit TemporaryFolder(const std::string& parent = {});
     ~TemporaryFolder();
 
@@ -18,7 +18,7 @@ public:
     const std::string& path() const { return path_; }
     std::string file(const std::string& name) const { return path_ + "/" + name; }
 
-    /// The names in it, hidden ones too, in order.
+    /// The names in it, including hidden ones, sorted.
     std::vector<std::string> names() const;
 
 private:

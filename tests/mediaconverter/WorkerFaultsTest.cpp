@@ -7,7 +7,7 @@
 #include <chrono>
 #include <filesystem>
 
-// A worker that is missing, dies, hangs, talks nonsense or needs too much: the application hears one error.
+// A worker that is missing, dies, hangs, sends invalid messages or needs too much: the application gets one error.
 
 namespace {
 
@@ -15,7 +15,7 @@ using namespace mediatest;
 using enum ConversionError;
 namespace fs = std::filesystem;
 
-/// An application folder of its own, with a worker that a test writes.
+/// A separate application folder, with a worker that the test writes.
 class WorkerFaultsTest : public FaultTest {
 protected:
     WorkerFaultsTest() : source_(put("a.mkv", contentOf(samples::matroska()))) {
@@ -109,7 +109,7 @@ TEST_F(WorkerFaultsTest, SaysDoneAndGoesOnTalking) {
     expectErrorOfWorker(workerNonsense);
 }
 
-/// A worker that calls whatever is in the file "result" a finished MP4.
+/// A worker that reports the content of the file "result" as a finished MP4.
 class FalseResultTest : public WorkerFaultsTest {
 protected:
     FalseResultTest() {
@@ -207,7 +207,7 @@ TEST_F(FalseResultTest, MoreBoxesThanAnyMp4Has) {
     expectRefusal(result + whole_.substr(at("moov")));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take more than any limit by themselves
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these exceed any limit by themselves
 TEST_F(WorkerFaultsTest, NeedsMoreMemoryThanItMayUse) {
     source_ =
         put("a.mkv", contentOf(samples::make(

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-// A recording that some process still writes is waited for, within bounds, and then converted whole.
+// The converter waits for a recording that some process still writes, within limits, and then converts all of it.
 
 namespace {
 
@@ -31,7 +31,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
-/// A job's owner that can be told to give up.
+/// An owner of a job that a test can make give up.
 class Owner final : public mediaconverter::JobOwner {
 public:
     void jobProgress(float) override {}
@@ -98,7 +98,7 @@ TEST_F(WriterWaitTest, GrowthMakesItWaitLongerButNotForEver) {
     std::atomic<bool> ended{false};
     std::thread writing([&] {
         const UniqueDescriptor writer(::open(path_.c_str(), O_WRONLY | O_APPEND));
-        // A wait without a bound fails the test instead of hanging it.
+        // An unlimited wait fails the test instead of hanging it.
         const auto latest = steady_clock::now() + seconds(10);
         while (!ended && steady_clock::now() < latest) {
             static_cast<void>(!::write(writer.get(), "x", 1));
@@ -196,7 +196,7 @@ TEST_F(StillWrittenTest, AfterHalfAMinuteOfSilenceItIsConvertedAndKeepsASecondNa
     const std::string log = expectSuccess(source, {"talk (damaged).mkv"});
     EXPECT_NE(log.find("process " + std::to_string(::getpid()) + " ("), std::string::npos) << log;
     EXPECT_NE(log.find("its data stays as"), std::string::npos) << log;
-    // What comes after all is not lost, even when the recording's own name has gone.
+    // Data that arrives after all is not lost, even if the recording's own name has gone.
     fs::remove(source);
     static_cast<void>(!::write(writer.get(), "late", 4));
     EXPECT_TRUE(contentOf(folder_.file("talk (damaged).mkv")) == content_ + "late");

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-// Whether some process still writes a file, by whatever name, and which.
+// Whether some process still writes a file, under any name, and which one.
 
 namespace {
 
@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
-/// Runs `work` in a process of its own until the object ends.
+/// Runs `work` in a separate process until the object is destroyed.
 class Helper {
 public:
     explicit Helper(const std::function<void()>& work) : id_(::fork()) {
@@ -53,7 +53,7 @@ private:
     pid_t id_;
 };
 
-/// The exit status of `inside` in a process of its own, or 128 + the signal that ended it.
+/// The exit status of `inside` in a separate process, or 128 + the signal that ended it.
 int statusOf(const std::function<int()>& inside) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -142,7 +142,7 @@ TEST_F(WritersTest, WhereThisUserGetsNoLeaseTheProcessesAreLookedThrough) {
                   if (::fcntl(reader_.get(), F_SETLEASE, F_RDLCK) == 0) {
                       return 1;
                   }
-                  // A program of this user alone may be looked into.
+                  // Only an inspectable program of this user can be examined.
                   ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
                   if (isOpenForWriting(reader_.get())) {
                       return 2;

@@ -115,7 +115,7 @@ TEST(BusySerialQueueMakerOnThreadsTest, CountsTasksOfEveryThread) {
     std::vector<bool> told;
     maker.setBusyHandler([&](bool busy) { told.push_back(busy); });
     {
-        // The first to be made is the last to go.
+        // The first one created is the last one destroyed.
         const auto two = maker.makeSerialQueue("two");
         const auto one = maker.makeSerialQueue("one");
         for (int index = 0; index < 500; ++index) {

@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <vector>
 
-// What class-level operations reach through `standard()`, before a provider installs its own and after.
+// The services that class-level functions reach through `standard()`, before and after a provider installs its own.
 
 namespace {
 

@@ -143,7 +143,7 @@ TEST(ThreadSerialQueueTest, TheMakerMakesSeparateQueues) {
         const auto one = maker.makeSerialQueue("one");
         const auto two = maker.makeSerialQueue("two");
         ASSERT_NE(one, nullptr);
-        // Each waits for the other: only queues on threads of their own get through.
+        // Each waits for the other: this only ends if each queue has its own thread.
         std::promise<void> oneRuns;
         std::promise<void> twoRuns;
         std::promise<void> bothRan;

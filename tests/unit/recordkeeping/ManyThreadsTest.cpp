@@ -65,7 +65,7 @@ public:
     }
 
     ~Converter() {
-        // A task that holds the application would make it outlive what it uses.
+        // A task that keeps the application alive would make it outlive what it uses.
         runWhile([this] { return ScriptedMediaConverter::playing() > 0 || queues_.isBusy(); });
         fake_.application.setDelegate(nullptr);
     }
@@ -91,7 +91,7 @@ public:
 
     void runMainQueue() { fake_.mainQueue.drain(); }
 
-    /// Runs what is due for as long as `isAwaited` is true; false when that does not change for ten seconds.
+    /// Runs due tasks as long as `isAwaited` returns true; false if that does not change for ten seconds.
     bool runWhile(const std::function<bool()>& isAwaited) {
         const auto deadline = std::chrono::steady_clock::now() + 10s;
         while (isAwaited()) {
@@ -107,7 +107,7 @@ public:
 
     bool hasEnded() const { return !fake_.application.terminateSenders().empty(); }
 
-    /// What the user and the clock do: all bubbles close, and a second passes.
+    /// Simulates the user and the clock: all bubbles close, and a second passes.
     void passSecond() {
         runMainQueue();
         for (; closed_ < fake_.bubbleMaker.bubbles().size(); ++closed_) {
@@ -116,7 +116,7 @@ public:
         fake_.runLoop.advance(1s);
     }
 
-    /// False when it does not end although it could. The threads have real time for what they still have to say.
+    /// False if it does not end although it could. The threads get real time for their remaining reports.
     bool ends() {
         for (int tries = 0; tries < 2000 && !hasEnded(); ++tries) {
             passSecond();

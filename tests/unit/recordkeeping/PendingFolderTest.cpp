@@ -19,7 +19,7 @@ using recordkeeping::PendingEntry;
 using recordkeeping::PendingFolder;
 using Names = std::vector<std::string>;
 
-/// A state folder whose syncs run when the test says so. What has not been synced is what a power cut may take away.
+/// A state folder whose syncs run when the test asks for it. A power cut may remove everything that is not synced.
 class PendingFolderTest : public testing::Test {
 protected:
     static std::string temporaryFolder() {

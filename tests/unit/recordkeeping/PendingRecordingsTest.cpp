@@ -21,7 +21,7 @@ using recordkeeping::PendingFolder;
 using recordkeeping::PendingRecordings;
 using Sources = std::vector<std::string>;
 
-/// Converters one after another or side by side on one home, each with its own memory.
+/// Converters that run one after another or concurrently with one home folder, each with its own memory.
 class PendingRecordingsTest : public testing::Test {
 protected:
     static std::string temporaryFolder() {
@@ -58,7 +58,7 @@ protected:
         return entries;
     }
 
-    /// What a power cut would do to entries that have been replaced.
+    /// What a power cut would do to replaced entries.
     void loseWhatIsNotSynced() const {
         for (const auto& file : std::filesystem::directory_iterator(home + "/state/record-converter/pending")) {
             if (file.path().filename().string().starts_with('.')) {

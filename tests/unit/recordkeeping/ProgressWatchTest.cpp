@@ -31,7 +31,7 @@ protected:
 
     ~ProgressWatchTest() override { std::filesystem::remove_all(home); }
 
-    /// What is shown once the main queue has had its turn.
+    /// What is shown once the main queue has run its tasks.
     std::vector<WorkProgress> shownNow() {
         mainQueue.drain();
         return std::exchange(shown, {});

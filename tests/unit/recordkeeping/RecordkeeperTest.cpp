@@ -30,7 +30,7 @@ using recordkeeping::PendingEntry;
 using recordkeeping::PendingFolder;
 using support::ScriptedMediaConverter;
 
-/// The application within its recordkeeper, on a fake platform whose conversion queue runs when the test says so.
+/// The application within its recordkeeper, on a fake platform whose conversion queue runs when the test asks for it.
 class RecordkeeperTest : public testing::Test {
 protected:
     RecordkeeperTest() {
@@ -47,7 +47,7 @@ protected:
     }
 
     ~RecordkeeperTest() override {
-        // The application's end uses its recordkeeper.
+        // The application uses its recordkeeper while it is destroyed.
         fake.application.setDelegate(nullptr);
         std::filesystem::remove_all(home);
     }
@@ -93,7 +93,7 @@ protected:
         fake.distributedCenter.deliver({kMeetingRecordNotificationName_MeetingAppQuit, std::nullopt, about(pid)});
     }
 
-    /// The bus delivers what it holds.
+    /// The bus delivers the notifications it holds.
     void deliverBus() {
         while (!barriers.empty()) {
             const auto then = std::move(barriers.front());
@@ -102,7 +102,7 @@ protected:
         }
     }
 
-    /// Everything runs that can run without time passing.
+    /// Runs everything that can run without time passing.
     void settle() {
         std::size_t ran = 1;
         while (ran > 0) {
@@ -142,7 +142,7 @@ protected:
         return ::mkdtemp(name.data());
     }
 
-    /// What a converter that has ended left; `change` is given the entry before it is written.
+    /// Creates what a converter that has ended leaves; `change` may modify the entry before it is written.
     void leave(
         const std::string& source, std::int32_t pid,
         const std::function<void(PendingEntry&)>& change = [](PendingEntry&) {}) {
@@ -303,7 +303,7 @@ TEST_F(RecordkeeperTest, WhatItSaysItselfIsAnsweredToNobody) {
 TEST_F(RecordkeeperTest, AJobThatWaitsAlthoughNoStepComesIsReached) {
     launch();
     start(7, "/one.mkv");
-    // What the queue's taking of the last item between the look at the list and the push leaves.
+    // The state if the queue takes the last item between the check of the list and the push.
     fake.fileManager.addFile("/two.mkv");
     app->convertingJobRunner()->pushBack(std::make_shared<KTRMeetingRecordItem>(7, "/two.mkv", fake.fileManager));
     EXPECT_FALSE(keeper.mayTerminate());
@@ -318,7 +318,7 @@ TEST_F(RecordkeeperTest, AJobThatWaitsAlthoughNoStepComesIsReached) {
 TEST_F(RecordkeeperTest, ACheckThatWasBegunAlthoughAMeetingRecordsIsStopped) {
     launch();
     start(7, "/one.mkv");
-    // What a start between the count of the processes and the end of the arming leaves.
+    // The state if a start comes between the count of the processes and the end of the arming.
     app->setBAllTaskFinished(true);
     keeper.noteIdle();
     settle();

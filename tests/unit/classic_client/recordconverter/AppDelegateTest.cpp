@@ -52,7 +52,7 @@ protected:
         app->applicationDidFinishLaunching();
     }
 
-    /// Both delegates of the runner and of the pool, without a start-up.
+    /// Sets the delegates of the runner and of the pool, without a start-up.
     void wire() {
         app->convertingJobRunner()->setDelegate(app);
         app->meetingPool()->setDelegate(app);
@@ -288,7 +288,7 @@ TEST_F(AppDelegateTest, ATickWithoutTheFlagOnlyTraces) {
 }
 
 TEST_F(AppDelegateTest, TheFlagIsReadAgainAfterTheLine) {
-    // The flag may fall between the two readings; the line shows the first, the decision follows the second.
+    // The flag may be cleared between the two reads; the line shows the first, the decision follows the second.
     app->setBAllTaskFinished(true);
     trace.setOnLine([this](const test::TraceLine&) { app->setBAllTaskFinished(false); });
     app->checkNeedQuitApp();
@@ -557,7 +557,7 @@ TEST_F(AppDelegateTest, AKeptIntermediateFileIsNotDeleted) {
 }
 
 TEST_F(AppDelegateTest, TwoRunOutsInARowMakeTwoChecksAndEachAsksOnceATick) {
-    // Both report before the main queue made a timer. What ends the process heeds the first request.
+    // Both report before the main queue has created a timer. The first request ends the process.
     wire();
     runOut();
     runOut();

@@ -56,7 +56,7 @@ private:
     Log& log_;
 };
 
-/// Implements the stop alone.
+/// Implements only the stop.
 class StopEvents final : public KTRAppInletDelegate {
 public:
     void appInletSeesMeetingRecordStopedInProcess(KTRAppInlet&, std::int32_t pid) override { stops.push_back(pid); }

@@ -418,7 +418,7 @@ TEST_F(KTRConverterProcessNotificationMgrTest, HearsOfNoWindowAfterItsEnd) {
 }
 
 TEST_F(KTRConverterProcessNotificationMgrTest, AViewGoesWithItsBubble) {
-    // The buttons' callbacks belong to the view: a strong reference back to it would keep both for ever.
+    // The view owns the buttons' callbacks: a strong reference back to it would keep both alive forever.
     std::weak_ptr<platform::ui::View> watched;
     {
         test::FakeAuroraBubbleMaker maker(fake.notificationCenter);

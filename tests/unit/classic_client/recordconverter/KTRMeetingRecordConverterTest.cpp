@@ -19,7 +19,7 @@ using test::Log;
 
 const char* const deleting = "-[KTRMeetingRecordConverter deleteIntermediateItem:]";
 
-/// Writes down every report, and what had been removed by then.
+/// Records every report, and which files had been removed by then.
 class Reports final : public KTRMeetingRecordConverterDelegate {
 public:
     explicit Reports(const test::FakeFileManager& fileManager) : fileManager_(fileManager) {}
@@ -78,7 +78,7 @@ protected:
         converter->convertsRecordItem(item);
     }
 
-    // First: the converter below makes its media converter at once.
+    // Declared first: the converter below creates its media converter at once.
     struct FreshStudio {
         FreshStudio() { ScriptedMediaConverter::reset(); }
     } freshStudio;

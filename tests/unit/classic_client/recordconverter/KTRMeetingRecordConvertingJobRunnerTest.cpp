@@ -328,8 +328,8 @@ TEST_F(KTRMeetingRecordConvertingJobRunnerTest, WithoutAMediaConverterTheJobNeve
 }
 
 TEST_F(KTRMeetingRecordConvertingJobRunnerTest, ASecondStepQueuedBetweenTakingAndStartLosesNothing) {
-    // The step has taken its item and has not reported the start yet: nothing waits and nothing runs, so the newcomer
-    // queues a second step. No guard stands in the way, on purpose.
+    // The step has taken its item but has not reported the start yet: nothing waits and nothing runs, so scheduling
+    // another item queues a second step. Nothing guards against this, on purpose.
     const auto second = itemFor("/b.rec");
     trace.setOnLine([&](const test::TraceLine& line) {
         if (line.text == "-[KTRMeetingRecordConvertingJobRunner convertItem:]: src_pid = 7, src_path = /a.rec") {

@@ -197,7 +197,7 @@ TEST_F(KTRProcessGuardTest, TheDelegateIsNotKeptAlive) {
     EXPECT_EQ(guard->delegate(), nullptr);
 }
 
-/// Watches nothing, on any thread.
+/// Watches no process; callable from any thread.
 class Nobody final : public platform::ProcessExitWatch {
 public:
     void watch(std::int32_t /*processId*/, std::function<void(std::int32_t)> /*exited*/) override {}

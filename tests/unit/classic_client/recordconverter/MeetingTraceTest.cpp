@@ -27,7 +27,7 @@ using test::info;
 using test::Log;
 
 /// A real serial queue that waits at a gate before its first task, so that a test decides when the conversion thread
-/// sets out.
+/// starts.
 class GatedSerialQueueMaker final : public platform::SerialQueueMaker {
 public:
     std::unique_ptr<platform::DispatchQueue> makeSerialQueue(const std::string& label) override {
@@ -43,7 +43,7 @@ public:
         }
     }
 
-    /// Returns once everything that was put on the queue so far has run.
+    /// Returns once every task queued so far has run.
     void settle() {
         std::promise<void> reached;
         made_->async([&reached] { reached.set_value(); });
@@ -56,7 +56,7 @@ private:
     platform::DispatchQueue* made_ = nullptr;
 };
 
-/// A whole meeting in one process, the conversion on a thread of its own, every line of the trace accounted for.
+/// A whole meeting in one process, with the conversion on its own thread; every line of the trace is checked.
 class MeetingTraceTest : public testing::Test {
 protected:
     MeetingTraceTest() {
@@ -284,7 +284,7 @@ TEST_F(MeetingTraceTest, AJobScheduledBetweenTakingAndStartLosesNoRecordingAndTh
     launch({"/opt/bin/record-converter", "-pid", "4711", "-path", "/rec/one.rec"});
     deliver(kMeetingRecordNotificationName_RecordingStarted, "/rec/two.rec", 4712);
 
-    // The conversion thread has taken the first item and stands still before it reports the start.
+    // The conversion thread has taken the first item and waits before it reports the start.
     std::promise<void> taken;
     std::promise<void> scheduled;
     trace.setOnLine([this, &taken, &scheduled](const test::TraceLine& line) {
@@ -326,7 +326,7 @@ TEST_F(MeetingTraceTest, AJobScheduledBetweenTakingAndStartLosesNoRecordingAndTh
     fake.runLoop.advance(0.999s);
     EXPECT_TRUE(fake.application.terminateSenders().empty());
     fake.runLoop.advance(0.001s);
-    // Two run-outs may have made two timers. Both ask in the very same turn of the loop, which then ends, once.
+    // Two run-outs may have created two timers. Both fire in the same turn of the loop, which then ends, once.
     ASSERT_FALSE(fake.application.terminateSenders().empty());
     EXPECT_LE(fake.application.terminateSenders().size(), 2U);
 }

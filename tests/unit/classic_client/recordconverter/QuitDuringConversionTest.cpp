@@ -1,5 +1,5 @@
-/// A quit check that begins although a recording has just come in. Nothing in the application's order forbids it, so
-/// the platform declines to terminate while the conversion queue has work.
+/// A quit check that starts although a recording has just arrived. The application's order allows this, so the platform
+/// refuses to terminate while the conversion queue has work.
 
 #include "AppDelegate.h"
 #include "platform/BusySerialQueueMaker.h"
@@ -42,7 +42,7 @@ protected:
                                         platform::UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, pid}}});
     }
 
-    /// The conversion queue's oldest task runs, and then what it has put on the main queue.
+    /// Runs the oldest task of the conversion queue, and then the tasks that it has put on the main queue.
     void step() {
         ASSERT_TRUE(fake.serialQueues.last().runNext());
         fake.mainQueue.drain();

@@ -104,7 +104,7 @@ TEST_F(setAppLocaleTest, ALocaleThatIsAnotherOptionsValueIsFoundAllTheSame) {
 }
 
 TEST_F(setAppLocaleTest, TheLineIsTracedBeforeTheSettingIsWritten) {
-    // The setting is written by the language manager, which traces nothing: one line, whatever the language.
+    // The language manager writes the setting and traces nothing: there is one line, whatever the language.
     for (const char* const value : {"1", "2", "20", "21"}) {
         trace.clear();
         setAppLocaleFrom({"prog", "-locale", value});

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-// Each test builds an application folder of its own, with a probe program in it and plug-ins where the test wants
-// them, and reads what the probe says.
+// Each test builds its own application folder, with a probe program and plug-ins where the test wants them, and reads
+// the probe's output.
 
 namespace {
 
@@ -23,7 +23,7 @@ protected:
         if (::mkdtemp(pattern.data()) == nullptr) {
             throw std::runtime_error("no temporary folder");
         }
-        // The application folder has a blank in its name, as users' folders may.
+        // The name of the application folder contains a blank, like some users' folders.
         root = pattern;
         application = root / "record converter";
         fs::create_directories(application / "bin");
@@ -55,7 +55,8 @@ protected:
         for (std::size_t begin = 0; begin < text.size();) {
             const auto end = text.find('\n', begin);
             const auto line = text.substr(begin, end - begin);
-            // Whether the probe's own early line finds the facility built depends on the order of the two units.
+            // Whether the facility exists when the probe writes its own early line depends on the order of the two
+            // units.
             if (line.find("early") == std::string::npos) {
                 lines.push_back(line);
             }

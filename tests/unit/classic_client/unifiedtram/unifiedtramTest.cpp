@@ -41,8 +41,8 @@ std::int32_t callTrace2(std::uint64_t level, const char* module, const char* sec
     return result;
 }
 
-// A call by an address that the compiler does not know reaches the functions proper, as one from a program of another
-// compiler does; a call by name looks for the plug-in itself.
+// A call through an address that the compiler does not know reaches the real functions, like a call from a program
+// built by another compiler; a call by name looks for the plug-in itself.
 using Plain = std::int32_t (*)(const char* format, ...);
 using WithModule = std::int32_t (*)(const char* module, const char* format, ...);
 const Plain volatile plainByAddress[] = {KTRDEBUG, KTRINFO, KTRWARN, KTRERROR};
@@ -50,7 +50,7 @@ const WithModule volatile withModuleByAddress[] = {KTRDEBUG2,      KTRINFO2,    
                                                    MacDebugTrace2, MacInfoTrace2, MacWarnTrace2, MacErrorTrace2};
 constexpr std::uint64_t levels[] = {1, 2, 4, 8};
 
-/// Puts entry points in place and takes them back.
+/// Installs entry points and removes them.
 class unifiedtramTest : public testing::Test {
 protected:
     ~unifiedtramTest() override {

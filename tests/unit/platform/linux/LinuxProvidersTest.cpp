@@ -22,7 +22,7 @@
 
 namespace {
 
-/// A child that lives until it is told to end.
+/// A child that lives until told to end.
 class Child {
 public:
     Child() : id_(::fork()) {
@@ -168,7 +168,7 @@ TEST(LinuxBackgroundExecutorTest, RunsTasksElsewhereAtTheLowestPriorityAndWaitsF
     EXPECT_NE(::getpriority(PRIO_PROCESS, 0), 19) << "the priority of its thread alone";
 }
 
-// The sanitizers bring an allocator of their own.
+// The sanitizers replace the allocator.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(MemoryTest, AFreedPictureGoesBackToTheSystemAndSoDoTheNext) {
     platform::keepMemoryTogether();

@@ -1,4 +1,4 @@
-/// The trace plug-in: its lines, its files, and that nothing it meets reaches the application.
+/// The trace plug-in: its lines, its files, and that none of its problems reaches the application.
 
 #include "plugins/ktrtrace/TraceLog.h"
 #include "plugins/ktrtrace/TraceText.h"
@@ -31,7 +31,7 @@ using ktrtrace::TraceLevel;
 using ktrtrace::TraceLog;
 using namespace std::chrono_literals;
 
-// Not checked by the compiler: odd formats must come through.
+// The compiler must not check the format: invalid formats must be handled.
 std::optional<std::string> print(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
@@ -76,7 +76,7 @@ protected:
         return status.st_mode & 07777U;
     }
 
-    /// Runs `work` in a process of its own; true when that has returned true.
+    /// Runs `work` in a separate process, which exits with its result.
     static pid_t begin(const std::function<bool()>& work) {
         const pid_t child = ::fork();
         if (child == 0) {
@@ -235,7 +235,7 @@ TEST_F(TracePlugInTest, ProcessesAtTheSameTimeHaveAFileEachAndAFifthHasNone) {
             for (int index = 0; index < linesEach; ++index) {
                 log.write(TraceLevel::info, "of process " + std::to_string(::getpid()) + "|");
             }
-            // Keeps its place until everybody has one.
+            // Keeps its slot until every process has one.
             ::close(go[1]);
             char c = 0;
             return log.fileName() != nullptr && ::read(go[0], &c, 1) == 0;
@@ -293,7 +293,7 @@ bool endsWithALine(const std::string& file) {
     return text.ends_with('\n');
 }
 
-// A limit on the size of files fails a write just as a full disk does, in the middle of a line.
+// A limit on the file size makes a write fail like a full disk, in the middle of a line.
 bool outlivesAFullDisk(const std::string& folder) {
     std::signal(SIGXFSZ, SIG_IGN);
     TraceLog log(folder, TraceLevel::info, {1000000, 2, 50ms});
@@ -355,7 +355,7 @@ TEST_F(TracePlugInTest, TheStateFolderIsTheUsersOwn) {
     EXPECT_EQ(folderWith(nullptr, nullptr), "");
 }
 
-// The three functions as the application finds them.
+// The three functions as the application looks them up.
 struct EntryPoints {
     EntryPoints() {
         void* const plugIn = ::dlopen(KTRTRACE_BUNDLE, RTLD_NOW | RTLD_LOCAL);

@@ -1,4 +1,4 @@
-// A trace plug-in that says who it is. What it exports and how it is called is set where it is built.
+// A trace plug-in that reports its name. The build sets its exports and its name.
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>

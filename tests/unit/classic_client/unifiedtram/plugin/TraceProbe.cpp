@@ -1,5 +1,5 @@
-// Shows what the trace facility found from the place where this program stands: at the entry point, and again after
-// the facility's exit handler has run.
+// Shows what the trace facility found relative to this program's location: at the entry point, and again after the
+// facility's exit handler has run.
 #include "unifiedtram/unifiedtram.h"
 
 #include <cstdio>
@@ -15,12 +15,12 @@ void show(const char* when) {
     std::fflush(stdout);
 }
 
-// Before every other initialiser, hence its handler runs after every other one.
+// Before every other initialiser, so its handler runs after all others.
 [[gnu::constructor(101)]] void registerLastHandler() {
     std::atexit([] { show("after the exit handler"); });
 }
 
-// During static initialisation, of which the facility is a part: traced or not, it must not fall.
+// During static initialisation, which includes the facility's: traced or not, it must not crash.
 [[maybe_unused]] const std::int32_t early = MacInfoTrace2("RecordConverter", "early");
 
 }  // namespace
