@@ -1,5 +1,5 @@
-# What every target of the project is compiled with: C++20 without extensions, the warnings we keep clean, and the
-# sanitizers of the chosen preset. Targets take it by linking record_converter_options.
+# Compiler options for every target of the project: C++20 without extensions, the warnings we keep clean, and the
+# sanitizers of the chosen preset. Targets get them by linking record_converter_options.
 
 option(RECORD_CONVERTER_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 set(RECORD_CONVERTER_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
@@ -25,8 +25,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(record_converter_options INTERFACE -Wno-null-dereference)
 endif()
 
-# The worker parses what strangers have made, so everything is hardened whether or not the builder asks for it. The
-# sanitizers find the same faults, and bring run-time libraries that some of this gets in the way of.
+# The worker parses untrusted files, so everything is hardened, whether or not the builder asks for it. Sanitizers find
+# the same faults, and their run-time libraries conflict with some of the hardening.
 option(RECORD_CONVERTER_HARDENING "Build with the protections that compiler and linker offer" ON)
 if(RECORD_CONVERTER_HARDENING AND NOT RECORD_CONVERTER_SANITIZE AND NOT RECORD_CONVERTER_FUZZ)
   include(Hardening)
@@ -37,8 +37,8 @@ if(RECORD_CONVERTER_SANITIZE)
   add_link_options(-fsanitize=${RECORD_CONVERTER_SANITIZE})
 endif()
 
-# leave_generated_code_out(<target>): what the toolkit's compiler generates from the target's classes is run by the
-# toolkit's own threads under locks of a library that the thread sanitizer can't see into.
+# leave_generated_code_out(<target>): the toolkit's own threads run the code that its compiler generates from the
+# target's classes, under locks of a library that the thread sanitizer cannot see into.
 function(leave_generated_code_out target)
   if(RECORD_CONVERTER_SANITIZE MATCHES thread)
     set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${target}_autogen/mocs_compilation.cpp"
@@ -46,7 +46,7 @@ function(leave_generated_code_out target)
   endif()
 endfunction()
 
-# No path of the builder's shows in what is built. So two folders give the same bytes, and the compiler's cache serves
+# Removes the builder's paths from the output, so that two folders give the same bytes, and the compiler's cache serves
 # every build of the same sources.
 add_compile_options("-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
 find_program(RECORD_CONVERTER_CCACHE ccache)

@@ -1,4 +1,4 @@
-# Protections for every target of the project, each where compiler and architecture have it.
+# Protections for every target of the project, each only if compiler and architecture support it.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckPIESupported)
@@ -6,7 +6,7 @@ include(CheckPIESupported)
 # Position-independent programs; CMAKE_POSITION_INDEPENDENT_CODE alone changes only how they are compiled.
 check_pie_supported(LANGUAGES CXX)
 
-# A flag that the architecture has no use for is a warning with some compilers.
+# Some compilers warn about a flag that the architecture does not use.
 set(CMAKE_REQUIRED_FLAGS -Werror)
 foreach(flag stack-protector-strong stack-clash-protection cf-protection)
   string(MAKE_C_IDENTIFIER "RECORD_CONVERTER_HAS_${flag}" has)
@@ -15,14 +15,15 @@ foreach(flag stack-protector-strong stack-clash-protection cf-protection)
     add_compile_options(-f${flag})
   endif()
 endforeach()
-# What -fcf-protection is on x86 is a flag of another name on arm64.
+# On arm64 the counterpart of x86's -fcf-protection is a flag of another name.
 check_cxx_compiler_flag(-mbranch-protection=standard RECORD_CONVERTER_HAS_branch_protection)
 if(RECORD_CONVERTER_HAS_branch_protection)
   add_compile_options(-mbranch-protection=standard)
 endif()
 unset(CMAKE_REQUIRED_FLAGS)
 
-# The third level needs a compiler and a C library that know sizes at run time. No level works without optimization.
+# The third level needs a compiler and a C library that determine sizes at run time. No level works without
+# optimization.
 set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -Werror")
 check_cxx_source_compiles("
 #include <cstdlib>

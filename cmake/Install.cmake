@@ -1,5 +1,5 @@
-# What `cmake --install` puts where. The application folder stays one folder, for the program finds its parts from its
-# own place; the commands are links into it.
+# Where `cmake --install` puts each file. The application folder must stay one folder, because the program locates its
+# parts relative to itself; the commands are links into it.
 
 set(application lib/record-converter)
 
@@ -9,7 +9,8 @@ install(TARGETS mediaconverter-worker RUNTIME DESTINATION ${application}/libexec
 install(DIRECTORY "${RECORD_CONVERTER_APPLICATION_FOLDER}/Resources" DESTINATION ${application} COMPONENT application)
 install(DIRECTORY DESTINATION ${application}/PlugIns COMPONENT application)
 
-# The trace plug-in only where it is asked for (`cmake --install <build> --component trace`): without it there is no trace.
+# The trace plug-in is installed only on request (`cmake --install <build> --component trace`), because its presence
+# enables the trace.
 install(TARGETS ktrtrace LIBRARY DESTINATION ${application}/PlugIns COMPONENT trace EXCLUDE_FROM_ALL)
 
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/install")
@@ -23,7 +24,7 @@ endforeach()
 set(id org.recordconverter.RecordConverter)
 set(desktop "${PROJECT_SOURCE_DIR}/resources/desktop")
 install(FILES "${desktop}/${id}.desktop" DESTINATION share/applications COMPONENT application)
-# A store fetches the screenshots from there.
+# Stores fetch the screenshots from this address.
 set(RECORD_CONVERTER_HOMEPAGE "https://recordconverter.invalid" CACHE STRING "Where the source tree is published")
 configure_file("${desktop}/${id}.metainfo.xml.in" "${PROJECT_BINARY_DIR}/install/${id}.metainfo.xml" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/install/${id}.metainfo.xml" DESTINATION share/metainfo COMPONENT application)
@@ -32,15 +33,15 @@ install(FILES "${PROJECT_SOURCE_DIR}/resources/images/corvoball.svg" RENAME ${id
 install(FILES "${desktop}/${id}-symbolic.svg"
   DESTINATION share/icons/hicolor/symbolic/apps COMPONENT application)
 
-# At login: recordings that a converter left are converted, and nothing is started where there are none. The unit comes
-# enabled, as distributions ship theirs.
+# At login, recordings that a converter has left are converted; nothing is started if there are none. The unit is
+# enabled by default, as usual in distributions.
 set(login "${PROJECT_SOURCE_DIR}/resources/login")
 install(FILES "${login}/record-converter-pending.service" DESTINATION lib/systemd/user COMPONENT application)
 file(CREATE_LINK "../record-converter-pending.service" "${PROJECT_BINARY_DIR}/install/record-converter-pending.service"
   SYMBOLIC)
 install(FILES "${PROJECT_BINARY_DIR}/install/record-converter-pending.service"
   DESTINATION lib/systemd/user/graphical-session.target.wants COMPONENT application)
-# Sessions look for autostart entries in /etc alone, which is beside the prefix /usr and inside any other.
+# Sessions look for autostart entries only in /etc, which is outside the prefix /usr but inside any other prefix.
 install(CODE "
   string(REGEX REPLACE \"/usr/?$\" \"\" etc \"\${CMAKE_INSTALL_PREFIX}\")
   file(INSTALL \"${login}/${id}.Pending.desktop\" DESTINATION \"\${etc}/etc/xdg/autostart\")"
@@ -50,7 +51,7 @@ install(CODE "
 install(FILES "${PROJECT_SOURCE_DIR}/src/tools/obs-bridge/record_converter_bridge.py"
   DESTINATION share/record-converter/obs COMPONENT application)
 
-# Shell completions, where each shell looks for those of packages
+# Shell completions, in the folders where each shell expects those of packages
 if(EXISTS /etc/debian_version)
   set(zsh_functions share/zsh/vendor-completions)
 else()
@@ -68,7 +69,7 @@ endforeach()
 # Manual pages
 find_program(SCDOC scdoc)
 if(SCDOC)
-  # The first line of a page says that it has tables; scdoc leaves it out.
+  # The first line of a page declares that it contains tables; scdoc omits it.
   set(preprocessors "${PROJECT_SOURCE_DIR}/resources/man/preprocessors.roff")
   set(pages "")
   foreach(page record-converter.1 meeting-client.1 convert-recording.1)
@@ -88,7 +89,7 @@ endif()
 
 # For authors of meeting clients
 include(CMakePackageConfigHelpers)
-# Stripping leaves archives alone, so the folders of the build must not get into this one.
+# Stripping does not touch archives, so this one must not contain the build's folders.
 target_compile_options(recordmeeting PRIVATE
   "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=.")
 install(TARGETS recordmeeting ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
@@ -104,7 +105,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/install/MeetingRecordNot
   COMPATIBILITY SameMinorVersion)
 install(FILES "${config}" "${PROJECT_BINARY_DIR}/install/MeetingRecordNotificationsConfigVersion.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/MeetingRecordNotifications COMPONENT development)
-# The prefix is found from the file's own place, as the CMake package does it.
+# The prefix is derived from the file's own location, as the CMake package does.
 file(RELATIVE_PATH pc_to_prefix "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 string(REGEX REPLACE "/$" "" pc_to_prefix "${pc_to_prefix}")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/recordmeeting.pc.in" "${PROJECT_BINARY_DIR}/install/recordmeeting.pc" @ONLY)
