@@ -2,7 +2,7 @@
 
     counts.py SCENARIO-PROGRAM ACCEPTED-FILE [--accept]
 
-The count is that of eleven meetings less that of one, so what loader, start-up and the fakes cost does not count.
+The count is that of eleven meetings minus that of one, so the cost of loader, start-up and fakes is excluded.
 Exit status 1 when it has grown by more than a tenth. --accept writes the new count.
 """
 

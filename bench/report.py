@@ -61,10 +61,10 @@ def system(build):
     figures = found["figures"]
     for figure in figures:
         if figure["name"] == "private memory, idle":
-            # The bound is not a ratio: the bare program's own and 6 MiB.
+            # The limit is not a ratio: the bare program's memory plus 6 MiB.
             figure["limit"] = (figure["reference"] + 6 * 1024) / figure["reference"]
     return figures + [
-        # A leak of 1 KiB a conversion would show as 300.
+        # A leak of 1 KiB per conversion would show as 300.
         plain("memory written, grown from 300 to 600 conversions", found["growthKiB"], "KiB", 64),
         plain("burst: lost or out of order", found["burstLost"] + (not found["burstInOrder"]), "", 0),
         plain(f"wake-ups in {found['idleSeconds']:.0f} idle seconds", found["idleWakeUps"], "", 0),
