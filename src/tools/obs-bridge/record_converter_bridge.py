@@ -49,7 +49,7 @@ def on_event(event):
             _tasks.put((_announce, _recording))
     elif event == obs.OBS_FRONTEND_EVENT_RECORDING_STOPPED and _recording:
         _recording = None
-        # OBS may stay open for hours; quitting in its name is what begins the conversion.
+        # OBS may stay open for hours; the quit posted on its behalf starts the conversion.
         _tasks.put((_post, "RecordingStopped"))
         _tasks.put((_post, "MeetingAppQuit"))
 
@@ -79,10 +79,10 @@ def _announce(path):
     converter = shutil.which(CONVERTER)
     if converter is None:
         raise FileNotFoundError(f"{CONVERTER} is not installed")
-    # Nobody's child: it outlives OBS, and OBS need not reap it.
+    # Reparented to init: it outlives OBS, and OBS need not reap it.
     subprocess.run(["setsid", "-f", converter, "-pid", str(os.getpid()), "-pname", "obs", "-path", path], check=True,
                    stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    # What is posted before it listens would be lost.
+    # Notifications posted before it listens would be lost.
     subprocess.run(["gdbus", "wait", "--session", "--timeout", "10", BUS_NAME], check=True)
 
 
