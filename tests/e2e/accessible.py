@@ -13,7 +13,7 @@ class Reader:
             address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
             | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
         self._connection.set_exit_on_close(False)
-        # (role, name) of every part that a program has told is showing now.
+        # (role, name) of every part that a program has reported as showing now.
         self.announced = []
         self._connection.signal_subscribe(None, "org.a11y.atspi.Event.Object", "StateChanged", None, "showing",
                                           Gio.DBusSignalFlags.NONE, self._showing)
@@ -36,7 +36,7 @@ class Reader:
                 self._ask(part, "org.freedesktop.DBus.Properties", "Get", GLib.Variant("(ss)", (_ACCESSIBLE, "Name"))))
 
     def tree(self):
-        """(role, name) of every part of every program; empty while one of them comes or goes."""
+        """(role, name) of every part of every program; empty while one of them appears or disappears."""
         try:
             return list(self._below(*_ROOT))
         except GLib.Error:

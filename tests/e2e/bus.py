@@ -1,4 +1,4 @@
-"""A private session bus, and an ear and a voice on it."""
+"""A private session bus, and a connection that listens and posts on it."""
 
 import os
 import subprocess
@@ -25,7 +25,7 @@ ACK_NAME = "kMeetingRecordNotificationKey_AckNotificationName"
 ACK_FROM = "kMeetingRecordNotificationKey_AckFromProcessId"
 ACK_TO = "kMeetingRecordNotificationKey_AckToProcessId"
 
-# A test must not start anything of the machine it runs on: only services of its own can be activated.
+# A test must not start services of the machine it runs on: only its own services can be activated.
 _CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -64,7 +64,7 @@ class PrivateBus:
 
 
 class Notification:
-    """One notification as heard. `info` holds plain values, `types` the D-Bus type of each."""
+    """One notification as received. `info` holds plain values, `types` the D-Bus type of each."""
 
     def __init__(self, parameters):
         self.name, self.object, entries = (parameters.get_child_value(index) for index in range(3))
@@ -84,11 +84,11 @@ class Notification:
 
 
 class Shown:
-    """One notification: its sentence, the line below, and the titles of its buttons."""
+    """One notification: its text, the line below it, and the titles of its buttons."""
 
     def __init__(self, parameters):
         _, self.replaces, _, self.text, self.body, actions, self.hints, _ = parameters
-        # Keys and titles take turns; the first pair is the press on the notification itself.
+        # Keys and titles alternate; the first pair is the press on the notification itself.
         self.buttons = actions[3::2]
 
     def __repr__(self):
@@ -96,7 +96,7 @@ class Shown:
 
 
 class NotificationServer:
-    """Shows nothing and remembers everything in `shown`, in order."""
+    """Shows nothing and records everything in `shown`, in order."""
 
     NAME = "org.freedesktop.Notifications"
     _PATH = "/org/freedesktop/Notifications"
@@ -135,7 +135,7 @@ class NotificationServer:
 
 
 class Line:
-    """A connection to the bus that keeps all notifications it hears."""
+    """A connection to the bus that records all notifications it receives."""
 
     def __init__(self, address):
         self._connection = Gio.DBusConnection.new_for_address_sync(
@@ -159,7 +159,7 @@ class Line:
         return self._ask("NameHasOwner", GLib.Variant("(s)", (name,))).unpack()[0]
 
     def owner(self, name):
-        """The connection that owns `name`; None where there is none."""
+        """The connection that owns `name`; None if there is none."""
         try:
             return self._ask("GetNameOwner", GLib.Variant("(s)", (name,))).unpack()[0]
         except GLib.Error:
@@ -169,7 +169,7 @@ class Line:
         return self.has_owner(CONVERTER)
 
     def property(self, service, path, name, interface=None):
-        """A property of the interface, by default of the one that is named like its service; None while nobody answers."""
+        """A property of the interface, by default the one named like its service; None if there is no reply."""
         try:
             return self._connection.call_sync(service, path, "org.freedesktop.DBus.Properties", "Get",
                                               GLib.Variant("(ss)", (interface or service, name)), None,
@@ -178,14 +178,14 @@ class Line:
             return None
 
     def record_signals(self, interface, name):
-        """A list that grows by the arguments of each such signal while the bus is being heard."""
+        """A list that grows by the arguments of each such signal while the bus is being read."""
         seen = []
         self._connection.signal_subscribe(None, interface, name, None, None, Gio.DBusSignalFlags.NONE,
                                           lambda *arguments: seen.append(arguments[5].unpack()))
         return seen
 
     def tool_tip(self, pid):
-        """What the status icon of converter `pid` says below its title."""
+        """The text that the status icon of converter `pid` shows below its title."""
         tip = self.property(f"org.kde.StatusNotifierItem-{pid}-1", "/StatusNotifierItem", "ToolTip",
                             "org.kde.StatusNotifierItem")
         return tip[3] if tip else ""
@@ -210,12 +210,12 @@ class Line:
         self.post(QUIT, {PID: GLib.Variant("i", pid)})
 
     def turn(self):
-        """Lets what has arrived be heard."""
+        """Handles everything that has arrived."""
         while GLib.MainContext.default().iteration(False):
             pass
 
     def wait(self, condition, seconds, what):
-        """Like `processes.wait_until`, while the bus is being heard."""
+        """Like `processes.wait_until`, while the bus is being read."""
         deadline = time.monotonic() + seconds
         while True:
             self.turn()
@@ -231,13 +231,13 @@ class Line:
                                           None).unpack()[0]
 
     def play_notification_server(self):
-        """Is the desktop's notification server from now on."""
+        """Acts as the desktop's notification server from now on."""
         server = NotificationServer(self._connection)
         self._ask("RequestName", GLib.Variant("(su)", (NotificationServer.NAME, 0)))
         return server
 
     def play_screen_saver(self):
-        """Is the desktop's screen saver from now on, which covers the screen."""
+        """Acts as the desktop's screen saver from now on, which covers the screen."""
         node = Gio.DBusNodeInfo.new_for_xml(
             "<node><interface name='org.freedesktop.ScreenSaver'><method name='GetActive'>"
             "<arg type='b' direction='out'/></method></interface></node>")
@@ -246,14 +246,14 @@ class Line:
         self._ask("RequestName", GLib.Variant("(su)", ("org.freedesktop.ScreenSaver", 0)))
 
     def play_settings(self, settings):
-        """Is the desktop's settings portal from now on. `settings` maps (group, key) to a number."""
+        """Acts as the desktop's settings portal from now on. `settings` maps (group, key) to a number."""
         node = Gio.DBusNodeInfo.new_for_xml(
             "<node><interface name='org.freedesktop.portal.Settings'><method name='Read'><arg type='s' direction='in'/>"
             "<arg type='s' direction='in'/><arg type='v' direction='out'/></method></interface></node>")
 
         def answer(_connection, _sender, _path, _interface, _method, arguments, invocation):
             value = GLib.Variant("u", settings.get(arguments.unpack(), 0))
-            # Portals wrap the value twice.
+            # Portals wrap the value in two variants.
             invocation.return_value(GLib.Variant("(v)", (GLib.Variant("v", value),)))
 
         self._connection.register_object("/org/freedesktop/portal/desktop", node.interfaces[0], answer, None, None)

@@ -35,7 +35,7 @@ class _Service:
 
 
 class LoginManager(_Service):
-    """A lock is held until its descriptor is closed everywhere but here."""
+    """A lock is held until all copies of its descriptor but ours are closed."""
 
     def __init__(self, address):
         self._ends = []
@@ -63,7 +63,7 @@ class LoginManager(_Service):
 
 
 class Portal(_Service):
-    """An inhibition is held until its asker has left the bus."""
+    """An inhibition is held until the client that requested it has left the bus."""
 
     def __init__(self, address):
         self._askers = []
@@ -84,7 +84,7 @@ class Portal(_Service):
 
 
 class FileManager(_Service):
-    """Opens no window; `calls` has what it was asked to select."""
+    """Opens no window; `calls` records what it was asked to select."""
 
     def __init__(self, address):
         super().__init__(address, "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1", """
@@ -96,7 +96,7 @@ class FileManager(_Service):
 
 
 class ServiceManager(_Service):
-    """Knows one unit, the processes that the test names, and the scopes that it is asked for."""
+    """Has one unit, the processes that the test adds to it, and the scopes that clients ask for."""
 
     def __init__(self, address):
         self.unit = set()
@@ -114,7 +114,7 @@ class ServiceManager(_Service):
         invocation.return_value(GLib.Variant("(o)", ("/org/freedesktop/systemd1/job/1",)))
 
     def stop_unit(self):
-        """Ends what is in the unit, as the end of a service does."""
+        """Ends every process in the unit, like the end of a service."""
         for pid in self.unit:
             if processes.command_line(pid):
                 os.kill(pid, signal.SIGKILL)

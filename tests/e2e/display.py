@@ -1,4 +1,4 @@
-"""A virtual display with a window manager and a tray, and hands and eyes on it."""
+"""A virtual display with a window manager and a tray, with input and screenshots."""
 
 import os
 import re
@@ -11,7 +11,7 @@ import world
 
 WIDTH, HEIGHT = 1280, 800
 
-# What the bubble kit leaves around the bubble's body: room for the shadow on every side, and for the arrow.
+# The space that the bubble kit leaves around the bubble's body: for the shadow on every side, and for the arrow.
 SHADOW = 12
 ARROW = 10
 
@@ -49,7 +49,7 @@ class Bubble:
                               rectangle.width - 2 * SHADOW, rectangle.height - 2 * (SHADOW + ARROW))
         self.arrow_tip = rectangle.y + SHADOW
 
-    # The places of the buttons, from the corners that they hang from.
+    # The positions of the buttons, relative to their corners.
     def open_button(self):
         return self.body.right - 20, self.body.bottom - 28
 
@@ -61,14 +61,14 @@ class Bubble:
 
 
 class DisplayWorld(world.World):
-    """A world that has a display. Without `with_tray` nobody takes the status icon at first."""
+    """A world that has a display. Without `with_tray` no tray takes the status icon at first."""
 
     with_tray = True
     tray_edge = "top"
 
     def setUp(self):
         super().setUp()
-        # What the desktop's own programs see; a test may take the display away from the converter alone.
+        # The environment of the desktop's own programs; a test may take the display away from the converter only.
         self.desktop = self.outside = self.environment
         self.start_display()
 
@@ -122,7 +122,7 @@ class DisplayWorld(world.World):
         return self.ask("xdotool", "search", "--onlyvisible", *criteria).split()
 
     def rectangle(self, window):
-        """Place and size of a window on the screen; None when it has gone."""
+        """Place and size of a window on the screen; None if it has disappeared."""
         text = self.ask("xwininfo", "-id", window)
         found = [re.search(rf"{key}:\s+(-?\d+)", text)
                  for key in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")]
@@ -140,12 +140,12 @@ class DisplayWorld(world.World):
         return sorted(found, key=lambda bubble: bubble.body.y)
 
     def icon(self):
-        """Where the status icon stands in the tray; None when it doesn't."""
+        """The status icon's frame in the tray; None if it has none."""
         found = [rectangle for _, rectangle in self._own_windows() if 8 <= rectangle.width <= 64]
         return found[0] if found else None
 
     def wait_for_bubbles(self, count, height, seconds=30):
-        """Waits for `count` bubbles that are at least so high, at rest; returns them."""
+        """Waits for `count` bubbles of at least this height that do not move; returns them."""
         def at_rest():
             first = [bubble for bubble in self.bubbles() if bubble.body.height >= height]
             second = [bubble for bubble in self.bubbles() if bubble.body.height >= height]
@@ -155,7 +155,7 @@ class DisplayWorld(world.World):
         return self.wait_for(at_rest, seconds, f"{count} bubbles on the screen")
 
     def picture(self):
-        """What is on the screen now."""
+        """An image of the screen now."""
         pixels = subprocess.run(["import", "-silent", "-window", "root", "-depth", "8", "rgb:-"], env=self.outside,
                                 stdout=subprocess.PIPE, check=True).stdout
         return pictures.Picture(WIDTH, pixels)
@@ -164,13 +164,13 @@ class DisplayWorld(world.World):
         self.ask("import", "-silent", "-window", "root", path)
 
     def keep_picture(self):
-        """For those who want to look: in the folder that RECORD_CONVERTER_PICTURES names."""
+        """Saves the image for inspection, in the folder that RECORD_CONVERTER_PICTURES names."""
         folder = os.environ.get("RECORD_CONVERTER_PICTURES")
         if folder:
             self.take_picture(os.path.join(folder, self.id().removeprefix("__main__.") + ".png"))
 
     def wait_for_rest(self):
-        """Two pictures of the screen, a moment apart, that are alike; the later."""
+        """Two identical images of the screen, a moment apart; returns the later one."""
         last = self.picture()
         while True:
             time.sleep(0.5)

@@ -42,7 +42,7 @@ class Growth(world.World):
             held.append(self._held(converter))
         print("growth: " + ", ".join(f"{size} bytes in {blocks} blocks after {(i + 1) * CONVERSIONS}"
                                      for i, (size, blocks) in enumerate(held)))
-        # Blocks that stay may be larger or smaller; there are no more of them.
+        # Blocks that stay may change their size, but their number must not grow.
         self.assertEqual({blocks for _, blocks in held}, {held[0][1]})
         self.line.quit(meeting.pid)
         self.assertEqual(self.wait_ended(converter, 300), 0)

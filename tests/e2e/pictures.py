@@ -1,4 +1,4 @@
-"""What two pictures of a screen differ in."""
+"""The differences between two images of a screen."""
 
 import os
 
@@ -24,7 +24,7 @@ class Picture:
         return None if top is None else (left // 3, top, (right + 2) // 3, bottom)
 
     def share_of(self, color, left, top, right, bottom):
-        """Which share of the pixels in a rectangle has this colour."""
+        """The share of pixels in a rectangle that have this colour."""
         rows = [row[3 * int(left):3 * int(right)] for row in self._rows()[int(top):int(bottom)]]
         pixels = [row[i:i + 3] for row in rows for i in range(0, len(row), 3)]
         return pixels.count(bytes(color)) / len(pixels)

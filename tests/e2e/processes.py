@@ -1,4 +1,4 @@
-"""Processes of one test: started, watched, and all gone at the end, orphans included."""
+"""Processes of one test: started, watched, and all ended with it, orphans included."""
 
 import ctypes
 import os
@@ -11,7 +11,7 @@ _PR_SET_CHILD_SUBREAPER = 36
 
 
 def adopt_orphans():
-    """What a descendant leaves behind becomes a child of this process, so nothing can slip away."""
+    """A descendant's orphans become children of this process, so none can escape."""
     ctypes.CDLL(None, use_errno=True).prctl(_PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 
@@ -46,7 +46,7 @@ def command_line(pid):
 
 
 def end_all():
-    """Kills every descendant and reaps what this process has adopted."""
+    """Kills every descendant and reaps those that this process has adopted."""
     for _ in range(100):
         left = descendants()
         for pid in left:
@@ -71,7 +71,7 @@ def reap():
 
 
 class Watched:
-    """Any process by its id; knows when it has ended, whoever its parent is."""
+    """Any process by its id; knows when it has ended, whatever its parent is."""
 
     def __init__(self, pid):
         self.pid = pid
@@ -109,7 +109,7 @@ def watches(pid, other):
 
 
 def wait_until(condition, seconds, what):
-    """Looks until `condition()` gives something true, and returns that; fails with `what` when time is up."""
+    """Polls until `condition()` returns something true, and returns that; fails with `what` when time is up."""
     deadline = time.monotonic() + seconds
     while True:
         result = condition()
@@ -121,7 +121,7 @@ def wait_until(condition, seconds, what):
 
 
 class Meeting:
-    """A stand-in for a meeting process: has an id, and dies when told."""
+    """A stand-in for a meeting process: has an id, and dies on request."""
 
     def __init__(self):
         self._process = subprocess.Popen(["sleep", "1000"], start_new_session=True)

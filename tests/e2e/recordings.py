@@ -1,4 +1,4 @@
-"""Recordings to convert, and what became of them."""
+"""Recordings to convert, and checks of the results."""
 
 import json
 import os
@@ -10,7 +10,7 @@ _cache = None
 
 
 def _sample():
-    """A short recording, made once a test process."""
+    """A short recording, created once per test process."""
     global _cache
     if _cache is None:
         _cache = os.path.join(tempfile.mkdtemp(prefix="record-converter-sample-"), "sample.mkv")
@@ -29,13 +29,13 @@ def forget_sample():
 
 
 def make(path):
-    """Puts a recording with one picture and one sound track, 2 s long, at `path` (text or bytes); returns it."""
+    """Creates a recording with one video and one audio track, 2 s long, at `path` (text or bytes); returns it."""
     shutil.copyfile(_sample(), path)
     return path
 
 
 def make_slow(path, seconds=20):
-    """Puts a recording at `path` that no MP4 can hold as it is: its conversion takes seconds. Returns the path."""
+    """Creates a recording at `path` that must be re-encoded: its conversion takes seconds. Returns the path."""
     subprocess.run(
         ["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", f"testsrc2=size=1280x720:rate=30:duration={seconds}",
          "-c:v", "wmv2", "-b:v", "4M", path], check=True)

@@ -15,7 +15,7 @@ NOTIFICATIONS = int(os.environ.get("SOAK_NOTIFICATIONS", "10000"))
 PROCESSES = int(os.environ.get("SOAK_PROCESSES", "500"))
 SENDERS = 20
 ALIVE_AT_ONCE = 40
-# Memory is compared with what it is when the toolkit has drawn for the first time, and had much to draw.
+# Memory is compared with the value after the toolkit has drawn for the first time, and has had much to draw.
 BEFORE = 1000
 SEED = int(os.environ.get("SOAK_SEED", "1"))
 
@@ -31,7 +31,7 @@ def descriptors(pid):
 
 
 class Client:
-    """One meeting process, what it has still to say, and what the converter must have made of it."""
+    """One meeting process, the notifications it still has to post, and the expected conversions."""
 
     def __init__(self, scenario, sender, number, budget):
         self.scenario, self.sender, self.number = scenario, sender, number
@@ -52,7 +52,7 @@ class Client:
         self.left -= 1
 
     def step(self):
-        """One notification, by chance."""
+        """Posts one random notification."""
         chance = random.random()
         if self.writing is None and chance < 0.85 or chance < 0.05:
             path = self.scenario.path(f"{self.number}-{self.said[bus.STARTED]}.rec")
@@ -67,11 +67,11 @@ class Client:
             self._say(bus.STOPPED)
 
     def end(self):
-        """With a quit, without a word, or both."""
+        """With a quit, without one, or both."""
         how = random.randrange(3)
         if how != 0:
             self._say(bus.QUIT)
-        # Whoever dies before the converter has heard of it, or watches it, is never missed: wait until it has.
+        # A process that dies before the converter knows or watches it is never missed: wait until it does.
         self.scenario.wait_said(self)
         if how == 0:
             self.scenario.wait_watched(self.scenario.converter, self.meeting)
@@ -94,12 +94,12 @@ class Soak(world.World):
         return self.acknowledged.get(pid, 0)
 
     def _at_rest(self, pid):
-        """Memory and descriptors when the last bubble has gone."""
+        """Memory and descriptors after the last bubble has closed."""
         self.wait_at_rest(pid)
         return memory(pid), descriptors(pid)
 
     def _wait_converted(self, ended, targets):
-        """Conversions give way to whatever else the machine does: they may take long, though one must follow another."""
+        """Conversions give way to other load on the machine: they may take long, but one must follow another."""
         missed = list(targets)
         while missed:
             try:
@@ -123,7 +123,7 @@ class Soak(world.World):
         host, lasting = self.meeting(), self.meeting()
         first = self.scripted_recording("host")
         self.converter = converter = self.launch_for(host, first)
-        # One meeting outlasts all others, so that the converter is still there to be looked at afterwards.
+        # One meeting outlasts all others, so that the converter still runs for the final checks.
         unfinished = self.scripted_recording("lasting")
         self.line.started(lasting.pid, unfinished)
         self.line.stopped(host.pid)
@@ -157,7 +157,7 @@ class Soak(world.World):
                 alive.remove(client)
                 ended.append(client)
             if random.random() < 0.02:
-                # What no client should say: nothing, or a stop and quit of a stranger.
+                # Notifications that no client should post: an unknown name, or a stop and quit of an unknown process.
                 random.choice(senders).post(random.choice((bus.STARTED, "Other")))
                 random.choice(senders).quit(0)
             for sender in senders:

@@ -1,4 +1,4 @@
-"""Bubbles on a real display: where they stand, what their buttons do, and when the application quits."""
+"""Bubbles on a real display: their positions, the effect of their buttons, and when the application quits."""
 
 import os
 import time
@@ -8,7 +8,7 @@ import display
 import recordings
 import trace
 
-# A saved bubble has a row of buttons, which makes it at least so high.
+# A saved bubble has a row of buttons, which gives it at least this height.
 SAVED = 80
 PLAIN = 40
 
@@ -56,7 +56,7 @@ class BubbleWorld(display.DisplayWorld):
         return self.wait_for_bubbles(1, height)[0]
 
     def check_quits_soon(self, converter):
-        """Within three seconds of the last bubble's end."""
+        """Within three seconds after the last bubble has closed."""
         self.wait_for(lambda: not self.bubbles(), 10, "the bubble has closed")
         begun = time.monotonic()
         self.assertEqual(self.wait_ended(converter, 10), 0)
@@ -175,7 +175,7 @@ class Bubbles(BubbleWorld):
         icon = self.icon()
         self.click((icon.middle, icon.y + icon.height / 2))
         self.wait_for(lambda: self.ask("xdotool", "getwindowfocus").strip() == bubble.window, 20, "it has the keyboard")
-        # In the order of the buttons, the first of which has it.
+        # In the order of the buttons; the first one has the focus.
         self.ask("xdotool", "key", "Tab", "Return")
         self.wait_for(self.opened, 10, "xdg-open runs")
         self.assertEqual(self.opened()[0].rstrip("/"), f"file://{self.folder}", "the second button")
@@ -275,7 +275,7 @@ class NoTray(BubbleWorld):
         self.check_quits_soon(converter)
 
     def test_follows_a_tray_that_comes_and_goes(self):
-        # Under a screen saver its time stands still for as long as this takes.
+        # Under a screen saver its time pauses for as long as this takes.
         self.line.play_screen_saver()
         self.converts("talk.mkv")
         self.wait_for_bubbles(1, SAVED)

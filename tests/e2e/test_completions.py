@@ -1,4 +1,4 @@
-"""What the shells offer to complete, asked of the shells themselves."""
+"""The completions that the shells offer, queried from the shells themselves."""
 
 import os
 import pty
@@ -28,7 +28,7 @@ class Completions(world.World):
             open(self.path(name), "wb").close()
 
     def options(self, *command):
-        """The long options that the program's own help names."""
+        """The long options in the program's own help."""
         text = subprocess.run([*command, "--help"], env=self.environment, stdout=subprocess.PIPE, text=True,
                               check=True).stdout
         return set(re.findall(r"^  (?:-h,)?(--[a-z-]+)", text, re.MULTILINE))
@@ -85,7 +85,7 @@ class Completions(world.World):
 
 
 class Zsh:
-    """An interactive zsh on a terminal of its own: its completion answers to keys alone."""
+    """An interactive zsh on a terminal of its own, because its completion reacts only to keys."""
 
     def __init__(self, test, functions):
         self._test = test
@@ -103,7 +103,7 @@ class Zsh:
         os.write(self._terminal, keys.encode())
 
     def _read_until(self, enough, quiet=0.0):
-        """What the shell shows until `enough` holds and nothing has come for `quiet` seconds."""
+        """The shell's output until `enough` is true and nothing has come for `quiet` seconds."""
         text = ""
         deadline = time.monotonic() + 60
         while time.monotonic() < deadline:
@@ -115,9 +115,9 @@ class Zsh:
         raise AssertionError(f"the shell does not answer: {text!r}")
 
     def shown(self, line):
-        """What stands on the screen after a line and the tabulator, twice, and the line given up."""
+        """The screen after a line and two presses of the tabulator; the line is then discarded."""
         self._type(line + "\t")
-        # The list comes in one piece; the shell then waits for the next key.
+        # The list is printed at once; the shell then waits for the next key.
         text = self._read_until(lambda text: line.split(" ")[0] in text, quiet=1.5)
         self._type("\x15\n")
         self._read_until(lambda rest: "ready> " in rest)

@@ -34,7 +34,7 @@ class ConvertRecording(world.World):
         self.recording()
         result = self.convert("missing.mkv", "talk.mkv")
         self.assertEqual(result.returncode, 1)
-        # Once, and not a second time by the media converter itself.
+        # Once, and not again by the media converter itself.
         self.assertRegex(result.stderr.decode(), r"^/\S*/missing\.mkv: [^\n]+ \(error 10\)\n$")
         self.assertEqual(self.files(), ["talk.mp4"])
 
@@ -44,7 +44,7 @@ class ConvertRecording(world.World):
             self.assertEqual(result.returncode, 3)
             self.assertIn(f"process {os.getpid()} is still writing it", result.stderr.decode())
             self.assertEqual(self.files(), ["talk.mkv"])
-            # After half a minute in which nothing has come; what comes later has a name of its own.
+            # After half a minute without new data; data that arrives later keeps a name of its own.
             self.assertEqual(self.convert("--force", "talk.mkv").returncode, 0)
         self.assertEqual(self.files(), ["talk (damaged).mkv", "talk.mp4"])
 

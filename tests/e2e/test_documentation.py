@@ -30,7 +30,7 @@ class Examples(world.World):
         self.environment["PATH"] = os.path.join(self.application, "bin") + ":" + self.environment["PATH"]
 
     def example(self, language, name):
-        """Writes the example down; a reader takes in 30 lines at a glance."""
+        """Writes the example to a file; 30 lines are easy to survey."""
         self.assertLess(self.examples[language].count("\n"), 30, language)
         with open(self.path(name), "w", encoding="utf-8") as file:
             file.write(self.examples[language])
@@ -119,18 +119,18 @@ class Packaging(world.World):
         source = os.path.join(DOCS, "..")
         scripts = [text for language, text in blocks("packaging.md") if language == "sh"]
         other_releases, packages, build = scripts
-        # What these run is tested by itself; here they must at least be there.
+        # Other tests run these scripts; here they must at least exist.
         for script in re.findall(r"^scripts/\S+", other_releases + packages, re.MULTILINE):
             self.assertTrue(os.access(os.path.join(source, script), os.X_OK), script)
         configure, _, install = build.splitlines()
 
         def run(script):
-            # The build of this very test stands for the one that the page would have made.
+            # The build of this test stands for the one that the page describes.
             script = script.replace("build/release", test_install.BUILD)
             subprocess.run(["bash", "-euc", script], env=self.environment, cwd=self.folder, check=True, timeout=150,
                            stdout=subprocess.DEVNULL)
 
-        # Configured afresh, beside the build: it is the options that count.
+        # Configured separately from the build, because only the options matter here.
         run(configure.replace("-S .", f"-S '{source}'").replace("-B build/release", "-B configured"))
         self.assertTrue(os.path.exists(self.path("configured/build.ninja")))
         run(install)
@@ -145,7 +145,7 @@ class Packaging(world.World):
         control = {re.match(r" ([\w.+-]+)", line).group(1) for line in field.splitlines()}
         with open(os.path.join(DOCS, "packaging.md"), encoding="utf-8") as file:
             line = re.search(r"^Build-Depends, .*?^```\n(.*?)^```$", file.read(), re.MULTILINE | re.DOTALL).group(1)
-        # Every Debian that builds packages has the compiler. The page names the optional part by itself.
+        # Every Debian that builds packages has the compiler. The page lists the optional part separately.
         self.assertEqual(set(line.replace(",", " ").split()) - {"g++"}, control - {"debhelper-compat", "scdoc"})
 
     def test_without_scdoc_configuring_says_that_there_will_be_no_manuals(self):
@@ -161,7 +161,7 @@ class Diagnostics(world.World):
                               stdout=subprocess.PIPE, text=True).stdout
 
     def _told(self, text):
-        """A trace without what differs from run to run; progress but the first and last, and repeated ticks, left out."""
+        """A trace without what differs between runs, repeated ticks, and all progress but the first and last."""
         told = []
         for line in text.splitlines():
             if re.search(r"cvt_progress = (?!0\.00%|100\.00%)", line):
@@ -194,7 +194,7 @@ class Diagnostics(world.World):
         self.assertEqual(verdict, "nothing went wrong")
         traced = self._told("\n".join(shown))
         documented = self._told("".join(text for language, text in blocks("diagnostics.md") if language == "trace"))
-        # When the client's process ends depends on the machine; the rest has its order on each thread.
+        # The machine's speed decides when the client's process ends; the other lines have a fixed order on each thread.
         for lines in (traced, documented):
             lines.remove("info main NoteExitKQueueCallback: observe process exit pid N")
         for thread in ("main", "ktrmp4recording"):

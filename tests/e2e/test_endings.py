@@ -1,4 +1,4 @@
-"""Ends that come from outside."""
+"""Ends of the converter caused from outside."""
 
 import os
 import signal
@@ -12,7 +12,7 @@ import recordings
 import trace
 import world
 
-# Seconds after which a notification has come as far as the thread that is to handle it.
+# Seconds after which a notification has reached the thread that handles it.
 _ARRIVED = 0.5
 
 
@@ -96,7 +96,7 @@ class Endings(_Ending):
             converter = self.launch_for(first, self.scripted_recording("first"))
             first.die()
             time.sleep(0.3)
-            # The check's tick and the notification are both there when it goes on.
+            # When it continues, the check's tick and the notification are both waiting.
             converter.send_signal(signal.SIGSTOP)
             self.line.started(late.pid, self.scripted_recording("late"))
             time.sleep(1.5)
@@ -110,14 +110,14 @@ class Endings(_Ending):
             self.wait_ended(converter, 20)
 
     def test_the_end_of_the_starters_session_is_not_its_end(self):
-        # The client's process group and session die with it; what it has launched has its own.
+        # The client's process group and session die with it; the converter that it launched has its own.
         result = self.client("record", "--out", "talk.mkv", "--seconds", "1", "--crash", start_new_session=True)
         self.assertEqual(result.returncode, -signal.SIGKILL)
         self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
 
 
 class CrossingNotifications(trace.TracedWorld):
-    """The main thread stands still while a notification comes that it finds when it goes on."""
+    """The main thread is stopped while a notification arrives, and handles it when it continues."""
 
     def setUp(self):
         super().setUp()
@@ -190,7 +190,7 @@ class LostDisplay(display.DisplayWorld, _Ending):
         converter = self.launch_for(meeting, one)
         first = self.line.owner(bus.CONVERTER)
         self.end_display()
-        # Until it ends, the first one watches the meeting as well.
+        # The first one watches the meeting too, until it ends.
         self.wait_for(lambda: self.line.owner(bus.CONVERTER) not in (None, first), 20, "the second start")
         self.assertIn("starting again off-screen", self.log_text())
         self.wait_for(lambda: processes.watches(converter.pid, meeting.pid), 20, "it watches the meeting again")

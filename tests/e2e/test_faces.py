@@ -1,4 +1,4 @@
-"""What becomes of a bubble where its best face is not seen: window managers that hide its window or put it elsewhere."""
+"""Bubbles whose best face is not visible: window managers that hide their window or move it elsewhere."""
 
 import os
 
@@ -43,7 +43,7 @@ class RuledWindows(test_bubbles.BubbleWorld):
         converter = self.converts("talk.mkv")
         self.wait_for(lambda: "the window manager is left out: no notification server" in self.log_text(), 40,
                       "the log says what the user got")
-        # While the bubble before it is still there, it stands below that one.
+        # While the earlier bubble is still there, this one is below it.
         self.wait_for(lambda: self.in_the_corner(self.wait_for_bubbles(1, test_bubbles.SAVED)[0]), 10,
                       f"the bubble is in the corner; {self.bubbles()}")
         bubble = self.wait_for_bubbles(1, test_bubbles.SAVED)[0]

@@ -1,4 +1,4 @@
-"""What goes wrong around the converter, and what it does then."""
+"""Faults around the converter, and its reactions to them."""
 
 import os
 import re
@@ -150,8 +150,8 @@ class NoDisplay(world.World):
 class AnotherUser(world.World):
     def test_any_user_can_run_it(self):
         if os.getuid() != 0:
-            return  # every other scenario is this one then
-        # The whole world belongs to somebody else, the application folder to root.
+            return  # every other scenario is the same as this one then
+        # Another user owns all of the world, and root the application folder.
         self.line.close()
         self.bus.stop()
         subprocess.run(["chown", "-R", "nobody", self.root], check=True)
@@ -168,7 +168,7 @@ class AnotherUser(world.World):
         self.line = None
         self.assertEqual(result.returncode, 0, result.stdout)
         self.wait_converted(self.path("talk.mkv"), self.path("talk.mp4"))
-        # From FFmpeg 6.1 on a recorder that reads at the speed of a camera starts with half a second at once.
+        # Since FFmpeg 6.1, a recorder that reads at camera speed starts with half a second at once.
         recordings.check_mp4(self, self.path("talk.mp4"), seconds=1.6, tolerance=0.9)
 
 

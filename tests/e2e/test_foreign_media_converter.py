@@ -1,4 +1,4 @@
-"""Any library of the contract's shape can take the media converter's place."""
+"""Any library with the same interface can replace the media converter."""
 
 import os
 
@@ -50,7 +50,7 @@ class ForeignMediaConverter(world.World):
 
     def test_that_fails_with_code_0_shows_nothing(self):
         converter = self._meeting_with("error 0")
-        # No result bubble holds it back, so the quit check's second tick at the latest lets it go.
+        # No result bubble delays it, so it ends at the quit check's second tick at the latest.
         self.assertEqual(self.wait_ended(converter, 12), 0)
         self.assertNotIn("convert error", self.log_text())
         self.assertEqual(self.files(), ["talk.mkv"])

@@ -63,13 +63,13 @@ class Hardening(unittest.TestCase):
 
     def test_the_worker_guards_jumps(self):
         if platform.machine() == "x86_64":
-            # Each function that may be the target of a jump begins with this instruction.
+            # Every function that may be the target of an indirect jump starts with this instruction.
             self.assertGreater(len(re.findall(r"\bendbr64\b", self._code())), 100)
         else:
             self.assertGreater(len(re.findall(r"\b(bti|paciasp)\b", self._code())), 100)
 
     def test_large_frames_touch_every_page_of_the_stack(self):
-        # Few functions have such a frame, but the compiler notes in the debug symbols how it was called.
+        # Few functions have such a frame, but the debug symbols contain the compiler's options.
         symbols = os.path.join(self.place, "symbols")
         package, = glob.glob(os.path.join(PACKAGES, "record-converter-dbgsym_*.deb"))
         subprocess.run(["dpkg-deb", "--extract", package, symbols], check=True)

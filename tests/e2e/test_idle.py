@@ -13,12 +13,12 @@ import trace
 
 
 class Sleeping(trace.TracedWorld):
-    # A drawing thread of the toolkit would end half a minute after a picture: a quarter after the bubble has gone.
+    # A drawing thread of the toolkit would end half a minute after an image: a quarter after the bubble has closed.
     SECONDS = 60
 
     def setUp(self):
         super().setUp()
-        # What a real session offers has been asked for, and given back, by the time it sleeps.
+        # By the time it sleeps, the services of a real session have been requested and released.
         folder = os.path.join(self.root, "system")
         os.mkdir(folder)
         system_bus = bus.PrivateBus(folder)
@@ -30,14 +30,14 @@ class Sleeping(trace.TracedWorld):
             self.addCleanup(service.close)
 
     def _sleeping_after_its_bubbles(self):
-        """A converter that has shown a result, and still knows a meeting that goes on."""
+        """A converter that has shown a result, and still knows a meeting in progress."""
         self.install_inside()
         gone, going_on = self.meeting(), self.meeting()
         converter = self.launch_for(gone, self.recording())
         self.line.started(going_on.pid, self.path("later.mkv"))
         gone.die()
         self.line.wait(lambda: self.trace.holds("remove bubble from bubbleArray"), 60, "the bubble has closed")
-        # Freed memory is given back a second after the last bubble, on a busy machine later.
+        # Freed memory is returned one second after the last bubble, on a busy machine later.
         self.line.wait(lambda: self._wake_ups_in(converter.pid, 4) == 0, 40, "the process comes to rest")
         self.assertEqual([len(service.calls) for service in self.services], [1, 1, 1])
         return converter
@@ -79,7 +79,7 @@ class Sleeping(trace.TracedWorld):
         self.assertEqual(strace.wait(10) in (0, 143, -15), True, strace.stderr.read())
         with open(log, encoding="utf-8", errors="replace") as file:
             calls = file.read().splitlines()
-        # A thread that sleeps shows the one call it sleeps in, which the end of the watch breaks off.
+        # A sleeping thread shows the one call it sleeps in, which the end of the watch interrupts.
         self.assertTrue(calls, "every thread is seen sleeping")
         self.assertEqual([call for call in calls if not call.endswith(("<detached ...>", "<unfinished ...>"))], [])
 

@@ -1,4 +1,4 @@
-"""What an installation puts where, and that it works from there."""
+"""Where an installation puts its files, and that they work there."""
 
 import os
 import shutil
@@ -67,7 +67,7 @@ class Install(world.World):
                          "the trace plug-in only where it is asked for")
 
     def _log_in(self):
-        """Runs what the autostart entry says."""
+        """Runs the command of the autostart entry."""
         entry = os.path.join(self.prefix, "etc", "xdg", "autostart", f"{ID}.Pending.desktop")
         command = GLib.shell_parse_argv(Gio.DesktopAppInfo.new_from_filename(entry).get_commandline())[1]
         path = os.path.join(self.prefix, "bin") + ":" + self.environment["PATH"]
@@ -111,7 +111,7 @@ class Install(world.World):
 
 
     def _strictness(self):
-        # Releases before 1.0 do not know how developers are named today and mention that as an information.
+        # Releases before 1.0 do not know today's format for developers and report it as information.
         version = subprocess.run(["appstreamcli", "--version"], stdout=subprocess.PIPE, text=True, check=True).stdout
         return [] if "version: 0." in version else ["--strict"]
 
@@ -137,7 +137,7 @@ class Packages(world.World):
         for library in ("libqt6widgets6", "libavformat", "libseccomp2", "libc6"):
             self.assertIn(library, self._depends(application))
         self.assertEqual([name for name in self._contents(application).splitlines() if "PlugIns" in name], [])
-        # The plug-in is a package of its own, for the application must start without it, and adds no library.
+        # The plug-in is a separate package, because the application must start without it, and adds no library.
         self.assertEqual({dependency.split()[0] for dependency in self._depends(trace).split(", ")},
                          {"record-converter", "libc6", "libgcc-s1", "libstdc++6"})
         plug_in = "./usr/lib/record-converter/PlugIns/ktrtrace.bundle"

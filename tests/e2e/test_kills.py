@@ -30,7 +30,7 @@ class Kills(world.World):
                 self._round()
 
     def _pending(self):
-        """Text of each entry."""
+        """The text of each entry."""
         entries = []
         for name in os.listdir(self.state) if os.path.isdir(self.state) else ():
             try:
@@ -95,7 +95,7 @@ class Kills(world.World):
             self.line.wait(lambda: not self.line.converter_runs(), 20, "the name is free")
 
     def _announced(self, meeting, sources):
-        """What the converter has answered for."""
+        """The recordings that the converter has acknowledged."""
         self.line.turn()
         count = len(self.line.acknowledgements(meeting.pid, bus.STARTED))
         return sources[:count + 1] if self.line.confirmations(meeting.pid) else []
@@ -104,7 +104,7 @@ class Kills(world.World):
         def is_done():
             entries = self._pending()
             return not self.worker() and all("\nstate=left\n" in entry for entry in entries)
-        # One that is still starting has not taken anything up yet.
+        # A converter that is still starting has not picked anything up yet.
         self.line.wait(lambda: self.line.converter_runs() or converter.poll() is not None, 20, "the converter runs")
         self.line.wait(is_done, 60, f"nothing waits any more; {self._pending()}; {self.log_text()}")
 
@@ -120,7 +120,7 @@ class Kills(world.World):
                 self.assertTrue(os.path.exists(source), f"{source} is lost; {self.log_text()}")
             if source in announced and not os.path.exists(target):
                 log = self.log_text()[self.log_begin:]
-                # A killed worker is a failed conversion, of which the user knows.
+                # A killed worker is a failed conversion, of which the user is told.
                 self.assertTrue(source in pending or "convert error" in log, f"{source} is forgotten; {log}")
         processes.reap()
 

@@ -1,4 +1,4 @@
-"""What bubbles say in the client's language, to eyes and to screen readers."""
+"""The texts of bubbles in the client's language, for the eye and for screen readers."""
 
 import os
 import xml.etree.ElementTree
@@ -9,7 +9,7 @@ import world
 
 TABLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "resources", "translations")
 
-# By the client's number.
+# Indexed by the client's number.
 CODES = ("en en zh-Hans zh-Hant ja ko fr fr de it es es_419 sv nl pt ru tr da fi pl").split()
 
 SAVED = "Your recording has been saved to your computer."

@@ -1,4 +1,4 @@
-"""Recordings that change hands while they are converted, and workers that do not do their work."""
+"""Recordings that change during their conversion, and workers that fail to do their work."""
 
 import os
 import subprocess

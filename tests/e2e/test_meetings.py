@@ -64,7 +64,7 @@ class Meetings(world.World):
         self.launch_for(meeting, source)
         self.line.stopped(meeting.pid)
         self.line.wait_acknowledged(meeting.pid, bus.STOPPED)
-        # The acknowledgement of a later notification means that the stop has been dealt with.
+        # The acknowledgement of a later notification means that the stop has been handled.
         self.line.stopped(meeting.pid)
         self.line.wait_acknowledged(meeting.pid, bus.STOPPED, times=2)
         self.assertEqual(self.files(), ["talk.mkv"])

@@ -18,7 +18,7 @@ RUNS = int(os.environ.get("RECORD_CONVERTER_RUNS", "3"))
 MODEL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "model", "recordkeeping.pml")
 CLIENTS = 3
 
-# What the model calls an event, and the line that is traced at it; the group is the number in the recording's name.
+# The events of the model, and the trace line of each; the group is the number in the recording's name.
 _EVENTS = {
     "START": r"didReceiveJobFromProcess:writingTo:\]: Received Job, .*/(\d)\.rec",
     "SCHEDULE": r"KTRMeetingRecordConvertingJobRunner scheduleJob:\]: .*/(\d)\.rec",
@@ -52,7 +52,7 @@ class ModelTraces(trace.TracedWorld):
                 events = self._run(is_killed)
                 self.assertEqual(events.count(("QUIT", 0)), 1, events)
                 self.assertTrue(self._conforms(events), events)
-        # The check is worth something only when it refuses what can't be.
+        # The check is only worth something if it rejects impossible traces.
         for what, wrong in self._wrong(events):
             with self.subTest(seed=self.seed, wrong=what):
                 self.assertFalse(self._conforms(wrong), wrong)
@@ -107,7 +107,7 @@ class ModelTraces(trace.TracedWorld):
                    for number in numbers if not self.line.acknowledgements(self.clients[number].pid, name)]
         self.converter = self.launch()
         self.line.wait_confirmed(0)
-        # A client whose notification is not answered tries again.
+        # A client whose notification is not acknowledged tries again.
         for step, number in unheard:
             step(number)
 
@@ -124,7 +124,7 @@ class ModelTraces(trace.TracedWorld):
     @staticmethod
     def _wrong(events):
         names = [name for name, _ in events]
-        # The last ones: a kill may undo the others.
+        # The last ones, because a kill may undo the others.
         convert, start = (len(names) - 1 - names[::-1].index(name) for name in ("CONVERT", "START"))
         quits = names.index("QUIT")
         yield "converted without a conversion", events[:convert] + events[convert + 1:]
@@ -136,7 +136,7 @@ class ModelTraces(trace.TracedWorld):
             yield "nothing is taken up again", events[:kill + 1] + [("QUIT", 0)]
 
     def _conforms(self, events):
-        """Whether the model can do these events, in this order."""
+        """Whether these events are possible in the model, in this order."""
         names = ", ".join(name for name, _ in events)
         clients = ", ".join(str(client) for _, client in events)
         kills = events.count(("KILL", 0))
@@ -151,7 +151,7 @@ class ModelTraces(trace.TracedWorld):
         self.assertIn("Full statespace search", said)
         if "errors: 0" in said:
             return False
-        # The one assertion that is to fail.
+        # The only assertion that must fail.
         self.assertIn("assertion violated (at<", said)
         return True
 

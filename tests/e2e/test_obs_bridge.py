@@ -1,4 +1,4 @@
-"""The OBS Studio script, against a stub of the module that OBS gives its scripts."""
+"""The OBS Studio script, against a stub of the module that OBS provides to its scripts."""
 
 import importlib.util
 import os
@@ -14,7 +14,7 @@ SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "s
 
 
 class Obs(types.ModuleType):
-    """As much of the module as scripts of this kind use; counts what must be released."""
+    """The parts of the module that such scripts use; counts objects that must be released."""
 
     OBS_FRONTEND_EVENT_RECORDING_STARTED = 4
     OBS_FRONTEND_EVENT_RECORDING_STOPPED = 6

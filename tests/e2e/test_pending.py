@@ -1,4 +1,4 @@
-"""What is not forgotten: recordings whose converter was killed, terminated or crashed before their outcome was known."""
+"""Recordings are not forgotten whose converter was killed, terminated or crashed before their result was known."""
 
 import os
 import subprocess
@@ -14,7 +14,7 @@ class _Pending(world.World):
         """The names of the entries in the state folder."""
         folder = os.path.join(self.environment["XDG_STATE_HOME"], "record-converter", "pending")
         files = os.listdir(folder) if os.path.isdir(folder) else []
-        # Newer content that is not on the disk yet lies beside its entry.
+        # Newer content that has not been synced is in a hidden file beside its entry.
         return sorted({name.lstrip(".").removesuffix(".new") for name in files})
 
     def kill(self, converter):

@@ -36,13 +36,13 @@ STATES = int(os.environ.get("RECORD_CONVERTER_POWER_STATES", "40"))
 SCENARIOS = os.environ.get("RECORD_CONVERTER_POWER_SCENARIOS", "meeting damaged").split()
 SKIP = os.environ.get("RECORD_CONVERTER_POWER_SKIP", "")
 
-# As many times more states of folders, which are looked at without a disk.
+# This many times more states of folders, which are checked without a disk.
 _FOLDERS = 5
 
-# Far more than any of the three takes. Bytes.
+# Far more than any of the three needs. Bytes.
 _ROOM = 1 << 30
 
-# Time without a sync after which none is expected any more; much shorter than the kernel lets dirty pages lie. Seconds.
+# After this time without a sync none is expected any more; much shorter than the kernel keeps dirty pages. Seconds.
 _REST = 0.3
 
 
@@ -59,7 +59,7 @@ class PowerCuts(world.World):
         self.reader = judge.Reader(os.path.join(TOOLS, "pending-list"))
         self.addCleanup(self.reader.close)
         self.syncs = os.path.join(self.root, "syncs")
-        # A sync that is left out does not reach the log.
+        # A skipped sync does not reach the log.
         libraries = ("skipped-sync.so", "folder-log.so")
         self.environment |= {"LD_PRELOAD": ":".join(os.path.join(TOOLS, name) for name in libraries),
                              "POWER_SKIP": SKIP, "POWER_SYNCS": self.syncs}
@@ -76,10 +76,10 @@ class PowerCuts(world.World):
     def test_with_no_more_than_posix_promises(self):
         self._examine("posix", [*SCENARIOS, "elsewhere"])
 
-    # What is recorded.
+    # The recorded scenarios.
 
     def _meeting(self):
-        """Three recordings of one process, a fourth of another that keeps it; converted once both are gone."""
+        """Three recordings of one process, a fourth of another that keeps it; converted once both have ended."""
         one, two, three, four = (self._announceable(name) for name in ("one", "two", "three", "four"))
         meeting, other = self.meeting(), self.meeting()
         converter = self.launch_for(meeting, self._path(one))
@@ -128,7 +128,7 @@ class PowerCuts(world.World):
         self._wait_synced()
 
     def _elsewhere(self):
-        """A recording with a hole whose MP4 goes to another folder, so that only one sync is of the recording's own."""
+        """A recording with a hole whose MP4 goes to another folder, so that one sync alone covers its own."""
         path = self._with_hole()
         target = os.path.join(self.disk.folder, "elsewhere")
         os.mkdir(target)
@@ -177,7 +177,7 @@ class PowerCuts(world.World):
         return sum(line[0] != "begin" and line[2:] == ["pending-folder"] for line in self._sync_lines())
 
     def _wait_synced(self):
-        """Waits until no sync is under way or comes."""
+        """Waits until no sync is in progress or expected."""
         seen = None
         while seen != (seen := self._sync_lines()) or self._is_syncing(seen):
             time.sleep(_REST)
@@ -188,7 +188,7 @@ class PowerCuts(world.World):
         for what, pid, *_ in lines:
             if what == "end":
                 under_way.remove(pid)
-        # A killed process ends no sync.
+        # A killed process does not log the end of its sync.
         return any(os.path.exists(f"/proc/{pid}") for pid in under_way)
 
     def _wait_done(self, kept=()):
@@ -220,7 +220,7 @@ class PowerCuts(world.World):
         processes.wait_until(lambda: not self.worker(), 20, "no worker is left")
         return self.disk.end(self.begin)
 
-    # What is looked at.
+    # The checks.
 
     def _examine_disk(self, kind):
         if MISSING:
@@ -248,7 +248,7 @@ class PowerCuts(world.World):
 
     def _states(self, recorded, count):
         prefixes = recorded.prefixes()
-        # The last of all is always among them.
+        # The last one is always among them.
         prefixes = {*self.random.sample(prefixes, min(len(prefixes), count // 2)), prefixes[-1]}
         losses = {recorded.random_state(self.random) for _ in range(count - len(prefixes))}
         return sorted(prefixes | losses)

@@ -1,4 +1,4 @@
-"""Two launches: one converter, and no recording that falls between them."""
+"""Two launches result in one converter, and no recording is lost between them."""
 
 import os
 import signal
@@ -67,7 +67,7 @@ class SecondLaunch(world.World):
     def test_takes_over_from_a_converter_that_is_quitting(self):
         old = self.launch()
         self.line.wait_confirmed(0)
-        # Held still with the request to end already in its hands: the second launch meets the name taken.
+        # Stopped with the request to end already received: the second launch finds the name taken.
         old.send_signal(signal.SIGSTOP)
         old.send_signal(signal.SIGTERM)
         meeting = self.meeting()

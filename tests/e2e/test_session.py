@@ -1,4 +1,4 @@
-"""Manners towards the session that the converter runs in."""
+"""How the converter behaves in the session it runs in."""
 
 import fcntl
 import os
@@ -104,10 +104,10 @@ class Inhibitors(_Session):
         source = self.recording()
         self.launch_for(meeting, source)
         meeting.die()
-        # Without an ear on the bus the stand-ins are silent.
+        # The stand-ins only answer while the test reads from the bus.
         processes.wait_until(lambda: not os.path.exists(source), 60, "the conversion")
         self.assertEqual(self.files(), ["talk.mp4"])
-        # What is granted too late goes at once.
+        # A request that is granted too late is released at once.
         self.line.wait(lambda: self.login.calls and self.portal.calls, 20, "both requests")
         self.line.wait(lambda: (self.login.locks(), self.portal.inhibitions()) == (0, 0), 20, "neither")
 
@@ -136,7 +136,7 @@ class Services(_Session):
         self.line.close()
         self.line = bus.Line(private.address)
         self.addCleanup(self.line.close)
-        # The bus does start what is asked for in earnest.
+        # The bus does start a service that is called in the ordinary way.
         subprocess.run(["gdbus", "call", "--address", private.address, "--dest", "org.freedesktop.systemd1",
                         "--object-path", "/", "--method", "org.freedesktop.DBus.Peer.Ping"],
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
@@ -191,10 +191,10 @@ class OwnScope(_Session):
 
 
 class StartersSession(_Session):
-    """The one who launches has a terminal, which goes away with its session and process group."""
+    """The launching process has a terminal, which disappears with its session and process group."""
 
     def _starter(self, prefix):
-        """A shell, leader of a session on a terminal of its own, that launches the converter behind `prefix`."""
+        """A shell, leader of a session on its own terminal, that launches the converter through `prefix`."""
         terminal, own_end = pty.openpty()
         self.meeting_process = self.meeting()
         self.source = self.slow_recording()
@@ -227,7 +227,7 @@ class StartersSession(_Session):
         try:
             os.killpg(starter.pid, signal.SIGHUP)
         except ProcessLookupError:
-            pass  # the terminal's end has been enough
+            pass  # the end of the terminal was sufficient
         self.assertTrue(converter.ends_within(20))
         self.wait_for(lambda: self.worker() is None, 20, "no worker is left")
         self.assertEqual(self.files(), ["slow.avi"])
@@ -267,7 +267,7 @@ class Priority(_Session):
         converter = self.launch_for(meeting, self.slow_recording())
         meeting.die()
         worker = self.wait_converting()
-        # The worker lowers itself as soon as it runs.
+        # The worker lowers its priority as soon as it runs.
         self.wait_for(lambda: os.getpriority(os.PRIO_PROCESS, worker) >= os.getpriority(os.PRIO_PROCESS, 0) + 10
                       or os.getpriority(os.PRIO_PROCESS, worker) == 19, 20, "a lower processor priority")
         self.wait_for(lambda: self._disk_priority(worker) == "best-effort: prio 7", 20, "a lower disk priority")

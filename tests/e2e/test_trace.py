@@ -17,7 +17,7 @@ def progress(percent):
 
 
 def start_up(language, pid, path):
-    """`language` is None where the option is missing: the active language is 1 then, the option reads as 0."""
+    """`language` is None if the option is missing: then the active language is 1, and the option reads as 0."""
     lines = [
         f"[App setAppLocale:]: ({language or 1})",
         "-[AppDelegate applicationDidFinishLaunching:]: begin",
@@ -65,7 +65,7 @@ RUN_NEXT = "-[KTRMeetingRecordConvertingJobRunner runNextJob]: ... "
 
 
 def request(pid, paths, steps=1):
-    """`steps`: how many of the paths begin a step of the conversion thread."""
+    """`steps`: how many of the paths start a step of the conversion thread."""
     request_name = "-[AppDelegate meetingPool:didReceiveRequestFromProcess:toConvertRecords:]"
     lines = [f"-[KTRMeetingAppRepresentative commencesConverting]: pid = {pid}",
              f"{request_name}: Scheduling Jobs, src_pid = {pid}"]
@@ -78,7 +78,7 @@ def request(pid, paths, steps=1):
 
 
 def conversion(pid, path):
-    """The conversion thread's lines for one job, every progress report but the last left out."""
+    """The conversion thread's lines for one job, without all progress reports but the last."""
     return [f"-[KTRMeetingRecordConvertingJobRunner convertItem:]: src_pid = {pid}, src_path = {path}",
             f"-[AppDelegate recordConvertingJobRunner:didStartConvertingRecordItem:]: src_pid = {pid}, "
             f"src_path = {path}",
@@ -127,8 +127,8 @@ class WholeTrace(trace.TracedWorld):
         self.assertEqual(self.wait_ended(converter), 0)
 
         main = [line.text for line in self.trace.lines() if line.thread == "main"]
-        # A file that is scheduled just between the taking of the first one and its start begins a second step: then the
-        # end of the work is told twice, and the second of two checks a second may still find the application up.
+        # A file that is scheduled between the taking of the first one and its start causes a second step: then the end
+        # of the work is reported twice, and the second of two checks may still find the application running.
         steps = main.count(RUN_NEXT)
         self.assertIn(steps, (1, 2))
         expected = start_up(1, meeting.pid, one)
@@ -158,7 +158,7 @@ class WholeTrace(trace.TracedWorld):
         self.assertEqual({(line.level, line.module) for line in self.trace.lines()}, {(2, "RecordConverter")})
 
     def _check_ticks(self, main):
-        """While a bubble is open each tick finds it; the last finds none, and the application quits at once."""
+        """While a bubble is open every tick finds it; the last one finds none, and the application quits at once."""
         ticks = [text[len(TICK):] for text in main if text.startswith(TICK)]
         self.assertEqual(ticks, ["0"] * (len(ticks) - 1) + ["1"])
         self.assertGreaterEqual(len(ticks), 10, "one a second for as long as the bubbles are shown")

@@ -23,7 +23,7 @@ class TracePlugIn(world.World):
         self.traces = os.path.join(self.environment["XDG_STATE_HOME"], "record-converter")
 
     def lines(self, name="trace.log"):
-        """Every line of the file as its parts; each must be whole."""
+        """Every line of the file, split into its parts; each must be complete."""
         try:
             with open(os.path.join(self.traces, name), encoding="utf-8") as file:
                 raw = file.read().split("\n")
@@ -53,7 +53,7 @@ class TracePlugIn(world.World):
         self.assertEqual({line["process"] for line in lines}, {str(converter.pid)})
         self.assertEqual({(line["level"], line["module"]) for line in lines[1:]}, {("info", "RecordConverter")})
         self.assertIn(f"the trace of {self.program('record-converter')} begins, level info", lines[0]["text"])
-        # The trace holds the meeting in this order, on the threads that did it.
+        # The trace contains the meeting in this order, on the right threads.
         expected = [("main", "[App setAppLocale:]: (1)"),
                     ("main", f"FIRST file in FIRST meeting, {source}"),
                     ("main", bus.STOPPED), ("main", bus.QUIT),
@@ -108,7 +108,7 @@ class TracePlugIn(world.World):
         self.assertIn("ktrtrace: no trace in /dev/null/record-converter", self.log_text())
 
     def test_a_full_disk_harms_nothing(self):
-        # A disk of 16 KiB, which the start-up alone nearly fills.
+        # A disk of 16 KiB, which the start-up nearly fills.
         os.mkdir(self.traces, 0o700)
         made = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=16k,mode=700", "trace", self.traces],
                               stderr=subprocess.PIPE, check=False)
@@ -116,7 +116,7 @@ class TracePlugIn(world.World):
             self.skipTest(f"a small disk can't be mounted here: {made.stderr.decode().strip()}")
         self.addCleanup(subprocess.run, ["umount", "--lazy", self.traces], check=True)
         with open(os.path.join(self.traces, "filling"), "wb") as file:
-            file.write(bytes(12288))  # what the state folder took would be given back in the end
+            file.write(bytes(12288))  # the state folder would otherwise return its room in the end
         source = self.recording()
         converter = self._meeting_that_dies(source)
         self.wait_converted(source, self.path("talk.mp4"))

@@ -1,4 +1,4 @@
-"""A world of its own for one test: home, settings, bus, application folder, and nothing left when it ends."""
+"""A separate world for one test: home, settings, bus, application folder; nothing is left when it ends."""
 
 import glob
 import os
@@ -17,25 +17,25 @@ import recordings
 APPLICATION_FOLDER = os.environ.get("RECORD_CONVERTER_FOLDER", "")
 TEST_LIBRARIES = os.environ.get("RECORD_CONVERTER_TEST_LIBRARIES", "")
 
-# A checker that the converter is to run under; {root} in it is the test's own folder, where it leaves its reports.
+# A checker under which the converter runs; {root} in it is the test's own folder, where the checker writes its reports.
 WRAPPER = os.environ.get("RECORD_CONVERTER_WRAPPER", "")
 
-# The kit shows a result for 15 s; ticks, fading and a slow machine come on top.
+# The kit shows a result for 15 s; ticks, fading and a slow machine add to that.
 BUBBLE_DEADLINE = 60
 
 # Seconds.
 LONGER_THAN_A_BUBBLE = 18
 
-# A test's outcome must not hang on the desktop that it is started from.
+# The result of a test must not depend on the desktop from which it is started.
 _FOREIGN = ("DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS", "QT_QPA_PLATFORM",
             "LD_LIBRARY_PATH", "LANGUAGE")
 
-# On the machine's own system bus a login manager might call the tester's session idle, and bubbles would wait.
+# On the machine's own system bus a login manager might report the tester's session as idle, and bubbles would wait.
 _NO_SYSTEM_BUS = "unix:path=/nonexistent"
 
 
 class World(unittest.TestCase):
-    """Base of the scenarios. `self.folder` is where recordings go; `self.line` is an ear on the bus."""
+    """Base of the scenarios. `self.folder` is the folder for recordings; `self.line` is a connection to the bus."""
 
     with_bus = True
 
@@ -73,7 +73,7 @@ class World(unittest.TestCase):
     def _nothing_left(self):
         try:
             if not self._strays("/bin/record-converter"):
-                # It dies with its converter, though on a busy machine not in the same instant.
+                # It dies with its converter, but on a busy machine not at the same instant.
                 processes.wait_until(lambda: not self._strays("mediaconverter-worker"), 20,
                                      "a worker has outlived its converter")
         finally:
@@ -87,18 +87,18 @@ class World(unittest.TestCase):
         return [line for line in map(processes.command_line, processes.descendants()) if name in line]
 
     def _nothing_reported(self):
-        """What a sanitizer has found in any of the programs fails the test, whatever became of the program."""
+        """A sanitizer's finding in any of the programs fails the test, however that program ended."""
         found = []
         for name in glob.glob(self.reports + "*"):
             with open(name, encoding="utf-8", errors="replace") as file:
-                # Lines that begin so are a checker's remarks on itself.
+                # Lines with this prefix are a checker's remarks about itself.
                 found += [line for line in file if not line.startswith("--")]
         self.assertFalse(found, "".join(found))
         for word in ("Sanitizer:", "runtime error:"):
             self.assertNotIn(word, self.log_text())
 
     def own_application_folder(self):
-        """From here on the test uses a copy of the application folder, in a folder of its own."""
+        """From here on the test uses its own copy of the application folder."""
         self.application = os.path.join(self.root, "opt", "record-converter")
         shutil.copytree(APPLICATION_FOLDER, self.application, symlinks=True)
         return self.application
@@ -113,7 +113,7 @@ class World(unittest.TestCase):
         return recordings.make(self.path(name))
 
     def scripted_recording(self, name):
-        """The path of a file that only a scripted media converter takes: it holds its own path."""
+        """The path of a file that only a scripted media converter accepts: it contains its own path."""
         path = self.path(name + ".rec")
         with open(path, "w", encoding="utf-8") as file:
             file.write(path)
@@ -131,7 +131,7 @@ class World(unittest.TestCase):
         return process
 
     def launch_for(self, meeting, path=None, *more):
-        """Starts the converter as `meeting` would, and waits until it is up."""
+        """Starts the converter as `meeting` would, and waits until it is ready."""
         arguments = ["-pid", str(meeting.pid), "-pname", "test", "-locale", "1"]
         if path is not None:
             arguments += ["-path", path]
@@ -148,7 +148,7 @@ class World(unittest.TestCase):
                                  20, "the converter watches the meeting")
 
     def wait_at_rest(self, pid):
-        """Waits until no thread of the process has used the processor for longer than a bubble stands."""
+        """Waits until no thread of the process has used the processor for longer than a bubble is shown."""
         used = None
         while used != (used := processes.processor_time(pid)):
             deadline = time.monotonic() + LONGER_THAN_A_BUBBLE
@@ -164,7 +164,7 @@ class World(unittest.TestCase):
         return watched
 
     def worker(self):
-        """The process id of a conversion under way; None while there is none."""
+        """The process id of a conversion in progress; None if there is none."""
         found = [pid for pid in processes.descendants()
                  if "mediaconverter-worker" in processes.command_line(pid)]
         return found[0] if found else None
@@ -191,7 +191,7 @@ class World(unittest.TestCase):
                       f"{source} becomes {target}; there are {sorted(os.listdir(self.folder))}; {self.log_text()}")
 
     def wait_ended(self, process, seconds=BUBBLE_DEADLINE):
-        """Waits until the converter has ended by itself; its exit status."""
+        """Waits until the converter has ended by itself; returns its exit status."""
         self.wait_for(lambda: process.poll() is not None, seconds, f"the converter ends; {self.log_text()}")
         return process.returncode
 
@@ -206,12 +206,12 @@ class World(unittest.TestCase):
             return file.read()
 
     def files(self):
-        """What lies in the recordings folder, hidden files included."""
+        """The content of the recordings folder, including hidden files."""
         return sorted(os.listdir(self.folder))
 
 
 def main():
-    # A shell gives its background jobs an ignored SIGINT, which every program here would inherit.
+    # A shell makes its background jobs ignore SIGINT, which every program here would inherit.
     signal.signal(signal.SIGINT, signal.default_int_handler)
     signal.signal(signal.SIGHUP, signal.SIG_DFL)
     try:

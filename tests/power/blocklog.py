@@ -14,12 +14,12 @@ _FLUSH = 1
 _FUA = 2
 _DISCARD = 4
 
-# File systems count on a disk that writes this much whole or not at all. Bytes.
+# File systems rely on a disk that writes this much completely or not at all. Bytes.
 _BLOCK = 4096
 
 
 class Entry:
-    """`writes` holds (offset, bytes) of at most a block each; `is_barrier`: what came before is on the disk for good."""
+    """`writes` holds (offset, bytes) of at most one block each; everything before an `is_barrier` is durable."""
 
     __slots__ = ("writes", "is_barrier", "is_durable")
 
@@ -37,7 +37,7 @@ def count(path):
 
 
 def read(path):
-    """All entries of a log that nobody writes any more."""
+    """All entries of a log that is no longer written."""
     with open(path, "rb") as file:
         magic, _, number, size = _SUPER.unpack(file.read(_SUPER.size))
         if magic != _MAGIC:
@@ -107,7 +107,7 @@ class Disk:
         return [(number, ()) for number in range(self.begin, len(self.entries) + 1)]
 
     def unflushed(self, number):
-        """(entry, block) of what may get lost."""
+        """(entry, block) of everything that may get lost."""
         return [(entry, block) for entry in range(self._flushed[number], number)
                 for block in range(len(self.entries[entry].writes)) if not self.entries[entry].is_durable]
 
@@ -126,7 +126,7 @@ class Disk:
                 return number, tuple(each for each in candidates if random.random() < share)
 
     def write(self, state, path):
-        """Makes the file at `path` the disk in that state. Quickest when states come in the order of their numbers."""
+        """Turns the file at `path` into the disk in that state. Fastest if states come in order of number."""
         number, lost = state
         begin = self._flushed[number]
         if begin < self._durable_until:

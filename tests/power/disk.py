@@ -1,4 +1,4 @@
-"""Disks of files: one whose writes are recorded, and one that is mounted in any state."""
+"""Disks in files: one whose writes are recorded, and one that is mounted in any state."""
 
 import ctypes
 import fcntl
@@ -10,7 +10,7 @@ import time
 
 import blocklog
 
-# Megabytes: about the least that each takes, so that a state is written and mounted quickly.
+# Megabytes: about the minimum of each, so that a state is written and mounted quickly.
 SIZES = {"ext4": 32, "xfs": 300, "btrfs": 128}
 
 _FORMAT = {
@@ -18,8 +18,8 @@ _FORMAT = {
     "xfs": ["mkfs.xfs", "-q", "-f"],
     "btrfs": ["mkfs.btrfs", "-q", "-f", "-M", "-m", "single", "-d", "single"],
 }
-# Two file systems with one identifier are not mounted otherwise; and a file system that turns itself read-only after a
-# fault is no fine one.
+# Two file systems with one identifier cannot be mounted without this option; and a file system that turns itself
+# read-only after a fault is not in order.
 _OPTIONS = {"ext4": "errors=remount-ro", "xfs": "nouuid", "btrfs": ""}
 
 _LOOP_CTL_GET_FREE = 0x4C82
@@ -38,7 +38,7 @@ def _call(name, *arguments):
 
 
 def missing():
-    """Why disks can't be recorded here; None where they can. From here on, what is mounted shows nowhere else."""
+    """Why disks cannot be recorded here; None if they can. From here on, mounts are visible nowhere else."""
     for program in ("qemu-storage-daemon", "mkfs.ext4", "mkfs.xfs", "mkfs.btrfs"):
         if shutil.which(program) is None:
             return f"{program} is missing; scripts/setup installs it"
@@ -67,7 +67,7 @@ def make(kind, path):
 
 
 def attach(path):
-    """(device, descriptor) of a loop device with that file; it is free again when `detach` has been called."""
+    """(device, descriptor) of a loop device with that file; it is free again once `detach` has been called."""
     file = os.open(path, os.O_RDWR | os.O_CLOEXEC)
     try:
         with open("/dev/loop-control", "rb") as control:
@@ -75,11 +75,11 @@ def attach(path):
                 device = f"/dev/loop{fcntl.ioctl(control, _LOOP_CTL_GET_FREE)}"
                 loop = os.open(device, os.O_RDWR | os.O_CLOEXEC)
                 try:
-                    # struct loop_config of linux/loop.h: descriptor, block size, then what may stay zero.
+                    # struct loop_config of linux/loop.h: descriptor, block size, then fields that may stay zero.
                     fcntl.ioctl(loop, _LOOP_CONFIGURE, struct.pack("<II", file, 0) + bytes(232 + 64))
                     return device, loop
                 except OSError:
-                    # Another process was quicker.
+                    # Another process was faster.
                     os.close(loop)
     finally:
         os.close(file)
@@ -92,7 +92,7 @@ def detach(loop):
 
 
 class Mounted:
-    """A file that holds a file system, mounted. Journals are replayed, also where nothing may be written."""
+    """A file that holds a file system, mounted. Journals are replayed, even if nothing may be written."""
 
     def __init__(self, kind, image, folder, may_write=False):
         self.folder = folder
@@ -121,7 +121,7 @@ class Mounted:
 
 
 class _States:
-    """The states of a disk, each mounted when it is looked at, in the order of their numbers."""
+    """The states of a disk, each mounted when it is examined, in the order of their numbers."""
 
     def __init__(self, kind, states, image):
         self._kind = kind
@@ -138,11 +138,11 @@ class _States:
 
 
 class Recorded:
-    """A fresh disk, mounted at `mounted` below `folder`, whose writes are recorded from the first mount on."""
+    """A new disk, mounted at `mounted` in `folder`, whose writes are recorded from the first mount on."""
 
     def __init__(self, kind, folder):
         self.kind = kind
-        # What programs need in order to be recorded.
+        # The environment with which programs are recorded.
         self.environment = {}
         self._room = folder
         self.log = os.path.join(folder, "log")
@@ -171,19 +171,19 @@ class Recorded:
         self._mounted = Mounted(kind, exported, self.folder, may_write=True)
 
     def position(self):
-        """Entries in the log now."""
+        """Number of entries in the log now."""
         return blocklog.count(self.log)
 
     def sync(self):
-        """Everything is on the disk when this returns; the position then."""
+        """Everything is on the disk when this returns; returns the position then."""
         descriptor = os.open(self.folder, os.O_RDONLY)
         _call("syncfs", descriptor)
         os.close(descriptor)
         return self.position()
 
     def end(self, begin):
-        """Ends the recording and gives the disk's states from the position `begin` on."""
-        # Whatever comes from the unmounting is no state of a disk that is in use.
+        """Ends the recording and returns the disk's states from the position `begin` on."""
+        # Writes caused by unmounting do not belong to a disk in use.
         end = self.position()
         self.close()
         return _States(self.kind, blocklog.Disk(SIZES[self.kind] << 20, self.before, blocklog.read(self.log)[:end], begin),

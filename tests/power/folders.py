@@ -37,7 +37,7 @@ class Recorded:
             file.write("".join("\t".join(line) + "\n" for line in lines))
 
     def sync(self):
-        """Everything that is there is durable."""
+        """Makes everything that exists durable."""
         number = self.position()
         for folder, _, _ in os.walk(self.folder):
             own = _id(folder)
@@ -78,7 +78,7 @@ class Folders:
         self._ordered = {_id(folder) for folder, _, _ in os.walk(os.path.join(root, ORDERED))}
 
     def prefixes(self):
-        """All that has happened has arrived, or only what was synced."""
+        """For each moment, the state with all changes so far, and the one with only the synced ones."""
         numbers = range(self.begin, len(self.entries) + 1)
         return [(number, ()) for number in numbers] + [(number, tuple(self._unsynced(number))) for number in numbers]
 
@@ -108,7 +108,7 @@ class Folders:
 
     @contextlib.contextmanager
     def shown(self, state, folder):
-        """Makes `folder`, which is empty, what a state has kept."""
+        """Turns `folder`, which is empty, into what a state has kept."""
         number, lost = state
         names = {}
         content = {}

@@ -1,4 +1,4 @@
-"""What has to be true of a disk after a power cut, whenever it came."""
+"""What must be true of a disk after a power cut, whenever it came."""
 
 import os
 import subprocess
@@ -35,7 +35,7 @@ class Reader:
         self._process.stdout.close()
 
     def entries(self, folder):
-        """Path of the recording -> fields of its entry."""
+        """Maps the path of each recording to the fields of its entry."""
         self._process.stdin.write(folder + "\n")
         self._process.stdin.flush()
         found = {}
@@ -60,7 +60,7 @@ def _content(path):
 
 
 class Judge:
-    """`mounted` is where the disk was while it was recorded: entries name their recordings there."""
+    """`mounted` is where the disk was mounted while it was recorded: entries name their recordings there."""
 
     def __init__(self, recordings, reader, mounted):
         self._recordings = recordings
@@ -68,7 +68,7 @@ class Judge:
         self._mounted = mounted
 
     def faults(self, folder, position):
-        """What is wrong with the disk that is mounted at `folder`, in the state after `position` writes."""
+        """The faults of the disk that is mounted at `folder`, in the state after `position` writes."""
         entries = self._reader.entries(os.path.join(folder, "state/record-converter/pending"))
         found = []
         for recording in self._recordings:
