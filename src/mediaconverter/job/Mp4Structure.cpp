@@ -28,14 +28,14 @@ class TopLevel {
 public:
     explicit TopLevel(int descriptor) : descriptor_(descriptor) {}
 
-    void take(const Mp4Box& box) {
+    void add(const Mp4Box& box) {
         if ((box.start == 0) != (box.type == "ftyp")) {
             refuse("no file type, or another one,", box.start);
         }
         if (box.type == "moov") {
-            takeIndex(box);
+            addIndex(box);
         } else if (box.type == "mdat") {
-            takeData(box);
+            addData(box);
         } else if (box.type != "ftyp" && box.type != "free") {
             refuse("a box that nothing asked for", box.start);
         }
@@ -48,7 +48,7 @@ public:
     }
 
 private:
-    void takeIndex(const Mp4Box& index) {
+    void addIndex(const Mp4Box& index) {
         if (hasIndex_) {
             refuse("another index", index.start);
         }
@@ -64,7 +64,7 @@ private:
         hasIndex_ = true;
     }
 
-    void takeData(const Mp4Box& data) {
+    void addData(const Mp4Box& data) {
         if (!hasIndex_) {
             refuse("data before the index", data.start);
         }
@@ -84,7 +84,7 @@ void requireWholeMp4(int descriptor) {
         throw JobFailure::ofSystem(ConversionError::proofFailed, errno);
     }
     TopLevel found(descriptor);
-    walk(descriptor, 0, static_cast<std::uint64_t>(status.st_size), [&](const Mp4Box& box) { found.take(box); });
+    walk(descriptor, 0, static_cast<std::uint64_t>(status.st_size), [&](const Mp4Box& box) { found.add(box); });
     found.requireComplete();
 }
 

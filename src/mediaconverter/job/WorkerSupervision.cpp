@@ -83,7 +83,7 @@ void WorkerSupervision::takeMessages(WorkerProcess& worker) {
     for (int count = 0; count < 128 && !hasClosedReports_; ++count) {
         const auto message = worker.tryRead();
         if (message) {
-            take(*message);
+            handle(*message);
         } else if (worker.hasClosedReports()) {
             hasClosedReports_ = true;
             lastSign_ = Clock::now();
@@ -96,17 +96,17 @@ void WorkerSupervision::takeMessages(WorkerProcess& worker) {
     }
 }
 
-void WorkerSupervision::take(const WorkerMessage& message) {
+void WorkerSupervision::handle(const WorkerMessage& message) {
     if (done_ || ++messages_ > mostMessages) {
         throw JobFailure(workerNonsense, done_ ? "it went on after its last message" : "too many messages");
     }
     const std::string text = message.text.data();
     switch (message.kind) {
     case WorkerMessage::Kind::progress:
-        takeProgress(message.fraction);
+        handleProgress(message.fraction);
         return;
     case WorkerMessage::Kind::note:
-        takeNote(text);
+        handleNote(text);
         return;
     case WorkerMessage::Kind::damaged:
         damage_ = text;
@@ -124,7 +124,7 @@ void WorkerSupervision::take(const WorkerMessage& message) {
     throw JobFailure(workerNonsense, "a message of an unknown kind or code");
 }
 
-void WorkerSupervision::takeProgress(float fraction) {
+void WorkerSupervision::handleProgress(float fraction) {
     if (!std::isfinite(fraction)) {
         return;
     }
@@ -136,7 +136,7 @@ void WorkerSupervision::takeProgress(float fraction) {
     owner_.jobProgress(reached * workerPercent);
 }
 
-void WorkerSupervision::takeNote(const std::string& text) {
+void WorkerSupervision::handleNote(const std::string& text) {
     ++notes_;
     if (notes_ <= mostNotes) {
         note_(text);

@@ -29,9 +29,9 @@ private:
 
     void waitForNews(const WorkerProcess& worker) const;
     void takeMessages(WorkerProcess& worker);
-    void take(const WorkerMessage& message);
-    void takeProgress(float fraction);
-    void takeNote(const std::string& text);
+    void handle(const WorkerMessage& message);
+    void handleProgress(float fraction);
+    void handleNote(const std::string& text);
     void requireSigns(const WorkerProcess& worker);
     void requireCleanEnd(const WorkerProcess& worker, const WorkerEnd& end) const;
 

@@ -130,7 +130,7 @@ void Conversion::convert() {
     const PacketPointer packet = newPacket();
     for (std::int64_t count = 0; beginning_.read(*packet); ++count) {
         try {
-            take(*packet);
+            passToTrack(*packet);
         } catch (const OutgrownForm&) {
             surveyRest();
         }
@@ -172,7 +172,7 @@ void Conversion::surveyRest() {
     throw learned;
 }
 
-void Conversion::take(AVPacket& packet) {
+void Conversion::passToTrack(AVPacket& packet) {
     const auto index = static_cast<std::size_t>(packet.stream_index);
     AVStream& stream = *recording_.format().streams[index];
     if (Track* const track = index < trackOfStream_.size() ? trackOfStream_[index] : nullptr) {

@@ -35,7 +35,7 @@ private:
     void addTrack(const AVStream& stream, bool copies);
     void addCopy(const AVStream& stream, AVStream& target);
     void convert();
-    void take(AVPacket& packet);
+    void passToTrack(AVPacket& packet);
     [[noreturn]] void surveyRest();
     void requireNoEarlierStart(const Track& track) const;
     bool hasTrackOf(AVMediaType type) const;
