@@ -51,15 +51,15 @@ void DesktopTaste::askForAll() {
 void DesktopTaste::ask(const QString& group, const QString& key) {
     auto question = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
     question << group << key;
-    connection_.ask<QDBusVariant>(*this, question,
-                                  [this, group, key](const QDBusVariant& value) { take(group, key, value.variant()); });
+    connection_.ask<QDBusVariant>(
+        *this, question, [this, group, key](const QDBusVariant& value) { apply(group, key, value.variant()); });
 }
 
 void DesktopTaste::onSettingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-    take(group, key, value.variant());
+    apply(group, key, value.variant());
 }
 
-void DesktopTaste::take(const QString& group, const QString& key, const QVariant& value) {
+void DesktopTaste::apply(const QString& group, const QString& key, const QVariant& value) {
     const auto plain = unwrapped(value);
     if (group == kAppearance && key == QLatin1String("reduced-motion")) {
         lessMotion_ = plain.toUInt() == 1;

@@ -26,7 +26,7 @@ private:
 
     void askForAll();
     void ask(const QString& group, const QString& key);
-    void take(const QString& group, const QString& key, const QVariant& value);
+    void apply(const QString& group, const QString& key, const QVariant& value);
 
     platform::qt::PrivateConnection connection_;
     QDBusServiceWatcher portalWatch_;

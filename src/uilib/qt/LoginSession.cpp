@@ -27,7 +27,7 @@ LoginSession::LoginSession(std::function<void(bool)> changed)
         return;
     }
     connect(&managerWatch_, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
-        take({{QStringLiteral("LockedHint"), false}, {QStringLiteral("IdleHint"), false}});
+        apply({{QStringLiteral("LockedHint"), false}, {QStringLiteral("IdleHint"), false}});
     });
     auto question =
         QDBusMessage::createMethodCall(kManager, kManagerPath, kManagerInterface, QStringLiteral("GetSession"));
@@ -44,17 +44,17 @@ void LoginSession::ask(const QString& path) {
         // For a text session the manager computes idleness but never announces it.
         const auto type = properties.value(QStringLiteral("Type")).toString();
         isGraphical_ = type == QLatin1String("x11") || type == QLatin1String("wayland");
-        take(properties);
+        apply(properties);
     });
 }
 
 void LoginSession::onPropertiesChanged(const QString& interface, const QVariantMap& changed, const QStringList&) {
     if (interface == kSessionInterface) {
-        take(changed);
+        apply(changed);
     }
 }
 
-void LoginSession::take(const QVariantMap& properties) {
+void LoginSession::apply(const QVariantMap& properties) {
     if (!isGraphical_) {
         return;
     }

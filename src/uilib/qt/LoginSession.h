@@ -25,7 +25,7 @@ private:
                                     const QStringList& invalidated);
 
     void ask(const QString& path);
-    void take(const QVariantMap& properties);
+    void apply(const QVariantMap& properties);
 
     const std::function<void(bool)> changed_;
     platform::qt::PrivateConnection connection_;
