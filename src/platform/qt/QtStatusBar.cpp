@@ -18,7 +18,7 @@ namespace {
 
 const auto kTitle = QStringLiteral("Record converter");
 
-// The toolkit shows as rich text what looks like it.
+// The toolkit renders a text as rich text if it looks like rich text.
 QString toolTipOfEmbedded(const QString& text) {
     return text.isEmpty()
                ? kTitle
@@ -49,8 +49,9 @@ struct QtStatusBar::Items {
     std::function<void()> activated;
 };
 
-// The bus comes first: where a host keeps such icons, an embedded one would be a second. The toolkit's tray icon would
-// look for the bus too, but only once; made only while no host is there, it is always the embedded one.
+// The bus is tried first: on a host that keeps such icons, an embedded one would be a second icon. The toolkit's tray
+// icon would look for the bus too, but only once; because it is created only while there is no host, it is always the
+// embedded one.
 class QtStatusBar::Item final : public StatusItem {
 public:
     explicit Item(std::shared_ptr<Items> items) : items_(std::move(items)) {}
@@ -66,12 +67,12 @@ public:
         if (view_ == nullptr) {
             return;
         }
-        // It takes questions to the bus, and whoever makes an item at the start has a first word to say before that.
+        // Registering takes calls to the bus, and the spawn confirmation must not wait for them.
         QMetaObject::invokeMethod(
             &context_, [this] { goOverBus(); }, Qt::QueuedConnection);
     }
 
-    // No desktop draws its icons pressed by the application's wish.
+    // No desktop lets an application choose whether its icon is drawn pressed.
     void setHighlightMode(bool) override {}
 
     void setText(const QString& text) {

@@ -9,8 +9,8 @@
 
 namespace platform::qt {
 
-/// The desktop's status area: a StatusNotifierItem where the desktop has a host for it, an XEMBED icon where X11 has a
-/// tray, nothing where there is neither; it follows them as they come and go. Needs the application object.
+/// The desktop's status area: a StatusNotifierItem if the desktop has a host for it, an XEMBED icon if X11 has a tray,
+/// otherwise nothing; it adapts when hosts and trays appear or disappear. Needs the application object.
 class QtStatusBar final : public StatusBar {
 public:
     QtStatusBar();
@@ -18,17 +18,17 @@ public:
 
     std::shared_ptr<StatusItem> statusItemWithLength(double length) override;
 
-    /// Where the item that shows `view` stands on the desktop now: x and y are its top left corner, y growing downward.
-    /// Absent when `view` is in no item, or its place can't be known.
+    /// The current frame, on the desktop, of the item that shows `view`: x and y are its top left corner, y growing
+    /// downward. Absent if no item shows `view`, or its position is unknown.
     std::optional<ui::Rect> desktopFrameOf(const ui::View& view) const;
 
-    /// What the items say while the pointer rests on them, besides the application's name; lines of plain text.
+    /// Sets the items' tooltip, which is shown in addition to the application's name; lines of plain text.
     void setToolTip(const std::string& text);
 
-    /// Calls `moved` whenever the place of an item may have changed; an empty function ends that.
+    /// Calls `moved` whenever the frame of an item may have changed; an empty function stops that.
     void setItemsMovedHandler(std::function<void()> moved);
 
-    /// Calls `activated` when the user presses an item; an empty function ends that.
+    /// Calls `activated` when the user presses an item; an empty function stops that.
     void setActivatedHandler(std::function<void()> activated);
 
 private:

@@ -24,7 +24,7 @@ const auto kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 const auto kItemPath = QStringLiteral("/StatusNotifierItem");
 
 QDBusConnection newConnection() {
-    // A name that was never connected is a connection that does nothing.
+    // A name that was never connected gives a connection that does nothing.
     return hasSessionBusAddress() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnectionName)
                                   : QDBusConnection(kConnectionName);
 }
@@ -109,7 +109,7 @@ StatusNotifierItem::~StatusNotifierItem() {
 
 void StatusNotifierItem::setText(const QString& text) {
     text_ = text;
-    // Nobody is woken where no panel shows it.
+    // If no panel shows the icon, the signal would wake processes for nothing.
     if (isShown()) {
         Q_EMIT NewToolTip();
     }

@@ -13,7 +13,7 @@
 
 namespace platform::qt {
 
-/// One size of an icon as the bus carries it: width, height, 32-bit ARGB in network byte order.
+/// One size of an icon in the bus format: width, height, 32-bit ARGB in network byte order.
 struct IconPixels {
     int width = 0;
     int height = 0;
@@ -34,8 +34,8 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixels& pixel
 QDBusArgument& operator<<(QDBusArgument& argument, const IconToolTip& toolTip);
 const QDBusArgument& operator>>(const QDBusArgument& argument, IconToolTip& toolTip);
 
-/// An icon for desktops that keep their status icons over the bus: registers with the watcher that is there, and again
-/// with each that comes. Such a desktop does not tell where it draws the icon. Main thread.
+/// An icon for desktops that manage their status icons over the bus: registers with the existing watcher, and again
+/// with each that appears. Such a desktop does not report where it draws the icon. Main thread.
 class StatusNotifierItem final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
@@ -53,12 +53,12 @@ class StatusNotifierItem final : public QObject {
     Q_PROPERTY(QDBusObjectPath Menu READ menu)
 
 public:
-    /// `hostChanged` is called once it is known whether a host shows such icons, and when one has come or gone; never
-    /// from inside this call. `activated` is called when the user presses the icon, by pointer or keyboard.
+    /// `hostChanged` is called once it is known whether a host shows such icons, and when a host appears or disappears;
+    /// never from inside this call. `activated` is called when the user presses the icon, with pointer or keyboard.
     StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged, std::function<void()> activated);
     ~StatusNotifierItem() override;
 
-    /// What the tooltip says below the title; lines of plain text.
+    /// Sets the text of the tooltip below the title; lines of plain text.
     void setText(const QString& text);
 
     /// Whether a host shows this icon now.
@@ -76,7 +76,7 @@ public:
     QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
 
     Q_SLOT void Activate(int, int) { activated_(); }
-    // There is nothing more to the icon.
+    // A secondary press does nothing.
     Q_SLOT void SecondaryActivate(int, int) {}
     Q_SLOT void ContextMenu(int, int) {}
     Q_SLOT void Scroll(int, const QString&) {}

@@ -29,7 +29,7 @@ void TaskbarProgress::send(double fraction, bool isVisible) {
         return;
     }
     static const auto name = QStringLiteral("record-converter taskbar");
-    // Opened for the first long work; a taskbar forgets the progress with the connection.
+    // Opened for the first long work; a taskbar drops the progress when the connection closes.
     static auto connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
     auto update =
         QDBusMessage::createSignal(QStringLiteral("/org/recordconverter/RecordConverter"),

@@ -7,13 +7,13 @@
 namespace platform::qt {
 
 /// Progress on the application's entry in a taskbar or dock that listens to com.canonical.Unity.LauncherEntry, for work
-/// that takes long. Nothing is sent for shorter work, nor without a session bus. Main thread.
+/// that takes long. Shorter work, or work without a session bus, sends nothing. Main thread.
 class TaskbarProgress final {
 public:
-    /// Work that has not ended by then is long.
+    /// Work that has not ended after this time is long.
     static constexpr std::chrono::seconds longWork{5};
 
-    /// `fraction` of `work` is done, 0 to 1. Another `work` starts the clock again; an empty one ends it.
+    /// `fraction` of `work` is done, 0 to 1. Another `work` restarts the clock; an empty one ends it.
     void show(const std::string& work, double fraction);
 
 private:
