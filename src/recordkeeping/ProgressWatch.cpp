@@ -56,7 +56,7 @@ void ProgressWatch::noteEnded() {
 }
 
 void ProgressWatch::look() {
-    // A quick conversion may get far before the main queue has its turn: it is told of the latest state once.
+    // A quick conversion may get far before the main queue runs: only the latest state is reported, once.
     if (!isReportDue_.exchange(true)) {
         mainQueue_.async([this] { report(); });
     }

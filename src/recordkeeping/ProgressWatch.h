@@ -14,22 +14,22 @@ namespace recordkeeping {
 
 class PendingRecordings;
 
-/// The conversions as a user may be shown them.
+/// The progress of the conversions, for display to the user.
 struct WorkProgress {
-    std::string recording;             ///< path of the recording that is being converted; empty while none is
+    std::string recording;             ///< path of the recording being converted; empty if there is none
     int percent = 0;                   ///< 0 to 100, of that recording
-    std::vector<std::string> waiting;  ///< paths of the recordings that are to be converted after it
+    std::vector<std::string> waiting;  ///< paths of the recordings that wait to be converted
 
     bool operator==(const WorkProgress&) const = default;
 };
 
-/// File names, one per line, the first with its percentage; empty where nothing is converted.
+/// File names, one per line, the first with its percentage; empty if nothing is being converted.
 std::string describedProgress(const WorkProgress& progress);
 
-/// Reports the progress when it has changed by a whole percent or by a recording, and only then: nothing is polled.
+/// Reports the progress only when it has changed by a whole percent or by a recording; nothing is polled.
 class ProgressWatch final {
 public:
-    /// `changed` runs on `mainQueue`. Queue and recordings outlive this object, and it every task on the queue.
+    /// `changed` runs on `mainQueue`. Queue and recordings outlive this object, which outlives every task on the queue.
     ProgressWatch(platform::DispatchQueue& mainQueue, const PendingRecordings& pending,
                   std::function<void(const WorkProgress&)> changed);
 
@@ -38,7 +38,7 @@ public:
     void noteProgress(double percent);
     void noteEnded();
 
-    /// What waits may have changed. Any thread.
+    /// The waiting recordings may have changed. Any thread.
     void look();
 
 private:

@@ -44,7 +44,7 @@ public:
         MeetingProcessWatch::Barrier afterDelivery;
         PendingFolder& folder;
         const platform::ProcessIdentities& processes;
-        /// Shows the user how the conversions go; main thread.
+        /// Shows the user the progress of the conversions; main thread.
         std::function<void(const WorkProgress&)> showProgress = [](const WorkProgress&) {};
     };
 
@@ -86,7 +86,7 @@ private:
     /// stops its recording and returns `path`.
     std::string stopOlderRecording(std::int32_t processId, const std::string& path);
     void watchJobs();
-    // Called on the runner's threads: the next three.
+    // Called on the runner's threads, like the next two.
     void noteStarting(const std::shared_ptr<KTRMeetingRecordItem>& item);
     bool keepsIntermediate(const std::shared_ptr<KTRMeetingRecordItem>& item);
     void noteJobEnded(const std::shared_ptr<KTRMeetingRecordItem>& item);
