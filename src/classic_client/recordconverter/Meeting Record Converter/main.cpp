@@ -96,8 +96,8 @@ struct Providers {
     platform::qt::QtMainQueue mainQueue;
     platform::ThreadSerialQueueMaker serialQueueMaker;
     platform::GatedSerialQueueMaker gatedQueues{serialQueueMaker};
-    // Has work exactly while there is something to convert or to tell; the recordkeeper adds what a media converter does
-    // on a thread of its own.
+    // Has work exactly while there is something to convert or to report; the recordkeeper adds the work that a media
+    // converter does on its own thread.
     platform::BusySerialQueueMaker conversionQueues{gatedQueues, mainQueue};
     platform::qt::QtDistributedNotificationCenter distributedCenter;
     platform::NotificationCenter notificationCenter;
