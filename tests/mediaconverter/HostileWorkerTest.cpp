@@ -111,7 +111,7 @@ TEST(HostileWorkerTest, ItsNotesDoNotFloodTheLog) {
     const auto notes = std::count_if(lines.begin(), lines.end(),
                                      [](const auto& line) { return line.find(": line ") != std::string::npos; });
     EXPECT_EQ(notes, 200);
-    EXPECT_NE(ending.result.output.find("further notes are left out"), std::string::npos);
+    EXPECT_NE(ending.result.output.find("further notes are dropped"), std::string::npos);
     EXPECT_TRUE(ending.result.saidError(workerCrashed)) << ending.result.output;
 }
 

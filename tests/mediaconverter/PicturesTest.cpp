@@ -109,7 +109,7 @@ TEST_F(PicturesTest, FieldsThatOnlyLaterPicturesHaveStay) {
         fs::remove(folder_.file(part));
     }
     const std::string log = expectSuccess(source);
-    EXPECT_NE(log.find("begun again with its largest form"), std::string::npos) << log;
+    EXPECT_NE(log.find("restarted with its largest form"), std::string::npos) << log;
     EXPECT_EQ(probe(destination(), "stream=field_order"), Words{"bb"});
     EXPECT_EQ(packetCounts(destination()), packetCounts(source));
 }

@@ -37,7 +37,7 @@ public:
         } else if (box.type == "mdat") {
             addData(box);
         } else if (box.type != "ftyp" && box.type != "free") {
-            refuse("a box that nothing asked for", box.start);
+            refuse("an unexpected box", box.start);
         }
     }
 

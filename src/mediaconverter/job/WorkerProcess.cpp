@@ -273,7 +273,7 @@ rlim_t processorBudget(std::int64_t size) {
 std::string workerProgram() {
     Dl_info library = {};
     if (::dladdr(reinterpret_cast<void*>(&workerProgram), &library) == 0 || library.dli_fname == nullptr) {
-        throw JobFailure(ConversionError::workerMissing, "the library's own place is unknown");
+        throw JobFailure(ConversionError::workerMissing, "the location of the library is unknown");
     }
     char* const real = ::realpath(library.dli_fname, nullptr);
     if (real == nullptr) {

@@ -141,7 +141,7 @@ void WorkerSupervision::handleNote(const std::string& text) {
     if (notes_ <= mostNotes) {
         note_(text);
     } else if (notes_ == mostNotes + 1) {
-        note_("further notes are left out");
+        note_("further notes are dropped");
     }
 }
 

@@ -121,7 +121,7 @@ void Conversion::addCopy(const AVStream& stream, AVStream& target) {
     const bool changes = known_.changingStreams.contains(stream.index);
     if (changes) {
         reporter_.note(describe(stream) +
-                       " changes its parameters on the way; they are repeated with its key pictures");
+                       " changes its parameters in mid-stream; they are repeated with its key frames");
     }
     tracks_.push_back(std::make_unique<CopiedTrack>(stream, target, timeline_, changes));
 }
@@ -168,7 +168,7 @@ void Conversion::surveyRest() {
             learned.forms.emplace(track->source().index, *form);
         }
     }
-    reporter_.note("a re-encoded track grows on the way; begun again with its largest form");
+    reporter_.note("a re-encoded track grows in mid-stream; restarted with its largest form");
     throw learned;
 }
 
@@ -226,7 +226,7 @@ void Conversion::reportDamage() {
             recording_.addDamage(std::to_string(track->concealed()) + " frames were damaged and are made up in part");
         }
         if (track->damagedTimes() > 0) {
-            recording_.addDamage(std::to_string(track->damagedTimes()) + " packets had no possible time");
+            recording_.addDamage(std::to_string(track->damagedTimes()) + " packets had impossible times");
         }
         if (!track->isInStep()) {
             recording_.addDamage("the clock of " + describe(track->source()) + " contradicts another");

@@ -108,7 +108,7 @@ AVStream& Proof::nextTrack(const AVStream& written) {
     AVStream& read = *format_->streams[next_++];
     if (read.codecpar->codec_type != written.codecpar->codec_type ||
         nameInMp4(read.codecpar->codec_id) != nameInMp4(written.codecpar->codec_id)) {
-        disprove(written, "it became another");
+        disprove(written, "it has another codec");
     }
     return read;
 }

@@ -26,7 +26,7 @@ public:
 
     void learn(const ChangedStream& changed) {
         if (!known_.changingStreams.insert(changed.index).second) {
-            learn(UnstorableStream{changed.index, Failure(codecUnknown, "its form changes on the way")});
+            learn(UnstorableStream{changed.index, Failure(codecUnknown, "its form changes in mid-stream")});
         }
     }
 
@@ -53,7 +53,7 @@ public:
 
     void learn(const LateStream& late) {
         if (++lateStreams_ == mostLateStreams) {
-            throw Failure(limitExceeded, late.name + " turns up at byte " + std::to_string(late.position));
+            throw Failure(limitExceeded, late.name + " appears at byte " + std::to_string(late.position));
         }
         if (late.position > known_.lookAhead) {
             known_.lookAhead = late.position;

@@ -86,7 +86,7 @@ void Accounting::settle(const AVFormatContext& format) {
     delivered_.resize(std::max<std::size_t>(delivered_.size(), format.nb_streams));
     reportDamagedPackets();
     if (!scan_) {
-        ledger_.addLost(0, 0, "this format does not tell whether all of it has been read");
+        ledger_.addLost(0, 0, "this format does not show whether all of it has been read");
         return;
     }
     scan_->finish();

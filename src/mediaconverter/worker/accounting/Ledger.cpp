@@ -36,7 +36,7 @@ void Ledger::addNote(const std::string& text) {
 }
 
 void Ledger::addZeroTail(std::int64_t bytes) {
-    addNote("the last " + std::to_string(bytes) + " bytes are all zero, as a crash of the system leaves them");
+    addNote("the last " + std::to_string(bytes) + " bytes are all zero, as left by a system crash");
 }
 
 void Ledger::addCut(std::int64_t have, std::int64_t whole) {

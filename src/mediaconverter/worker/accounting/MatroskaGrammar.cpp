@@ -152,7 +152,7 @@ std::optional<Unit> MatroskaGrammar::blockAt(SourceView& view, Unit unit) const 
     unit.header += static_cast<std::int64_t>(number->width + timeAndFlags);
     unit.payload = unit.length - unit.header;
     if (!isTrack(number->value)) {
-        unit.damage = "a block of a track that there is none of";
+        unit.damage = "a block of an unknown track";
     }
     return unit;
 }

@@ -59,7 +59,7 @@ void Mp4Scan::step() {
     }
     const auto next = findNext(box->content);
     if (next) {
-        ledger_.addLost(position_, box->content, "a size that runs beyond the end");
+        ledger_.addLost(position_, box->content, "a size that extends beyond the end");
     }
     isCut_ = !next;
     const std::int64_t end = next.value_or(view_.size());
@@ -83,7 +83,7 @@ void Mp4Scan::passDamage() {
         ledger_.addCut(view_.size() - start, 8);
         return;
     }
-    ledger_.addLost(start, position_, "no box of an MP4");
+    ledger_.addLost(start, position_, "data that is not an MP4 box");
 }
 
 void Mp4Scan::readBox(const IsoBox& box) {

@@ -81,7 +81,7 @@ void OggGrammar::accept(SourceView& view, const Unit& unit, Ledger& ledger) {
         order_.push_back(unit.stream);
         stream = {};
     } else if (number != stream.next) {
-        ledger.addLost(unit.start, unit.start, "pages are missing here, for their numbers leap");
+        ledger.addLost(unit.start, unit.start, "pages are missing here: their numbers jump");
     }
     stream.next = number + 1;
     // Header pages end at time 0; pages in which no packet ends have no time.

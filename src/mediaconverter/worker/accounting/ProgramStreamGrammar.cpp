@@ -112,7 +112,7 @@ void ProgramStreamGrammar::followParts(SourceView& view, const Unit& unit, Ledge
     const auto bytes = view.at(unit.start, mostHeader);
     if (unit.kind == packStart) {
         if (parts_.isReset(bytes)) {
-            ledger.addNote("at byte " + std::to_string(unit.start) + ": the clock is set to another time");
+            ledger.addNote("at byte " + std::to_string(unit.start) + ": the clock jumps to another time");
         }
         return;
     }

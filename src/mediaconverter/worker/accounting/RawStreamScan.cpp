@@ -61,7 +61,7 @@ void RawStreamScan::addDelivered(const AVPacket& packet, const AVStream& stream)
     if (stream.codecpar->codec_id == AV_CODEC_ID_FLAC &&
         !flacNumbers_.follows({packet.data, static_cast<std::size_t>(packet.size)})) {
         const std::int64_t position = std::max<std::int64_t>(packet.pos, 0);
-        ledger_.addLost(position, position, "frames are missing here, for their numbers leap");
+        ledger_.addLost(position, position, "frames are missing here: their numbers jump");
     }
 }
 
@@ -79,7 +79,7 @@ Corrections RawStreamScan::corrections() {
 void RawStreamScan::finish() {
     const std::int64_t start = startOfStream();
     if (start > view_.size()) {
-        ledger_.addLost(0, view_.size(), "a header that leads beyond the end");
+        ledger_.addLost(0, view_.size(), "a header that points beyond the end");
     }
     std::int64_t end = end_;
     for (const std::int64_t tag : {std::int64_t{128}, std::int64_t{32}}) {

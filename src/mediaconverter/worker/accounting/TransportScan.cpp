@@ -50,7 +50,7 @@ void TransportScan::advance(std::int64_t end) {
 
 void TransportScan::finish() {
     if (stride_ == 0 && !findStride()) {
-        ledger_.addLost(0, view_.size(), "no packets of a transport stream");
+        ledger_.addLost(0, view_.size(), "data without transport stream packets");
         position_ = view_.size();
     }
     while (position_ < view_.size()) {
@@ -116,7 +116,7 @@ void TransportScan::passDamage() {
             break;
         }
     }
-    ledger_.addLost(start, std::min(position_, view_.size()), "no packets of a transport stream");
+    ledger_.addLost(start, std::min(position_, view_.size()), "data without transport stream packets");
 }
 
 void TransportScan::readPacket(std::span<const std::uint8_t> packet) {
@@ -147,7 +147,7 @@ void TransportScan::checkCounter(Stream& stream, std::span<const std::uint8_t> p
     const int counter = packet[3] & 0x0F;
     const int expected = hasPayload ? (stream.counter + 1) % counters : stream.counter;
     if (stream.counter >= 0 && counter != expected && !isAnnounced) {
-        ledger_.addLost(position_, position_, "packets are missing here, for their counter leaps");
+        ledger_.addLost(position_, position_, "packets are missing here: their counter jumps");
     }
     stream.counter = counter;
 }

@@ -48,7 +48,7 @@ void UnitScanner::finish() {
 void UnitScanner::step() {
     const auto unit = grammar_->unitAt(view_, position_);
     if (!unit || unit->length <= 0) {
-        skipDamage(position_, position_ + 1, "nothing that belongs to the container");
+        skipDamage(position_, position_ + 1, "data that does not belong to the container");
     } else if (unit->endsRecording) {
         ledger_.addLost(position_, view_.size(), "another recording begins here");
         position_ = view_.size();
@@ -66,7 +66,7 @@ void UnitScanner::step() {
 void UnitScanner::stepBeyondEnd(const Unit& unit) {
     const std::int64_t start = position_;
     if (findNext(start + std::max<std::int64_t>(unit.header, 1))) {
-        skipDamage(start, start + std::max<std::int64_t>(unit.header, 1), "a size that runs beyond the end");
+        skipDamage(start, start + std::max<std::int64_t>(unit.header, 1), "a size that extends beyond the end");
         return;
     }
     grammar_->acceptCut(view_, unit, ledger_);
