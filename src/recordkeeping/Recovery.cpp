@@ -48,7 +48,7 @@ void Recovery::bringOne(const PendingEntry& entry) {
     } else if (entry.state < PendingEntry::State::due && processes_.isAlive(entry.meeting)) {
         announceAgain(entry);
     } else if (!files_.fileExistsAtPath(entry.source, nullptr)) {
-        logLine("the recording " + entry.source + " is gone; it is not waited for any more");
+        logLine("the recording " + entry.source + " no longer exists and is forgotten");
         pending_.remove(entry.source);
         hasWork_ = true;
     } else if (entry.attempts >= PendingRecordings::mostAttempts) {
