@@ -188,7 +188,7 @@ class Bubbles(BubbleWorld):
         converter = self.converts("talk.mkv")
         self.click(self.wait_for_bubbles(1, SAVED)[0].open_button())
         self.check_quits_soon(converter)
-        self.assertIn(f"nothing on this desktop could be asked to open file://{self.folder}/talk.mp4", self.log_text())
+        self.assertIn(f"nothing on this desktop can open file://{self.folder}/talk.mp4", self.log_text())
         self.assertEqual(self.files(), ["talk.mp4"])
 
     def test_without_any_font_it_is_shown_all_the_same(self):

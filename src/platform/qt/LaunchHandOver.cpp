@@ -45,7 +45,7 @@ QtDistributedNotificationCenter::HandOver LaunchHandOver::run() {
             }
             if (answer == Answer::none) {
                 SystemLog::standard().write("the running record converter, process " + std::to_string(*processId) +
-                                            ", has not answered; the recording waits in its queue");
+                                            ", has not acknowledged; the recording waits in its queue");
             }
         }
         confirmSpawn(*processId);

@@ -32,7 +32,8 @@ QDBusMessage roundTrip() {
 
 void sayThatThereIsNoBus(const QString& reason) {
     SystemLog::standard().write("no session bus (" + reason.toStdString() +
-                                "): meeting clients can't be heard or answered; the command line and the exit watch "
+                                "): notifications of meeting clients can be neither received nor acknowledged; the "
+                                "command line and the exit watch "
                                 "still work");
 }
 

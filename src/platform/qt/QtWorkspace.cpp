@@ -70,7 +70,7 @@ bool QtWorkspace::openURL(const FileURL& url) {
                              ? QDesktopServices::openUrl(QUrl::fromEncoded(encoded.c_str(), QUrl::StrictMode))
                              : startOpener(opener, encoded);
     if (!isAsked) {
-        SystemLog::standard().write("nothing on this desktop could be asked to open " + encoded);
+        SystemLog::standard().write("nothing on this desktop can open " + encoded);
     }
     return isAsked;
 }
