@@ -255,7 +255,7 @@ TEST_F(AuroraBubble, StandsMirroredWhereTheApplicationReadsFromRightToLeft) {
     const auto view = makeView(kSaved, {"Open"});
     show(view);
     const auto* const open = button(onlyWindow(), QStringLiteral("Open"));
-    EXPECT_EQ(open->x(), 8) << "what stands 8 points from the right edge stands 8 points from the left one";
+    EXPECT_EQ(open->x(), 8) << "a view 8 points from the right edge is mirrored to 8 points from the left one";
     QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 

@@ -43,7 +43,7 @@ TEST_F(BubbleStack, StandsStillWhileThePointerIsInAnyBubble) {
     const auto place = second()->pos();
     enter(second());
     test::turnFor(2000ms);
-    EXPECT_TRUE(closed.empty()) << "the other one's clock stands still as well";
+    EXPECT_TRUE(closed.empty()) << "the clock of the other bubble is frozen too";
     EXPECT_EQ(second()->pos(), place);
 
     // The place of a bubble that the user closes stays free for as long as the pointer is in another.
@@ -53,7 +53,7 @@ TEST_F(BubbleStack, StandsStillWhileThePointerIsInAnyBubble) {
     EXPECT_EQ(onlyWindow()->pos(), place);
 
     leave(second());
-    EXPECT_TRUE(test::turnUntil([&] { return onlyWindow()->y() < place.y(); })) << "then it closes up";
+    EXPECT_TRUE(test::turnUntil([&] { return onlyWindow()->y() < place.y(); })) << "then the next bubble moves up";
 }
 
 TEST_F(BubbleStack, StandsStillWhileTheKeyboardIsInAnyBubble) {
@@ -78,7 +78,7 @@ TEST_F(BubbleStack, ABubbleThatComesWhileItStandsStillTakesTheNextFreePlace) {
     ASSERT_EQ(now.size(), 2U);
     EXPECT_EQ(second()->pos(), places.second);
     const auto* const third = now[0] == second() ? now[1] : now[0];
-    EXPECT_GT(third->y(), places.second.y()) << "not where the one stood that has gone";
+    EXPECT_GT(third->y(), places.second.y()) << "not in the place of the bubble that has closed";
     test::turnFor(2000ms);
     EXPECT_EQ(closed.size(), 1U) << "its clock stands still too";
 }

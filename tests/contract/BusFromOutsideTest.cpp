@@ -75,7 +75,7 @@ TEST_F(BusFromOutside, DeliversNothingMoreOnceToldToStopNotEvenWhatHadArrivedBef
     other.addObserver(this, "Name", [&](const DistributedNotification&) { ++heardByTheOther; });
     center.postNotification({"Name", std::nullopt, std::nullopt});
     center.stopDelivering();
-    EXPECT_TRUE(test::turnUntil([&] { return heardByTheOther == 1; })) << "what it posts still goes out";
+    EXPECT_TRUE(test::turnUntil([&] { return heardByTheOther == 1; })) << "its own notifications are still posted";
     center.postNotification({"Name", std::nullopt, std::nullopt});
     EXPECT_TRUE(test::turnUntil([&] { return heardByTheOther == 2; }));
     EXPECT_TRUE(heard.empty());

@@ -45,7 +45,7 @@ TEST_P(Letters, AreThoseOfTheClientsLanguage) {
 
     auto environment = QProcessEnvironment::systemEnvironment();
     platform::qt::forgetLettersIn(environment);
-    EXPECT_FALSE(environment.contains(QStringLiteral("FC_LANG"))) << "what is opened does not hear of it";
+    EXPECT_FALSE(environment.contains(QStringLiteral("FC_LANG"))) << "programs that are opened do not inherit it";
 }
 
 INSTANTIATE_TEST_SUITE_P(Shared, Letters,

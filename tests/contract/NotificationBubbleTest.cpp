@@ -47,7 +47,7 @@ TEST_F(NotificationBubble, SaysTheTextAndTheFilesNameWithButtonsTimeAndKind) {
     EXPECT_EQ(last().summary.toStdString(), kSaved);
     EXPECT_EQ(last().body, QStringLiteral("talk.mp4"));
     EXPECT_EQ(last().actions, (QStringList{"default", "Open", "0", "Open", "1", "View in Folder"}));
-    EXPECT_GE(last().timeout, 15000) << "the bubble ends it, not the server";
+    EXPECT_GE(last().timeout, 15000) << "the bubble closes it, not the server";
     EXPECT_EQ(last().hints.value("category").toString(), QStringLiteral("transfer.complete"));
     EXPECT_EQ(last().hints.value("desktop-entry").toString(), QStringLiteral("org.recordconverter.RecordConverter"));
     EXPECT_EQ(last().icon, QStringLiteral("org.recordconverter.RecordConverter"));
@@ -230,7 +230,7 @@ TEST_F(DoNotDisturb, ABubbleHeldBackIsToldWhenThatEnds) {
     server->setInhibited(true);
     notify(makeView(kSaved), 0.5);
     test::turnFor(1500ms);
-    EXPECT_TRUE(closed.empty()) << "nobody has seen it yet";
+    EXPECT_TRUE(closed.empty()) << "the user has not seen it yet";
     server->setInhibited(false);
     ASSERT_TRUE(test::turnUntil([&] { return server->shown.size() == 2; }));
     EXPECT_EQ(last().replaces, server->shown.front().id);
@@ -256,7 +256,7 @@ TEST_F(NotificationBubble, EachBubbleLooksForAServerAnew) {
     show(makeView(text));
     EXPECT_EQ(windows().size(), 1U);
     ASSERT_EQ(log.lines().size(), 1U);
-    EXPECT_EQ(log.lines().front(), text) << "without display and server the log says it in one sentence";
+    EXPECT_EQ(log.lines().front(), text) << "without display and server the log reports it in one sentence";
     server = std::make_unique<test::NotificationServer>();
     open(makeView(kSaved), {0.1, 60, 0.1});
     EXPECT_TRUE(test::turnUntil([&] { return server->shown.size() == 1; }));

@@ -211,7 +211,7 @@ TEST_F(LongNameTest, ADamagedRecordingGetsItsSecondNameAsWell) {
         expectSuccess(source, {second});
         fs::remove(destination());
         expectSuccess(source);
-        EXPECT_EQ(folder_.names().size(), 3U) << "the second name is there already";
+        EXPECT_EQ(folder_.names().size(), 3U) << "the second name exists already";
         for (const std::string& name : folder_.names()) {
             fs::remove(folder_.file(name));
         }

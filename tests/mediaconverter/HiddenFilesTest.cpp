@@ -72,7 +72,7 @@ TEST_P(DestinationTest, AnotherConversionInTheFolderLeavesTheFirstAlone) {
     Process first(command(slow, folder_.file("slow.mp4")));
     waitForOutput(first);
     EXPECT_TRUE(convertInProcess(source_, destination(), environment()).saidHundred());
-    EXPECT_FALSE(fs::exists(folder_.file("slow.mp4"))) << "the first was to be at work still";
+    EXPECT_FALSE(fs::exists(folder_.file("slow.mp4"))) << "the first conversion should still be running";
     first.wait();
     EXPECT_EQ(folder_.names(), (std::vector<std::string>{"a.mkv", "out.mp4", "slow.mkv", "slow.mp4"}));
 }
@@ -122,7 +122,7 @@ TEST_P(DestinationTest, KilledAtRandomMomentsThereIsAWholeMp4OrNone) {
         process.signal(SIGKILL);
         process.wait();
         EXPECT_TRUE(contentOf(source_) == content);
-        EXPECT_TRUE(!fs::exists(destination()) || contentOf(destination()) == expected) << "a half-made MP4";
+        EXPECT_TRUE(!fs::exists(destination()) || contentOf(destination()) == expected) << "an incomplete MP4";
     }
     // A later conversion removes their files, once their workers have died as well.
     for (int attempt = 0; attempt < 100 && (folder_.names().size() != 2 || !fs::exists(destination())); ++attempt) {

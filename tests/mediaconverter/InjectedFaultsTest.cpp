@@ -200,7 +200,7 @@ TEST_F(InjectedFaultsTest, ReservedRoomThatIsTooSmallIsMadeByMovingTheData) {
     const std::string noInserting = "worker:insert:1:" + std::to_string(EOPNOTSUPP) + ":all";
     const auto outcome = convertWith(noInserting);
     EXPECT_TRUE(outcome.result.saidHundred());
-    EXPECT_EQ(outcome.hits, 2U) << "the room reserved was to be too small";
+    EXPECT_EQ(outcome.hits, 2U) << "the reserved room should have been too small";
     const std::string result = contentOf(destination());
     EXPECT_LT(result.find("moov"), result.find("mdat"));
     EXPECT_EQ(packetCounts(destination()), std::vector<int>{30000});

@@ -39,7 +39,7 @@ protected:
     void expectWholeOrNothing() {
         EXPECT_TRUE(contentOf(source_) == content_);
         if (fs::exists(destination())) {
-            EXPECT_TRUE(contentOf(destination()) == expected_) << "a half-made MP4";
+            EXPECT_TRUE(contentOf(destination()) == expected_) << "an incomplete MP4";
             fs::remove(destination());
         }
         EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});

@@ -204,7 +204,7 @@ const std::vector<Lie> lies = {
 TEST_P(LyingHeaderTest, EndsInTimeAndWithinItsMemory) {
     std::string bytes = contentOf(samples::make(GetParam().extension, GetParam().codecs, 1));
     const auto found = bytes.find(GetParam().before);
-    ASSERT_NE(found, std::string::npos) << "the number to change is not where it should be";
+    ASSERT_NE(found, std::string::npos) << "the number to change is not at the expected position";
     bytes.replace(found + static_cast<std::size_t>(GetParam().distance), GetParam().number.size(), GetParam().number);
     const std::string source = put("lie.rec", bytes);
 

@@ -177,7 +177,7 @@ TEST(AviGrammarTest, TakesALastChunkThatIsNotFilledUp) {
     bytes.resize(at + 8 + static_cast<std::size_t>(size));
     const worker::Ledger ledger = scanned("avi", bytes);
     EXPECT_EQ(ledger.lost(), "");
-    EXPECT_TRUE(ledger.notes().empty()) << "taken for one that is cut";
+    EXPECT_TRUE(ledger.notes().empty()) << "treated as a truncated packet";
 }
 
 TEST(FlvGrammarTest, NoticesASizeThatIsNotTheOneAfterTheTag) {

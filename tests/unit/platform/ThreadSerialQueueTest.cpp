@@ -23,7 +23,7 @@ TEST(ThreadSerialQueueTest, RunsTasksInTheOrderInWhichTheyWerePut) {
             queue.async([&ran, i] { ran.push_back(i); });
         }
     }
-    ASSERT_EQ(ran.size(), 1000U) << "what was put already runs before the queue ends";
+    ASSERT_EQ(ran.size(), 1000U) << "tasks queued earlier run before the queue ends";
     EXPECT_TRUE(std::is_sorted(ran.begin(), ran.end()));
 }
 
@@ -132,7 +132,7 @@ TEST(ThreadSerialQueueTest, ATaskMayHoldTheLastReferenceToItsQueue) {
     queue = nullptr;
     letGo.set_value();
     ended.get_future().wait();
-    EXPECT_TRUE(ranLater) << "what was put already runs";
+    EXPECT_TRUE(ranLater) << "tasks queued earlier run";
 }
 
 TEST(ThreadSerialQueueTest, TheMakerMakesSeparateQueues) {

@@ -193,7 +193,7 @@ TEST_F(ManyThreadsTest, JobsScheduledByTwoThreadsAreEachConvertedOnce) {
             thread.join();
         }
         expectAllConverted(converter, expected);
-        EXPECT_TRUE(converter.ends()) << "it stays for ever";
+        EXPECT_TRUE(converter.ends()) << "it never ends";
     }
 }
 
@@ -211,7 +211,7 @@ TEST_F(ManyThreadsTest, ARecordingThatStartsWhileTheJobsRunOutKeepsTheConverterA
         EXPECT_FALSE(converter.hasEnded()) << "it quits while a meeting records";
         converter.quit(7);
         expectAllConverted(converter, {"/first.mkv", "/second.mkv"});
-        EXPECT_TRUE(converter.ends()) << "it stays for ever";
+        EXPECT_TRUE(converter.ends()) << "it never ends";
     }
 }
 
@@ -230,7 +230,7 @@ TEST_F(ManyThreadsTest, MeetingsThatComeAndGoWhileTheQueueWorksLoseNothing) {
             }
         }
         expectAllConverted(converter, expected);
-        EXPECT_TRUE(converter.ends()) << "it stays for ever";
+        EXPECT_TRUE(converter.ends()) << "it never ends";
     }
 }
 

@@ -412,7 +412,7 @@ TEST_F(RecordkeeperTest, ARecordingIsForgottenOnceItsOutcomeIsTold) {
     start(7, "/a.mkv");
     quit(7);
     fake.serialQueues.last().drain();
-    EXPECT_EQ(pending(), Paths{"/a.mkv"}) << "the bubble is not up yet";
+    EXPECT_EQ(pending(), Paths{"/a.mkv"}) << "the bubble is not shown yet";
     settle();
     EXPECT_TRUE(pending().empty());
 }
@@ -599,7 +599,7 @@ TEST_F(RecordkeeperTest, AJobInTheBackgroundIsWorkUntilItsOutcomeIsTold) {
     settle();
     ASSERT_TRUE(ScriptedMediaConverter::waitUntilBlocked());
     settle();
-    EXPECT_TRUE(queues.isBusy()) << "no queue has a task, and the conversion is under way";
+    EXPECT_TRUE(queues.isBusy()) << "no queue has a task, although a conversion is running";
     ScriptedMediaConverter::unblock();
     ASSERT_TRUE(fake.serialQueues.last().waitForTask());
     settle();

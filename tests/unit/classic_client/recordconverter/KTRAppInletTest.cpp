@@ -235,7 +235,7 @@ TEST_F(KTRAppInletTest, WithoutADelegateNotificationsAreTracedAndAcknowledgedAnd
     }
     EXPECT_EQ(center.posted().size(), 3U);
     EXPECT_EQ(trace.log().size(), 6U);
-    EXPECT_EQ(log.size(), 3U) << "three acknowledgements and nothing else";
+    EXPECT_EQ(log.size(), 3U) << "only the three acknowledgements are posted";
 }
 
 TEST_F(KTRAppInletTest, AfterTurningADeafEarNoNotificationReachesTheInlet) {

@@ -79,7 +79,7 @@ TEST_F(KTRMeetingProcessGuardTest, AProcessThatNeverExistedIsLostFiveTimesThenCr
     runLoop.advance(60s);
     EXPECT_EQ(polls->log, (Log{"lost 4711 for 1", "lost 4711 for 2", "lost 4711 for 3", "lost 4711 for 4",
                                "lost 4711 for 5", "crash of 4711"}));
-    EXPECT_FALSE(polls->timerAtCrash) << "polling stops before the crash is told";
+    EXPECT_FALSE(polls->timerAtCrash) << "polling stops before the crash is reported";
     EXPECT_EQ(applications.asked().size(), 5U);
 }
 
@@ -233,7 +233,7 @@ TEST_F(KTRMeetingProcessGuardTest, ATimerThatWasReplacedStillHoldsItsGuard) {
     guard = nullptr;
     ASSERT_TRUE(first->isValid());
     runLoop.advance(1s);
-    EXPECT_FALSE(watched.expired()) << "the timer ticks, so what it calls must be there";
+    EXPECT_FALSE(watched.expired()) << "the timer ticks, so its target must still exist";
     runLoop.advance(9s);
     EXPECT_EQ(polls->log.back(), "crash of 4711");
     watched.lock()->setGuardTimer(first);

@@ -193,7 +193,7 @@ TEST_F(KTRMeetingRecordConverterTest, AVanishedSourceIsTracedAsNotFoundAndTheSto
     EXPECT_EQ(reports->log.back(), "stop (source removed)");
     EXPECT_EQ(trace.log(), (Log{test::info(std::string(deleting) + ": "),
                                 test::warning(std::string(deleting) + ": file not found.")}));
-    EXPECT_EQ(fileManager.removed().size(), 1U) << "removing was asked for once more";
+    EXPECT_EQ(fileManager.removed().size(), 1U) << "the removal was requested again";
 }
 
 TEST_F(KTRMeetingRecordConverterTest, AFolderAtTheSourceIsTracedAsNotFoundAndLeftInPlace) {

@@ -79,7 +79,7 @@ TEST_F(QuitDuringConversionTest, IsDeclinedUntilTheUserHasSeenTheOutcome) {
     quit(2);
     ASSERT_FALSE(isFirst);
     fake.mainQueue.drain();
-    ASSERT_TRUE(app->bAllTaskFinished()) << "the quit check has begun in spite of the recording that waits";
+    ASSERT_TRUE(app->bAllTaskFinished()) << "the quit check has started although a recording waits";
 
     fake.runLoop.advance(3s);
     EXPECT_EQ(fake.application.declinedCount(), 3U);

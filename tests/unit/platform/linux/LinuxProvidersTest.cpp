@@ -196,7 +196,7 @@ TEST(MemoryTest, SmallBlocksThatAThreadKeepsForItsNextAreGivenBack) {
             }
         }
     }
-    ASSERT_GE(held(), before + 100'000) << "the thread keeps what has been freed";
+    ASSERT_GE(held(), before + 100'000) << "the thread keeps freed blocks";
     platform::returnFreedMemory();
     EXPECT_LE(held(), before + 10'000);
 }

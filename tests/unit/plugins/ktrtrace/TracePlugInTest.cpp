@@ -193,7 +193,7 @@ TEST_F(TracePlugInTest, AFullFileIsPutAsideAndTheOldestGoes) {
         EXPECT_EQ(modeOf(folder_ / name), 0600U) << name;
     }
     EXPECT_TRUE(all.at("trace.log").back().ends_with("line 199"));
-    EXPECT_TRUE(all.at("trace.1.log").back() < all.at("trace.log").front()) << "they begin with their time";
+    EXPECT_TRUE(all.at("trace.1.log").back() < all.at("trace.log").front()) << "each line starts with its time";
 }
 
 TEST_F(TracePlugInTest, LinesOfManyThreadsStayWholeAndNoneIsLost) {
