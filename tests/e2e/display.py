@@ -72,11 +72,15 @@ class DisplayWorld(world.World):
         self.desktop = self.outside = self.environment
         self.start_display()
 
-    def start_display(self):
+    def start_server(self):
+        """Starts an X server without a screen, and returns its display's name."""
         self._server = self.start_program("Xvfb", "-displayfd", "1", "-screen", "0", f"{WIDTH}x{HEIGHT}x24",
                                           "-noreset", "-nolisten", "tcp", stdout=subprocess.PIPE)
         self.addCleanup(self._server.stdout.close)
-        self.environment["DISPLAY"] = ":" + self._server.stdout.readline().decode().strip()
+        return ":" + self._server.stdout.readline().decode().strip()
+
+    def start_display(self):
+        self.environment["DISPLAY"] = self.start_server()
         self.start_window_manager()
         processes.wait_until(lambda: "window id" in self.ask("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), 30,
                              "the window manager")

@@ -35,6 +35,12 @@ class BubbleWorld(display.DisplayWorld):
         with open(self.opened_log, encoding="utf-8") as file:
             return file.read().splitlines()
 
+    def leave_layer_surfaces_out(self):
+        """The converter comes without the library for them, as where it can't be built."""
+        library = os.path.join("lib", "liblayersurfaces.so")
+        if os.path.exists(os.path.join(self.application, library)):
+            os.remove(os.path.join(self.own_application_folder(), library))
+
     def converts(self, *names):
         meeting = self.meeting()
         converter = self.launch_for(meeting)

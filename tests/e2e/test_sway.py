@@ -10,7 +10,7 @@ import pictures
 import test_bubbles
 
 SETTINGS = """xwayland {xwayland}
-output HEADLESS-1 resolution {width}x{height} bg #406080 solid_color
+output {output} resolution {width}x{height} bg #406080 solid_color
 seat seat0 hide_cursor 100
 exec sh -c 'env >{environment}.new && mv {environment}.new {environment}'
 """
@@ -27,13 +27,17 @@ class SwayWorld(test_bubbles.BubbleWorld):
 
     with_tray = False
     with_x11 = True
+    has_layer_surfaces = False
+    backend, output = "headless", "HEADLESS-1"
 
     def start_display(self):
+        if not self.has_layer_surfaces:
+            self.leave_layer_surfaces_out()
         settings, environment = (os.path.join(self.root, name) for name in ("sway", "sway.environment"))
         with open(settings, "w", encoding="utf-8") as file:
-            file.write(SETTINGS.format(xwayland="enable" if self.with_x11 else "disable", width=display.WIDTH,
-                                       height=display.HEIGHT, environment=environment))
-        self.environment.update({"WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman"})
+            file.write(SETTINGS.format(xwayland="enable" if self.with_x11 else "disable", output=self.output,
+                                       width=display.WIDTH, height=display.HEIGHT, environment=environment))
+        self.environment.update({"WLR_BACKENDS": self.backend, "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman"})
         # It refuses to run as root, and is content with a name space where it is called something else. Newer X servers
         # want a user that has a name.
         other = ["unshare", "--user", "--map-user=1", "--map-group=1"] if os.geteuid() == 0 else []

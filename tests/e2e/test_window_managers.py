@@ -100,6 +100,7 @@ class KWinOnWayland(_KWin):
     and the user's come through Xwayland."""
 
     def start_window_manager(self):
+        self.leave_layer_surfaces_out()
         self.outside = dict(self.environment)
         # The installed program has a capability that a container refuses; a copy has none. It runs under no other name.
         compositor, told = (os.path.join(self.root, name) for name in ("kwin_wayland", "kwin.environment"))

@@ -1,5 +1,7 @@
 #include "platform/qt/DisplayChoice.h"
 
+#include "platform/qt/LayerSurfaces.h"
+
 #include <QDir>
 #include <QLibraryInfo>
 #include <cstdlib>
@@ -56,6 +58,9 @@ DisplayChoice chooseDisplay() {
     }
     const auto x11 = valueOf("DISPLAY");
     const auto wayland = valueOf("WAYLAND_DISPLAY");
+    if (hasWaylandPlugin() && hasLayerSurfaces()) {
+        return {"wayland;offscreen", {}};
+    }
     if (!x11.empty() && answersAsX11()) {
         return {"xcb;offscreen", {}};
     }

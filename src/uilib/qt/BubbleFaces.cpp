@@ -1,5 +1,6 @@
 #include "uilib/qt/BubbleFaces.h"
 
+#include "platform/qt/LayerSurfaces.h"
 #include "uilib/qt/X11Window.h"
 
 #include <QGuiApplication>
@@ -28,11 +29,12 @@ std::vector<BubbleFace> facesFor(const Session& session) {
 }
 
 Session currentSession() {
-    const auto platform = QGuiApplication::platformName();
-    if (platform == QLatin1String("xcb")) {
+    const auto name = QGuiApplication::platformName();
+    if (name == QLatin1String("xcb")) {
         return {Session::Display::x11, windowManagerName() != kCentringWindowManager};
     }
-    return {platform == QLatin1String("offscreen") ? Session::Display::none : Session::Display::wayland, false};
+    return {name == QLatin1String("offscreen") ? Session::Display::none : Session::Display::wayland,
+            platform::qt::usesLayerSurfaces()};
 }
 
 }  // namespace uilib::qt

@@ -1,5 +1,6 @@
 #include "uilib/qt/BubbleWindow.h"
 
+#include "platform/qt/LayerSurfaces.h"
 #include "uilib/qt/BubbleAccessible.h"
 #include "uilib/qt/BubbleContent.h"
 #include "uilib/qt/BubbleShape.h"
@@ -57,7 +58,8 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
       isComposited_(isDesktopComposited()),
       canFade_(canFadeWindows() && !taste.lessMotion),
       canSlide_(!taste.lessMotion),
-      hasEdge_(taste.moreContrast) {
+      hasEdge_(taste.moreContrast),
+      isLayer_(platform::qt::usesLayerSurfaces()) {
     // Before the first text, because the toolkit keeps the first role it gets for a window.
     announceAsNotifications();
     setAttribute(Qt::WA_ShowWithoutActivating);
@@ -77,6 +79,9 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
     resize(client->width() + 2 * kShadowExtent, client->height() + 2 * (kShadowExtent + arrowRoom));
 
     winId();
+    if (isLayer_) {
+        platform::qt::makeLayerSurface(*windowHandle());
+    }
     markAsNotification(*windowHandle());
     connect(&animation_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { setWindowOpacity(value.toDouble()); });
@@ -131,6 +136,11 @@ void BubbleWindow::standStill() {
 void BubbleWindow::putAt(const QPoint& topLeft) {
     askedFor_ = topLeft;
     move(topLeft);
+    if (isLayer_) {
+        platform::qt::placeLayerSurface(*windowHandle(), topLeft);
+        // The compositor takes the place with the next picture.
+        update();
+    }
 }
 
 void BubbleWindow::reshape() {
@@ -221,6 +231,9 @@ void BubbleWindow::leaveEvent(QEvent*) {
 }
 
 void BubbleWindow::acceptKeyboard(bool accepts) {
+    if (isLayer_) {
+        platform::qt::letLayerSurfaceTakeKeyboard(*windowHandle(), accepts);
+    }
     windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, !accepts);
     // The toolkit has overwritten these properties.
     markAsNotification(*windowHandle());

@@ -101,6 +101,7 @@ private:
     const bool canFade_;
     const bool canSlide_;
     const bool hasEdge_;
+    const bool isLayer_;
     Place place_;
     QPoint askedFor_;
     /// Pixels per point; 0 if it has no shape yet.

@@ -29,9 +29,10 @@ bool canFadeWindows() {
     return x11Connection() != nullptr && isDesktopComposited();
 }
 
-void setInputRegion(const QWindow& window, const QRegion& region) {
+void setInputRegion(QWindow& window, const QRegion& region) {
     auto* const connection = x11Connection();
     if (connection == nullptr) {
+        window.setMask(region);
         return;
     }
     const double scale = window.devicePixelRatio();

@@ -14,6 +14,6 @@ bool canFadeWindows();
 
 /// Lets clicks outside `region` (in the window's own coordinates) fall through to what lies below. Does nothing if the
 /// display system cannot.
-void setInputRegion(const QWindow& window, const QRegion& region);
+void setInputRegion(QWindow& window, const QRegion& region);
 
 }  // namespace uilib::qt
