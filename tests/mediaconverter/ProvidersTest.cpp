@@ -52,7 +52,8 @@ TEST(ConvertedWorkspaceTest, OpensTheMp4UnderTheNameThatItHasGot) {
     EXPECT_EQ(behind.opened, FileURL::fileURLWithPath("/a/" + std::string(251, 'n') + ".mp4", false));
     workspace.openURL(FileURL::fileURLWithPath("/a/b", true));
     EXPECT_EQ(behind.opened, FileURL::fileURLWithPath("/a/b", true));
-    workspace.openURL(FileURL::fileURLWithPath("/a/" + std::string(252, 'n') + ".mp4", false).deletingLastPathComponent());
+    workspace.openURL(
+        FileURL::fileURLWithPath("/a/" + std::string(252, 'n') + ".mp4", false).deletingLastPathComponent());
     ASSERT_TRUE(behind.opened);
     EXPECT_EQ(behind.opened->path(), "/a");
     EXPECT_EQ(behind.opened->item(), "/a/" + std::string(251, 'n') + ".mp4");

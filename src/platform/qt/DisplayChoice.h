@@ -13,9 +13,9 @@ struct DisplayChoice {
     std::string trouble;
 };
 
-/// Finds a display that answers: first a Wayland compositor with layer surfaces, if this program can use them, then an X
-/// server (even beside Wayland, because there windows can be placed), then any Wayland compositor if the toolkit has its
-/// plug-in, else off-screen. Call before the application object exists.
+/// Finds a display that answers: first a Wayland compositor with layer surfaces, if this program can use them, then an
+/// X server (even beside Wayland, because there windows can be placed), then any Wayland compositor if the toolkit has
+/// its plug-in, else off-screen. Call before the application object exists.
 DisplayChoice chooseDisplay();
 
 }  // namespace platform::qt
