@@ -1,6 +1,7 @@
 #include "mediaconverter/AccountingTest.h"
 
-#include <chrono>
+#include <sys/resource.h>
+
 #include <filesystem>
 
 // Data after damage is rescued, stale sizes hide nothing, and no file takes forever.
@@ -28,6 +29,13 @@ protected:
         for (std::size_t stream = 0; stream < all.size(); ++stream) {
             EXPECT_GE(have[stream], all[stream] - most) << "stream " << stream << "\n" << log;
         }
+    }
+
+    /// Processor time, in seconds, of all child processes that have ended.
+    static long secondsOfChildren() {
+        rusage usage = {};
+        ::getrusage(RUSAGE_CHILDREN, &usage);
+        return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec;
     }
 
     /// A block of the audio track whose size takes two bytes, searched from a third of the recording on.
@@ -204,9 +212,9 @@ TEST_F(RescueTest, BoxesThatClaimTheWholeFileCostNoTime) {
         }
         bytes += "moof";
     }
-    const auto start = std::chrono::steady_clock::now();
+    const auto before = secondsOfChildren();
     expectDamaged(bytes);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(secondsOfChildren() - before, 20);
 }
 
 }  // namespace
