@@ -122,7 +122,8 @@ inline bring(m) {
     };
     if
     :: ended[m] -> end(m)
-    :: else -> skip
+    /* What waits in the bus as well is handled first: the end follows with the others. */
+    :: skip
     fi
 }
 
