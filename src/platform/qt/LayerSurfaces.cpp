@@ -53,7 +53,9 @@ void makeLayerSurface(QWindow& window) {
 }
 
 void placeLayerSurface(QWindow& window, const QPoint& topLeft) {
-    const QRect screen = window.screen()->availableGeometry();
+    // The compositor may have the window on another screen; the distances from its edges hold there as well.
+    const auto* const asked = QGuiApplication::screenAt(QRect(topLeft, window.size()).center());
+    const QRect screen = (asked != nullptr ? asked : window.screen())->availableGeometry();
     const int right = screen.right() + 1 - (topLeft.x() + window.width());
     library().place(&window, right, topLeft.y() - screen.top());
 }

@@ -14,8 +14,8 @@ bool hasLayerSurfaces();
 /// Whether windows of this process are to be layer surfaces: they are offered, and the toolkit draws on Wayland.
 bool usesLayerSurfaces();
 
-/// Each only where `usesLayerSurfaces`. A window is made one before it is first shown; `topLeft` is in the coordinates
-/// of its screen's free area.
+/// Call these only if `usesLayerSurfaces`. A window becomes one before it is first shown. `topLeft` is in desktop
+/// coordinates; what counts is its distance from the right and upper edges of the screen it lies on.
 void makeLayerSurface(QWindow& window);
 void placeLayerSurface(QWindow& window, const QPoint& topLeft);
 void letLayerSurfaceTakeKeyboard(QWindow& window, bool accepts);
