@@ -38,27 +38,29 @@ bool startOpener(const QString& opener, const std::string& url) {
     return process.startDetached();
 }
 
-const QString fileManager = QStringLiteral("org.freedesktop.FileManager1");
-
-/// False if no file manager that can select items runs, or could be started.
-bool selectsInFileManager(const FileURL& item) {
-    if (!hasSessionBusAddress()) {
-        return false;
-    }
-    // Lives until the process ends, so that the request reaches the bus.
-    static auto& connection = *new PrivateConnection(QDBusConnection::SessionBus, QStringLiteral("file manager"));
-    const auto* const names = connection.bus().interface();
-    if (names == nullptr ||
-        !(names->isServiceRegistered(fileManager) || names->activatableServiceNames().value().contains(fileManager))) {
-        return false;
-    }
-    auto request = QDBusMessage::createMethodCall(fileManager, QStringLiteral("/org/freedesktop/FileManager1"),
-                                                  fileManager, QStringLiteral("ShowItems"));
-    request << QStringList(QString::fromStdString(item.absoluteString())) << takeActivationToken();
-    return connection.bus().send(request);
-}
+const auto kFileManager = QStringLiteral("org.freedesktop.FileManager1");
 
 }  // namespace
+
+QtWorkspace::QtWorkspace() = default;
+
+QtWorkspace::~QtWorkspace() = default;
+
+/// False if no file manager that can select items runs, or could be started.
+bool QtWorkspace::selectsInFileManager(const FileURL& item) {
+    if (!fileManager_) {
+        fileManager_ = std::make_unique<PrivateConnection>(QDBusConnection::SessionBus, QStringLiteral("file manager"));
+    }
+    const auto* const names = fileManager_->bus().interface();
+    if (names == nullptr || !(names->isServiceRegistered(kFileManager) ||
+                              names->activatableServiceNames().value().contains(kFileManager))) {
+        return false;
+    }
+    auto request = QDBusMessage::createMethodCall(kFileManager, QStringLiteral("/org/freedesktop/FileManager1"),
+                                                  kFileManager, QStringLiteral("ShowItems"));
+    request << QStringList(QString::fromStdString(item.absoluteString())) << takeActivationToken();
+    return fileManager_->bus().send(request);
+}
 
 bool QtWorkspace::openURL(const FileURL& url) {
     if (!url.item().empty() && selectsInFileManager(FileURL::fileURLWithPath(url.item(), false))) {

@@ -1,12 +1,15 @@
 #include "platform/qt/TaskbarProgress.h"
 
-#include "platform/qt/SessionBus.h"
+#include "platform/qt/PrivateConnection.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QVariantMap>
 
 namespace platform::qt {
+
+TaskbarProgress::TaskbarProgress() = default;
+
+TaskbarProgress::~TaskbarProgress() = default;
 
 void TaskbarProgress::show(const std::string& work, double fraction) {
     const auto now = std::chrono::steady_clock::now();
@@ -25,18 +28,15 @@ void TaskbarProgress::show(const std::string& work, double fraction) {
 }
 
 void TaskbarProgress::send(double fraction, bool isVisible) {
-    if (!hasSessionBusAddress()) {
-        return;
+    if (!connection_) {
+        connection_ = std::make_unique<PrivateConnection>(QDBusConnection::SessionBus, QStringLiteral("taskbar"));
     }
-    static const auto name = QStringLiteral("record-converter taskbar");
-    // Opened for the first long work; a taskbar drops the progress when the connection closes.
-    static auto connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
     auto update =
         QDBusMessage::createSignal(QStringLiteral("/org/recordconverter/RecordConverter"),
                                    QStringLiteral("com.canonical.Unity.LauncherEntry"), QStringLiteral("Update"));
     update << QStringLiteral("application://org.recordconverter.RecordConverter.desktop")
            << QVariantMap{{QStringLiteral("progress"), fraction}, {QStringLiteral("progress-visible"), isVisible}};
-    connection.send(update);
+    connection_->bus().send(update);
 }
 
 }  // namespace platform::qt
