@@ -18,16 +18,29 @@ namespace {
 using platform::DistributedNotification;
 using platform::qt::QtDistributedNotificationCenter;
 
-TEST(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
-    constexpr std::size_t count = 200;
+/// One process that sends, and one that counts what it receives.
+class DeliveryOrder : public testing::Test {
+protected:
+    static constexpr std::size_t count = 200;
+
+    DeliveryOrder() {
+        center.addObserver(&heard, "Name", [this](const DistributedNotification&) { ++heard; });
+    }
+
+    void sendAll() {
+        for (std::size_t index = 0; index < count; ++index) {
+            client.postNotification({"Name", std::nullopt, std::nullopt});
+        }
+        client.flush();
+    }
+
     QtDistributedNotificationCenter client;
     QtDistributedNotificationCenter center;
     std::size_t heard = 0;
-    center.addObserver(&heard, "Name", [&](const DistributedNotification&) { ++heard; });
-    for (std::size_t index = 0; index < count; ++index) {
-        client.postNotification({"Name", std::nullopt, std::nullopt});
-    }
-    client.flush();
+};
+
+TEST_F(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
+    sendAll();
     std::optional<std::size_t> heardBefore;
     center.afterDelivery([&] { heardBefore = heard; });
     EXPECT_FALSE(heardBefore) << "never inside the call";
@@ -35,17 +48,9 @@ TEST(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
     EXPECT_EQ(*heardBefore, count);
 }
 
-TEST(DeliveryOrder, WhatIsAskedForDuringARoundTripWaitsForTheNextOne) {
-    constexpr std::size_t count = 200;
-    QtDistributedNotificationCenter client;
-    QtDistributedNotificationCenter center;
-    std::size_t heard = 0;
-    center.addObserver(&heard, "Name", [&](const DistributedNotification&) { ++heard; });
+TEST_F(DeliveryOrder, WhatIsAskedForDuringARoundTripWaitsForTheNextOne) {
     center.afterDelivery([] {});
-    for (std::size_t index = 0; index < count; ++index) {
-        client.postNotification({"Name", std::nullopt, std::nullopt});
-    }
-    client.flush();
+    sendAll();
     std::vector<std::size_t> heardBefore;
     for (int index = 0; index < 3; ++index) {
         center.afterDelivery([&] { heardBefore.push_back(heard); });
@@ -54,8 +59,7 @@ TEST(DeliveryOrder, WhatIsAskedForDuringARoundTripWaitsForTheNextOne) {
     EXPECT_EQ(heardBefore, (std::vector{count, count, count}));
 }
 
-TEST(DeliveryOrder, ThoseThatWaitRunInTheirOrder) {
-    QtDistributedNotificationCenter center;
+TEST_F(DeliveryOrder, ThoseThatWaitRunInTheirOrder) {
     std::vector<int> ran;
     center.afterDelivery([&] {
         ran.push_back(0);
@@ -67,7 +71,7 @@ TEST(DeliveryOrder, ThoseThatWaitRunInTheirOrder) {
     EXPECT_EQ(ran, (std::vector{0, 1, 2, 3}));
 }
 
-TEST(DeliveryOrder, IdsThatNameNoProcessAreToldAtOnce) {
+TEST_F(DeliveryOrder, IdsThatNameNoProcessAreToldAtOnce) {
     platform::qt::QtRunLoop runLoop;
     platform::PidfdProcessExitWatch watch(runLoop);
     std::vector<std::int32_t> gone;
