@@ -45,7 +45,9 @@ class SwayWithLayerSurfaces(test_sway.SwayWorld):
         self.work_in_a_window()
         before = self.wait_for_rest()
         converter = self.converts("one.mkv", "two.mkv")
-        self.wait_for(lambda: self.log_text().count("bubble shown as a window") >= 3, 60, "all are shown")
+        # How often the preparing bubble is seen depends on the machine; the results stay.
+        self.wait_for(lambda: self.files() == ["one.mp4", "two.mp4"], 60, "both are converted")
+        self.wait_for(lambda: self.log_text().count("bubble shown as a window") >= 2, 20, "both are shown")
         both = self.wait_for_rest().changed_since(before)
         self.keep_picture()
         self.assertGreater(both[3], 150, "one stands below the other")
