@@ -39,6 +39,17 @@ protected:
     }
 };
 
+TEST_F(LimitsTest, AFastConversionReportsItsProgressAtMostFortyTimesASecond) {
+    const std::string source = samples::make("mkv", {"-c:v", "mpeg4", "-q:v", "2", "-c:a", "aac"}, 120);
+    const auto start = std::chrono::steady_clock::now();
+    convert(source, destination(), sink_);
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    ASSERT_TRUE(sink_.isSuccess());
+    // Besides the worker's reports there are the first one and those of the two steps that follow.
+    const auto most = static_cast<std::size_t>(elapsed / std::chrono::milliseconds(25)) + 3;
+    EXPECT_LE(sink_.progress().size(), most);
+}
+
 TEST_F(LimitsTest, MoreThanFourGibibytes) {
     const std::string source = folder_.file("huge.mka");
     constexpr std::uint64_t block = std::uint64_t{48} << 20U;

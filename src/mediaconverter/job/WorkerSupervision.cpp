@@ -25,7 +25,7 @@ constexpr std::chrono::seconds patience{30};
 /// How often the worker's state is checked while it reports nothing.
 constexpr int lookMilliseconds = 1000;
 
-/// The smallest step that counts as progress; the worker reports in steps of this size.
+/// The smallest step that counts as progress; the worker reports no smaller one.
 constexpr float smallestStep = 0.001F;
 
 /// The worker's share of the progress; the rest is syncing and publishing.

@@ -10,9 +10,18 @@ namespace worker {
 
 using mediaconverter::WorkerMessage;
 
+namespace {
+
+/// Each report wakes two processes; nobody sees more than this.
+constexpr std::chrono::milliseconds leastInterval{25};
+
+}  // namespace
+
 void Reporter::progress(double fraction) {
-    if (fraction >= last_ + 0.001) {
+    const auto now = std::chrono::steady_clock::now();
+    if (fraction >= last_ + 0.001 && now >= lastTime_ + leastInterval) {
         last_ = fraction;
+        lastTime_ = now;
         send(WorkerMessage::Kind::progress, 0, fraction, {});
     }
 }

@@ -3,6 +3,7 @@
 #include "mediaconverter/ConversionError.h"
 #include "mediaconverter/WorkerMessage.h"
 
+#include <chrono>
 #include <string>
 
 namespace worker {
@@ -13,7 +14,7 @@ class Reporter {
 public:
     explicit Reporter(int descriptor) : descriptor_(descriptor) {}
 
-    /// `fraction` of the work is done. Sent only when it has grown by a thousandth.
+    /// `fraction` of the work is done. Sent only when it has grown by a thousandth, and at most 40 times a second.
     void progress(double fraction);
 
     void note(const std::string& text);
@@ -26,6 +27,7 @@ private:
 
     int descriptor_;
     double last_ = -1;
+    std::chrono::steady_clock::time_point lastTime_;
 };
 
 }  // namespace worker

@@ -93,7 +93,7 @@ void AudioFrameGrammar::accept(SourceView& view, const Unit& unit, Ledger& ledge
     if (!isFirst && isDescription(view, unit)) {
         ledger.addLost(unit.start, unit.start, "another recording begins here");
     } else if (!isDescription(view, unit)) {
-        ledger.addPayload(0, unit.start, unit.payload);
+        ledger.addPayload(0, unit.payload);
     }
 }
 

@@ -146,7 +146,7 @@ Corrections ChunkedAudioScan::corrections() {
 
 void ChunkedAudioScan::setAudio(std::int64_t start, std::int64_t end) {
     audioBytes_ = std::max<std::int64_t>(end - start, 0);
-    ledger_.addPayload(0, start, audioBytes_);
+    ledger_.addPayload(0, audioBytes_);
 }
 
 std::vector<std::uint8_t> ChunkedAudioScan::number(std::uint64_t value, std::size_t width) const {

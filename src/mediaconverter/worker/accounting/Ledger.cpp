@@ -13,7 +13,7 @@ constexpr std::size_t mostRanges = 1000;
 
 }  // namespace
 
-void Ledger::addPayload(std::uint32_t stream, std::int64_t, std::int64_t length, std::int64_t units) {
+void Ledger::addPayload(std::uint32_t stream, std::int64_t length, std::int64_t units) {
     Payload& payload = payloads_[stream];
     payload.bytes += length;
     payload.units += units;

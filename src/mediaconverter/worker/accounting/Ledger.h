@@ -18,10 +18,8 @@ public:
         std::int64_t bytes = 0;
     };
 
-    virtual ~Ledger() = default;
-
-    /// `length` bytes of `stream` at `position`, which contain `units`.
-    virtual void addPayload(std::uint32_t stream, std::int64_t position, std::int64_t length, std::int64_t units = 1);
+    /// `length` bytes of `stream`, which contain `units`.
+    void addPayload(std::uint32_t stream, std::int64_t length, std::int64_t units = 1);
 
     /// The bytes from `start` to `end` are neither payload nor structure. An empty range counts too: something is
     /// missing there.

@@ -265,18 +265,16 @@ void MatroskaGrammar::addBlock(SourceView& view, const Unit& unit, Ledger& ledge
     const unsigned lacing = flags.empty() ? 0 : flags[0] & 0x06U;
     const std::int64_t content = unit.start + unit.header;
     if (lacing == 0) {
-        ledger.addPayload(unit.stream, content, unit.payload, unit.payload > 0 ? 1 : 0);
+        ledger.addPayload(unit.stream, unit.payload, unit.payload > 0 ? 1 : 0);
         return;
     }
-    const auto frames = readLacing(view.at(content, static_cast<std::size_t>(unit.payload)), lacing);
-    if (!frames) {
+    const auto sizes = readLacing(view.at(content, static_cast<std::size_t>(unit.payload)), lacing);
+    if (!sizes) {
         ledger.addLost(unit.start, unit.end(), "a block whose lacing does not fit its size");
         return;
     }
-    std::int64_t position = unit.end() - frames->bytes;
-    for (const std::int64_t size : frames->sizes) {
-        ledger.addPayload(unit.stream, position, size, size > 0 ? 1 : 0);
-        position += size;
+    for (const std::int64_t size : *sizes) {
+        ledger.addPayload(unit.stream, size, size > 0 ? 1 : 0);
     }
 }
 

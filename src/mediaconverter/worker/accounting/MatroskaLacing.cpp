@@ -42,37 +42,35 @@ std::optional<std::int64_t> readEbmlSize(Bytes& bytes, std::optional<std::int64_
 
 }  // namespace
 
-std::optional<LacedFrames> readLacing(Bytes content, unsigned lacing) {
+std::optional<std::vector<std::int64_t>> readLacing(Bytes content, unsigned lacing) {
     if (content.empty()) {
         return std::nullopt;
     }
     const std::size_t count = std::size_t{content[0]} + 1;
     Bytes rest = content.subspan(1);
-    LacedFrames frames;
+    std::vector<std::int64_t> sizes;
     if (lacing == fixedSize) {
         if (rest.size() % count != 0) {
             return std::nullopt;
         }
-        frames.sizes.assign(count, static_cast<std::int64_t>(rest.size() / count));
-        frames.bytes = static_cast<std::int64_t>(rest.size());
-        return frames;
+        sizes.assign(count, static_cast<std::int64_t>(rest.size() / count));
+        return sizes;
     }
     for (std::size_t index = 0; index + 1 < count; ++index) {
-        const auto before = index > 0 ? std::optional(frames.sizes.back()) : std::nullopt;
+        const auto before = index > 0 ? std::optional(sizes.back()) : std::nullopt;
         const auto size = lacing == xiph ? readXiphSize(rest) : readEbmlSize(rest, before);
         if (!size || *size < 0 || *size > static_cast<std::int64_t>(content.size())) {
             return std::nullopt;
         }
-        frames.sizes.push_back(*size);
+        sizes.push_back(*size);
     }
-    const std::int64_t sum = std::accumulate(frames.sizes.begin(), frames.sizes.end(), std::int64_t{0});
+    const std::int64_t sum = std::accumulate(sizes.begin(), sizes.end(), std::int64_t{0});
     const std::int64_t last = static_cast<std::int64_t>(rest.size()) - sum;
     if (last < 0) {
         return std::nullopt;
     }
-    frames.sizes.push_back(last);
-    frames.bytes = sum + last;
-    return frames;
+    sizes.push_back(last);
+    return sizes;
 }
 
 }  // namespace worker

@@ -7,14 +7,8 @@
 
 namespace worker {
 
-/// The frames of a block with several, which follow each other at its end.
-struct LacedFrames {
-    std::vector<std::int64_t> sizes;
-    std::int64_t bytes = 0;  ///< of all frames
-};
-
-/// `content` follows the block's flags, whose bits `lacing` give its kind (RFC 9559, section 10.3). None if the sizes
-/// do not fit.
-std::optional<LacedFrames> readLacing(std::span<const std::uint8_t> content, unsigned lacing);
+/// The sizes in bytes of the frames of a block with several, which follow each other at its end. `content` follows the
+/// block's flags, whose bits `lacing` give its kind (RFC 9559, section 10.3). None if the sizes do not fit.
+std::optional<std::vector<std::int64_t>> readLacing(std::span<const std::uint8_t> content, unsigned lacing);
 
 }  // namespace worker

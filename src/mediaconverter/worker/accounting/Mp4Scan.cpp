@@ -144,7 +144,7 @@ void Mp4Scan::addSample(const Mp4Sample& sample) {
         bytesBeyondEnd_ += sample.size;
         return;
     }
-    ledger_.addPayload(sample.track, sample.position, sample.size);
+    ledger_.addPayload(sample.track, sample.size);
     samples_.add(sample.position, sample.position + sample.size);
 }
 

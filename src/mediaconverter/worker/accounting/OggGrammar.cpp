@@ -88,7 +88,7 @@ void OggGrammar::accept(SourceView& view, const Unit& unit, Ledger& ledger) {
     stream.hasData = stream.hasData || (granule != 0 && granule != UINT64_MAX);
     hasData_ = hasData_ || stream.hasData;
     if (stream.hasData) {
-        ledger.addPayload(unit.stream, unit.start + unit.header, unit.payload);
+        ledger.addPayload(unit.stream, unit.payload);
     }
 }
 

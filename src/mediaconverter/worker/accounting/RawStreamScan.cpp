@@ -88,7 +88,7 @@ void RawStreamScan::finish() {
         }
     }
     bytes_ = std::max<std::int64_t>(end - start, 0);
-    ledger_.addPayload(0, start, bytes_);
+    ledger_.addPayload(0, bytes_);
     if (flacSamples_ > flacNumbers_.samples()) {
         ledger_.addLost(view_.size(), view_.size(),
                         "the header says " + std::to_string(flacSamples_) + " samples, but there are " +

@@ -57,6 +57,9 @@ void TransportScan::finish() {
         step();
     }
     for (const auto& [identifier, stream] : streams_) {
+        if (stream.bytes > 0) {
+            ledger_.addPayload(identifier, stream.bytes, 0);
+        }
         if (stream.isPes && stream.early > 0) {
             ledger_.addNote(std::to_string(stream.early) + " bytes of stream " + std::to_string(identifier) +
                             " belong to a packet that began before the recording");
@@ -136,7 +139,7 @@ void TransportScan::readPacket(std::span<const std::uint8_t> packet) {
     if (start > packet.size()) {
         ledger_.addLost(position_, position_ + packetSize, "a packet whose header is longer than itself");
     } else if (hasPayload) {
-        addPayload(identifier, stream, packet.subspan(start), (packet[1] & 0x40U) != 0);
+        addPayload(stream, packet.subspan(start), (packet[1] & 0x40U) != 0);
     }
 }
 
@@ -152,8 +155,7 @@ void TransportScan::checkCounter(Stream& stream, std::span<const std::uint8_t> p
     stream.counter = counter;
 }
 
-void TransportScan::addPayload(std::uint32_t identifier, Stream& stream, std::span<const std::uint8_t> payload,
-                               bool isStart) {
+void TransportScan::addPayload(Stream& stream, std::span<const std::uint8_t> payload, bool isStart) {
     std::size_t header = 0;
     if (isStart) {
         const bool isPes = payload.size() >= 3 && payload[0] == 0 && payload[1] == 0 && payload[2] == 1;
@@ -169,7 +171,7 @@ void TransportScan::addPayload(std::uint32_t identifier, Stream& stream, std::sp
     if (!stream.isPes) {
         stream.early += isStart ? 0 : bytes;
     } else if (stream.isCounted) {
-        ledger_.addPayload(identifier, position_, bytes, 0);
+        stream.bytes += bytes;
     }
 }
 

@@ -26,6 +26,7 @@ private:
         int counter = -1;        ///< of the last packet with payload
         bool isPes = false;      ///< its packets carry a stream, not tables
         bool isCounted = true;   ///< false once a header could not be read
+        std::int64_t bytes = 0;  ///< of payload, as long as it is counted
         std::int64_t early = 0;  ///< bytes before the first start of a packet of the stream
     };
 
@@ -35,7 +36,7 @@ private:
     std::optional<std::int64_t> findSync(std::int64_t position, int convincing);
     void readPacket(std::span<const std::uint8_t> packet);
     void checkCounter(Stream& stream, std::span<const std::uint8_t> packet, bool hasPayload);
-    void addPayload(std::uint32_t identifier, Stream& stream, std::span<const std::uint8_t> payload, bool isStart);
+    void addPayload(Stream& stream, std::span<const std::uint8_t> payload, bool isStart);
 
     SourceView& view_;
     Ledger& ledger_;

@@ -21,7 +21,7 @@ constexpr std::int64_t bytesPerGuess = 64;
 
 void Grammar::accept(SourceView&, const Unit& unit, Ledger& ledger) {
     if (unit.payload >= 0) {
-        ledger.addPayload(unit.stream, unit.start + unit.header, unit.payload);
+        ledger.addPayload(unit.stream, unit.payload);
     }
 }
 
