@@ -146,6 +146,35 @@ class CrossingNotifications(trace.TracedWorld):
         self.line.turn()
         self.assertEqual(self.line.acknowledgements(late.pid), [], "it has answered, and quits beside the meeting")
 
+    def test_a_quit_check_that_began_too_early_does_not_end_it(self):
+        first, second = self.meeting(), self.meeting()
+        second_path = self.scripted_recording("second")
+        converter = self.launch_for(first, self.scripted_recording("first"))
+        self.line.started(second.pid, second_path)
+        self.line.wait_acknowledged(second.pid, bus.STARTED)
+        one, two = (f"didStartConvertingRecordItem:]: src_pid = {meeting.pid}" for meeting in (first, second))
+        scheduling = f"Scheduling Jobs, src_pid = {second.pid}"
+        self.trace.stop_at(one, scheduling)
+        first.die()
+        self._wait_traced(one)
+        second.die()
+        self._wait_traced(scheduling)
+        # The runner finds no job and no meeting while the second recording is on its way to it.
+        self.trace.stop_at(scheduling, two)
+        self._wait_traced("recordConvertingJobRunnerDidRunOutOfJobs")
+        self.trace.stop_at(two)
+        self._wait_traced(two)
+        check = "check all task finish 1, check report handled: 1"
+        self.line.wait(lambda: self.trace.count(check) > 1 or converter.poll() is not None, 20, "two quit checks")
+        self.assertIsNone(converter.poll(), "it quits in the middle of a conversion")
+        self.trace.go_on()
+        self.assertEqual(self.wait_ended(converter, 20), 0)
+        self.assertTrue(self.trace.holds(f"src_path = {second_path}, error = 0"))
+        self.assertNotIn("left for the next start", self.log_text())
+
+    def _wait_traced(self, text):
+        self.line.wait(lambda: self.trace.holds(text), 20, text)
+
     def test_after_the_signal_to_end_it_is_not_answered(self):
         converter = self.launch()
         self.line.wait_confirmed(0)

@@ -33,12 +33,17 @@ class Trace:
         return [line.text for line in self.lines()]
 
     def holds(self, text):
-        return any(text in line for line in self.texts())
+        return self.count(text) > 0
 
-    def stop_at(self, text):
-        """A thread that traces a line with this text stands still there until `go_on`."""
+    def count(self, text):
+        """In how many lines the text occurs."""
+        return sum(text in line for line in self.texts())
+
+    def stop_at(self, *texts):
+        """A thread that traces a line with one of these texts stands still there until the next call without that
+        text, or `go_on`."""
         with open(self.path + ".part", "w", encoding="utf-8") as file:
-            file.write(text)
+            file.writelines(text + "\n" for text in texts)
         os.rename(self.path + ".part", self.path + ".hold")
 
     def go_on(self):

@@ -1,6 +1,6 @@
 // A trace plug-in for tests: appends each line to the file that RECORD_CONVERTER_TEST_TRACE names, after the level and
-// the name of the thread, "main" or its id. A thread whose line contains the content of the file of that name with
-// ".hold" waits until that file is gone.
+// the name of the thread, "main" or its id. A thread whose line contains a line of the file of that name with ".hold"
+// waits until that file no longer has that line.
 
 #include <cstdarg>
 #include <cstdint>
@@ -26,8 +26,12 @@ std::string formatted(const char* format, va_list arguments) {
 
 bool isHeld(const std::string& trace, const std::string& text) {
     std::ifstream file(trace + ".hold");
-    std::string part;
-    return std::getline(file, part) && text.find(part) != std::string::npos;
+    for (std::string part; std::getline(file, part);) {
+        if (text.find(part) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
 }
 
 int add(std::uint64_t level, const char* module, const std::string& text) {
