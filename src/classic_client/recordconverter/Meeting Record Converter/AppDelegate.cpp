@@ -83,8 +83,12 @@ void AppDelegate::setBAllTaskFinished(bool finished) {
     if (finished && !timer) {
         // This may run on the conversion queue, but a timer belongs on the main run loop.
         platform_.mainQueue.async([self = shared_from_this()] {
-            self->setCheckNeedTerminateTimer(self->platform_.runLoop.scheduleRepeatingTimer(
-                quitCheckInterval, [delegate = self.get()] { delegate->checkNeedQuitApp(); }));
+            const auto check = [delegate = self->weak_from_this()] {
+                if (const auto alive = delegate.lock()) {
+                    alive->checkNeedQuitApp();
+                }
+            };
+            self->setCheckNeedTerminateTimer(self->platform_.runLoop.scheduleRepeatingTimer(quitCheckInterval, check));
         });
     } else if (!finished && timer) {
         timer->invalidate();
@@ -123,6 +127,10 @@ const std::shared_ptr<KTRMeetingRecordConvertingJobRunner>& AppDelegate::convert
     return convertingJobRunner_;
 }
 
+void AppDelegate::setConvertingJobRunner(std::shared_ptr<KTRMeetingRecordConvertingJobRunner> runner) {
+    convertingJobRunner_ = std::move(runner);
+}
+
 const std::shared_ptr<KTRAppInlet>& AppDelegate::appInlet() {
     if (!appInlet_) {
         appInlet_ = std::make_shared<KTRAppInlet>(platform_.distributedCenter, platform_.processInformation);
@@ -151,6 +159,10 @@ const std::shared_ptr<KTRConverterReportProtocol>& AppDelegate::converterReporte
         converterReporter_ = factory.createConverterReporterWithType(bubbleReporter);
     }
     return converterReporter_;
+}
+
+void AppDelegate::setConverterReporter(std::shared_ptr<KTRConverterReportProtocol> reporter) {
+    converterReporter_ = std::move(reporter);
 }
 
 std::shared_ptr<platform::Timer> AppDelegate::checkNeedTerminateTimer() const {

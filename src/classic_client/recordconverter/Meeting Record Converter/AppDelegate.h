@@ -4,6 +4,7 @@
 #include "KTRMeetingRecordConvertingJobRunner.h"
 #include "platform/Application.h"
 #include "platform/Platform.h"
+#include "platform/ui/View.h"
 
 #include <atomic>
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -50,12 +52,21 @@ public:
     std::shared_ptr<platform::StatusItem> statusItem() const override { return statusItem_; }
     void setStatusItem(std::shared_ptr<platform::StatusItem> item) { statusItem_ = std::move(item); }
 
-    // Each getter creates its object on the first call and returns the same object ever after.
+    /// The application's own window, if it has one; nothing here uses it.
+    std::shared_ptr<platform::ui::View> window() const { return window_.lock(); }
+    void setWindow(const std::shared_ptr<platform::ui::View>& window) { window_ = window; }
+
+    // Each getter creates its object on the first call, unless one has been set, and returns the same object ever after.
     const std::shared_ptr<KTRMeetingRecordConvertingJobRunner>& convertingJobRunner();
+    void setConvertingJobRunner(std::shared_ptr<KTRMeetingRecordConvertingJobRunner> runner);
     const std::shared_ptr<KTRAppInlet>& appInlet();
+    void setAppInlet(std::shared_ptr<KTRAppInlet> inlet) { appInlet_ = std::move(inlet); }
     const std::shared_ptr<KTRMeetingPool>& meetingPool();
+    void setMeetingPool(std::shared_ptr<KTRMeetingPool> pool) { meetingPool_ = std::move(pool); }
     const std::shared_ptr<KTRAppLaunchingEnv>& launchingEnv();
+    void setLaunchingEnv(std::shared_ptr<KTRAppLaunchingEnv> environment) { launchingEnv_ = std::move(environment); }
     const std::shared_ptr<KTRConverterReportProtocol>& converterReporter();
+    void setConverterReporter(std::shared_ptr<KTRConverterReportProtocol> reporter);
 
     /// True once the being-prepared bubble has been requested; never reset.
     bool showedFilePreparedBubble() const { return showedFilePreparedBubble_; }
@@ -104,6 +115,7 @@ private:
     std::atomic<bool> showedFilePreparedBubble_ = false;
     std::atomic<bool> bAllTaskFinished_ = false;
     std::shared_ptr<platform::StatusItem> statusItem_;
+    std::weak_ptr<platform::ui::View> window_;
     std::shared_ptr<KTRMeetingRecordConvertingJobRunner> convertingJobRunner_;
     std::shared_ptr<KTRAppInlet> appInlet_;
     std::shared_ptr<KTRMeetingPool> meetingPool_;

@@ -90,7 +90,7 @@ void KTRMeetingRecordingSavedBubbleView::addButtonWithUIModel(
                      .sizeOfText(*model->buttonTitle(), *model->titleFont(), unbounded)
                      .width;
     }
-    calculateBubbleWidthWithButtonWidth(width);
+    makeRoomForButton(width);
     model->setButtonSize({width, buttonHeight});
 
     button->setAction(model->function());
@@ -99,6 +99,10 @@ void KTRMeetingRecordingSavedBubbleView::addButtonWithUIModel(
 }
 
 void KTRMeetingRecordingSavedBubbleView::calculateBubbleWidthWithButtonWidth(double width) {
+    makeRoomForButton(width);
+}
+
+void KTRMeetingRecordingSavedBubbleView::makeRoomForButton(double width) {
     const double needed = points(buttonArrayMinX_) + buttonRowMargins + width;
     if (needed > points(bubbleWidth_)) {
         bubbleWidth_ = truncated(needed);

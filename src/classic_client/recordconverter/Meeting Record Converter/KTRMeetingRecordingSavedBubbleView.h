@@ -58,7 +58,7 @@ public:
     void reLayoutButtonWithUIModel(const std::shared_ptr<AuroraRoundedButton>& button,
                                    const std::shared_ptr<KTRMeetingRecordingBubbleButtonModel>& model);
 
-    /// The width rule of `addButtonWithUIModel` on its own, for a button `width` points wide.
+    /// The width rule of `addButtonWithUIModel` on its own, for a button `width` points wide. Nothing here calls it.
     void calculateBubbleWidthWithButtonWidth(double width);
 
     /// The close button's action.
@@ -86,6 +86,8 @@ public:
     void setBubbleHeight(std::uint64_t height) { bubbleHeight_ = height; }
 
 private:
+    void makeRoomForButton(double width);
+
     std::shared_ptr<AuroraXStatesButton> closeButton_;
     std::shared_ptr<platform::ui::ImageView> iconImageView_;
     std::shared_ptr<platform::ui::TextField> contentField_;

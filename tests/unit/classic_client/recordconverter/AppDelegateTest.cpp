@@ -119,6 +119,44 @@ TEST_F(AppDelegateTest, EachGetterMakesItsObjectOnceAndGivesTheVerySameEverAfter
     EXPECT_EQ(fake.serialQueues.made().size(), 1U);
 }
 
+TEST_F(AppDelegateTest, EachGetterGivesTheObjectThatWasSet) {
+    const auto runner = std::make_shared<KTRMeetingRecordConvertingJobRunner>(fake.serialQueues, fake.fileManager);
+    const auto inlet = std::make_shared<KTRAppInlet>(fake.distributedCenter, fake.processInformation);
+    const auto pool = KTRMeetingPool::create(fake.exitWatch);
+    const auto environment = std::make_shared<KTRAppLaunchingEnv>();
+    const auto reporter = app->converterReporter();
+    app->setConvertingJobRunner(runner);
+    app->setAppInlet(inlet);
+    app->setMeetingPool(pool);
+    app->setLaunchingEnv(environment);
+    app->setConverterReporter(nullptr);
+    EXPECT_EQ(app->convertingJobRunner(), runner);
+    EXPECT_EQ(app->appInlet(), inlet);
+    EXPECT_EQ(app->meetingPool(), pool);
+    EXPECT_EQ(app->launchingEnv(), environment);
+    EXPECT_NE(app->converterReporter(), reporter) << "another is made once this one is taken away";
+}
+
+TEST_F(AppDelegateTest, TheWindowIsNotKeptAlive) {
+    auto window = std::make_shared<platform::ui::View>();
+    app->setWindow(window);
+    EXPECT_EQ(app->window(), window);
+    window.reset();
+    EXPECT_EQ(app->window(), nullptr);
+}
+
+TEST_F(AppDelegateTest, TheQuitCheckDoesNothingOnceTheDelegateIsGone) {
+    app->setBAllTaskFinished(true);
+    fake.mainQueue.drain();
+    const auto timer = app->checkNeedTerminateTimer();
+    ASSERT_NE(timer, nullptr);
+    fake.application.setDelegate(nullptr);
+    app.reset();
+    trace.clear();
+    fake.runLoop.advance(2s);
+    EXPECT_TRUE(trace.log().empty());
+}
+
 TEST_F(AppDelegateTest, LaunchingShowsAStatusItemOfVariableLengthWithTheBallAndHighlight) {
     launch();
     ASSERT_EQ(fake.statusBar.items().size(), 1U);
