@@ -1,11 +1,27 @@
 #include "mediaconverter/job/JobLog.h"
 
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace mediaconverter {
+
+namespace {
+
+/// Whether what a service writes to its standard error reaches the journal, as systemd tells it (systemd.exec(5)).
+bool isStandardErrorTheJournal() {
+    const char* const stream = std::getenv("JOURNAL_STREAM");
+    unsigned long long device = 0;
+    unsigned long long inode = 0;
+    struct stat error = {};
+    return stream != nullptr && std::sscanf(stream, "%llu:%llu", &device, &inode) == 2 &&
+           ::fstat(STDERR_FILENO, &error) == 0 && error.st_dev == device && error.st_ino == inode;
+}
+
+}  // namespace
 
 std::string printable(const std::string& bytes) {
     std::string out;
@@ -27,7 +43,9 @@ void logLine(const std::string& text) {
     const std::string line = "mediaconverter: " + printable(text) + "\n";
     // One write, so that lines of several threads do not mix; a failure cannot be reported anywhere.
     static_cast<void>(!::write(STDERR_FILENO, line.data(), line.size()));
-    ::syslog(LOG_USER | LOG_NOTICE, "mediaconverter: %s", printable(text).c_str());
+    if (!isStandardErrorTheJournal()) {
+        ::syslog(LOG_USER | LOG_NOTICE, "mediaconverter: %s", printable(text).c_str());
+    }
 }
 
 }  // namespace mediaconverter
