@@ -49,9 +49,8 @@ void redirect(int descriptor, const char* path, int flags) {
 Report readReport(int descriptor) {
     Report report;
     if (read(descriptor, &report.pid, sizeof report.pid) != static_cast<ssize_t>(sizeof report.pid)) {
-        return {-1, EAGAIN};
-    }
-    if (read(descriptor, &report.error, sizeof report.error) != static_cast<ssize_t>(sizeof report.error)) {
+        report = {-1, EAGAIN};
+    } else if (read(descriptor, &report.error, sizeof report.error) != static_cast<ssize_t>(sizeof report.error)) {
         report.error = 0;
     }
     close(descriptor);
