@@ -4,10 +4,10 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -23,7 +23,7 @@ void send(WorkerMessage::Kind kind, float fraction = 0, std::string_view text = 
     WorkerMessage message;
     message.kind = kind;
     message.fraction = fraction;
-    std::memcpy(message.text.data(), text.data(), text.size());
+    std::copy(text.begin(), text.end(), message.text.begin());
     if (::write(given::report, &message, sizeof message) != static_cast<ssize_t>(sizeof message)) {
         ::_exit(EXIT_FAILURE);
     }
