@@ -86,4 +86,10 @@ TEST_F(QtStringTables, NeverLeavesItsFolderForALanguage) {
     EXPECT_EQ(openIn({"/../Localizable_de", "en"}), kOpen);
 }
 
+TEST_F(QtStringTables, FollowsALanguageThatChangesWhileItRuns) {
+    EXPECT_EQ(openIn({"de", "en"}), kOpenInGerman);
+    EXPECT_EQ(openIn({"en"}), kOpen);
+    EXPECT_EQ(openIn({"de", "en"}), kOpenInGerman);
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Application.h"
+#include "support/Sequence.h"
 
 #include <cstddef>
 #include <functional>
@@ -17,6 +18,7 @@ public:
     void setDelegate(std::shared_ptr<platform::ApplicationDelegate> delegate) { delegate_ = std::move(delegate); }
 
     void terminate(const platform::ApplicationDelegate* sender) override {
+        Sequence::add("application: terminate");
         if (terminationCheck_ && !terminationCheck_()) {
             ++declinedCount_;
             return;

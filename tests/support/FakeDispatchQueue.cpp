@@ -1,5 +1,7 @@
 #include "support/FakeDispatchQueue.h"
 
+#include "support/Sequence.h"
+
 #include <chrono>
 #include <stdexcept>
 #include <utility>
@@ -22,6 +24,7 @@ private:
 }  // namespace
 
 void FakeDispatchQueue::async(std::function<void()> task) {
+    Sequence::add("queue: task");
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));
     changed_.notify_all();
@@ -60,6 +63,7 @@ std::size_t FakeDispatchQueue::drain() {
 }
 
 std::unique_ptr<platform::DispatchQueue> FakeSerialQueueMaker::makeSerialQueue(const std::string& label) {
+    Sequence::add("serial queue: " + label);
     made_.push_back({label, std::make_shared<FakeDispatchQueue>()});
     return std::make_unique<QueueHandle>(made_.back().queue);
 }

@@ -1,11 +1,14 @@
 #include "support/FakeDistributedNotificationCenter.h"
 
+#include "support/Sequence.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace test {
 
 void FakeDistributedNotificationCenter::addObserver(const void* observer, const std::string& name, Callback callback) {
+    Sequence::add("distributed center: observe " + name);
     registrations_.push_back(std::make_shared<Registration>(Registration{observer, name, std::move(callback)}));
 }
 
@@ -20,6 +23,7 @@ void FakeDistributedNotificationCenter::removeObserver(const void* observer) {
 }
 
 void FakeDistributedNotificationCenter::postNotification(const platform::DistributedNotification& notification) {
+    Sequence::add("distributed center: post " + notification.name);
     posted_.push_back(notification);
     undelivered_.push_back(notification);
     if (onPost_) {

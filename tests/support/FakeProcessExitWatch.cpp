@@ -1,11 +1,14 @@
 #include "support/FakeProcessExitWatch.h"
 
+#include "support/Sequence.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace test {
 
 void FakeProcessExitWatch::watch(std::int32_t processId, std::function<void(std::int32_t)> exited) {
+    Sequence::add("exit watch: " + std::to_string(processId));
     watched_.push_back(processId);
     if (processId > 0 && !gone_.contains(processId)) {
         armed_.push_back({processId, std::move(exited)});

@@ -1,5 +1,7 @@
 #include "support/FakeRunLoop.h"
 
+#include "support/Sequence.h"
+
 #include <algorithm>
 #include <atomic>
 #include <utility>
@@ -11,7 +13,10 @@ public:
     FakeTimer(std::chrono::duration<double> start, std::chrono::duration<double> interval, std::function<void()> fire)
         : interval_(interval), due_(start + interval), fire_(std::move(fire)) {}
 
-    void invalidate() override { valid_ = false; }
+    void invalidate() override {
+        Sequence::add("timer: invalidate");
+        valid_ = false;
+    }
     bool isValid() const override { return valid_; }
 
     std::chrono::duration<double> due() const { return due_; }
@@ -33,6 +38,7 @@ FakeRunLoop::~FakeRunLoop() = default;
 
 std::shared_ptr<platform::Timer> FakeRunLoop::scheduleRepeatingTimer(std::chrono::duration<double> interval,
                                                                      std::function<void()> fire) {
+    Sequence::add("run loop: timer");
     const auto timer = std::make_shared<FakeTimer>(now_, interval, std::move(fire));
     timers_.push_back(timer);
     handles_.push_back(timer);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/StatusBar.h"
+#include "support/Sequence.h"
 
 #include <memory>
 #include <utility>
@@ -29,6 +30,7 @@ private:
 class FakeStatusBar final : public platform::StatusBar {
 public:
     std::shared_ptr<platform::StatusItem> statusItemWithLength(double length) override {
+        Sequence::add("status bar: item");
         items_.push_back(std::make_shared<FakeStatusItem>(length));
         return items_.back();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/SystemLog.h"
+#include "support/Sequence.h"
 
 #include <mutex>
 #include <string>
@@ -17,6 +18,7 @@ public:
     FakeSystemLog& operator=(const FakeSystemLog&) = delete;
 
     void write(const std::string& text) override {
+        Sequence::add("system log: " + text);
         const std::lock_guard lock(mutex_);
         lines_.push_back(text);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/UserDefaults.h"
+#include "support/Sequence.h"
 
 #include <map>
 #include <string>
@@ -17,7 +18,10 @@ public:
     FakeUserDefaults(const FakeUserDefaults&) = delete;
     FakeUserDefaults& operator=(const FakeUserDefaults&) = delete;
 
-    void setStringList(const std::string& key, const std::vector<std::string>& list) override { set_[key] = list; }
+    void setStringList(const std::string& key, const std::vector<std::string>& list) override {
+        Sequence::add("user defaults: " + key);
+        set_[key] = list;
+    }
 
     std::vector<std::string> stringList(const std::string& key) const override {
         const auto found = set_.find(key);

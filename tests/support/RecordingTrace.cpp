@@ -1,5 +1,6 @@
 #include "support/RecordingTrace.h"
 
+#include "support/Sequence.h"
 #include "unifiedtram/unifiedtram.h"
 
 #include <algorithm>
@@ -61,6 +62,7 @@ std::int32_t RecordingTrace::record(std::uint64_t level, const char* module, con
 }
 
 void RecordingTrace::add(const TraceLine& line) {
+    Sequence::add("trace: " + line.text);
     std::function<void(const TraceLine&)> onLine;
     {
         const std::lock_guard lock(mutex_);

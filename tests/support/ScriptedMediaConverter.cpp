@@ -1,5 +1,7 @@
 #include "support/ScriptedMediaConverter.h"
 
+#include "support/Sequence.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -74,6 +76,7 @@ void ScriptedConverter::Release() {
         std::unique_lock lock(studio().mutex);
         ++studio().released;
         studio().lives.emplace_back("released");
+        test::Sequence::add("media converter: released");
         releasing_ = true;
         studio().changed.notify_all();
         studio().abandoned += playing_ != std::thread::id() && !hasEnded_ ? 1U : 0U;

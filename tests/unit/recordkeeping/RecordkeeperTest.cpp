@@ -315,6 +315,14 @@ TEST_F(RecordkeeperTest, AJobThatWaitsAlthoughNoStepComesIsReached) {
     EXPECT_EQ(converted(), (Paths{"/two.mkv", "/one.mkv"}));
 }
 
+TEST_F(RecordkeeperTest, NoTerminationWhileAJobWaitsThatNoStepReaches) {
+    launch();
+    EXPECT_TRUE(keeper.mayTerminate());
+    fake.fileManager.addFile("/one.mkv");
+    app->convertingJobRunner()->pushBack(std::make_shared<KTRMeetingRecordItem>(7, "/one.mkv", fake.fileManager));
+    EXPECT_FALSE(keeper.mayTerminate());
+}
+
 TEST_F(RecordkeeperTest, ACheckThatWasBegunAlthoughAMeetingRecordsIsStopped) {
     launch();
     start(7, "/one.mkv");
@@ -542,6 +550,7 @@ TEST_F(RecordkeeperTest, AHandedOverFileStopsTheOneBeforeIt) {
     fake.fileManager.addFile("/a.mkv");
     launch({"-pid", "7", "-path", "/a.mkv"});
     handOver(7, "/b.mkv");
+    EXPECT_EQ(pending(), (Paths{"/a.mkv", "/b.mkv"}));
     handOver(7, "/b.mkv");
     EXPECT_EQ(pending(), (Paths{"/a.mkv", "/b.mkv"}));
     fake.exitWatch.exit(7);

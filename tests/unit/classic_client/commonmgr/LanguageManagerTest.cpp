@@ -13,12 +13,19 @@ namespace {
 
 using Languages = std::vector<std::string>;
 
+// Read before any test has set a language.
+const std::optional<std::string> languageAtTheStart = LanguageManager::getActiveLanguage();
+
 class LanguageManagerTest : public testing::Test {
 protected:
     ~LanguageManagerTest() override { LanguageManager::setActiveLanguage(1); }
 
     test::FakeUserDefaults userDefaults;
 };
+
+TEST_F(LanguageManagerTest, TheFirstLanguageIsEnglish) {
+    EXPECT_EQ(languageAtTheStart, "English");
+}
 
 TEST_F(LanguageManagerTest, TheWholeTableOfPreferredLanguages) {
     const std::vector<Languages> expected = {

@@ -9,13 +9,16 @@
 #include "support/FakePlatform.h"
 #include "support/RecordingTrace.h"
 #include "support/ScriptedMediaConverter.h"
+#include "support/Sequence.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -168,6 +171,42 @@ TEST_F(AppDelegateTest, LaunchingShowsAStatusItemOfVariableLengthWithTheBallAndH
     ASSERT_NE(view, nullptr);
     EXPECT_EQ(view->frame(), (platform::ui::Rect{0, 0, 20, 20}));
     EXPECT_EQ(view->image(), fake.images.imageNamed("corvoball"));
+}
+
+TEST_F(AppDelegateTest, TheStatusItemComesBeforeTheRunnerThePoolAndTheInlet) {
+    const test::Sequence sequence;
+    launch();
+    for (const std::string made :
+         {"KTRMeetingRecordConvertingJobRunner init", "KTRMeetingPool init", "KTRAppInlet init"}) {
+        EXPECT_TRUE(sequence.isBefore("status bar: item", "trace: -[" + made)) << made;
+    }
+}
+
+TEST_F(AppDelegateTest, TheFlagChangesAfterTheTimer) {
+    test::Sequence sequence;
+    std::vector<bool> flags;
+    sequence.setOnEvent([&](const std::string& event) {
+        if (event == "queue: task" || event == "timer: invalidate") {
+            flags.push_back(app->bAllTaskFinished());
+        }
+    });
+    app->setBAllTaskFinished(true);
+    fake.mainQueue.drain();
+    app->setBAllTaskFinished(false);
+    EXPECT_EQ(flags, (std::vector{false, true}));
+}
+
+TEST_F(AppDelegateTest, RunningOutIsTracedBeforeTheCheckIsArmed) {
+    wire();
+    const test::Sequence sequence;
+    runOut();
+    EXPECT_TRUE(sequence.isBefore("trace: -[AppDelegate recordConvertingJobRunnerDidRunOutOfJobs:]", "queue: task"));
+}
+
+TEST_F(AppDelegateTest, QuittingIsTracedBeforeTheEndIsAskedFor) {
+    const test::Sequence sequence;
+    app->quitApp();
+    EXPECT_TRUE(sequence.isBefore("trace: -[AppDelegate quitApp]", "application: terminate"));
 }
 
 TEST_F(AppDelegateTest, LaunchingWiresRunnerPoolAndInlet) {
@@ -611,6 +650,27 @@ TEST_F(AppDelegateTest, TheStatusItemCanBeSet) {
     const auto item = std::make_shared<test::FakeStatusItem>(3);
     app->setStatusItem(item);
     EXPECT_EQ(app->statusItem(), item);
+}
+
+using AppDelegateOnThreadsTest = AppDelegateTest;
+
+TEST_F(AppDelegateOnThreadsTest, TheQuitTimerIsReadAndSetByTwoThreads) {
+    app->setBAllTaskFinished(true);
+    fake.mainQueue.drain();
+    const auto timer = app->checkNeedTerminateTimer();
+    std::atomic<bool> isOver{false};
+    std::thread other([&] {
+        while (!isOver) {
+            app->setCheckNeedTerminateTimer(nullptr);
+            app->setCheckNeedTerminateTimer(timer);
+        }
+    });
+    for (int count = 0; count < 1000; ++count) {
+        const auto seen = app->checkNeedTerminateTimer();
+        EXPECT_TRUE(seen == nullptr || seen == timer);
+    }
+    isOver = true;
+    other.join();
 }
 
 }  // namespace

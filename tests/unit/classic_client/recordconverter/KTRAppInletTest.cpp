@@ -5,6 +5,7 @@
 #include "support/FakeDistributedNotificationCenter.h"
 #include "support/FakeProcessInformation.h"
 #include "support/RecordingTrace.h"
+#include "support/Sequence.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -267,6 +268,15 @@ TEST_F(KTRAppInletTest, NamesAreComparedExactly) {
     EXPECT_TRUE(log.empty());
     EXPECT_EQ(trace.log().back(),
               warning(onExternal + "unknown external notification kmeetingrecordnotificationname_recordingstarted"));
+}
+
+TEST(KTRAppInletOrderTest, ItListensToStartsThenStopsThenQuits) {
+    test::FakeDistributedNotificationCenter center;
+    const test::FakeProcessInformation processInformation;
+    const test::Sequence sequence;
+    const KTRAppInlet inlet(center, processInformation);
+    const std::string observe = "distributed center: observe ";
+    EXPECT_EQ(sequence.events(observe), (std::vector{observe + started, observe + stopped, observe + quit}));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "support/FakeProcessInformation.h"
 #include "support/FakeSystemLog.h"
 #include "support/RecordingTrace.h"
+#include "support/Sequence.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -324,6 +325,44 @@ TEST_F(KTRMeetingPoolTest, TheDelegateIsNotKeptAlive) {
     jobs = nullptr;
     EXPECT_TRUE(watched.expired());
     EXPECT_EQ(pool->delegate(), nullptr);
+}
+
+/// How many processes the pool knew when this was traced for the first time.
+class CountAt {
+public:
+    CountAt(test::RecordingTrace& trace, const KTRMeetingPool& pool, const std::string& line) {
+        trace.setOnLine([this, &pool, line](const test::TraceLine& traced) {
+            if (info(traced.text) == line && !count) {
+                count = pool.countOfMeetingProcesses();
+            }
+        });
+    }
+
+    std::optional<std::size_t> count;
+};
+
+TEST_F(KTRMeetingPoolTest, AnExitRemovesTheProcessBeforeItConverts) {
+    start(7, "/one");
+    const CountAt at(trace, *pool, commencing(7));
+    exitWatch.exit(7);
+    EXPECT_EQ(at.count, 0U);
+}
+
+TEST_F(KTRMeetingPoolTest, AQuitEndsTheGuardBeforeItRemovesTheProcessAndRemovesItBeforeItConverts) {
+    start(7, "/one");
+    const CountAt guarded(trace, *pool, unguarding(7));
+    quit(7);
+    EXPECT_EQ(guarded.count, 1U);
+    start(8, "/two");
+    const CountAt converting(trace, *pool, commencing(8));
+    quit(8);
+    EXPECT_EQ(converting.count, 0U);
+}
+
+TEST_F(KTRMeetingPoolTest, AQuitIsLoggedFirst) {
+    const test::Sequence sequence;
+    quit(7);
+    EXPECT_TRUE(sequence.isBefore("system log: Meeting App Quit", "trace: "));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "support/FakeFileManager.h"
 #include "support/RecordingTrace.h"
 #include "support/ScriptedMediaConverter.h"
+#include "support/Sequence.h"
 
 #include <algorithm>
 #include <functional>
@@ -364,6 +365,24 @@ TEST_F(KTRMeetingRecordConvertingJobRunnerTest, TheDelegateIsNotKeptAlive) {
     reports = nullptr;
     EXPECT_TRUE(watched.expired());
     EXPECT_EQ(runner->delegate(), nullptr);
+}
+
+TEST_F(KTRMeetingRecordConvertingJobRunnerTest, TheOldConverterGoesBeforeTheNextJobIsTaken) {
+    test::Sequence sequence;
+    std::vector<bool> waiting;
+    sequence.setOnEvent([&](const std::string& event) {
+        if (event == "media converter: released") {
+            waiting.push_back(runner->hasJobsWaiting());
+        }
+    });
+    script({100.0F});
+    script({100.0F});
+    runner->scheduleJob(itemFor("/a.rec"));
+    runner->scheduleJob(itemFor("/b.rec"));
+    ASSERT_TRUE(queues.last().runNext());
+    EXPECT_TRUE(waiting.empty());
+    ASSERT_TRUE(queues.last().runNext());
+    EXPECT_EQ(waiting, std::vector{true});
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "support/FakeSystemLog.h"
 #include "support/RecordingTrace.h"
 #include "support/ScriptedMediaConverter.h"
+#include "support/Sequence.h"
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -49,6 +50,9 @@ public:
     void recordConvertingQueueDidRunOutOfJobs(KTRMeetingRecordConvertingQueue& queue) override {
         EXPECT_EQ(&queue, expectedQueue);
         log.emplace_back("ran out");
+        if (onRunOut) {
+            onRunOut();
+        }
     }
 
     Log log;
@@ -56,6 +60,7 @@ public:
     std::vector<bool> running;
     const KTRMeetingRecordConvertingQueue* expectedQueue = nullptr;
     std::function<void()> onStart;
+    std::function<void()> onRunOut;
 
 private:
     void note(const std::string& report, const KTRMeetingRecordConvertingQueue& queue, const Item& item) {
@@ -304,6 +309,27 @@ TEST_F(KTRMeetingRecordConvertingQueueTest, FlagsCanBeSet) {
     queue->setHasJobRunning(true);
     EXPECT_TRUE(queue->expectsMore());
     EXPECT_TRUE(queue->hasJobRunning());
+}
+
+TEST_F(KTRMeetingRecordConvertingQueueTest, RunningOutIsLoggedBeforeItIsTold) {
+    Log logged;
+    reports->onRunOut = [&] { logged = systemLog.lines(); };
+    queue->run();
+    queue->halt();
+    executor.runNext();
+    EXPECT_EQ(logged, (Log{runLine, haltLine, outLine}));
+}
+
+TEST_F(KTRMeetingRecordConvertingQueueTest, EachCallIsLoggedBeforeItHasAnEffect) {
+    test::Sequence sequence;
+    std::vector<bool> expected;
+    sequence.setOnEvent([&](const std::string&) { expected.push_back(queue->expectsMore()); });
+    queue->run();
+    queue->halt();
+    queue->revive();
+    EXPECT_EQ(sequence.events(),
+              (Log{"system log: " + runLine, "system log: " + haltLine, "system log: " + reviveLine}));
+    EXPECT_EQ(expected, (std::vector{false, true, false}));
 }
 
 }  // namespace

@@ -3,10 +3,13 @@
 #include "platform/ProcessExitWatch.h"
 #include "support/FakeProcessExitWatch.h"
 #include "support/RecordingTrace.h"
+#include "support/Sequence.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -33,9 +36,15 @@ std::string observing(std::int32_t pid) {
 
 class Losses final : public KTRProcessGuardDelegate {
 public:
-    void processGuardLostProcess(std::int32_t pid) override { lost.push_back(pid); }
+    void processGuardLostProcess(std::int32_t pid) override {
+        lost.push_back(pid);
+        if (onLost) {
+            onLost();
+        }
+    }
 
     Pids lost;
+    std::function<void()> onLost;
 };
 
 class KTRProcessGuardTest : public testing::Test {
@@ -234,6 +243,39 @@ TEST(KTRProcessGuardOnThreadsTest, IdsThatComeAndGoOnManyThreadsNeitherGetLostNo
         thread.join();
     }
     EXPECT_EQ(guard->guardProcessIdArr().size(), static_cast<std::size_t>(count));
+}
+
+/// Ends what is going on, so that a test sees how far it had come.
+struct Interruption {};
+
+TEST_F(KTRProcessGuardTest, AProcessIsListedBeforeItIsArmed) {
+    test::Sequence sequence;
+    sequence.setOnEvent([](const std::string& event) {
+        if (event == "exit watch: 4711") {
+            throw Interruption();
+        }
+    });
+    EXPECT_THROW(guard->guardProcessWithPid(4711), Interruption);
+    EXPECT_EQ(guard->guardProcessIdArr(), Pids{4711});
+}
+
+TEST_F(KTRProcessGuardTest, AnExitIsToldBeforeTheIdIsDropped) {
+    guard->guardProcessWithPid(4711);
+    losses->onLost = [] { throw Interruption(); };
+    EXPECT_THROW(exitWatch.exit(4711), Interruption);
+    EXPECT_EQ(guard->guardProcessIdArr(), Pids{4711});
+}
+
+TEST_F(KTRProcessGuardTest, NobodySeesTheListWhileAnExitIsTold) {
+    guard->guardProcessWithPid(4711);
+    std::future<Pids> seen;
+    losses->onLost = [&] {
+        seen = std::async(std::launch::async, [this] { return guard->guardProcessIdArr(); });
+        EXPECT_EQ(seen.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout);
+    };
+    exitWatch.exit(4711);
+    ASSERT_TRUE(seen.valid());
+    EXPECT_EQ(seen.get(), Pids());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "framework_art/commonmgr/LanguageManager.h"
 #include "support/FakeUserDefaults.h"
 #include "support/RecordingTrace.h"
+#include "support/Sequence.h"
 
 #include <gtest/gtest.h>
 #include <optional>
@@ -110,6 +111,17 @@ TEST_F(setAppLocaleTest, TheLineIsTracedBeforeTheSettingIsWritten) {
         setAppLocaleFrom({"prog", "-locale", value});
         EXPECT_EQ(trace.log(), Log{test::info(std::string("[App setAppLocale:]: (") + value + ')')});
     }
+}
+
+TEST_F(setAppLocaleTest, TheLanguageIsTracedBeforeItIsWritten) {
+    const test::Sequence sequence;
+    setAppLocaleFrom({"prog", "-locale", "3"});
+    EXPECT_TRUE(sequence.isBefore("trace: [App setAppLocale:]: (3)", "user defaults: AppleLanguages"));
+}
+
+TEST_F(setAppLocaleTest, ALongerWordIsNotTheOption) {
+    setAppLocaleFrom({"prog", "-localeX", "3", "x"});
+    EXPECT_EQ(trace.log(), Log{test::info("[App setAppLocale:]: (1)")});
 }
 
 }  // namespace

@@ -1,19 +1,26 @@
 #include "platform/linux/LinuxBackgroundExecutor.h"
+#include "platform/linux/LinuxProcessIdentities.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/Memory.h"
 #include "platform/linux/ProcProcessTable.h"
+#include "platform/linux/SyslogSystemLog.h"
 
 #include "KTRRunningProcesses.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <memory>
+#include <optional>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -25,12 +32,23 @@ namespace {
 /// A child that lives until told to end.
 class Child {
 public:
-    Child() : id_(::fork()) {
+    /// `prepare` runs in the child first; it must be async-signal-safe.
+    explicit Child(void (*prepare)() = [] {}) {
+        int ready[2] = {-1, -1};
+        EXPECT_EQ(::pipe2(ready, O_CLOEXEC), 0);
+        id_ = ::fork();
         if (id_ == 0) {
+            prepare();
+            ::close(ready[0]);
+            ::close(ready[1]);
             for (;;) {
                 ::pause();
             }
         }
+        ::close(ready[1]);
+        char end = 0;
+        EXPECT_EQ(::read(ready[0], &end, 1), 0) << "the child is prepared";
+        ::close(ready[0]);
     }
     ~Child() {
         kill();
@@ -57,9 +75,28 @@ public:
     }
 
 private:
-    const std::int32_t id_;
+    std::int32_t id_ = -1;
     bool isReaped_ = false;
 };
+
+/// In the kernel's one line about a process its name precedes the state.
+void takeConfusingName() {
+    ::prctl(PR_SET_NAME, "a) Z 1 (b");
+}
+
+void becomeNobody() {
+    constexpr ::uid_t nobody = 65534;
+    ::syscall(SYS_setresuid, nobody, nobody, nobody);
+}
+
+/// A process of another user: one of our own if we may make it, else the first of all, which is root's.
+std::int32_t processOfAnother(std::optional<Child>& child) {
+    if (::getuid() != 0) {
+        return 1;
+    }
+    child.emplace(becomeNobody);
+    return child->id();
+}
 
 TEST(LinuxRunningApplicationsTest, AProcessOfThisUserRunsUntilItEndsAndAZombieHasEnded) {
     const platform::LinuxRunningApplications applications;
@@ -69,6 +106,39 @@ TEST(LinuxRunningApplicationsTest, AProcessOfThisUserRunsUntilItEndsAndAZombieHa
     EXPECT_FALSE(applications.isRunning(child.id())) << "a zombie";
     child.reap();
     EXPECT_FALSE(applications.isRunning(child.id()));
+}
+
+TEST(LinuxRunningApplicationsTest, AProcessWhoseNameLooksLikeAnEndedOnesStateRuns) {
+    const Child child(takeConfusingName);
+    EXPECT_TRUE(platform::LinuxRunningApplications().isRunning(child.id()));
+}
+
+TEST(LinuxRunningApplicationsTest, AProcessOfAnotherUserDoesNotCount) {
+    std::optional<Child> child;
+    const std::int32_t other = processOfAnother(child);
+    EXPECT_EQ(::kill(other, 0) == 0 || errno == EPERM, true) << "it lives";
+    EXPECT_FALSE(platform::LinuxRunningApplications().isRunning(other));
+}
+
+TEST(LinuxProcessIdentitiesTest, AProcessWhoseNameLooksLikeAnEndedOnesStateIsAlive) {
+    const platform::LinuxProcessIdentities identities;
+    const Child child(takeConfusingName);
+    const auto identity = identities.identityOf(child.id());
+    EXPECT_GT(identity.startTime, 1U);
+    EXPECT_TRUE(identities.isAlive(identity));
+}
+
+TEST(SyslogSystemLogTest, ALineStaysOneLineWhateverIsInIt) {
+    const int former = ::dup(STDERR_FILENO);
+    const int file = ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    ASSERT_GE(::dup2(file, STDERR_FILENO), 0);
+    platform::SyslogSystemLog().write("one\ntwo\x1b[31m\x7f");
+    ::dup2(former, STDERR_FILENO);
+    std::string written(200, '\0');
+    written.resize(static_cast<std::size_t>(::pread(file, written.data(), written.size(), 0)));
+    EXPECT_EQ(written, "record-converter: one two [31m \n");
+    ::close(file);
+    ::close(former);
 }
 
 TEST(LinuxRunningApplicationsTest, ThisProcessRuns) {
