@@ -4,6 +4,10 @@
 
 namespace zed {
 
+/// What every conversion asks for: audio (bit 0) and video (bit 1), in an MP4.
+inline constexpr int audioAndVideo = 3;
+inline constexpr int mp4Container = 4;
+
 /// Converts one recording to one MP4. The order of the virtual operations is a binary contract: the fourth releases,
 /// the eighth converts; the others are placeholders without a caller. There is no virtual destructor.
 class IZedMediaConverter {
@@ -20,9 +24,9 @@ public:
     virtual int Reserved6() = 0;
     virtual int Reserved7() = 0;
 
-    /// Converts `source` to `destination` (paths in the file system's bytes, NUL-terminated). `tracks` is always 3 (bit
-    /// 0 audio, bit 1 video) and `container` always 4 (MP4). The sink receives the outcome. Callers ignore the return
-    /// value and make no assumption about whether callbacks come before or after the return.
+    /// Converts `source` to `destination` (paths in the file system's bytes, NUL-terminated). `tracks` is
+    /// always `audioAndVideo` and `container` always `mp4Container`. The sink receives the outcome. Callers ignore the
+    /// return value and make no assumption about whether callbacks come before or after the return.
     virtual int Convert(const char* source, const char* destination, int tracks, int container) = 0;
 
 protected:

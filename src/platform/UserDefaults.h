@@ -5,6 +5,9 @@
 
 namespace platform {
 
+/// The setting that lists the codes of the user's preferred languages, the most preferred first.
+inline constexpr char preferredLanguagesKey[] = "AppleLanguages";
+
 /// The user's lasting settings for this application. Main thread.
 class UserDefaults {
 public:

@@ -13,14 +13,6 @@
 
 namespace mediaconverter {
 
-namespace {
-
-/// The tracks and the container that this converter makes: audio (bit 0) and video (bit 1), in an MP4.
-constexpr int bothTracks = 3;
-constexpr int mp4Container = 4;
-
-}  // namespace
-
 MediaConverter::MediaConverter(zed::IZedMediaConverterSink& sink) : sink_(sink) {}
 
 MediaConverter::~MediaConverter() {
@@ -72,7 +64,7 @@ int MediaConverter::runJob(const char* source, const char* destination, int trac
     converted_.forget();
     try {
         if (source == nullptr || destination == nullptr || *source == '\0' || *destination == '\0' ||
-            tracks != bothTracks || container != mp4Container) {
+            tracks != zed::audioAndVideo || container != zed::mp4Container) {
             throw JobFailure(ConversionError::badRequest);
         }
         ConversionJob job(*this, source, destination);

@@ -1,5 +1,6 @@
 #include "platform/qt/OwnScope.h"
 
+#include "platform/ProgramIdentity.h"
 #include "platform/qt/PrivateConnection.h"
 
 #include <QCoreApplication>
@@ -73,7 +74,7 @@ QDBusMessage scopeRequest(const std::string& applicationId) {
         return UnitProperty{name, QDBusVariant(value)};
     };
     const QList<UnitProperty> properties = {
-        property(QStringLiteral("Description"), QStringLiteral("Record converter")),
+        property(QStringLiteral("Description"), QString::fromLatin1(programTitle)),
         property(QStringLiteral("PIDs"), QVariant::fromValue(QList<uint>{static_cast<uint>(processId)})),
         property(QStringLiteral("Slice"), QStringLiteral("app.slice")),
         // Without this, the scope of a killed process would remain as failed.

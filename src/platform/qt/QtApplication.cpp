@@ -1,5 +1,6 @@
 #include "platform/qt/QtApplication.h"
 
+#include "platform/ProgramIdentity.h"
 #include "platform/SystemLog.h"
 #include "platform/UserDefaults.h"
 #include "platform/qt/DisplayChoice.h"
@@ -72,7 +73,7 @@ void prepareProcess() {
     if (!hasSessionBusAddress()) {
         forbidStartingSessionBus();
     }
-    if (const auto languages = UserDefaults::standard().stringList("AppleLanguages"); !languages.empty()) {
+    if (const auto languages = UserDefaults::standard().stringList(preferredLanguagesKey); !languages.empty()) {
         drawLettersOf(languages.front());
     }
     // Bubbles do not use the desktop's widget styles, and each would load one more plug-in into this process.
@@ -84,8 +85,8 @@ void prepareProcess() {
 QtApplication::QtApplication(int argc, char* argv[])
     : toolkit_((prepareProcess(), std::make_unique<Toolkit>(argc, argv, chooseDisplay()))) {
     QCoreApplication::setApplicationName(QStringLiteral("record-converter"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Record converter"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("org.recordconverter.RecordConverter"));
+    QGuiApplication::setApplicationDisplayName(QString::fromLatin1(programTitle));
+    QGuiApplication::setDesktopFileName(QString::fromLatin1(programId));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
     endDrawingThreadsWithTheirPicture();

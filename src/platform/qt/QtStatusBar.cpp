@@ -1,5 +1,6 @@
 #include "platform/qt/QtStatusBar.h"
 
+#include "platform/ProgramIdentity.h"
 #include "platform/qt/StatusNotifierItem.h"
 #include "platform/qt/TrayWindow.h"
 #include "platform/qt/VectorPicture.h"
@@ -16,7 +17,7 @@ namespace platform::qt {
 
 namespace {
 
-const auto kTitle = QStringLiteral("Record converter");
+const auto kTitle = QString::fromLatin1(programTitle);
 
 // The toolkit renders a text as rich text if it looks like rich text.
 QString toolTipOfEmbedded(const QString& text) {

@@ -10,7 +10,6 @@ namespace platform::qt {
 
 namespace {
 
-constexpr const char* kPreferredLanguages = "AppleLanguages";
 constexpr const char* kLanguageOfKeys = "en";
 
 }  // namespace
@@ -26,7 +25,7 @@ QtStringTables::QtStringTables(const UserDefaults& defaults, std::string folder)
 QtStringTables::~QtStringTables() = default;
 
 const QtStringTables::Table& QtStringTables::loaded(const std::string& table) const {
-    auto languages = defaults_.stringList(kPreferredLanguages);
+    auto languages = defaults_.stringList(preferredLanguagesKey);
     if (languages != languages_) {
         languages_ = std::move(languages);
         tables_.clear();

@@ -1,5 +1,6 @@
 #include "platform/qt/TaskbarProgress.h"
 
+#include "platform/ProgramIdentity.h"
 #include "platform/qt/PrivateConnection.h"
 
 #include <QDBusMessage>
@@ -34,7 +35,7 @@ void TaskbarProgress::send(double fraction, bool isVisible) {
     auto update =
         QDBusMessage::createSignal(QStringLiteral("/org/recordconverter/RecordConverter"),
                                    QStringLiteral("com.canonical.Unity.LauncherEntry"), QStringLiteral("Update"));
-    update << QStringLiteral("application://org.recordconverter.RecordConverter.desktop")
+    update << QStringLiteral("application://%1.desktop").arg(QLatin1String(programId))
            << QVariantMap{{QStringLiteral("progress"), fraction}, {QStringLiteral("progress-visible"), isVisible}};
     connection_->bus().send(update);
 }

@@ -133,7 +133,7 @@ Outcome LeftoverConversion::convert(const std::string& path) const {
         return outcome;
     }
     StandardErrorCapture capture;
-    converter->Convert(item.srcPath().c_str(), item.dstPath().c_str(), 3, 4);
+    converter->Convert(item.srcPath().c_str(), item.dstPath().c_str(), zed::audioAndVideo, zed::mp4Container);
     outcome.error = sink.waitForEnd();
     if (outcome.error == 0) {
         outcome.kind = Outcome::Kind::converted;

@@ -1,5 +1,6 @@
 #include "uilib/qt/BubbleWindow.h"
 
+#include "platform/ProgramIdentity.h"
 #include "platform/qt/LayerSurfaces.h"
 #include "uilib/qt/BubbleAccessible.h"
 #include "uilib/qt/BubbleContent.h"
@@ -66,7 +67,7 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
     setAttribute(Qt::WA_TranslucentBackground);
     // Off-screen there is nothing to show it on; it is only drawn.
     setAttribute(Qt::WA_DontShowOnScreen, QGuiApplication::platformName() == QLatin1String("offscreen"));
-    setWindowTitle(QStringLiteral("Record converter"));
+    setWindowTitle(QString::fromLatin1(platform::programTitle));
     const auto content = contentOf(clientView_);
     setAccessibleName(QString::fromStdString(content.text));
     setAccessibleDescription(QString::fromStdString(content.detail));

@@ -1,5 +1,6 @@
 #include "uilib/qt/DesktopNotification.h"
 
+#include "platform/ProgramIdentity.h"
 #include "platform/qt/ActivationToken.h"
 #include "platform/qt/SessionBus.h"
 #include "uilib/qt/NotificationPicture.h"
@@ -20,8 +21,8 @@ const auto kServer = QStringLiteral("org.freedesktop.Notifications");
 const auto kPath = QStringLiteral("/org/freedesktop/Notifications");
 const auto kConnectionName = QStringLiteral("record-converter desktop notifications");
 const auto kDefaultAction = QStringLiteral("default");
-const auto kTitle = QStringLiteral("Record converter");
-const auto kApplication = QStringLiteral("org.recordconverter.RecordConverter");
+const auto kTitle = QString::fromLatin1(platform::programTitle);
+const auto kApplication = QString::fromLatin1(platform::programId);
 const auto kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
 const auto kHeldBack = QStringLiteral("Inhibited");
 constexpr int kPatience = 5000;

@@ -48,7 +48,7 @@ bool LanguageManager::setActiveLanguage(std::int32_t language) {
         languages.emplace_back("en");
     }
     auto& defaults = platform::UserDefaults::standard();
-    defaults.setStringList("AppleLanguages", languages);
+    defaults.setStringList(platform::preferredLanguagesKey, languages);
     defaults.synchronize();
     return true;
 }

@@ -1,16 +1,8 @@
 #include "KTRAppLaunchingEnv.h"
 
+#include "recordmeeting/KTRMeetingRecordNotifications.h"
+
 #include <utility>
-
-namespace {
-
-constexpr const char* kMeetingRecordLaunchParamKey_ProcessId = "-pid";
-constexpr const char* kMeetingRecordLaunchParamKey_ProcessName = "-pname";
-constexpr const char* kMeetingRecordLaunchParamKey_Locale = "-locale";
-constexpr const char* kMeetingRecordLaunchParamKey_Path = "-path";
-constexpr const char* kMeetingRecordLaunchParamKey_KeepsIntermediateFile = "-keepsIntermediateFile";
-
-}  // namespace
 
 void KTRAppLaunchingEnv::parseArguments(const std::vector<std::string>& arguments) {
     for (const auto& argument : arguments) {

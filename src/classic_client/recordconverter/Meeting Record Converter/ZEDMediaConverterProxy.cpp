@@ -1,13 +1,5 @@
 #include "ZEDMediaConverterProxy.h"
 
-namespace {
-
-// Every conversion requests audio and video, in an MP4.
-constexpr int audioAndVideo = 3;
-constexpr int mp4Container = 4;
-
-}  // namespace
-
 ZEDMediaConverterProxy::ZEDMediaConverterProxy(void* owner) : owner_(owner) {
     CreateMediaConverter(&mediaConverter_, this);
 }
@@ -29,6 +21,6 @@ void ZEDMediaConverterProxy::OnConvertError(int error) {
 
 void ZEDMediaConverterProxy::ConvertRecord(const char* src, const char* dst) {
     if (mediaConverter_ != nullptr) {
-        mediaConverter_->Convert(src, dst, audioAndVideo, mp4Container);
+        mediaConverter_->Convert(src, dst, zed::audioAndVideo, zed::mp4Container);
     }
 }

@@ -11,6 +11,7 @@
 #include "platform/NotificationCenter.h"
 #include "platform/PathOperations.h"
 #include "platform/ProcessInformation.h"
+#include "platform/ProgramIdentity.h"
 #include "platform/ThreadSerialQueue.h"
 #include "platform/linux/LinuxBackgroundExecutor.h"
 #include "platform/linux/LinuxProcessIdentities.h"
@@ -110,7 +111,7 @@ struct Providers {
     mediaconverter::ConvertedWorkspace convertedWorkspace{workspace};
     uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
     platform::qt::OwnScope ownScope;
-    platform::qt::WorkInhibitor inhibitor{"Record converter", "Converting a meeting recording to MP4"};
+    platform::qt::WorkInhibitor inhibitor{platform::programTitle, "Converting a meeting recording to MP4"};
     platform::LinuxProcessIdentities processIdentities;
     platform::qt::TaskbarProgress taskbar;
     platform::LinuxBackgroundExecutor background;

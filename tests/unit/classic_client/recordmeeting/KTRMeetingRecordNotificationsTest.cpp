@@ -1,5 +1,7 @@
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 
+#include "platform/ProgramIdentity.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -32,6 +34,10 @@ TEST(KTRMeetingRecordNotificationsTest, LaunchParameterKeysAreTheOptions) {
 
 TEST(KTRMeetingRecordNotificationsTest, TheBundleIdentifierIsTheNameOnTheBus) {
     EXPECT_STREQ(kMeetingRecordConverterBundleIdentifier, "org.recordconverter.RecordConverter");
+}
+
+TEST(KTRMeetingRecordNotificationsTest, TheConverterHasOneIdOnTheBusAndOnTheDesktop) {
+    EXPECT_STREQ(kMeetingRecordConverterBundleIdentifier, platform::programId);
 }
 
 }  // namespace
