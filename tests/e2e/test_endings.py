@@ -193,6 +193,28 @@ class CrossingNotifications(trace.TracedWorld):
         self.assertNotIn(late_path, self.log_text())
 
 
+    def test_the_last_acknowledgement_is_on_the_bus_before_the_end(self):
+        converter = self.launch()
+        self.line.wait_confirmed(0)
+        watched = processes.Watched(converter.pid)
+        self.addCleanup(watched.close)
+        acknowledging = "-[KTRAppInlet ackNotification:]"
+        self.trace.stop_at(acknowledging)
+        meeting, _ = self._start("talk")
+        self._wait_traced(acknowledging)
+        converter.send_signal(signal.SIGTERM)
+        self.bus.daemon.send_signal(signal.SIGSTOP)
+        try:
+            self.trace.go_on()
+            is_early = watched.ends_within(0.5)
+        finally:
+            self.bus.daemon.send_signal(signal.SIGCONT)
+        self.assertFalse(is_early, "it ends although the bus has not read its acknowledgement")
+        self.assertEqual(self.wait_ended(converter, 20), 0)
+        self.line.turn()
+        self.assertEqual(len(self.line.acknowledgements(meeting.pid)), 1)
+
+
 class LostDisplay(display.DisplayWorld, _Ending):
     with_tray = False
 
