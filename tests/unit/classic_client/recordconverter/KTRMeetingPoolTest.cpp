@@ -134,16 +134,6 @@ TEST_F(KTRMeetingPoolTest, AStopTellsOfTheStashedFile) {
     EXPECT_EQ(count(), 1U);
 }
 
-TEST_F(KTRMeetingPoolTest, AQuitLogsThenUnguardsThenRemovesThenConverts) {
-    start(4711, "/a");
-    trace.clear();
-    quit(4711);
-    EXPECT_EQ(systemLog.lines(), Log{"Meeting App Quit"});
-    EXPECT_EQ(trace.log(), (Log{unguarding(4711), commencing(4711)}));
-    EXPECT_EQ(jobs->log.back(), "request of 4711: /a");
-    EXPECT_EQ(jobs->countAtRequest, 0U) << "the process has left before its files are asked for";
-}
-
 TEST_F(KTRMeetingPoolTest, TwoProcessesEachStartThenQuitGiveTwoRequestsAndAnEmptyPool) {
     start(1, "/one");
     start(2, "/two");
@@ -348,21 +338,24 @@ TEST_F(KTRMeetingPoolTest, AnExitRemovesTheProcessBeforeItConverts) {
     EXPECT_EQ(at.count, 0U);
 }
 
-TEST_F(KTRMeetingPoolTest, AQuitEndsTheGuardBeforeItRemovesTheProcessAndRemovesItBeforeItConverts) {
+TEST_F(KTRMeetingPoolTest, AQuitLogsThenUnguardsThenRemovesThenConverts) {
     start(7, "/one");
+    trace.clear();
+    const test::Sequence sequence;
     const CountAt guarded(trace, *pool, unguarding(7));
     quit(7);
-    EXPECT_EQ(guarded.count, 1U);
-    start(8, "/two");
-    const CountAt converting(trace, *pool, commencing(8));
-    quit(8);
-    EXPECT_EQ(converting.count, 0U);
+    EXPECT_EQ(trace.log(), (Log{unguarding(7), commencing(7)}));
+    EXPECT_EQ(systemLog.lines(), Log{"Meeting App Quit"});
+    EXPECT_EQ(sequence.events().front(), "system log: Meeting App Quit");
+    EXPECT_EQ(guarded.count, 1U) << "the guard ends before the process is removed";
+    EXPECT_EQ(jobs->log.back(), "request of 7: /one");
+    EXPECT_EQ(jobs->countAtRequest, 0U) << "the process has left before its files are asked for";
 }
 
-TEST_F(KTRMeetingPoolTest, AQuitIsLoggedFirst) {
+TEST_F(KTRMeetingPoolTest, AQuitOfAnUnknownProcessIsLoggedFirst) {
     const test::Sequence sequence;
     quit(7);
-    EXPECT_TRUE(sequence.isBefore("system log: Meeting App Quit", "trace: "));
+    EXPECT_EQ(sequence.events().front(), "system log: Meeting App Quit");
 }
 
 }  // namespace
