@@ -15,7 +15,7 @@ public:
     virtual std::shared_ptr<ui::View> view() const = 0;
     virtual void setView(std::shared_ptr<ui::View> view) = 0;
 
-    /// Whether the item is drawn highlighted while it is pressed.
+    /// Whether the item is drawn highlighted while it is pressed, where that is not the desktop's decision.
     virtual void setHighlightMode(bool highlights) = 0;
 };
 

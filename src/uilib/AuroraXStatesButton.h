@@ -17,6 +17,7 @@ class AuroraXStatesButton final : public platform::ui::Control {
 public:
     using Control::Control;
 
+    /// A wish: these buttons have no title, so the image is all that is drawn.
     AuroraImagePosition imagePosition() const { return imagePosition_; }
     void setImagePosition(AuroraImagePosition position) { imagePosition_ = position; }
 

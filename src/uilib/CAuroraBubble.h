@@ -20,7 +20,8 @@ public:
     virtual ~CAuroraBubble() = default;
 
     /// Shows the bubble attached at `point` of `anchor`, in the anchor's own coordinates; never takes the keyboard
-    /// focus. Without an anchor, or if its position on the screen is unknown, the kit chooses a place.
+    /// focus. Without an anchor, or if its position on the screen is unknown, the kit chooses a place. `option` is a
+    /// wish: the Qt kit hangs every bubble below the point, or above it where the icon is at the bottom.
     virtual void showAtAndBindInViewOption(const platform::ui::Point& point,
                                            const std::shared_ptr<platform::ui::View>& anchor, int option) = 0;
 

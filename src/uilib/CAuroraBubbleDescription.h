@@ -6,7 +6,8 @@
 #include <memory>
 #include <utility>
 
-/// The arrow with which a bubble points at its anchor. Lengths in points.
+/// The arrow with which a bubble points at its anchor. Lengths in points. A kit takes as much of it as it can: the Qt
+/// kit reads width and height, puts the arrow at the edge that faces the anchor, and keeps its base off the corners.
 struct AuroraArrowRecord {
     std::int64_t side = 0;         ///< 6: at the top edge, pointing up, under the anchor
     double width = 0;              ///< at its base
@@ -62,11 +63,11 @@ public:
     const platform::ui::Color& borderColor() const { return borderColor_; }
     void setBorderColor(const platform::ui::Color& color) { borderColor_ = color; }
 
-    /// Whether the kit adds a close button of its own.
+    /// Whether the kit may add a close button of its own. The Qt kit adds none; the view has one.
     bool bClosable() const { return bClosable_; }
     void setBClosable(bool closable) { bClosable_ = closable; }
 
-    /// Whether the kit adds an information image of its own.
+    /// Whether the kit may add an information image of its own. The Qt kit adds none.
     bool bInfoImage() const { return bInfoImage_; }
     void setBInfoImage(bool infoImage) { bInfoImage_ = infoImage; }
 
