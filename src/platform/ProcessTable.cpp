@@ -1,6 +1,6 @@
 #include "platform/ProcessTable.h"
 
-#include <atomic>
+#include "platform/Standard.h"
 
 namespace platform {
 
@@ -21,21 +21,17 @@ public:
     std::optional<std::string> loginName(std::uint32_t) const override { return std::nullopt; }
 };
 
-std::atomic<const ProcessTable*> installed{nullptr};
+Standard<const ProcessTable> shared;
 
 }  // namespace
 
 const ProcessTable& ProcessTable::standard() {
     static const NoProcesses none;
-    const ProcessTable* const table = installed.load();
-    if (table != nullptr) {
-        return *table;
-    }
-    return none;
+    return shared.orElse(none);
 }
 
 void ProcessTable::setStandard(const ProcessTable* table) {
-    installed.store(table);
+    shared.install(table);
 }
 
 }  // namespace platform

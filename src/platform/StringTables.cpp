@@ -1,5 +1,7 @@
 #include "platform/StringTables.h"
 
+#include "platform/Standard.h"
+
 namespace platform {
 
 namespace {
@@ -9,20 +11,17 @@ public:
     std::string localizedString(const std::string& key, const std::string&) const override { return key; }
 };
 
-const StringTables* installed = nullptr;
+Standard<const StringTables> shared;
 
 }  // namespace
 
 const StringTables& StringTables::standard() {
     static const NoStringTables none;
-    if (installed != nullptr) {
-        return *installed;
-    }
-    return none;
+    return shared.orElse(none);
 }
 
 void StringTables::setStandard(const StringTables* tables) {
-    installed = tables;
+    shared.install(tables);
 }
 
 }  // namespace platform

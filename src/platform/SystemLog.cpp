@@ -1,6 +1,7 @@
 #include "platform/SystemLog.h"
 
-#include <atomic>
+#include "platform/Standard.h"
+
 #include <cstdio>
 
 namespace platform {
@@ -12,21 +13,17 @@ public:
     void write(const std::string& text) override { (void)std::fprintf(stderr, "record-converter: %s\n", text.c_str()); }
 };
 
-std::atomic<SystemLog*> installed{nullptr};
+Standard<SystemLog> shared;
 
 }  // namespace
 
 SystemLog& SystemLog::standard() {
     static StandardErrorLog standardError;
-    SystemLog* const log = installed.load();
-    if (log != nullptr) {
-        return *log;
-    }
-    return standardError;
+    return shared.orElse(standardError);
 }
 
 void SystemLog::setStandard(SystemLog* log) {
-    installed.store(log);
+    shared.install(log);
 }
 
 }  // namespace platform

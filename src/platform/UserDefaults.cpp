@@ -1,5 +1,7 @@
 #include "platform/UserDefaults.h"
 
+#include "platform/Standard.h"
+
 #include <map>
 
 namespace platform {
@@ -21,20 +23,17 @@ private:
     std::map<std::string, std::vector<std::string>> lists_;
 };
 
-UserDefaults* installed = nullptr;
+Standard<UserDefaults> shared;
 
 }  // namespace
 
 UserDefaults& UserDefaults::standard() {
     static MemoryUserDefaults memory;
-    if (installed != nullptr) {
-        return *installed;
-    }
-    return memory;
+    return shared.orElse(memory);
 }
 
 void UserDefaults::setStandard(UserDefaults* defaults) {
-    installed = defaults;
+    shared.install(defaults);
 }
 
 }  // namespace platform

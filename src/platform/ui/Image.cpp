@@ -1,6 +1,7 @@
 #include "platform/ui/Image.h"
 
 #include "platform/PathOperations.h"
+#include "platform/Standard.h"
 
 #include <unistd.h>
 #include <utility>
@@ -14,20 +15,17 @@ public:
     std::shared_ptr<const Image> imageNamed(const std::string&) const override { return nullptr; }
 };
 
-const ImageCatalog* installed = nullptr;
+Standard<const ImageCatalog> shared;
 
 }  // namespace
 
 const ImageCatalog& ImageCatalog::standard() {
     static const NoImages none;
-    if (installed != nullptr) {
-        return *installed;
-    }
-    return none;
+    return shared.orElse(none);
 }
 
 void ImageCatalog::setStandard(const ImageCatalog* catalog) {
-    installed = catalog;
+    shared.install(catalog);
 }
 
 FolderImageCatalog::FolderImageCatalog(std::string folder) : folder_(std::move(folder)) {}

@@ -1,5 +1,7 @@
 #include "platform/ui/TextMeasure.h"
 
+#include "platform/Standard.h"
+
 namespace platform::ui {
 
 namespace {
@@ -9,20 +11,17 @@ public:
     Size sizeOfText(const std::string&, const Font&, double) const override { return {}; }
 };
 
-const TextMeasure* installed = nullptr;
+Standard<const TextMeasure> shared;
 
 }  // namespace
 
 const TextMeasure& TextMeasure::standard() {
     static const NoTextMeasure none;
-    if (installed != nullptr) {
-        return *installed;
-    }
-    return none;
+    return shared.orElse(none);
 }
 
 void TextMeasure::setStandard(const TextMeasure* measure) {
-    installed = measure;
+    shared.install(measure);
 }
 
 }  // namespace platform::ui
