@@ -84,7 +84,7 @@ bool isConversionError(int value) {
     return false;
 }
 
-ConversionError errorOfWriting(int number) {
+ConversionError errorOfStoring(int number, ConversionError otherwise) {
     switch (number) {
     case ENOSPC:
         return diskFull;
@@ -95,9 +95,15 @@ ConversionError errorOfWriting(int number) {
         return fileTooLarge;
     case EROFS:
         return folderReadOnly;
+    case ENAMETOOLONG:
+        return destinationNameTooLong;
     default:
-        return writeFailed;
+        return otherwise;
     }
+}
+
+ConversionError errorOfWriting(int number) {
+    return errorOfStoring(number, writeFailed);
 }
 
 }  // namespace mediaconverter

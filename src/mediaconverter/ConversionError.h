@@ -67,6 +67,10 @@ const char* sentence(ConversionError error);
 /// Whether `value` is one of the codes above.
 bool isConversionError(int value);
 
+/// The error for an errno value of a call that stores something in the destination's folder; `otherwise` if the value
+/// says nothing about the disk, the folder's file system or the name.
+ConversionError errorOfStoring(int number, ConversionError otherwise);
+
 /// The error for an errno value of a failed write to the destination.
 ConversionError errorOfWriting(int number);
 

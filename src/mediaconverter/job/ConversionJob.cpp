@@ -30,7 +30,7 @@ void ConversionJob::run() {
     requireFullPath(sourcePath_, destinationPath_);
     SourceFile& source = source_.emplace(sourcePath_);
     const bool mayGrow = WriterWait(owner_, noteIt, {}).wait(source) == WriterWait::End::idle;
-    source.takeState();
+    source.readState();
     OutputFile output(destinationPath_, source);
     if (!output.limitation().empty()) {
         note(output.limitation());

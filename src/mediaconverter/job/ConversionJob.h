@@ -21,7 +21,7 @@ public:
     void run();
 
     /// The recording that run() has converted. Call once, after run() has returned.
-    SourceFile takeSource() noexcept { return std::move(*source_); }
+    SourceFile releaseSource() noexcept { return std::move(*source_); }
 
 private:
     void requireNotAbandoned() const;

@@ -88,7 +88,7 @@ bool DamagedSource::copyTo(const SourceFile& source, const std::string& path) {
     if (!copy) {
         return false;
     }
-    static_cast<void>(takeAccess(source.descriptor(), source.status(), copy.get()));
+    static_cast<void>(copyAccess(source.descriptor(), source.status(), copy.get()));
     std::vector<char> block(std::size_t{1} << 20U);
     off_t position = 0;
     bool fine = true;

@@ -69,7 +69,7 @@ int MediaConverter::runJob(const char* source, const char* destination, int trac
         }
         ConversionJob job(*this, source, destination);
         job.run();
-        converted_.remember(job.takeSource());
+        converted_.remember(job.releaseSource());
     } catch (const JobFailure& failure) {
         return report(source, failure.error, failure.detail);
     } catch (const std::bad_alloc&) {

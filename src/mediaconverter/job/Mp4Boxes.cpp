@@ -56,14 +56,14 @@ std::optional<Mp4Box> boxAt(int descriptor, std::uint64_t position, std::uint64_
 }  // namespace
 
 std::optional<std::uint64_t> walkBoxes(int descriptor, std::uint64_t start, std::uint64_t end,
-                                       const std::function<void(const Mp4Box&)>& take) {
+                                       const std::function<void(const Mp4Box&)>& visit) {
     std::uint64_t position = start;
     for (int count = 0; position < end; ++count) {
         const auto box = count < mostBoxes ? boxAt(descriptor, position, end) : std::nullopt;
         if (!box) {
             return position;
         }
-        take(*box);
+        visit(*box);
         position = box->end;
     }
     return std::nullopt;
@@ -78,7 +78,7 @@ bool isFlatMp4(int descriptor) {
     bool hasData = false;
     bool hasFragments = false;
     std::optional<Mp4Box> index;
-    const auto take = [&](const Mp4Box& box) {
+    const auto visit = [&](const Mp4Box& box) {
         std::array<unsigned char, 4> brand{};
         hasType =
             hasType || (box.start == 0 && box.type == "ftyp" && readAt(descriptor, box.content, brand.data(), 4) &&
@@ -87,15 +87,15 @@ bool isFlatMp4(int descriptor) {
         hasFragments = hasFragments || box.type == "moof";
         index = box.type == "moov" ? box : index;
     };
-    if (walkBoxes(descriptor, 0, static_cast<std::uint64_t>(status.st_size), take) || !hasType || !hasData || !index) {
+    if (walkBoxes(descriptor, 0, static_cast<std::uint64_t>(status.st_size), visit) || !hasType || !hasData || !index) {
         return false;
     }
     bool hasTrack = false;
-    const auto takePart = [&](const Mp4Box& box) {
+    const auto visitPart = [&](const Mp4Box& box) {
         hasTrack = hasTrack || box.type == "trak";
         hasFragments = hasFragments || box.type == "mvex";
     };
-    return !walkBoxes(descriptor, index->content, index->end, takePart) && hasTrack && !hasFragments;
+    return !walkBoxes(descriptor, index->content, index->end, visitPart) && hasTrack && !hasFragments;
 }
 
 }  // namespace mediaconverter

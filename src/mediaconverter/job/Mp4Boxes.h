@@ -15,11 +15,11 @@ struct Mp4Box {
     std::uint64_t end = 0;
 };
 
-/// Passes the boxes that fill the file from `start` to `end` to `take`, one after the other, reading only their
+/// Passes the boxes that fill the file from `start` to `end` to `visit`, one after the other, reading only their
 /// headers. None if they fill the range exactly, else the position without a valid box: its size leaves the range or is
 /// open (0), or there are more boxes than any real file has at one level (1000), or the file cannot be read there.
 std::optional<std::uint64_t> walkBoxes(int descriptor, std::uint64_t start, std::uint64_t end,
-                                       const std::function<void(const Mp4Box&)>& take);
+                                       const std::function<void(const Mp4Box&)>& visit);
 
 /// Whether the file is a complete MP4 that needs no conversion: boxes from its first byte to its last, data, and an
 /// index without fragments. False for QuickTime files.

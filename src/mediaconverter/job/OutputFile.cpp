@@ -25,16 +25,8 @@ ConversionError errorOfFolder(int number) {
     case EACCES:
     case EPERM:
         return folderNotWritable;
-    case EROFS:
-        return folderReadOnly;
-    case ENAMETOOLONG:
-        return destinationNameTooLong;
-    case ENOSPC:
-        return diskFull;
-    case EDQUOT:
-        return quotaExceeded;
     default:
-        return destinationNotOpened;
+        return errorOfStoring(number, destinationNotOpened);
     }
 }
 
@@ -42,18 +34,10 @@ ConversionError errorOfPublishing(int number) {
     switch (number) {
     case EEXIST:
         return destinationExists;
-    case ENAMETOOLONG:
-        return destinationNameTooLong;
-    case ENOSPC:
-        return diskFull;
-    case EDQUOT:
-        return quotaExceeded;
-    case EROFS:
-        return folderReadOnly;
     case EACCES:
         return folderNotWritable;
     default:
-        return publishFailed;
+        return errorOfStoring(number, publishFailed);
     }
 }
 
@@ -81,7 +65,7 @@ OutputFile::OutputFile(const std::string& destination, const SourceFile& source)
     if (::fstat(descriptor_.get(), &identity_) != 0) {
         throw JobFailure::ofSystem(destinationNotOpened, errno);
     }
-    limitation_ = takeAccess(source.descriptor(), source.status(), descriptor_.get());
+    limitation_ = copyAccess(source.descriptor(), source.status(), descriptor_.get());
 }
 
 void OutputFile::openFolder(const std::string& folder) {
@@ -125,7 +109,7 @@ void OutputFile::sync(const struct stat& source) {
     const struct timespec times[2] = {{0, UTIME_OMIT}, source.st_mtim};
     static_cast<void>(::futimens(descriptor_.get(), times));
     if (::fsync(descriptor_.get()) != 0) {
-        throw JobFailure::ofSystem(errno == ENOSPC || errno == EDQUOT ? errorOfWriting(errno) : syncFailed, errno);
+        throw JobFailure::ofSystem(errorOfStoring(errno, syncFailed), errno);
     }
     // Network file systems report late errors when a descriptor is closed, and the name must not be given before that.
     UniqueDescriptor copy(::fcntl(descriptor_.get(), F_DUPFD_CLOEXEC, 0));
@@ -142,14 +126,14 @@ void OutputFile::publish() {
     }
     if (!descriptor_.close()) {
         const int number = errno;
-        takeBackName();
+        withdrawName();
         throw JobFailure::ofSystem(closeFailed, number);
     }
     // Some file systems cannot sync a folder (EINVAL), and a folder that may not be listed cannot be opened for it
     // (EBADF); those names are as safe as they can be.
     if (::fsync(folder_.get()) != 0 && errno != EINVAL && errno != EBADF) {
         const int number = errno;
-        takeBackName();
+        withdrawName();
         throw JobFailure::ofSystem(syncFailed, number);
     }
 }
@@ -204,7 +188,7 @@ void OutputFile::renameOverPlaceholder() {
     }
 }
 
-void OutputFile::takeBackName() {
+void OutputFile::withdrawName() {
     struct stat named = {};
     if (::fstatat(folder_.get(), name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && named.st_dev == identity_.st_dev &&
         named.st_ino == identity_.st_ino) {

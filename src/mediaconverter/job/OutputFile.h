@@ -41,7 +41,7 @@ private:
     void linkUnnamed();
     void renameHidden();
     void renameOverPlaceholder();
-    void takeBackName();
+    void withdrawName();
 
     std::string name_;
     std::string limitation_;

@@ -51,7 +51,7 @@ mode_t modeInOtherGroup(mode_t mode) {
     return (mode & 0600U) | both << 3U | both;
 }
 
-bool takeOwners(const struct stat& source, int output) {
+bool copyOwners(const struct stat& source, int output) {
     struct stat present = {};
     if (::fstat(output, &present) != 0) {
         return false;
@@ -62,10 +62,10 @@ bool takeOwners(const struct stat& source, int output) {
 }
 
 /// False if some readers of the source may not read the output.
-bool takeReaders(int source, const struct stat& status, int output) {
+bool copyReaders(int source, const struct stat& status, int output) {
     // A list inherited from the folder would add readers.
     ::fremovexattr(output, accessList);
-    const bool hasGroup = takeOwners(status, output);
+    const bool hasGroup = copyOwners(status, output);
     const mode_t mode = (status.st_mode & 0666U) | 0600U;
     const auto list = attribute(source, accessList);
     if (list) {
@@ -86,7 +86,7 @@ bool comesAlong(std::string_view name) {
     return name.starts_with("user.") && name != "user.mime_type";
 }
 
-bool takeAttributes(int source, int output) {
+bool copyAttributes(int source, int output) {
     std::vector<char> names(65536);  // the kernel allows no more
     const ssize_t length = ::flistxattr(source, names.data(), names.size());
     bool all = true;
@@ -102,12 +102,12 @@ bool takeAttributes(int source, int output) {
 
 }  // namespace
 
-std::string takeAccess(int source, const struct stat& status, int output) {
+std::string copyAccess(int source, const struct stat& status, int output) {
     std::string left;
-    if (!takeReaders(source, status, output)) {
+    if (!copyReaders(source, status, output)) {
         left = "fewer people may read the MP4 than the recording: its group or access list cannot be given to it";
     }
-    if (!takeAttributes(source, output)) {
+    if (!copyAttributes(source, output)) {
         left += std::string(left.empty() ? "" : "; ") + "some extended attributes could not be given to the MP4";
     }
     return left;

@@ -10,6 +10,6 @@ namespace mediaconverter {
 /// supports it: owner if this user may change owners, group, mode, access list. What is not possible is replaced by
 /// something stricter. Then copies the user's own extended attributes. Returns a sentence if readers or attributes were
 /// left out, else an empty text.
-std::string takeAccess(int source, const struct stat& status, int output);
+std::string copyAccess(int source, const struct stat& status, int output);
 
 }  // namespace mediaconverter

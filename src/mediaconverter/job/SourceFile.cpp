@@ -53,7 +53,7 @@ SourceFile::SourceFile(std::string path) : path_(std::move(path)) {
     }
 }
 
-void SourceFile::takeState() {
+void SourceFile::readState() {
     if (::fstat(descriptor_.get(), &status_) != 0) {
         throw JobFailure::ofSystem(sourceNotOpened, errno);
     }

@@ -16,7 +16,7 @@ public:
     explicit SourceFile(std::string path);
 
     /// Records the current state of the file, which it must keep from now on, and rejects an empty file.
-    void takeState();
+    void readState();
 
     int descriptor() const { return descriptor_.get(); }
     const std::string& path() const { return path_; }

@@ -56,7 +56,7 @@ std::optional<std::string> WorkerSupervision::run(const SourceFile& source, cons
     lastSign_ = Clock::now();
     while (true) {
         waitForNews(worker);
-        takeMessages(worker);
+        handleMessages(worker);
         const auto end = hasClosedReports_ ? worker.tryWait() : std::nullopt;
         requireBoundedOutput(source, output);
         if (end) {
@@ -78,7 +78,7 @@ void WorkerSupervision::waitForNews(const WorkerProcess& worker) const {
     }
 }
 
-void WorkerSupervision::takeMessages(WorkerProcess& worker) {
+void WorkerSupervision::handleMessages(WorkerProcess& worker) {
     // At most what the pipe holds, so that a flood cannot keep this thread from its other checks.
     for (int count = 0; count < 128 && !hasClosedReports_; ++count) {
         const auto message = worker.tryRead();

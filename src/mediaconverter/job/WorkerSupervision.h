@@ -28,7 +28,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void waitForNews(const WorkerProcess& worker) const;
-    void takeMessages(WorkerProcess& worker);
+    void handleMessages(WorkerProcess& worker);
     void handle(const WorkerMessage& message);
     void handleProgress(float fraction);
     void handleNote(const std::string& text);

@@ -94,7 +94,7 @@ FramePointer AudioFramer::pop(bool all) {
         endPause();
     }
     if (waiting() >= frameLength(encoder_) || (all && waiting() > 0)) {
-        return take(static_cast<int>(std::min<std::int64_t>(waiting(), frameLength(encoder_))));
+        return popFrame(static_cast<int>(std::min<std::int64_t>(waiting(), frameLength(encoder_))));
     }
     return nullptr;
 }
@@ -111,7 +111,7 @@ void AudioFramer::endPause() {
     push(*next, false);
 }
 
-FramePointer AudioFramer::take(int samples) {
+FramePointer AudioFramer::popFrame(int samples) {
     FramePointer frame = newAudio(samples);
     av_audio_fifo_read(fifo_.get(), reinterpret_cast<void**>(frame->extended_data), samples);
     frame->pts = start_;

@@ -43,7 +43,7 @@ private:
     void endPause();
     void pad(std::int64_t samples);
     FramePointer newAudio(int samples) const;
-    FramePointer take(int samples);
+    FramePointer popFrame(int samples);
 
     const AVCodecContext& encoder_;
     const std::unique_ptr<AVAudioFifo, FifoDeleter> fifo_;

@@ -2,6 +2,7 @@
 
 #include "mediaconverter/worker/SourceTimes.h"
 #include "mediaconverter/worker/Timeline.h"
+#include "mediaconverter/worker/TrackPlan.h"
 
 #include <algorithm>
 #include <map>
@@ -22,9 +23,7 @@ constexpr std::size_t mostReordered = 16;
 constexpr std::int64_t sameTime = AV_TIME_BASE / 1000;
 
 bool isShown(const AVStream& stream) {
-    const AVMediaType type = stream.codecpar->codec_type;
-    return (type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_VIDEO) &&
-           (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0 && stream.discard < AVDISCARD_ALL;
+    return isContent(stream) && stream.discard < AVDISCARD_ALL;
 }
 
 /// The number of packets that suffice to know the start time of the stream.
@@ -85,7 +84,7 @@ bool Beginning::readOn() {
     isAtEnd_ = true;
     for (auto& [index, order] : orders_) {
         order.finish();
-        takeFrom(order);
+        popReadyFrom(order);
     }
     return !packets_.empty();
 }
@@ -97,11 +96,11 @@ void Beginning::put(PacketPointer packet) {
         return;
     }
     found->second.put(std::move(packet));
-    takeFrom(found->second);
+    popReadyFrom(found->second);
 }
 
-void Beginning::takeFrom(PictureOrder& order) {
-    while (PacketPointer packet = order.take()) {
+void Beginning::popReadyFrom(PictureOrder& order) {
+    while (PacketPointer packet = order.pop()) {
         packets_.push_back(std::move(packet));
     }
 }

@@ -28,7 +28,7 @@ private:
     void readAhead();
     bool readOn();
     void put(PacketPointer packet);
-    void takeFrom(PictureOrder& order);
+    void popReadyFrom(PictureOrder& order);
     void findTime();
 
     Recording& recording_;

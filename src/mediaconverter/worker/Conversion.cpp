@@ -72,7 +72,7 @@ void Conversion::addTracks() {
     bool hasContent = false;
     for (unsigned index = 0; index < format.nb_streams; ++index) {
         AVStream& stream = *format.streams[index];
-        if (!isKnown(stream) && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
+        if (!isKnown(stream) && !isAttachedPicture(stream)) {
             continue;  // decided when it has a packet
         }
         const Treatment treatment = treatmentOf(stream);

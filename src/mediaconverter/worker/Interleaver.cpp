@@ -1,5 +1,7 @@
 #include "mediaconverter/worker/Interleaver.h"
 
+#include "mediaconverter/worker/TrackPlan.h"
+
 #include <algorithm>
 
 namespace worker {
@@ -16,8 +18,7 @@ void Interleaver::start(const AVFormatContext& format) {
     for (unsigned index = 0; index < format.nb_streams; ++index) {
         const AVStream& track = *format.streams[index];
         queues_[index].base = track.time_base;
-        queues_[index].isSparse = track.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE ||
-                                  (track.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        queues_[index].isSparse = track.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE || isAttachedPicture(track);
     }
 }
 

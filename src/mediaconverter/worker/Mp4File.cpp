@@ -85,7 +85,7 @@ void Mp4File::dataWritten() {
 void Mp4File::placeIndex(std::span<const std::uint32_t> channelMasks) {
     avio_flush(context_);
     requireNoError();
-    std::vector<std::uint8_t> index = takeIndex();
+    std::vector<std::uint8_t> index = extractIndex();
     addChannelLayouts(index, channelMasks);
     // A free box, which takes at least eight bytes, fills the room between the index and the data.
     makeRoom(static_cast<std::int64_t>(largestWithShiftedChunkOffsets(index)) + boxHeader);
@@ -169,7 +169,7 @@ std::int64_t Mp4File::seekCallback(void* self, std::int64_t offset, int whence) 
     return offset;
 }
 
-std::vector<std::uint8_t> Mp4File::takeIndex() {
+std::vector<std::uint8_t> Mp4File::extractIndex() {
     const auto dataLength = static_cast<std::size_t>(std::max<std::int64_t>(0, indexStart_ - tailStart_));
     if (indexStart_ < tailStart_ || dataLength + 8 > tail_.size() ||
         std::memcmp(tail_.data() + dataLength + 4, "moov", 4) != 0) {

@@ -49,7 +49,7 @@ private:
     bool keep(const std::uint8_t* bytes, std::size_t length);
     void writeNow(std::int64_t position, const std::uint8_t* bytes, std::size_t length);
 
-    std::vector<std::uint8_t> takeIndex();
+    std::vector<std::uint8_t> extractIndex();
     void makeRoom(std::int64_t needed);
     bool insertRange(std::int64_t length);
     void moveUp(std::int64_t by);

@@ -2,6 +2,7 @@
 
 #include "mediaconverter/worker/ChannelLayoutBox.h"
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/TrackPlan.h"
 #include "mediaconverter/worker/TrialMuxer.h"
 
 #include <algorithm>
@@ -192,7 +193,7 @@ std::vector<std::uint32_t> Mp4Writer::channelMasks() const {
     for (std::size_t index = 0; index < tallies_.size(); ++index) {
         const AVStream& track = *format_->streams[index];
         // The muxer writes no box for other tracks.
-        if (tallies_[index].packets > 0 && (track.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
+        if (tallies_[index].packets > 0 && !isAttachedPicture(track)) {
             masks.push_back(channelMaskOf(*track.codecpar));
         }
     }

@@ -59,7 +59,7 @@ void PictureOrder::finish() {
     }
 }
 
-PacketPointer PictureOrder::take() {
+PacketPointer PictureOrder::pop() {
     if (pictures_.empty() || !pictures_.front().isShown) {
         return {};
     }

@@ -33,7 +33,7 @@ public:
     void finish();
 
     /// The next packet whose times are known; null if there is none yet.
-    PacketPointer take();
+    PacketPointer pop();
 
 private:
     struct ParserDeleter {

@@ -3,6 +3,7 @@
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/ShownDifference.h"
 #include "mediaconverter/worker/SourceReader.h"
+#include "mediaconverter/worker/TrackPlan.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,10 +13,6 @@ namespace worker {
 
 namespace {
 
-bool isCover(const AVStream& stream) {
-    return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
-}
-
 bool isJoinedByTheMuxer(const AVStream& stream) {
     // Frames that are not shown, and substreams.
     return stream.codecpar->codec_id == AV_CODEC_ID_VP9 || stream.codecpar->codec_id == AV_CODEC_ID_EAC3;
@@ -23,7 +20,7 @@ bool isJoinedByTheMuxer(const AVStream& stream) {
 
 /// Tracks without packets are not written, and covers are not tracks.
 bool isWritten(const ProvedTrack& track) {
-    return !isCover(track.written) && track.tally.packets > 0;
+    return !isAttachedPicture(track.written) && track.tally.packets > 0;
 }
 
 [[noreturn]] void disprove(const AVStream& stream, const std::string& what) {
@@ -99,7 +96,7 @@ void Proof::requireReadable() const {
 }
 
 AVStream& Proof::nextTrack(const AVStream& written) {
-    while (next_ < format_->nb_streams && isCover(*format_->streams[next_])) {
+    while (next_ < format_->nb_streams && isAttachedPicture(*format_->streams[next_])) {
         ++next_;
     }
     if (next_ >= format_->nb_streams) {

@@ -41,10 +41,10 @@ bool mp4Holds(AVCodecID codec) {
     }
 }
 
-/// Images that a player shows for the file as a whole.
+/// Images that an MP4 can hold and players show.
 bool isCover(const AVStream& stream) {
     const AVCodecID codec = stream.codecpar->codec_id;
-    return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0 &&
+    return isAttachedPicture(stream) &&
            (codec == AV_CODEC_ID_MJPEG || codec == AV_CODEC_ID_PNG || codec == AV_CODEC_ID_BMP);
 }
 
@@ -66,7 +66,7 @@ Treatment treatmentOf(const AVStream& stream) {
     const AVCodecID codec = stream.codecpar->codec_id;
     switch (stream.codecpar->codec_type) {
     case AVMEDIA_TYPE_VIDEO:
-        if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+        if (isAttachedPicture(stream)) {
             return isCover(stream) ? Treatment::copy : Treatment::leave;
         }
         break;
@@ -106,8 +106,7 @@ bool isKnown(const AVStream& stream) {
 
 bool isContent(const AVStream& stream) {
     const AVMediaType type = stream.codecpar->codec_type;
-    return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
-           (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) && !isAttachedPicture(stream);
 }
 
 std::string describe(const AVStream& stream) {

@@ -21,6 +21,11 @@ Treatment treatmentOf(const AVStream& stream);
 /// Whether the muxer can describe the stream: broadcast streams may announce ones that have not appeared yet.
 bool isKnown(const AVStream& stream);
 
+/// Whether the stream is an image for the file as a whole, not a track.
+inline bool isAttachedPicture(const AVStream& stream) {
+    return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
 /// True for audio and video, false for accompanying streams.
 bool isContent(const AVStream& stream);
 

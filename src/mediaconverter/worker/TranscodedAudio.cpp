@@ -107,7 +107,7 @@ void TranscodedAudio::inspect(AVFrame& frame) {
     witness().addDecodedAudio(frame.pts, frame.nb_samples, frame.sample_rate);
 }
 
-void TranscodedAudio::takeFiltered(AVFrame* frame, Mp4Writer& writer) {
+void TranscodedAudio::acceptFiltered(AVFrame* frame, Mp4Writer& writer) {
     if (frame != nullptr) {
         framer_->push(*frame, isFirstOfForm_);
         isFirstOfForm_ = false;

@@ -129,7 +129,7 @@ bool TranscodedTrack::isSettled(const AVFrame& frame) {
 void TranscodedTrack::end(Mp4Writer& writer) {
     decode(nullptr, [&](AVFrame& frame) { convert(frame, writer); });
     endFilters(writer);
-    takeFiltered(nullptr, writer);
+    acceptFiltered(nullptr, writer);
 }
 
 void TranscodedTrack::endFilters(Mp4Writer& writer) {
@@ -139,7 +139,7 @@ void TranscodedTrack::endFilters(Mp4Writer& writer) {
     }
 }
 
-void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AVFrame&)>& take) {
+void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AVFrame&)>& visit) {
     const int sent = avcodec_send_packet(decoder_.get(), packet);
     if (isOutOfMemory(sent)) {
         throw Failure(workerOutOfMemory);
@@ -166,7 +166,7 @@ void TranscodedTrack::decode(const AVPacket* packet, const std::function<void(AV
         if (decoded_->decode_error_flags != 0 || (decoded_->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
             countConcealed();
         }
-        take(*decoded_);
+        visit(*decoded_);
         av_frame_unref(decoded_.get());
     }
 }
@@ -216,7 +216,7 @@ void TranscodedTrack::drainFilters(Mp4Writer& writer) {
         }
         lastTime_ = filtered_->pts;
         filtered_->pict_type = AV_PICTURE_TYPE_NONE;
-        takeFiltered(filtered_.get(), writer);
+        acceptFiltered(filtered_.get(), writer);
         av_frame_unref(filtered_.get());
     }
 }

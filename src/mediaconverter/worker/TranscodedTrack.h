@@ -54,7 +54,7 @@ protected:
     virtual bool isAfterPause(const AVFrame&) { return false; }
 
     /// Accepts a frame in the encoder's form, with its time in the encoder's time base; nullptr when there are no more.
-    virtual void takeFiltered(AVFrame* frame, Mp4Writer& writer) { encode(frame, writer); }
+    virtual void acceptFiltered(AVFrame* frame, Mp4Writer& writer) { encode(frame, writer); }
 
     /// Passes a frame to the encoder; nullptr when there are no more. A frame that it refuses is dropped.
     void encode(AVFrame* frame, Mp4Writer& writer);
@@ -78,7 +78,7 @@ protected:
 private:
     void pass(AVPacket& packet, Mp4Writer& writer) override;
     void end(Mp4Writer& writer) override;
-    void decode(const AVPacket* packet, const std::function<void(AVFrame&)>& take);
+    void decode(const AVPacket* packet, const std::function<void(AVFrame&)>& visit);
     void convert(AVFrame& frame, Mp4Writer& writer);
     bool isSettled(const AVFrame& frame);
     void filter(AVFrame* frame, Mp4Writer& writer);
@@ -143,7 +143,7 @@ private:
 
     void inspect(AVFrame& frame) override;
     bool isAfterPause(const AVFrame& frame) override;
-    void takeFiltered(AVFrame* frame, Mp4Writer& writer) override;
+    void acceptFiltered(AVFrame* frame, Mp4Writer& writer) override;
 
     int rate_ = 0;
     int format_ = -1;

@@ -48,7 +48,7 @@ std::optional<IsoBox> readIsoBox(SourceView& view, std::int64_t position) {
     return box;
 }
 
-std::optional<InnerBox> takeBox(std::span<const std::uint8_t>& bytes) {
+std::optional<InnerBox> popBox(std::span<const std::uint8_t>& bytes) {
     std::size_t header = 8;
     if (bytes.size() < header) {
         return std::nullopt;
@@ -68,7 +68,7 @@ std::optional<InnerBox> takeBox(std::span<const std::uint8_t>& bytes) {
 }
 
 std::span<const std::uint8_t> childOf(std::span<const std::uint8_t> bytes, std::uint32_t type) {
-    while (const auto box = takeBox(bytes)) {
+    while (const auto box = popBox(bytes)) {
         if (box->type == type) {
             return box->content;
         }

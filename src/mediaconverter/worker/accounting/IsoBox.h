@@ -38,7 +38,7 @@ struct InnerBox {
 };
 
 /// Removes the first box from `bytes`; none if the rest is not a complete box.
-std::optional<InnerBox> takeBox(std::span<const std::uint8_t>& bytes);
+std::optional<InnerBox> popBox(std::span<const std::uint8_t>& bytes);
 
 /// The content of the first child of `type`; empty if there is none.
 std::span<const std::uint8_t> childOf(std::span<const std::uint8_t> bytes, std::uint32_t type);

@@ -46,7 +46,7 @@ public:
     bool readTrack(Bytes box) {
         bool isFine = readHeader(childOf(box, boxType("tfhd")));
         while (isFine) {
-            const auto inner = takeBox(box);
+            const auto inner = popBox(box);
             if (!inner) {
                 break;
             }
@@ -127,7 +127,7 @@ bool visitMp4Fragment(Bytes moof, std::int64_t start, const std::vector<Mp4Track
     FragmentWalk walk(start, tracks, visit);
     bool isFine = true;
     while (!moof.empty()) {
-        const auto box = takeBox(moof);
+        const auto box = popBox(moof);
         if (!box) {
             return false;
         }

@@ -141,12 +141,12 @@ std::uint32_t trackId(Bytes trak) {
 std::vector<Mp4Track> readMp4Tracks(Bytes moov) {
     std::vector<Mp4Track> tracks;
     std::map<std::uint32_t, std::uint32_t> usualSizes;
-    for (Bytes rest = moov; const auto box = takeBox(rest);) {
+    for (Bytes rest = moov; const auto box = popBox(rest);) {
         if (box->type == boxType("trak")) {
             tracks.push_back(
                 {trackId(box->content), !childOf(childOf(box->content, boxType("edts")), boxType("elst")).empty(), 0});
         } else if (box->type == boxType("mvex")) {
-            for (Bytes inner = box->content; const auto extends = takeBox(inner);) {
+            for (Bytes inner = box->content; const auto extends = popBox(inner);) {
                 if (extends->type == boxType("trex") && extends->content.size() >= 24) {
                     usualSizes[static_cast<std::uint32_t>(bigEndian(extends->content, 4, 4))] =
                         static_cast<std::uint32_t>(bigEndian(extends->content, 16, 4));
@@ -162,7 +162,7 @@ std::vector<Mp4Track> readMp4Tracks(Bytes moov) {
 
 bool visitMp4Samples(Bytes moov, const Mp4SampleVisitor& visit) {
     bool isSound = true;
-    while (const auto box = takeBox(moov)) {
+    while (const auto box = popBox(moov)) {
         if (box->type == boxType("trak")) {
             const Bytes media = childOf(childOf(box->content, boxType("mdia")), boxType("minf"));
             isSound = ChunkWalk(trackId(box->content), childOf(media, boxType("stbl")), visit).run() && isSound;
