@@ -148,7 +148,7 @@ bool PendingFolder::writeFresh(int folder, const std::string& name, const std::s
     return true;
 }
 
-void PendingFolder::takeFresh(const std::string& name) {
+void PendingFolder::adoptFresh(const std::string& name) {
     const int folder = descriptor();
     const std::string fresh = pendingnames::fresh(name);
     if (folder >= 0 && readFile(folder, fresh) && sync(folder, fresh)) {

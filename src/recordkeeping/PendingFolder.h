@@ -49,7 +49,7 @@ public:
 
     /// Makes content that another process had not yet synced replace the entry now, and waits for the disk if there is
     /// any. Call before replacing an entry of a process that has ended.
-    void takeFresh(const std::string& name);
+    void adoptFresh(const std::string& name);
 
     /// Removes the entry and its newer content; does nothing if `name` is empty.
     void remove(const std::string& name);

@@ -83,7 +83,7 @@ std::vector<PendingEntry> PendingRecordings::takeOver() {
             folder_.remove(name);
             continue;
         }
-        folder_.takeFresh(name);
+        folder_.adoptFresh(name);
         entry.converter = converter_;
         const auto source = entry.source;
         const auto& kept = kept_[source] = {name, entry, std::nullopt, false};

@@ -76,7 +76,7 @@ void LaunchHandOver::confirmSpawn(std::int32_t holderProcessId) {
     bus_.flush();
 }
 
-void LaunchHandOver::hear(const DistributedNotification& notification, const QString& sender) {
+void LaunchHandOver::receive(const DistributedNotification& notification, const QString& sender) {
     if (sender != holder_ || notification.name != words_.acknowledgement || !notification.userInfo) {
         return;
     }

@@ -23,7 +23,7 @@ public:
     /// Waits in a nested event loop.
     QtDistributedNotificationCenter::HandOver run();
 
-    void hear(const DistributedNotification& notification, const QString& sender);
+    void receive(const DistributedNotification& notification, const QString& sender);
 
 private:
     enum class Answer { none, acknowledged, holderGone, busGone };

@@ -37,7 +37,7 @@ public:
 
     void arrived(const DistributedNotification& notification, const QString& sender) {
         if (handOver != nullptr) {
-            handOver->hear(notification, sender);
+            handOver->receive(notification, sender);
         }
         // Our own offer comes back like every broadcast, perhaps after this process has become the one that converts.
         // The launch arguments announce the same recording, so this would start it twice.

@@ -28,7 +28,7 @@ public:
     void invalidate() override {
         valid_ = false;
         if (QThread::currentThread() == timer_.thread() && !firing_) {
-            letGo();
+            stop();
         }
     }
 
@@ -43,12 +43,12 @@ private:
             firing_ = false;
         }
         if (!valid_) {
-            letGo();
+            stop();
         }
     }
 
     // On the loop's thread. May destroy this object.
-    void letGo() {
+    void stop() {
         timer_.stop();
         const auto last = std::move(self_);
     }

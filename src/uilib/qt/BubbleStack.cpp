@@ -118,7 +118,7 @@ void BubbleStack::giveKeyboard() {
         return bubble->window() != nullptr && bubble->window()->isVisible() && !bubble->isLeaving();
     });
     if (newest != bubbles_.rend()) {
-        (*newest)->window()->takeKeyboard();
+        (*newest)->window()->takeFocus();
     }
 }
 
@@ -178,7 +178,7 @@ void BubbleStack::arrange() {
         const auto slot = std::ranges::find(slots_, bubble.get(), &Slot::bubble);
         const auto index = static_cast<std::size_t>(slot - slots_.begin());
         if (index < places.size() && bubble->window() != nullptr && !bubble->isLeaving()) {
-            bubble->takePlace(places[index]);
+            bubble->moveTo(places[index]);
         }
     }
 }

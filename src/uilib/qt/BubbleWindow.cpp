@@ -208,7 +208,7 @@ void BubbleWindow::paintEvent(QPaintEvent*) {
     painter.strokePath(shape, QPen(kInnerOutline, 2 * kInnerOutlineWidth));
 }
 
-void BubbleWindow::tellAttention() {
+void BubbleWindow::notifyAttention() {
     const bool isAttended = isPointerInside_ || isActiveWindow();
     if (std::exchange(isAttended_, isAttended) != isAttended && handlers_.attended) {
         handlers_.attended(isAttended);
@@ -223,12 +223,12 @@ void BubbleWindow::dismiss() {
 
 void BubbleWindow::enterEvent(QEnterEvent*) {
     isPointerInside_ = true;
-    tellAttention();
+    notifyAttention();
 }
 
 void BubbleWindow::leaveEvent(QEvent*) {
     isPointerInside_ = false;
-    tellAttention();
+    notifyAttention();
 }
 
 void BubbleWindow::acceptKeyboard(bool accepts) {
@@ -240,7 +240,7 @@ void BubbleWindow::acceptKeyboard(bool accepts) {
     markAsNotification(*windowHandle());
 }
 
-void BubbleWindow::takeKeyboard() {
+void BubbleWindow::takeFocus() {
     acceptKeyboard(true);
     activateWindow();
     if (focusWidget() == nullptr) {
@@ -273,7 +273,7 @@ void BubbleWindow::changeEvent(QEvent* event) {
         if (!isActiveWindow()) {
             acceptKeyboard(false);
         }
-        tellAttention();
+        notifyAttention();
     }
     QWidget::changeEvent(event);
 }

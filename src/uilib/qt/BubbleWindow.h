@@ -65,7 +65,7 @@ public:
 
     /// Takes the keyboard focus from the window that has it, and puts it on the first button. Only while the window is
     /// shown.
-    void takeKeyboard();
+    void takeFocus();
 
     /// Shows the window and fades it in, or fades it out and hides it; `then` runs when that is done, never from inside
     /// the call.
@@ -89,7 +89,7 @@ private:
     void fade(double from, double to, double seconds, std::function<void()> then);
     void reshape();
     void acceptKeyboard(bool accepts);
-    void tellAttention();
+    void notifyAttention();
     void dismiss();
 
     const std::shared_ptr<const CAuroraBubbleDescription> description_;

@@ -204,7 +204,7 @@ void DesktopNotification::close() {
     bus_.send(call);
 }
 
-void DesktopNotification::letGo() {
+void DesktopNotification::leaveToDesktop() {
     if (!can("persistence")) {
         close();
     } else if (!std::exchange(hasEnded_, true) && !actions().empty()) {

@@ -40,7 +40,7 @@ public:
 
     /// Releases it after its time: a desktop that keeps notifications for later still keeps it, without the buttons,
     /// which would have no effect. No handler follows.
-    void letGo();
+    void leaveToDesktop();
 
 private:
     Q_SLOT void onClosed(uint id, uint reason);

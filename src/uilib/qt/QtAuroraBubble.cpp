@@ -51,10 +51,10 @@ void QtAuroraBubble::showAtAndBindInViewOption(const platform::ui::Point& point,
     anchor_ = anchor;
     stack_->add(shared_from_this());
     facesLeft_ = facesFor(currentSession());
-    takeNextFace("no window can be placed here");
+    switchToNextFace("no window can be placed here");
 }
 
-void QtAuroraBubble::takeNextFace(const std::string& reason) {
+void QtAuroraBubble::switchToNextFace(const std::string& reason) {
     const auto face = facesLeft_.front();
     facesLeft_.erase(facesLeft_.begin());
     switch (face) {
@@ -80,14 +80,14 @@ void QtAuroraBubble::showAsWindow(BubbleWindow::Host host, const std::string& re
             window_.reset();
             stack_->setAttended(*this, false);
             stack_->arrange();
-            takeNextFace(fault);
+            switchToNextFace(fault);
         }
     };
     window_.reset(new BubbleWindow(description_, clientView_, stack_->taste(), host, std::move(handlers)));
     stack_->arrange();
 }
 
-void QtAuroraBubble::takePlace(const Place& place) {
+void QtAuroraBubble::moveTo(const Place& place) {
     window_->moveTo(place);
     if (!window_->isVisible()) {
         window_->fadeIn(fade_.fadeIn, [this] { startClock(); });
@@ -110,7 +110,7 @@ void QtAuroraBubble::showAsNotification(const std::string& reason) {
     };
     handlers.refused = [this](const std::string& fault) {
         if (phase_ == Phase::shown) {
-            takeNextFace(fault);
+            switchToNextFace(fault);
         }
     };
     handlers.heldBack = [this](bool isHeldBack) {
@@ -143,7 +143,7 @@ void QtAuroraBubble::startClock() {
 
 void QtAuroraBubble::timeIsUp() {
     if (!window_ && notification_) {
-        notification_->letGo();
+        notification_->leaveToDesktop();
     }
     close();
 }

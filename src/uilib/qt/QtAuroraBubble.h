@@ -37,7 +37,7 @@ public:
     void setStackAttended(bool isAttended);
 
     /// Moves the window there; the first call shows it. Only if the bubble has a window.
-    void takePlace(const Place& place);
+    void moveTo(const Place& place);
 
     /// Null if the bubble has none.
     BubbleWindow* window() { return window_.get(); }
@@ -52,7 +52,7 @@ public:
 private:
     enum class Phase { made, shown, closing, closed };
 
-    void takeNextFace(const std::string& reason);
+    void switchToNextFace(const std::string& reason);
     void showAsWindow(BubbleWindow::Host host, const std::string& reason);
     void showAsNotification(const std::string& reason);
     void showAsSentence();

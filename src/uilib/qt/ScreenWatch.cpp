@@ -28,7 +28,7 @@ ScreenWatch::ScreenWatch(std::function<void(bool)> changed)
       connection_(QDBusConnection::SessionBus, QStringLiteral("record-converter screen")),
       session_([this](bool isAway) {
           isUserAway_ = isAway;
-          tellChange();
+          notifyChange();
       }) {
     if (!connection_.isConnected()) {
         return;
@@ -57,10 +57,10 @@ void ScreenWatch::askSaver(const QString& service, const QString& path) {
 
 void ScreenWatch::onSaverActiveChanged(bool isActive) {
     isSaverActive_ = isActive;
-    tellChange();
+    notifyChange();
 }
 
-void ScreenWatch::tellChange() {
+void ScreenWatch::notifyChange() {
     const bool isVisible = !isSaverActive_ && !isUserAway_;
     if (std::exchange(isVisible_, isVisible) != isVisible) {
         changed_(isVisible);

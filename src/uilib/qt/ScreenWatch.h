@@ -25,7 +25,7 @@ private:
     Q_SLOT void onSaverActiveChanged(bool isActive);
 
     void askSaver(const QString& service, const QString& path);
-    void tellChange();
+    void notifyChange();
 
     const std::function<void(bool)> changed_;
     platform::qt::PrivateConnection connection_;

@@ -124,7 +124,7 @@ TEST_F(PendingFolderTest, TheNewContentOfAProcessThatHasEndedTakesItsPlace) {
     const auto name = addSynced(PendingEntry::State::recording);
     folder.replace(name, entryOf(PendingEntry::State::due));
     PendingFolder next(path, executor, later);
-    next.takeFresh(name);
+    next.adoptFresh(name);
     EXPECT_EQ(stateInFile(name), PendingEntry::State::due);
     EXPECT_EQ(files(), Names{name});
 }
@@ -132,7 +132,7 @@ TEST_F(PendingFolderTest, TheNewContentOfAProcessThatHasEndedTakesItsPlace) {
 TEST_F(PendingFolderTest, ATornRestTakesNoPlace) {
     const auto name = addSynced(PendingEntry::State::recording);
     write("." + name, "record-converter pending 1\n");
-    folder.takeFresh(name);
+    folder.adoptFresh(name);
     EXPECT_EQ(stateInFile(name), PendingEntry::State::recording);
 }
 

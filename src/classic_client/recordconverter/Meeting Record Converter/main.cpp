@@ -127,7 +127,7 @@ struct Providers {
          }}};
 };
 
-void mindTheSession(Providers& providers) {
+void connectProviders(Providers& providers) {
     // Whatever launched the converter waits for the spawn confirmation; these can come after it.
     providers.application.setLaunchedHandler([&] {
         providers.recordkeeper.noteLaunched();
@@ -249,7 +249,7 @@ int main(int argc, char* argv[]) {
     if (handedOver(providers)) {
         return EXIT_SUCCESS;
     }
-    mindTheSession(providers);
+    connectProviders(providers);
     const auto application =
         std::make_shared<AppDelegate>(providers.recordkeeper.platformForApplication(), providers.bubbleMaker);
     providers.recordkeeper.setApplication(application);
