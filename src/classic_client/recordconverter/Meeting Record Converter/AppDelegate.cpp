@@ -127,10 +127,6 @@ const std::shared_ptr<KTRMeetingRecordConvertingJobRunner>& AppDelegate::convert
     return convertingJobRunner_;
 }
 
-void AppDelegate::setConvertingJobRunner(std::shared_ptr<KTRMeetingRecordConvertingJobRunner> runner) {
-    convertingJobRunner_ = std::move(runner);
-}
-
 const std::shared_ptr<KTRAppInlet>& AppDelegate::appInlet() {
     if (!appInlet_) {
         appInlet_ = std::make_shared<KTRAppInlet>(platform_.distributedCenter, platform_.processInformation);
@@ -159,10 +155,6 @@ const std::shared_ptr<KTRConverterReportProtocol>& AppDelegate::converterReporte
         converterReporter_ = factory.createConverterReporterWithType(bubbleReporter);
     }
     return converterReporter_;
-}
-
-void AppDelegate::setConverterReporter(std::shared_ptr<KTRConverterReportProtocol> reporter) {
-    converterReporter_ = std::move(reporter);
 }
 
 std::shared_ptr<platform::Timer> AppDelegate::checkNeedTerminateTimer() const {

@@ -56,9 +56,11 @@ public:
     std::shared_ptr<platform::ui::View> window() const { return window_.lock(); }
     void setWindow(const std::shared_ptr<platform::ui::View>& window) { window_ = window; }
 
-    // Each getter creates its object on the first call, unless one has been set, and returns the same object ever after.
+    // The getters of this group make the object on their first call, unless one has been set.
     const std::shared_ptr<KTRMeetingRecordConvertingJobRunner>& convertingJobRunner();
-    void setConvertingJobRunner(std::shared_ptr<KTRMeetingRecordConvertingJobRunner> runner);
+    void setConvertingJobRunner(std::shared_ptr<KTRMeetingRecordConvertingJobRunner> runner) {
+        convertingJobRunner_ = std::move(runner);
+    }
     const std::shared_ptr<KTRAppInlet>& appInlet();
     void setAppInlet(std::shared_ptr<KTRAppInlet> inlet) { appInlet_ = std::move(inlet); }
     const std::shared_ptr<KTRMeetingPool>& meetingPool();
@@ -66,7 +68,9 @@ public:
     const std::shared_ptr<KTRAppLaunchingEnv>& launchingEnv();
     void setLaunchingEnv(std::shared_ptr<KTRAppLaunchingEnv> environment) { launchingEnv_ = std::move(environment); }
     const std::shared_ptr<KTRConverterReportProtocol>& converterReporter();
-    void setConverterReporter(std::shared_ptr<KTRConverterReportProtocol> reporter);
+    void setConverterReporter(std::shared_ptr<KTRConverterReportProtocol> reporter) {
+        converterReporter_ = std::move(reporter);
+    }
 
     /// True once the being-prepared bubble has been requested; never reset.
     bool showedFilePreparedBubble() const { return showedFilePreparedBubble_; }
