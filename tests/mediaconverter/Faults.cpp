@@ -6,6 +6,7 @@
 // Only calls on regular files and pipes that the conversion itself makes are counted. The worker is given none of these
 // variables; it looks for them in its parent's environment.
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
@@ -21,13 +22,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-
-// The C library's own functions, under the names that it keeps for interposers.
-extern "C" {
-void* __libc_malloc(size_t size) noexcept;
-void* __libc_memalign(size_t alignment, size_t size) noexcept;
-void* __libc_realloc(void* block, size_t size) noexcept;
-}
 
 #define INTERPOSE extern "C" __attribute__((visibility("default")))
 
@@ -111,6 +105,21 @@ bool strikes(const char* call) {
     errno = fault.error;
     return true;
 }
+
+/// The allocator's function that ours replaces: the C library's, or in the worker that of its own allocator.
+template<typename Function>
+Function next(std::atomic<Function>& known, const char* name) {
+    Function function = known.load(std::memory_order_relaxed);
+    if (function == nullptr) {
+        function = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+        known.store(function, std::memory_order_relaxed);
+    }
+    return function;
+}
+
+std::atomic<void* (*)(std::size_t)> nextMalloc{nullptr};
+std::atomic<int (*)(void**, std::size_t, std::size_t)> nextAligned{nullptr};
+std::atomic<void* (*)(void*, std::size_t)> nextRealloc{nullptr};
 
 /// Seconds to subtract from the time of day at this call.
 time_t setBack() {
@@ -237,20 +246,19 @@ INTERPOSE void* malloc(size_t size) {
     if (fault.number != 0 && strikes("malloc")) {
         return nullptr;
     }
-    return __libc_malloc(size);
+    return next(nextMalloc, "malloc")(size);
 }
 
 INTERPOSE int posix_memalign(void** result, size_t alignment, size_t size) noexcept {
     if (fault.number != 0 && strikes("malloc")) {
         return ENOMEM;
     }
-    *result = __libc_memalign(alignment, size);
-    return *result == nullptr ? ENOMEM : 0;
+    return next(nextAligned, "posix_memalign")(result, alignment, size);
 }
 
 INTERPOSE void* realloc(void* block, size_t size) {
     if (fault.number != 0 && strikes("malloc")) {
         return nullptr;
     }
-    return __libc_realloc(block, size);
+    return next(nextRealloc, "realloc")(block, size);
 }
