@@ -1,7 +1,6 @@
 #include "uilib/qt/BubbleStack.h"
 
 #include "platform/qt/QtStatusBar.h"
-#include "uilib/qt/QtAuroraBubble.h"
 #include "uilib/qt/ScreenWatch.h"
 
 #include <QCursor>

@@ -3,6 +3,7 @@
 #include "uilib/qt/BubblePlacement.h"
 #include "uilib/qt/BubbleWindow.h"
 #include "uilib/qt/DesktopTaste.h"
+#include "uilib/qt/QtAuroraBubble.h"
 
 #include <QPointer>
 #include <QScreen>
@@ -18,17 +19,16 @@ class QtStatusBar;
 
 namespace uilib::qt {
 
-class QtAuroraBubble;
 class ScreenWatch;
 
 /// The open bubbles, the one shown longest first: keeps them alive, and places those that are windows. While the
 /// pointer or the keyboard focus is in any of them, the clocks and positions of the whole stack are frozen. Main
 /// thread.
-class BubbleStack final {
+class BubbleStack final : public QtAuroraBubble::Owner {
 public:
     /// `statusBar` outlives every bubble.
     explicit BubbleStack(const platform::qt::QtStatusBar& statusBar);
-    ~BubbleStack();
+    ~BubbleStack() override;
 
     BubbleStack(const BubbleStack&) = delete;
     BubbleStack& operator=(const BubbleStack&) = delete;
@@ -37,11 +37,9 @@ public:
     /// another has opened meanwhile.
     void setAllGoneHandler(std::function<void()> handler);
 
-    void add(std::shared_ptr<QtAuroraBubble> bubble);
-    void remove(const QtAuroraBubble& bubble);
-
-    /// The pointer or the keyboard focus has entered the bubble (true) or left it (false).
-    void setAttended(const QtAuroraBubble& bubble, bool isAttended);
+    void add(std::shared_ptr<QtAuroraBubble> bubble) override;
+    void remove(const QtAuroraBubble& bubble) override;
+    void setAttended(const QtAuroraBubble& bubble, bool isAttended) override;
 
     /// Gives the keyboard focus to the newest bubble, if it is a window.
     void giveKeyboard();
@@ -50,14 +48,13 @@ public:
     void learnTaste();
 
     /// The look as far as it is known; asks the desktop if that has not been done yet.
-    BubbleWindow::Taste taste();
+    BubbleWindow::Taste taste() override;
 
-    /// Whether the position of the icon that the bubble is attached to is known.
-    bool hasIconPlace(const QtAuroraBubble& bubble) const;
+    bool hasIconPlace(const QtAuroraBubble& bubble) const override;
 
     /// Puts every bubble in its current place, unless the stack is frozen, and each new one in the next free place. A
     /// bubble that is fading out stays there, and the next one takes its place.
-    void arrange();
+    void arrange() override;
 
 private:
     /// One place in the column.

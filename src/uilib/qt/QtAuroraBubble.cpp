@@ -1,7 +1,6 @@
 #include "uilib/qt/QtAuroraBubble.h"
 
 #include "platform/SystemLog.h"
-#include "uilib/qt/BubbleStack.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -31,11 +30,11 @@ void log(const std::string& text) {
 
 }  // namespace
 
-QtAuroraBubble::QtAuroraBubble(platform::NotificationCenter& center, std::shared_ptr<BubbleStack> stack,
+QtAuroraBubble::QtAuroraBubble(platform::NotificationCenter& center, std::shared_ptr<Owner> owner,
                                std::shared_ptr<const CAuroraBubbleDescription> description,
                                std::shared_ptr<platform::ui::View> clientView)
     : center_(center),
-      stack_(std::move(stack)),
+      owner_(std::move(owner)),
       description_(std::move(description)),
       clientView_(std::move(clientView)),
       fade_(fadeOf(*description_)),
@@ -49,7 +48,7 @@ void QtAuroraBubble::showAtAndBindInViewOption(const platform::ui::Point& point,
     phase_ = Phase::shown;
     point_ = point;
     anchor_ = anchor;
-    stack_->add(shared_from_this());
+    owner_->add(shared_from_this());
     facesLeft_ = facesFor(currentSession());
     switchToNextFace("no window can be placed here");
 }
@@ -71,20 +70,20 @@ void QtAuroraBubble::switchToNextFace(const std::string& reason) {
 
 void QtAuroraBubble::showAsWindow(BubbleWindow::Host host, const std::string& reason) {
     BubbleWindow::Handlers handlers;
-    handlers.attended = [this](bool isAttended) { stack_->setAttended(*this, isAttended); };
+    handlers.attended = [this](bool isAttended) { owner_->setAttended(*this, isAttended); };
     handlers.dismissed = [this] { close(); };
     handlers.seen = [this, host, reason] { logWindow(host, reason); };
     handlers.unseen = [this](const std::string& fault) {
         if (phase_ == Phase::shown) {
             clock_.stop();
             window_.reset();
-            stack_->setAttended(*this, false);
-            stack_->arrange();
+            owner_->setAttended(*this, false);
+            owner_->arrange();
             switchToNextFace(fault);
         }
     };
-    window_.reset(new BubbleWindow(description_, clientView_, stack_->taste(), host, std::move(handlers)));
-    stack_->arrange();
+    window_.reset(new BubbleWindow(description_, clientView_, owner_->taste(), host, std::move(handlers)));
+    owner_->arrange();
 }
 
 void QtAuroraBubble::moveTo(const Place& place) {
@@ -95,7 +94,7 @@ void QtAuroraBubble::moveTo(const Place& place) {
 }
 
 void QtAuroraBubble::logWindow(BubbleWindow::Host host, const std::string& reason) const {
-    const std::string place = stack_->hasIconPlace(*this)
+    const std::string place = owner_->hasIconPlace(*this)
                                   ? " at the status icon"
                                   : " in the corner of the screen: the position of the status icon is unknown";
     const std::string manner = host == BubbleWindow::Host::none ? "; the window manager is left out: " + reason : "";
@@ -172,7 +171,7 @@ void QtAuroraBubble::close() {
     if (window_) {
         phase_ = Phase::closing;
         clock_.stop();
-        stack_->arrange();
+        owner_->arrange();
         window_->fadeOut(fade_.fadeOut, [this] { announceAndLeave(); });
         return;
     }
@@ -194,10 +193,10 @@ void QtAuroraBubble::leaveSoon() {
 
 void QtAuroraBubble::announceAndLeave() {
     phase_ = Phase::closed;
-    // The stack may hold the last reference to this object.
+    // The owner may hold the last reference to this object.
     const auto keptForThisCall = shared_from_this();
     center_.post({platform::WindowWillCloseNotification, static_cast<const CAuroraBubble*>(this)});
-    stack_->remove(*this);
+    owner_->remove(*this);
 }
 
 }  // namespace uilib::qt

@@ -13,15 +13,36 @@
 
 namespace uilib::qt {
 
-class BubbleStack;
-
 /// One bubble: fades in, is shown for its time, fades out, announces its closing. Takes the best face that the session
-/// supports (see BubbleFaces.h), and the next one if that face turns out not to be visible. Reports to the stack that
-/// holds it while it is open. Main thread.
+/// supports (see BubbleFaces.h), and the next one if that face turns out not to be visible. Main thread.
 class QtAuroraBubble final : public CAuroraBubble, public std::enable_shared_from_this<QtAuroraBubble> {
 public:
+    /// Holds the bubble while it is open, and places it. Main thread.
+    class Owner {
+    public:
+        virtual ~Owner() = default;
+
+        /// Keeps the bubble alive until `remove`.
+        virtual void add(std::shared_ptr<QtAuroraBubble> bubble) = 0;
+
+        /// The bubble has closed.
+        virtual void remove(const QtAuroraBubble& bubble) = 0;
+
+        /// The pointer or the keyboard focus has entered the bubble (true) or left it (false).
+        virtual void setAttended(const QtAuroraBubble& bubble, bool isAttended) = 0;
+
+        /// Moves the bubbles to their places after one of them has gained or lost its window, or is leaving.
+        virtual void arrange() = 0;
+
+        /// The look of a new window.
+        virtual BubbleWindow::Taste taste() = 0;
+
+        /// Whether the position of the icon that the bubble is attached to is known.
+        virtual bool hasIconPlace(const QtAuroraBubble& bubble) const = 0;
+    };
+
     /// `center` outlives every bubble.
-    QtAuroraBubble(platform::NotificationCenter& center, std::shared_ptr<BubbleStack> stack,
+    QtAuroraBubble(platform::NotificationCenter& center, std::shared_ptr<Owner> owner,
                    std::shared_ptr<const CAuroraBubbleDescription> description,
                    std::shared_ptr<platform::ui::View> clientView);
 
@@ -33,7 +54,7 @@ public:
     /// The time pauses while the screen is covered, so that no result passes unseen.
     void setScreenVisible(bool isVisible);
 
-    /// The time pauses while the pointer or the keyboard focus is in any bubble of the stack.
+    /// The time pauses while the pointer or the keyboard focus is in any open bubble.
     void setStackAttended(bool isAttended);
 
     /// Moves the window there; the first call shows it. Only if the bubble has a window.
@@ -64,7 +85,7 @@ private:
     void announceAndLeave();
 
     platform::NotificationCenter& center_;
-    const std::shared_ptr<BubbleStack> stack_;
+    const std::shared_ptr<Owner> owner_;
     const std::shared_ptr<const CAuroraBubbleDescription> description_;
     const std::shared_ptr<platform::ui::View> clientView_;
     const AuroraFadeRecord fade_;
