@@ -21,13 +21,25 @@ std::size_t FakeAuroraBubbleMaker::finishClosing() {
     std::size_t count = 0;
     const auto bubbles = bubbles_;
     for (const auto& bubble : bubbles) {
-        const bool isAnnounced = std::find(announced_.begin(), announced_.end(), bubble.get()) != announced_.end();
-        if (bubble->closeCount() > 0 && !isAnnounced) {
+        if (bubble->closeCount() > 0 && !isAnnounced(*bubble)) {
             postWillClose(*bubble);
             ++count;
         }
     }
     return count;
+}
+
+void FakeAuroraBubbleMaker::closeAll() {
+    const auto bubbles = bubbles_;
+    for (const auto& bubble : bubbles) {
+        if (!isAnnounced(*bubble)) {
+            postWillClose(*bubble);
+        }
+    }
+}
+
+bool FakeAuroraBubbleMaker::isAnnounced(const FakeAuroraBubble& bubble) const {
+    return std::find(announced_.begin(), announced_.end(), &bubble) != announced_.end();
 }
 
 }  // namespace test

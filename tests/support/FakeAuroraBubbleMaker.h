@@ -65,7 +65,12 @@ public:
     /// Posts the will-close notification, once, of every bubble for which close was called. Returns their number.
     std::size_t finishClosing();
 
+    /// Posts the will-close notification, once, of every bubble: the user has closed them all.
+    void closeAll();
+
 private:
+    bool isAnnounced(const FakeAuroraBubble& bubble) const;
+
     platform::NotificationCenter& center_;
     std::vector<std::shared_ptr<FakeAuroraBubble>> bubbles_;
     std::vector<const FakeAuroraBubble*> announced_;

@@ -233,6 +233,10 @@ int ScriptedMediaConverter::create(zed::IZedMediaConverter** converter, zed::IZe
     return studio().refuses ? 1 : 0;
 }
 
+void script(std::vector<float> progress, std::optional<int> error) {
+    ScriptedMediaConverter::script({.progress = std::move(progress), .error = error});
+}
+
 }  // namespace support
 
 int CreateMediaConverter(zed::IZedMediaConverter** converter, zed::IZedMediaConverterSink* sink) {

@@ -69,4 +69,7 @@ public:
     static int create(zed::IZedMediaConverter** converter, zed::IZedMediaConverterSink* sink);
 };
 
+/// Queues the script of a later conversion that makes these reports.
+void script(std::vector<float> progress, std::optional<int> error = std::nullopt);
+
 }  // namespace support

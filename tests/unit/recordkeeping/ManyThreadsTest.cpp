@@ -5,10 +5,10 @@
 #include "platform/ThreadSerialQueue.h"
 #include "recordkeeping/PendingFolder.h"
 #include "recordkeeping/Recordkeeper.h"
-#include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "support/FakeBackgroundExecutor.h"
 #include "support/FakePlatform.h"
 #include "support/FakeProcessIdentities.h"
+#include "support/MeetingNotifications.h"
 #include "support/ScriptedMediaConverter.h"
 
 #include <algorithm>
@@ -83,11 +83,13 @@ public:
     void start(std::int32_t pid, const std::string& path) {
         ScriptedMediaConverter::script({.onAnotherThread = true, .output = {}});
         fake_.fileManager.addFile(path);
-        post(kMeetingRecordNotificationName_RecordingStarted, pid,
-             {{kMeetingRecordNotificationKey_RecordIntermediatePath, path}});
+        fake_.distributedCenter.deliver(
+            test::meetingNotification(kMeetingRecordNotificationName_RecordingStarted, pid, path));
     }
 
-    void quit(std::int32_t pid) { post(kMeetingRecordNotificationName_MeetingAppQuit, pid, {}); }
+    void quit(std::int32_t pid) {
+        fake_.distributedCenter.deliver(test::meetingNotification(kMeetingRecordNotificationName_MeetingAppQuit, pid));
+    }
 
     void runMainQueue() { fake_.mainQueue.drain(); }
 
@@ -110,9 +112,7 @@ public:
     /// Simulates the user and the clock: all bubbles close, and a second passes.
     void passSecond() {
         runMainQueue();
-        for (; closed_ < fake_.bubbleMaker.bubbles().size(); ++closed_) {
-            fake_.bubbleMaker.postWillClose(*fake_.bubbleMaker.bubbles()[closed_]);
-        }
+        fake_.bubbleMaker.closeAll();
         fake_.runLoop.advance(1s);
     }
 
@@ -131,11 +131,6 @@ public:
     }
 
 private:
-    void post(const char* name, std::int32_t pid, platform::UserInfo info) {
-        info.emplace(kMeetingRecordNotificationKey_MeetingProcessId, pid);
-        fake_.distributedCenter.deliver({name, std::nullopt, std::move(info)});
-    }
-
     test::FakePlatform fake_;
     platform::ThreadSerialQueueMaker threads_;
     platform::GatedSerialQueueMaker gate_{threads_};
@@ -145,7 +140,6 @@ private:
     recordkeeping::PendingFolder folder_;
     recordkeeping::Recordkeeper keeper_;
     std::shared_ptr<AppDelegate> app_;
-    std::size_t closed_ = 0;
 };
 
 class ManyThreadsTest : public testing::Test {

@@ -1,9 +1,9 @@
 #include "KTRAppInlet.h"
 
 #include "platform/DistributedNotificationCenter.h"
-#include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "support/FakeDistributedNotificationCenter.h"
 #include "support/FakeProcessInformation.h"
+#include "support/MeetingNotifications.h"
 #include "support/RecordingTrace.h"
 #include "support/Sequence.h"
 
@@ -21,6 +21,7 @@ using platform::UserInfo;
 using platform::UserInfoValue;
 using test::info;
 using test::Log;
+using test::meetingNotification;
 using test::warning;
 
 const std::string onExternal = "-[KTRAppInlet onExternalNotification:]: ";
@@ -75,16 +76,6 @@ protected:
         trace.clear();
     }
 
-    static DistributedNotification notification(const char* name, const UserInfoValue& pid) {
-        return {name, std::nullopt, UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, pid}}};
-    }
-
-    static DistributedNotification startOf(const UserInfoValue& pid, const UserInfoValue& path) {
-        return {started, std::nullopt,
-                UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, pid},
-                         {kMeetingRecordNotificationKey_RecordIntermediatePath, path}}};
-    }
-
     test::RecordingTrace trace;
     test::FakeDistributedNotificationCenter center;
     test::FakeProcessInformation processInformation{4242, {"prog"}};
@@ -115,7 +106,7 @@ TEST_F(KTRAppInletTest, TracesItsDeallocAndTurnsADeafEar) {
 }
 
 TEST_F(KTRAppInletTest, AStartIsTracedAcknowledgedAndTold) {
-    center.deliver(startOf(std::int32_t{4711}, std::string("/rec/one.rec")));
+    center.deliver(meetingNotification(started, std::int32_t{4711}, std::string("/rec/one.rec")));
     EXPECT_EQ(log, (Log{"post kMeetingRecordNotificationName_AckNotification",
                         "delegate sees start of 4711 to /rec/one.rec"}));
     EXPECT_EQ(trace.log(),
@@ -124,7 +115,7 @@ TEST_F(KTRAppInletTest, AStartIsTracedAcknowledgedAndTold) {
 }
 
 TEST_F(KTRAppInletTest, AStopGivesExactlyOneAcknowledgementBeforeItTellsTheDelegate) {
-    center.deliver(notification(stopped, std::int32_t{4711}));
+    center.deliver(meetingNotification(stopped, std::int32_t{4711}));
     EXPECT_EQ(log, (Log{"post kMeetingRecordNotificationName_AckNotification", "delegate sees stop of 4711"}));
     ASSERT_EQ(center.posted().size(), 1U);
     const auto& posted = center.posted()[0];
@@ -140,7 +131,7 @@ TEST_F(KTRAppInletTest, AStopGivesExactlyOneAcknowledgementBeforeItTellsTheDeleg
 }
 
 TEST_F(KTRAppInletTest, AQuitIsTracedAcknowledgedAndTold) {
-    center.deliver(notification(quit, std::int32_t{4711}));
+    center.deliver(meetingNotification(quit, std::int32_t{4711}));
     EXPECT_EQ(log, (Log{"post kMeetingRecordNotificationName_AckNotification", "delegate sees quit of 4711"}));
     EXPECT_EQ(trace.log(),
               (Log{info(onExternal + "kMeetingRecordNotificationName_MeetingAppQuit"),
@@ -163,20 +154,20 @@ TEST_F(KTRAppInletTest, UserInfoWithoutAProcessIdIsNotAcknowledgedAndActedOnWith
 }
 
 TEST_F(KTRAppInletTest, AStartWithoutAPathIsToldWithoutOne) {
-    center.deliver(notification(started, std::int32_t{4711}));
+    center.deliver(meetingNotification(started, std::int32_t{4711}));
     EXPECT_EQ(log.back(), "delegate sees start of 4711 to (absent)");
 }
 
 TEST_F(KTRAppInletTest, NothingIsValidated) {
-    center.deliver(startOf(std::int32_t{-3}, std::string()));
-    center.deliver(startOf(std::int32_t{0}, std::string("no/such file")));
+    center.deliver(meetingNotification(started, std::int32_t{-3}, std::string()));
+    center.deliver(meetingNotification(started, std::int32_t{0}, std::string("no/such file")));
     EXPECT_EQ(log,
               (Log{"post kMeetingRecordNotificationName_AckNotification", "delegate sees start of -3 to ",
                    "post kMeetingRecordNotificationName_AckNotification", "delegate sees start of 0 to no/such file"}));
 }
 
 TEST_F(KTRAppInletTest, APathAsBytesIsTakenAsItIs) {
-    center.deliver(startOf(std::int32_t{1}, platform::Bytes{'/', 0xFF, 'x'}));
+    center.deliver(meetingNotification(started, std::int32_t{1}, platform::Bytes{'/', 0xFF, 'x'}));
     EXPECT_EQ(log.back(), "delegate sees start of 1 to /\xFFx");
 }
 
@@ -194,7 +185,7 @@ TEST_F(KTRAppInletTest, TheAcknowledgedIdGoesBackWithTheVeryValueAndTypeThatCame
                                             platform::Bytes{'4', '2'}};
     for (const auto& id : ids) {
         center.clearPosted();
-        center.deliver(notification(stopped, id));
+        center.deliver(meetingNotification(stopped, id));
         ASSERT_EQ(center.posted().size(), 1U);
         const auto& back = center.posted()[0].userInfo->at(kMeetingRecordNotificationKey_AckToProcessId);
         EXPECT_EQ(back.index(), id.index()) << "another type came back";
@@ -203,14 +194,14 @@ TEST_F(KTRAppInletTest, TheAcknowledgedIdGoesBackWithTheVeryValueAndTypeThatCame
 }
 
 TEST_F(KTRAppInletTest, TheIntegerValueOfTheIdIsTraced) {
-    center.deliver(notification(stopped, std::string(" 12ab")));
+    center.deliver(meetingNotification(stopped, std::string(" 12ab")));
     EXPECT_EQ(trace.log().back(),
               info(ack + "kMeetingRecordNotificationName_RecordingStopped, from p_id = 4242, to p_id = 12"));
     EXPECT_EQ(log.back(), "delegate sees stop of 12");
 }
 
 TEST_F(KTRAppInletTest, ANotificationWithAnyObjectStringIsStillReceived) {
-    auto withObject = notification(stopped, std::int32_t{4711});
+    auto withObject = meetingNotification(stopped, std::int32_t{4711});
     withObject.object = "some.other.sender";
     center.deliver(withObject);
     EXPECT_EQ(log.back(), "delegate sees stop of 4711");
@@ -232,7 +223,7 @@ TEST_F(KTRAppInletTest, ADelegateThatImplementsOnlySomeMethodsReceivesThoseAndTh
 TEST_F(KTRAppInletTest, WithoutADelegateNotificationsAreTracedAndAcknowledgedAndDropped) {
     inlet->setDelegate(nullptr);
     for (const char* const name : {started, stopped, quit}) {
-        center.deliver(notification(name, std::int32_t{1}));
+        center.deliver(meetingNotification(name, std::int32_t{1}));
     }
     EXPECT_EQ(center.posted().size(), 3U);
     EXPECT_EQ(trace.log().size(), 6U);
@@ -242,7 +233,7 @@ TEST_F(KTRAppInletTest, WithoutADelegateNotificationsAreTracedAndAcknowledgedAnd
 TEST_F(KTRAppInletTest, AfterTurningADeafEarNoNotificationReachesTheInlet) {
     inlet->turnDeafEar();
     for (const char* const name : {started, stopped, quit}) {
-        center.deliver(notification(name, std::int32_t{1}));
+        center.deliver(meetingNotification(name, std::int32_t{1}));
     }
     EXPECT_TRUE(log.empty());
     EXPECT_TRUE(trace.log().empty());
@@ -250,12 +241,12 @@ TEST_F(KTRAppInletTest, AfterTurningADeafEarNoNotificationReachesTheInlet) {
 
 TEST_F(KTRAppInletTest, ListeningTwiceMakesEverythingArriveTwice) {
     inlet->listenToOutside();
-    center.deliver(notification(stopped, std::int32_t{1}));
+    center.deliver(meetingNotification(stopped, std::int32_t{1}));
     EXPECT_EQ(center.posted().size(), 2U);
 }
 
 TEST_F(KTRAppInletTest, AnUnknownNameIsAcknowledgedAndWarnedOf) {
-    inlet->onExternalNotification(notification("Other", std::int32_t{8}));
+    inlet->onExternalNotification(meetingNotification("Other", std::int32_t{8}));
     EXPECT_EQ(log, Log{"post kMeetingRecordNotificationName_AckNotification"});
     EXPECT_EQ(center.posted()[0].userInfo->at(kMeetingRecordNotificationKey_AckNotificationName),
               UserInfoValue(std::string("Other")));

@@ -17,6 +17,7 @@
 
 namespace {
 
+using support::script;
 using support::ScriptedMediaConverter;
 using test::Log;
 using Item = std::shared_ptr<KTRMeetingRecordItem>;
@@ -83,10 +84,6 @@ protected:
     Item itemFor(const std::string& path) {
         fileManager.addFile(path);
         return std::make_shared<KTRMeetingRecordItem>(7, path, fileManager);
-    }
-
-    void script(const std::vector<float>& progress, std::optional<int> error = std::nullopt) {
-        ScriptedMediaConverter::script({.progress = progress, .error = error, .output = {}});
     }
 
     test::RecordingTrace trace;

@@ -1,9 +1,9 @@
 #include "AppDelegate.h"
 #include "KTRMeetingRecordingSavedBubbleView.h"
-#include "platform/ThreadSerialQueue.h"
-#include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "setAppLocale.h"
 #include "support/FakePlatform.h"
+#include "support/HeldSerialQueueMaker.h"
+#include "support/MeetingNotifications.h"
 #include "support/RecordingTrace.h"
 #include "support/ScriptedMediaConverter.h"
 
@@ -13,9 +13,9 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -25,36 +25,6 @@ using support::ScriptedMediaConverter;
 using test::error;
 using test::info;
 using test::Log;
-
-/// A real serial queue that waits at a gate before its first task, so that a test decides when the conversion thread
-/// starts.
-class GatedSerialQueueMaker final : public platform::SerialQueueMaker {
-public:
-    std::unique_ptr<platform::DispatchQueue> makeSerialQueue(const std::string& label) override {
-        auto queue = std::make_unique<platform::ThreadSerialQueue>(label);
-        queue->async([opened = gate_.get_future().share()] { opened.wait(); });
-        made_ = queue.get();
-        return queue;
-    }
-
-    void open() {
-        if (!std::exchange(isOpen_, true)) {
-            gate_.set_value();
-        }
-    }
-
-    /// Returns once every task queued so far has run.
-    void settle() {
-        std::promise<void> reached;
-        made_->async([&reached] { reached.set_value(); });
-        reached.get_future().wait();
-    }
-
-private:
-    std::promise<void> gate_;
-    bool isOpen_ = false;
-    platform::DispatchQueue* made_ = nullptr;
-};
 
 /// A whole meeting in one process, with the conversion on its own thread; every line of the trace is checked.
 class MeetingTraceTest : public testing::Test {
@@ -78,12 +48,8 @@ protected:
         app->applicationDidFinishLaunching();
     }
 
-    void deliver(const char* name, const std::string& path = {}, std::int32_t pid = 4711) {
-        platform::UserInfo userInfo{{kMeetingRecordNotificationKey_MeetingProcessId, pid}};
-        if (!path.empty()) {
-            userInfo[kMeetingRecordNotificationKey_RecordIntermediatePath] = path;
-        }
-        fake.distributedCenter.deliver({name, std::nullopt, userInfo});
+    void deliver(const char* name, std::int32_t pid, const std::optional<std::string>& path = std::nullopt) {
+        fake.distributedCenter.deliver(test::meetingNotification(name, pid, path));
     }
 
     void convertEverything() {
@@ -95,7 +61,7 @@ protected:
     Log mainThread() const { return trace.log(std::this_thread::get_id()); }
     Log conversionThread() const { return trace.logWithout(std::this_thread::get_id()); }
 
-    GatedSerialQueueMaker queues;
+    test::HeldSerialQueueMaker queues;
     test::RecordingTrace trace;
     test::FakePlatform fake;
     std::shared_ptr<AppDelegate> app;
@@ -135,10 +101,10 @@ TEST_F(MeetingTraceTest, AMeetingOfTwoRecordingsIsTracedLineByLineOnBothThreads)
     launch({"/opt/bin/record-converter", "-pid", "4711", "-path", "/rec/one.rec"});
     trace.clear();
 
-    deliver(kMeetingRecordNotificationName_RecordingStopped);
-    deliver(kMeetingRecordNotificationName_RecordingStarted, "/rec/two.rec");
-    deliver(kMeetingRecordNotificationName_RecordingStopped);
-    deliver(kMeetingRecordNotificationName_MeetingAppQuit);
+    deliver(kMeetingRecordNotificationName_RecordingStopped, 4711);
+    deliver(kMeetingRecordNotificationName_RecordingStarted, 4711, "/rec/two.rec");
+    deliver(kMeetingRecordNotificationName_RecordingStopped, 4711);
+    deliver(kMeetingRecordNotificationName_MeetingAppQuit, 4711);
     const Log meeting = {
         info("-[KTRAppInlet onExternalNotification:]: kMeetingRecordNotificationName_RecordingStopped"),
         info("-[KTRAppInlet ackNotification:]: kMeetingRecordNotificationName_RecordingStopped, from p_id = 500, to "
@@ -282,7 +248,7 @@ TEST_F(MeetingTraceTest, AJobScheduledBetweenTakingAndStartLosesNoRecordingAndTh
     fake.fileManager.addFile("/rec/one.rec");
     fake.fileManager.addFile("/rec/two.rec");
     launch({"/opt/bin/record-converter", "-pid", "4711", "-path", "/rec/one.rec"});
-    deliver(kMeetingRecordNotificationName_RecordingStarted, "/rec/two.rec", 4712);
+    deliver(kMeetingRecordNotificationName_RecordingStarted, 4712, "/rec/two.rec");
 
     // The conversion thread has taken the first item and waits before it reports the start.
     std::promise<void> taken;

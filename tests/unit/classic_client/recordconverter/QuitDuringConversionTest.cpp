@@ -3,8 +3,8 @@
 
 #include "AppDelegate.h"
 #include "platform/BusySerialQueueMaker.h"
-#include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "support/FakePlatform.h"
+#include "support/MeetingNotifications.h"
 #include "support/RecordingTrace.h"
 #include "support/ScriptedMediaConverter.h"
 
@@ -32,14 +32,11 @@ protected:
     void start(std::int32_t pid, const std::string& path) {
         fake.fileManager.addFile(path);
         fake.distributedCenter.deliver(
-            {kMeetingRecordNotificationName_RecordingStarted, std::nullopt,
-             platform::UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, pid},
-                                {kMeetingRecordNotificationKey_RecordIntermediatePath, path}}});
+            test::meetingNotification(kMeetingRecordNotificationName_RecordingStarted, pid, path));
     }
 
     void quit(std::int32_t pid) {
-        fake.distributedCenter.deliver({kMeetingRecordNotificationName_MeetingAppQuit, std::nullopt,
-                                        platform::UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, pid}}});
+        fake.distributedCenter.deliver(test::meetingNotification(kMeetingRecordNotificationName_MeetingAppQuit, pid));
     }
 
     /// Runs the oldest task of the conversion queue, and then the tasks that it has put on the main queue.
@@ -48,26 +45,19 @@ protected:
         fake.mainQueue.drain();
     }
 
-    void closeAllBubbles() {
-        for (; closed < fake.bubbleMaker.bubbles().size(); ++closed) {
-            fake.bubbleMaker.postWillClose(*fake.bubbleMaker.bubbles()[closed]);
-        }
-    }
-
     // Outlives the application, which traces its own end.
     bool isFirst = true;
     test::RecordingTrace trace;
     test::FakePlatform fake;
     platform::BusySerialQueueMaker queues{fake.serialQueues, fake.mainQueue};
     std::shared_ptr<AppDelegate> app;
-    std::size_t closed = 0;
 };
 
 TEST_F(QuitDuringConversionTest, IsDeclinedUntilTheUserHasSeenTheOutcome) {
     start(1, "/one.mkv");
     quit(1);
     step();
-    closeAllBubbles();
+    fake.bubbleMaker.closeAll();
     // The pool has dropped the second process, and its file is not scheduled yet: now the runner finds no job.
     start(2, "/two.mkv");
     trace.setOnLine([&](const test::TraceLine& line) {
@@ -91,7 +81,7 @@ TEST_F(QuitDuringConversionTest, IsDeclinedUntilTheUserHasSeenTheOutcome) {
     fake.runLoop.advance(2s);
     EXPECT_TRUE(fake.application.terminateSenders().empty()) << "the outcome is on the screen";
     EXPECT_EQ(fake.application.declinedCount(), 3U);
-    closeAllBubbles();
+    fake.bubbleMaker.closeAll();
     fake.runLoop.advance(1s);
     EXPECT_EQ(fake.application.terminateSenders().size(), 1U);
 }
