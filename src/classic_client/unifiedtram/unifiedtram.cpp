@@ -94,13 +94,6 @@ const char* KTRTRACEFILENAME2() {
     va_end(arguments);                                                                                                 \
     return result
 
-#ifdef __clang__  // GCC would warn: its callers pass their format through this function
-KTR_PRINTF(3, 4)
-#endif
-std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...) {
-    KTR_TRACE_AND_RETURN(level, module);
-}
-
 std::int32_t KTRDEBUG(const char* format, ...) {
     KTR_TRACE_AND_RETURN(kKTRTraceLevelDebug, nullptr);
 }

@@ -80,47 +80,29 @@ KTR_EXPORTED std::int32_t MacErrorTrace2(const char* module, const char* format,
 KTR_EXPORTED const char* MacTraceFileName2();
 }
 
-/// The functions below call this once they have seen a plug-in; do not call it directly. They have already checked the
-/// format.
-KTR_EXPORTED std::int32_t KTRTRACEHEARD(std::uint64_t level, const char* module, const char* format, ...);
-
-// A variadic function stores its arguments before its first statement, whether it needs them or not. Callers built by
-// GCC therefore look for the plug-in themselves, so that a line without a plug-in costs a test but no call. Every other
-// caller uses the real functions.
+// A variadic function stores its arguments before its first statement, whether it needs them or not. GCC therefore
+// expands the four functions that the application calls at the caller, which tests for the plug-in first. Without a
+// plug-in this saves 25 instructions of a call: 0.9 ns instead of 2.3 (bench/core_bench.cpp). The name with "Called" is
+// the real function, because an expanded function cannot call itself. Clang cannot pass the arguments on, so its
+// callers use the real functions.
 #if defined(__GNUC__) && !defined(__clang__)
 
-#define KTR_AT_CALLER extern inline __attribute__((always_inline, gnu_inline)) std::int32_t
-#define KTR_TRACE_IF_HEARD(level, module)                                                                              \
-    {                                                                                                                  \
+#define KTR_TRACE_AT_CALLER(function)                                                                                  \
+    KTR_EXPORTED std::int32_t function##Called(const char* module, const char* format, ...) __asm__(#function);        \
+    extern inline __attribute__((always_inline, gnu_inline)) std::int32_t function(const char* module,                 \
+                                                                                   const char* format, ...) {          \
         return g_ktrtrace.load(std::memory_order_acquire) == nullptr                                                   \
                    ? -1                                                                                                \
-                   : KTRTRACEHEARD(level, module, format, __builtin_va_arg_pack());                                    \
+                   : function##Called(module, format, __builtin_va_arg_pack());                                        \
     }
 
-// clang-format off
-KTR_AT_CALLER KTRDEBUG(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelDebug, nullptr)
-KTR_AT_CALLER KTRINFO(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelInfo, nullptr)
-KTR_AT_CALLER KTRWARN(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelWarning, nullptr)
-KTR_AT_CALLER KTRERROR(const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelError, nullptr)
-
-KTR_AT_CALLER KTRDEBUG2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelDebug, module)
-KTR_AT_CALLER KTRINFO2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelInfo, module)
-KTR_AT_CALLER KTRWARN2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelWarning, module)
-KTR_AT_CALLER KTRERROR2(const char* module, const char* format, ...) KTR_TRACE_IF_HEARD(kKTRTraceLevelError, module)
-
 extern "C" {
-KTR_AT_CALLER MacDebugTrace2(const char* module, const char* format, ...)
-    KTR_TRACE_IF_HEARD(kKTRTraceLevelDebug, module)
-KTR_AT_CALLER MacInfoTrace2(const char* module, const char* format, ...)
-    KTR_TRACE_IF_HEARD(kKTRTraceLevelInfo, module)
-KTR_AT_CALLER MacWarnTrace2(const char* module, const char* format, ...)
-    KTR_TRACE_IF_HEARD(kKTRTraceLevelWarning, module)
-KTR_AT_CALLER MacErrorTrace2(const char* module, const char* format, ...)
-    KTR_TRACE_IF_HEARD(kKTRTraceLevelError, module)
+KTR_TRACE_AT_CALLER(MacDebugTrace2)
+KTR_TRACE_AT_CALLER(MacInfoTrace2)
+KTR_TRACE_AT_CALLER(MacWarnTrace2)
+KTR_TRACE_AT_CALLER(MacErrorTrace2)
 }
-// clang-format on
 
-#undef KTR_AT_CALLER
-#undef KTR_TRACE_IF_HEARD
+#undef KTR_TRACE_AT_CALLER
 
 #endif
