@@ -10,7 +10,9 @@ namespace {
 
 class StandardErrorLog final : public SystemLog {
 public:
-    void write(const std::string& text) override { (void)std::fprintf(stderr, "record-converter: %s\n", text.c_str()); }
+    void write(const std::string& text) override {
+        static_cast<void>(std::fprintf(stderr, "record-converter: %s\n", text.c_str()));
+    }
 };
 
 Standard<SystemLog> shared;

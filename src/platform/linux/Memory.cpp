@@ -37,14 +37,14 @@ void keepMemoryTogether() {
     // Setting any value also stops the threshold from growing automatically. The images of one bubble are larger than
     // this; the core's allocations are far smaller.
     constexpr int threshold = 64 * 1024;
-    (void)::mallopt(M_MMAP_THRESHOLD, threshold);
-    (void)::mallopt(M_MXFAST, 0);
-    (void)::mallopt(M_ARENA_MAX, 1);
+    static_cast<void>(::mallopt(M_MMAP_THRESHOLD, threshold));
+    static_cast<void>(::mallopt(M_MXFAST, 0));
+    static_cast<void>(::mallopt(M_ARENA_MAX, 1));
 }
 
 void returnFreedMemory() {
     giveUpKeptBlocks();
-    (void)::malloc_trim(0);
+    static_cast<void>(::malloc_trim(0));
 }
 
 }  // namespace platform

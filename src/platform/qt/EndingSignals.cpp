@@ -58,7 +58,7 @@ struct EndingSignals::Source {
             struct sigaction current = {};
             sigaction(number, nullptr, &current);
             if (current.sa_handler == onSignal) {
-                (void)std::signal(number, SIG_DFL);
+                static_cast<void>(std::signal(number, SIG_DFL));
             }
         }
         notifier.setEnabled(false);

@@ -39,10 +39,10 @@ void redirect(int descriptor, const char* path, int flags) {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     const pid_t self = getpid();
-    (void)!write(report, &self, sizeof self);
+    static_cast<void>(!write(report, &self, sizeof self));
     execvp(vector.front(), vector.data());
     const int error = errno;
-    (void)!write(report, &error, sizeof error);
+    static_cast<void>(!write(report, &error, sizeof error));
     _exit(127);
 }
 

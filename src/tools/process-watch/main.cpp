@@ -75,7 +75,7 @@ public:
 private:
     static void say(std::int32_t pid, const std::string& what) {
         std::printf("%d %s\n", pid, what.c_str());
-        (void)std::fflush(stdout);
+        static_cast<void>(std::fflush(stdout));
     }
 };
 
@@ -123,10 +123,11 @@ int main(int argc, char* argv[]) {
     } else if (arguments.size() == 2 && arguments[0] == "guard") {
         guard(platform::integerReading(arguments[1]));
     } else {
-        (void)std::fputs("usage: process-watch list        every process: id, name, user id, user name\n"
-                         "       process-watch paths       what every process executes, where that can be known\n"
-                         "       process-watch guard PID   polls a process once a second until it has ended\n",
-                         stderr);
+        static_cast<void>(
+            std::fputs("usage: process-watch list        every process: id, name, user id, user name\n"
+                       "       process-watch paths       what every process executes, where that can be known\n"
+                       "       process-watch guard PID   polls a process once a second until it has ended\n",
+                       stderr));
         return usageError;
     }
     return 0;

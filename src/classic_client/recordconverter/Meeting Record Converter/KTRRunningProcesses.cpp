@@ -95,8 +95,9 @@ void requireListExactlyWithoutError(int error, const void* list) {
         return;
     }
     // Readers of crash reports know this check by its function, unit and line.
-    (void)std::fputs("Assertion failed: ((err == 0) == (*procList != NULL)), function GetBSDProcessList, file "
-                     "KTRRunningProcesses, line 109.\n",
-                     stderr);
+    static_cast<void>(
+        std::fputs("Assertion failed: ((err == 0) == (*procList != NULL)), function GetBSDProcessList, file "
+                   "KTRRunningProcesses, line 109.\n",
+                   stderr));
     std::abort();
 }

@@ -241,8 +241,7 @@ int main(int argc, char* argv[]) {
     }
     platform::keepMemoryTogether();
     // Neither is ever destroyed: when the process ends, the conversion queue may still be using them.
-    static const auto* const services = new StandardServices(resourcesFolder());
-    (void)services;
+    [[maybe_unused]] static const auto* const services = new StandardServices(resourcesFolder());
     setAppLocale(argc, argv);
 
     static auto& providers = *new Providers(argc, argv);
