@@ -1,10 +1,14 @@
 #include "mediaconverter/job/Mp4Boxes.h"
 
+#include "mediaconverter/ByteOrder.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <span>
 
 namespace mediaconverter {
 
@@ -12,52 +16,37 @@ namespace {
 
 constexpr int mostBoxes = 1000;
 
-/// The first 32 bits are the size; if they are 1, a 64-bit size follows the type.
-constexpr std::size_t shortHeader = 8;
-constexpr std::size_t longHeader = 16;
-
-std::uint64_t bigEndian(const unsigned char* bytes, std::size_t length) {
-    std::uint64_t value = 0;
-    for (std::size_t index = 0; index < length; ++index) {
-        value = value << 8U | bytes[index];
-    }
-    return value;
-}
-
-bool readAt(int descriptor, std::uint64_t position, unsigned char* bytes, std::size_t length) {
+/// Reads up to `bytes.size()` bytes. Returns their number; 0 on an error.
+std::size_t readAt(int descriptor, std::int64_t position, std::span<std::uint8_t> bytes) {
     ssize_t got = 0;
     do {
-        got = ::pread(descriptor, bytes, length, static_cast<off_t>(position));
+        got = ::pread(descriptor, bytes.data(), bytes.size(), position);
     } while (got < 0 && errno == EINTR);
-    return got == static_cast<ssize_t>(length);
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
 }
 
-std::optional<Mp4Box> boxAt(int descriptor, std::uint64_t position, std::uint64_t end) {
-    std::array<unsigned char, longHeader> header{};
-    if (end - position < shortHeader || !readAt(descriptor, position, header.data(), shortHeader)) {
+std::optional<FileBox> boxAt(int descriptor, std::int64_t position, std::int64_t end) {
+    std::array<std::uint8_t, longBoxHeader> bytes{};
+    const std::size_t wanted = std::min(bytes.size(), static_cast<std::size_t>(end - position));
+    const std::size_t have = readAt(descriptor, position, std::span(bytes).first(wanted));
+    const auto header = readBoxHeader(std::span(bytes).first(have));
+    if (!header || header->size == 0 || header->size > static_cast<std::uint64_t>(end - position)) {
         return std::nullopt;
     }
-    std::size_t length = shortHeader;
-    std::uint64_t size = bigEndian(header.data(), 4);
-    if (size == 1) {
-        if (end - position < longHeader || !readAt(descriptor, position, header.data(), longHeader)) {
-            return std::nullopt;
-        }
-        length = longHeader;
-        size = bigEndian(header.data() + shortHeader, 8);
-    }
-    if (size < length || size > end - position) {
-        return std::nullopt;
-    }
-    const std::string type(reinterpret_cast<const char*>(header.data()) + 4, 4);
-    return Mp4Box{type, position, position + length, position + size};
+    return FileBox{header->type, position, position + static_cast<std::int64_t>(header->length),
+                   position + static_cast<std::int64_t>(header->size)};
+}
+
+bool isQuickTime(int descriptor, const FileBox& fileType) {
+    std::array<std::uint8_t, 4> brand{};
+    return readAt(descriptor, fileType.content, brand) != brand.size() || bigEndian(brand, 0, 4) == boxType("qt  ");
 }
 
 }  // namespace
 
-std::optional<std::uint64_t> walkBoxes(int descriptor, std::uint64_t start, std::uint64_t end,
-                                       const std::function<void(const Mp4Box&)>& visit) {
-    std::uint64_t position = start;
+std::optional<std::int64_t> walkBoxes(int descriptor, std::int64_t start, std::int64_t end,
+                                      const std::function<void(const FileBox&)>& visit) {
+    std::int64_t position = start;
     for (int count = 0; position < end; ++count) {
         const auto box = count < mostBoxes ? boxAt(descriptor, position, end) : std::nullopt;
         if (!box) {
@@ -77,23 +66,20 @@ bool isFlatMp4(int descriptor) {
     bool hasType = false;
     bool hasData = false;
     bool hasFragments = false;
-    std::optional<Mp4Box> index;
-    const auto visit = [&](const Mp4Box& box) {
-        std::array<unsigned char, 4> brand{};
-        hasType =
-            hasType || (box.start == 0 && box.type == "ftyp" && readAt(descriptor, box.content, brand.data(), 4) &&
-                        std::string(brand.begin(), brand.end()) != "qt  ");
-        hasData = hasData || (box.type == "mdat" && box.end > box.content);
-        hasFragments = hasFragments || box.type == "moof";
-        index = box.type == "moov" ? box : index;
+    std::optional<FileBox> index;
+    const auto visit = [&](const FileBox& box) {
+        hasType = hasType || (box.start == 0 && box.is("ftyp") && !isQuickTime(descriptor, box));
+        hasData = hasData || (box.is("mdat") && box.end > box.content);
+        hasFragments = hasFragments || box.is("moof");
+        index = box.is("moov") ? box : index;
     };
-    if (walkBoxes(descriptor, 0, static_cast<std::uint64_t>(status.st_size), visit) || !hasType || !hasData || !index) {
+    if (walkBoxes(descriptor, 0, status.st_size, visit) || !hasType || !hasData || !index) {
         return false;
     }
     bool hasTrack = false;
-    const auto visitPart = [&](const Mp4Box& box) {
-        hasTrack = hasTrack || box.type == "trak";
-        hasFragments = hasFragments || box.type == "mvex";
+    const auto visitPart = [&](const FileBox& box) {
+        hasTrack = hasTrack || box.is("trak");
+        hasFragments = hasFragments || box.is("mvex");
     };
     return !walkBoxes(descriptor, index->content, index->end, visitPart) && hasTrack && !hasFragments;
 }

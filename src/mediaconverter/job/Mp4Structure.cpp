@@ -13,12 +13,12 @@ namespace mediaconverter {
 
 namespace {
 
-[[noreturn]] void refuse(const std::string& what, std::uint64_t position) {
+[[noreturn]] void refuse(const std::string& what, std::int64_t position) {
     throw JobFailure(ConversionError::proofFailed,
                      "the conversion program's result has " + what + " at byte " + std::to_string(position));
 }
 
-void walk(int descriptor, std::uint64_t start, std::uint64_t end, const std::function<void(const Mp4Box&)>& take) {
+void walk(int descriptor, std::int64_t start, std::int64_t end, const std::function<void(const FileBox&)>& take) {
     if (const auto place = walkBoxes(descriptor, start, end, take)) {
         refuse("no box, or too many of them,", *place);
     }
@@ -28,15 +28,15 @@ class TopLevel {
 public:
     explicit TopLevel(int descriptor) : descriptor_(descriptor) {}
 
-    void add(const Mp4Box& box) {
-        if ((box.start == 0) != (box.type == "ftyp")) {
+    void add(const FileBox& box) {
+        if ((box.start == 0) != (box.is("ftyp"))) {
             refuse("no file type, or another one,", box.start);
         }
-        if (box.type == "moov") {
+        if (box.is("moov")) {
             addIndex(box);
-        } else if (box.type == "mdat") {
+        } else if (box.is("mdat")) {
             addData(box);
-        } else if (box.type != "ftyp" && box.type != "free") {
+        } else if (!box.is("ftyp") && !box.is("free")) {
             refuse("an unexpected box", box.start);
         }
     }
@@ -48,15 +48,15 @@ public:
     }
 
 private:
-    void addIndex(const Mp4Box& index) {
+    void addIndex(const FileBox& index) {
         if (hasIndex_) {
             refuse("another index", index.start);
         }
         bool hasHeader = false;
         bool hasTrack = false;
-        walk(descriptor_, index.content, index.end, [&](const Mp4Box& box) {
-            hasHeader = hasHeader || box.type == "mvhd";
-            hasTrack = hasTrack || box.type == "trak";
+        walk(descriptor_, index.content, index.end, [&](const FileBox& box) {
+            hasHeader = hasHeader || box.is("mvhd");
+            hasTrack = hasTrack || box.is("trak");
         });
         if (!hasHeader || !hasTrack) {
             refuse("an index without a header or a track", index.start);
@@ -64,7 +64,7 @@ private:
         hasIndex_ = true;
     }
 
-    void addData(const Mp4Box& data) {
+    void addData(const FileBox& data) {
         if (!hasIndex_) {
             refuse("data before the index", data.start);
         }
@@ -84,7 +84,7 @@ void requireWholeMp4(int descriptor) {
         throw JobFailure::ofSystem(ConversionError::proofFailed, errno);
     }
     TopLevel found(descriptor);
-    walk(descriptor, 0, static_cast<std::uint64_t>(status.st_size), [&](const Mp4Box& box) { found.add(box); });
+    walk(descriptor, 0, status.st_size, [&](const FileBox& box) { found.add(box); });
     found.requireComplete();
 }
 

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/ChannelLayoutBox.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/Boxes.h"
+#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/Failure.h"
 
 #include <array>
@@ -10,7 +11,9 @@ namespace worker {
 
 namespace {
 
-constexpr std::size_t boxHeader = 8;
+using mediaconverter::bigEndian;
+
+constexpr std::size_t boxHeader = mediaconverter::shortBoxHeader;
 constexpr std::size_t listHeader = 16;  // of a sample description box: includes version, flags and count
 
 /// The path from the track box inwards.
@@ -49,31 +52,19 @@ std::vector<std::size_t> findDescription(std::span<const std::uint8_t> movie, st
     return chain;
 }
 
-void put32(std::vector<std::uint8_t>& out, std::uint32_t value) {
-    for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-        out.push_back(static_cast<std::uint8_t>(value >> shift));
-    }
-}
-
 std::vector<std::uint8_t> layoutBox(std::uint32_t mask) {
     constexpr std::uint32_t length = 24;
+    constexpr std::uint32_t noDescriptions = 0;
     std::vector<std::uint8_t> box;
-    put32(box, length);
-    for (const char letter : std::string_view("chan")) {
-        box.push_back(static_cast<std::uint8_t>(letter));
+    mediaconverter::appendBoxHeader(box, mediaconverter::boxType("chan"), length);
+    for (const std::uint32_t field : {0U /* version and flags */, useBitmap, mask, noDescriptions}) {
+        mediaconverter::appendBigEndian(box, 4, field);
     }
-    put32(box, 0);  // version and flags
-    put32(box, useBitmap);
-    put32(box, mask);
-    put32(box, 0);  // no descriptions
     return box;
 }
 
 void grow(std::vector<std::uint8_t>& movie, std::size_t at, std::size_t by) {
-    const auto size = static_cast<std::uint32_t>(bigEndian(movie, at, 4) + by);
-    for (std::size_t index = 0; index < 4; ++index) {
-        movie[at + index] = static_cast<std::uint8_t>(size >> (24U - 8U * index));
-    }
+    mediaconverter::putBigEndian(movie, at, 4, bigEndian(movie, at, 4) + by);
 }
 
 void addLayout(std::vector<std::uint8_t>& movie, std::size_t track, std::uint32_t mask) {

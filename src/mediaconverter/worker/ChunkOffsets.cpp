@@ -1,8 +1,10 @@
 #include "mediaconverter/worker/ChunkOffsets.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/Boxes.h"
+#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/Failure.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace worker {
@@ -10,137 +12,91 @@ namespace worker {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
+using mediaconverter::appendBigEndian;
+using mediaconverter::bigEndian;
+using mediaconverter::boxType;
+using mediaconverter::MemoryBox;
+using mediaconverter::shortBoxHeader;
+using mediaconverter::versionAndFlags;
 
-constexpr std::uint32_t boxType(const char (&name)[5]) {
-    std::uint32_t value = 0;
-    for (int index = 0; index < 4; ++index) {
-        value = (value << 8U) | static_cast<std::uint8_t>(name[index]);
-    }
-    return value;
-}
-
-constexpr std::size_t boxHeader = 8;
-constexpr std::size_t tableHeader = 16;  // size, type, version and flags, count
-
-std::uint32_t read32(Bytes bytes, std::size_t at) {
-    return static_cast<std::uint32_t>(bigEndian(bytes, at, 4));
-}
-
-std::uint64_t read64(Bytes bytes, std::size_t at) {
-    return bigEndian(bytes, at, 8);
-}
-
-void append32(std::vector<std::uint8_t>& out, std::uint32_t value) {
-    for (unsigned bits = 32; bits > 0; bits -= 8) {
-        out.push_back(static_cast<std::uint8_t>(value >> (bits - 8)));
-    }
-}
-
-void append64(std::vector<std::uint8_t>& out, std::uint64_t value) {
-    append32(out, static_cast<std::uint32_t>(value >> 32U));
-    append32(out, static_cast<std::uint32_t>(value));
-}
-
-void write32(std::vector<std::uint8_t>& out, std::size_t at, std::uint32_t value) {
-    for (std::size_t index = 0; index < 4; ++index) {
-        out[at + index] = static_cast<std::uint8_t>(value >> (24U - 8U * index));
-    }
-}
+/// In the content of a table's box: version and flags, then the number of offsets.
+constexpr std::size_t tableHeader = versionAndFlags + 4;
 
 [[noreturn]] void malformed() {
     throw Failure(ConversionError::containerFailed, "the index is malformed");
 }
 
-/// The box at the start of `bytes`.
-Bytes firstBox(Bytes bytes) {
-    if (bytes.size() < boxHeader) {
+/// Removes the first box.
+MemoryBox popBox(Bytes& bytes) {
+    const auto box = mediaconverter::popBox(bytes);
+    if (!box) {
         malformed();
     }
-    const std::size_t size = read32(bytes, 0);
-    if (size < boxHeader || size > bytes.size()) {
-        malformed();
-    }
-    return bytes.first(size);
+    return *box;
 }
 
-bool isOnTheWayToOffsets(std::uint32_t type) {
-    return type == boxType("moov") || type == boxType("trak") || type == boxType("mdia") || type == boxType("minf") ||
-           type == boxType("stbl");
+bool isOnTheWayToOffsets(const MemoryBox& box) {
+    return box.is("moov") || box.is("trak") || box.is("mdia") || box.is("minf") || box.is("stbl");
 }
 
-std::size_t countOf(Bytes table, std::size_t width) {
-    if (table.size() < tableHeader) {
+std::size_t countOf(const MemoryBox& table, std::size_t width) {
+    if (table.content.size() < tableHeader) {
         malformed();
     }
-    const std::size_t count = read32(table, 12);
-    if ((table.size() - tableHeader) / width < count) {
+    const std::size_t count = bigEndian(table.content, versionAndFlags, 4);
+    if ((table.content.size() - tableHeader) / width < count) {
         malformed();
     }
     return count;
 }
 
-void appendNarrowTable(std::vector<std::uint8_t>& out, Bytes table, std::uint64_t shift) {
-    const std::size_t count = countOf(table, 4);
+/// Appends the table with offsets of `newWidth` bytes in place of `width`.
+void appendTable(std::vector<std::uint8_t>& out, const MemoryBox& table, std::size_t width, std::size_t newWidth,
+                 std::uint64_t shift) {
+    const std::size_t count = countOf(table, width);
+    const std::uint32_t type = newWidth == 4 ? boxType("stco") : boxType("co64");
+    mediaconverter::appendBoxHeader(out, type, shortBoxHeader + tableHeader + count * newWidth);
+    out.insert(out.end(), table.content.begin(), table.content.begin() + tableHeader);
+    for (std::size_t index = 0; index < count; ++index) {
+        appendBigEndian(out, newWidth, bigEndian(table.content, tableHeader + width * index, width) + shift);
+    }
+}
+
+/// Whether the shifted offsets still fit into 32 bits.
+bool staysNarrow(const MemoryBox& table, std::uint64_t shift) {
     std::uint64_t largest = 0;
-    for (std::size_t index = 0; index < count; ++index) {
-        largest = std::max<std::uint64_t>(largest, read32(table, tableHeader + 4 * index));
+    for (std::size_t index = countOf(table, 4); index > 0; --index) {
+        largest = std::max(largest, bigEndian(table.content, tableHeader + 4 * (index - 1), 4));
     }
-    const bool wide = largest + shift > std::numeric_limits<std::uint32_t>::max();
-    append32(out, static_cast<std::uint32_t>(tableHeader + count * (wide ? 8 : 4)));
-    append32(out, wide ? boxType("co64") : boxType("stco"));
-    append32(out, read32(table, 8));
-    append32(out, static_cast<std::uint32_t>(count));
-    for (std::size_t index = 0; index < count; ++index) {
-        const std::uint64_t offset = read32(table, tableHeader + 4 * index) + shift;
-        if (wide) {
-            append64(out, offset);
-        } else {
-            append32(out, static_cast<std::uint32_t>(offset));
-        }
-    }
+    return largest + shift <= std::numeric_limits<std::uint32_t>::max();
 }
 
-void appendWideTable(std::vector<std::uint8_t>& out, Bytes table, std::uint64_t shift) {
-    const std::size_t count = countOf(table, 8);
-    out.insert(out.end(), table.begin(), table.begin() + tableHeader);
-    for (std::size_t index = 0; index < count; ++index) {
-        append64(out, read64(table, tableHeader + 8 * index) + shift);
-    }
-    const Bytes rest = table.subspan(tableHeader + 8 * count);
-    out.insert(out.end(), rest.begin(), rest.end());
-}
-
-void appendShifted(std::vector<std::uint8_t>& out, Bytes box, std::uint64_t shift) {
-    const std::uint32_t type = read32(box, 4);
-    if (type == boxType("stco")) {
-        appendNarrowTable(out, box, shift);
-    } else if (type == boxType("co64")) {
-        appendWideTable(out, box, shift);
-    } else if (!isOnTheWayToOffsets(type)) {
-        out.insert(out.end(), box.begin(), box.end());
+void appendShifted(std::vector<std::uint8_t>& out, const MemoryBox& box, std::uint64_t shift) {
+    if (box.is("stco")) {
+        appendTable(out, box, 4, staysNarrow(box, shift) ? 4 : 8, shift);
+    } else if (box.is("co64")) {
+        appendTable(out, box, 8, 8, shift);
+    } else if (!isOnTheWayToOffsets(box)) {
+        out.insert(out.end(), box.whole.begin(), box.whole.end());
     } else {
         const std::size_t start = out.size();
-        out.insert(out.end(), box.begin(), box.begin() + boxHeader);
-        for (Bytes rest = box.subspan(boxHeader); !rest.empty();) {
-            const Bytes inner = firstBox(rest);
-            appendShifted(out, inner, shift);
-            rest = rest.subspan(inner.size());
+        mediaconverter::appendBoxHeader(out, box.type, shortBoxHeader);
+        for (Bytes rest = box.content; !rest.empty();) {
+            appendShifted(out, popBox(rest), shift);
         }
-        write32(out, start, static_cast<std::uint32_t>(out.size() - start));
+        mediaconverter::putBigEndian(out, start, 4, out.size() - start);
     }
 }
 
-std::size_t offsetBytes(Bytes box) {
-    const std::uint32_t type = read32(box, 4);
-    if (type == boxType("stco")) {
-        return box.size();
+/// Bytes of all tables of 32-bit offsets.
+std::size_t narrowTables(const MemoryBox& box) {
+    if (box.is("stco")) {
+        return box.whole.size();
     }
     std::size_t sum = 0;
-    if (isOnTheWayToOffsets(type)) {
-        for (Bytes rest = box.subspan(boxHeader); !rest.empty();) {
-            const Bytes inner = firstBox(rest);
-            sum += offsetBytes(inner);
-            rest = rest.subspan(inner.size());
+    if (isOnTheWayToOffsets(box)) {
+        for (Bytes rest = box.content; !rest.empty();) {
+            sum += narrowTables(popBox(rest));
         }
     }
     return sum;
@@ -151,12 +107,12 @@ std::size_t offsetBytes(Bytes box) {
 std::vector<std::uint8_t> withShiftedChunkOffsets(std::span<const std::uint8_t> movie, std::uint64_t shift) {
     std::vector<std::uint8_t> out;
     out.reserve(largestWithShiftedChunkOffsets(movie));
-    appendShifted(out, firstBox(movie), shift);
+    appendShifted(out, popBox(movie), shift);
     return out;
 }
 
 std::size_t largestWithShiftedChunkOffsets(std::span<const std::uint8_t> movie) {
-    return movie.size() + offsetBytes(firstBox(movie));
+    return movie.size() + narrowTables(popBox(movie));
 }
 
 }  // namespace worker

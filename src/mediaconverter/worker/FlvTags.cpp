@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/FlvTags.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <array>
 #include <cstddef>
@@ -10,6 +10,8 @@
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 // A tag has a header of eleven bytes (kind, size of the content, time, stream), the content, and the total size again
 // (Adobe Flash Video File Format Specification 10.1, annex E.4).

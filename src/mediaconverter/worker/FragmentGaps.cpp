@@ -1,11 +1,10 @@
 #include "mediaconverter/worker/FragmentGaps.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/Boxes.h"
 #include "mediaconverter/worker/FragmentHeader.h"
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <map>
 #include <optional>
 #include <set>
@@ -16,8 +15,10 @@ namespace worker {
 
 namespace {
 
-constexpr std::int64_t boxHeader = 8;
-constexpr std::int64_t longBoxHeader = 16;
+using mediaconverter::boxType;
+using mediaconverter::FileBox;
+using mediaconverter::longBoxHeader;
+using mediaconverter::shortBoxHeader;
 
 /// No writer creates larger headers, and a damaged size is usually larger.
 constexpr std::int64_t mostHeader = std::int64_t{16} << 20U;
@@ -25,60 +26,39 @@ constexpr std::int64_t mostHeader = std::int64_t{16} << 20U;
 constexpr std::size_t searchStep = std::size_t{1} << 20U;
 constexpr std::size_t mostGaps = 1000;
 
-struct Box {
-    std::int64_t start = 0;
-    std::int64_t size = 0;
-    std::int64_t content = 0;
-    std::array<char, 4> type = {};
+constexpr std::array<std::uint32_t, 18> topLevel = {
+    boxType("ftyp"), boxType("styp"), boxType("moov"), boxType("moof"), boxType("mdat"), boxType("free"),
+    boxType("skip"), boxType("sidx"), boxType("ssix"), boxType("mfra"), boxType("uuid"), boxType("prft"),
+    boxType("emsg"), boxType("meta"), boxType("wide"), boxType("pdin"), boxType("pssh"), boxType("junk")};
 
-    bool is(std::string_view name) const { return std::string_view(type.data(), type.size()) == name; }
-
-    template<std::size_t N>
-    bool isOneOf(const std::array<std::string_view, N>& names) const {
-        return std::any_of(names.begin(), names.end(), [this](std::string_view name) { return is(name); });
-    }
-};
-
-constexpr std::array<std::string_view, 18> topLevel = {"ftyp", "styp", "moov", "moof", "mdat", "free",
-                                                       "skip", "sidx", "ssix", "mfra", "uuid", "prft",
-                                                       "emsg", "meta", "wide", "pdin", "pssh", "junk"};
-std::optional<Box> boxAt(const SourceReader& reader, std::int64_t position, std::int64_t limit) {
-    std::array<std::uint8_t, longBoxHeader> bytes{};
-    const std::size_t have = reader.peek(position, bytes.data(), bytes.size());
-    if (have < static_cast<std::size_t>(boxHeader)) {
-        return std::nullopt;
-    }
-    Box box;
-    box.start = position;
-    box.content = position + boxHeader;
-    std::memcpy(box.type.data(), bytes.data() + 4, box.type.size());
-    std::uint64_t size = bigEndian(bytes, 0, 4);
-    if (size == 1 && have == bytes.size()) {
-        size = bigEndian(bytes, 8, 8);
-        box.content = position + longBoxHeader;
-    } else if (size == 0 && box.is("mdat")) {
-        size = static_cast<std::uint64_t>(limit - position);
-    }
-    if (size < static_cast<std::uint64_t>(box.content - position) || size > (std::uint64_t{1} << 62U)) {
-        return std::nullopt;
-    }
-    box.size = static_cast<std::int64_t>(size);
-    return box;
+bool isTopLevel(const FileBox& box) {
+    return std::find(topLevel.begin(), topLevel.end(), box.type) != topLevel.end();
 }
 
-std::vector<std::uint8_t> contentOf(const SourceReader& reader, const Box& box) {
-    std::vector<std::uint8_t> bytes(box.size > mostHeader ? 0 : static_cast<std::size_t>(box.size));
+std::int64_t sizeOf(const FileBox& box) {
+    return box.end - box.start;
+}
+
+std::optional<FileBox> boxAt(const SourceReader& reader, std::int64_t position) {
+    std::array<std::uint8_t, longBoxHeader> bytes{};
+    const std::size_t have = reader.peek(position, bytes.data(), bytes.size());
+    return mediaconverter::placeBox(std::span(bytes).first(have), position, reader.size());
+}
+
+std::vector<std::uint8_t> contentOf(const SourceReader& reader, const FileBox& box) {
+    std::vector<std::uint8_t> bytes(sizeOf(box) > mostHeader ? 0 : static_cast<std::size_t>(sizeOf(box)));
     bytes.resize(reader.peek(box.start, bytes.data(), bytes.size()));
     return bytes;
 }
 
 /// None if this is not, or no longer, the complete header of a fragment. Charges `budget` for what it reads, because
 /// nested boxes would be read again and again.
-std::optional<FragmentHeader> headerAt(const SourceReader& reader, const Box& box, std::int64_t& budget) {
-    if (!box.is("moof") || box.size > mostHeader || box.size > reader.size() - box.start || box.size > budget) {
+std::optional<FragmentHeader> headerAt(const SourceReader& reader, const FileBox& box, std::int64_t& budget) {
+    if (!box.is("moof") || sizeOf(box) > mostHeader || sizeOf(box) > reader.size() - box.start ||
+        sizeOf(box) > budget) {
         return std::nullopt;
     }
-    budget -= box.size;
+    budget -= sizeOf(box);
     return parseFragmentHeader(contentOf(reader, box));
 }
 
@@ -86,7 +66,7 @@ std::optional<FragmentHeader> headerAt(const SourceReader& reader, const Box& bo
 std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_t position, std::int64_t& budget) {
     std::vector<std::uint8_t> block(searchStep);
     constexpr std::string_view name = "moof";
-    while (position + boxHeader <= reader.size()) {
+    while (position + static_cast<std::int64_t>(shortBoxHeader) <= reader.size()) {
         const std::size_t have = reader.peek(position, block.data(), block.size());
         for (auto at = block.begin(), end = block.begin() + static_cast<std::ptrdiff_t>(have); at != end;) {
             at = std::search(at, end, name.begin(), name.end());
@@ -94,7 +74,7 @@ std::optional<std::int64_t> nextFragment(const SourceReader& reader, std::int64_
                 break;
             }
             const std::int64_t start = position + (at - block.begin()) - 4;
-            const auto box = start >= 0 ? boxAt(reader, start, reader.size()) : std::nullopt;
+            const auto box = start >= 0 ? boxAt(reader, start) : std::nullopt;
             if (box && headerAt(reader, *box, budget)) {
                 return start;
             }
@@ -116,10 +96,10 @@ public:
     /// `tracks` are those that may have fragments; empty if unknown.
     void setTracks(std::set<std::uint32_t> tracks) { tracks_ = std::move(tracks); }
 
-    void addHeader(const Box& box, FragmentHeader header);
+    void addHeader(const FileBox& box, FragmentHeader header);
 
     /// The data after the last header.
-    void addData(const Box& box);
+    void addData(const FileBox& box);
 
     /// The positions of headers that are damaged although their boxes are intact.
     std::vector<FragmentGap> findOdd();
@@ -144,7 +124,7 @@ private:
         }
     };
 
-    static bool fits(const Fragment& fragment, const FragmentHeader& header, const Box& data);
+    static bool fits(const Fragment& fragment, const FragmentHeader& header, const FileBox& data);
     void markStrayTimes(const std::vector<Part>& parts);
 
     std::set<std::uint32_t> tracks_;
@@ -153,7 +133,7 @@ private:
     FragmentHeader last_;
 };
 
-void Fragments::addHeader(const Box& box, FragmentHeader header) {
+void Fragments::addHeader(const FileBox& box, FragmentHeader header) {
     bool isOdd = false;
     for (const TrackFragment& track : header.tracks) {
         isOdd = isOdd || (!tracks_.empty() && !tracks_.contains(track.track));
@@ -162,18 +142,18 @@ void Fragments::addHeader(const Box& box, FragmentHeader header) {
                 {fragments_.size(), *track.decodeTime, track.duration.value_or(0), track.samples <= 1});
         }
     }
-    fragments_.push_back({box.start, box.start + box.size, isOdd});
+    fragments_.push_back({box.start, box.end, isOdd});
     last_ = std::move(header);
 }
 
-void Fragments::addData(const Box& box) {
+void Fragments::addData(const FileBox& box) {
     if (!fragments_.empty() && fragments_.back().end == box.start && !fits(fragments_.back(), last_, box)) {
         fragments_.back().isOdd = true;
     }
 }
 
 /// Whether the header and the data after it are consistent.
-bool Fragments::fits(const Fragment& fragment, const FragmentHeader& header, const Box& data) {
+bool Fragments::fits(const Fragment& fragment, const FragmentHeader& header, const FileBox& data) {
     if (!header.dataSize) {
         return true;
     }
@@ -183,7 +163,7 @@ bool Fragments::fits(const Fragment& fragment, const FragmentHeader& header, con
             return false;
         }
     }
-    return *header.dataSize == static_cast<std::uint64_t>(data.start + data.size - data.content) &&
+    return *header.dataSize == static_cast<std::uint64_t>(data.end - data.content) &&
            std::all_of(header.tracks.begin(), header.tracks.end(), [&](const TrackFragment& track) {
                return !track.base || *track.base == static_cast<std::uint64_t>(fragment.start);
            });
@@ -231,9 +211,9 @@ Fragmentation findFragments(const SourceReader& reader) {
     // Intact headers take a small part of the file.
     std::int64_t budget = 2 * reader.size() + 2 * mostHeader;
     for (std::int64_t position = 0; position < reader.size() && gaps.size() < mostGaps;) {
-        const auto box = boxAt(reader, position, reader.size());
+        const auto box = boxAt(reader, position);
         auto header = box ? headerAt(reader, *box, budget) : std::nullopt;
-        if (box && box->isOneOf(topLevel) && (!box->is("moof") || header)) {
+        if (box && isTopLevel(*box) && (!box->is("moof") || header)) {
             if (header) {
                 isFragmented = true;
                 found.first = std::min(found.first, box->start);
@@ -245,7 +225,7 @@ Fragmentation findFragments(const SourceReader& reader) {
             }
             // With a damaged size the walk ends beyond the end of the file; the last box of an intact file may be cut
             // too.
-            position += box->size;
+            position = box->end;
             continue;
         }
         const auto next = nextFragment(reader, position + 4, budget);
@@ -255,7 +235,7 @@ Fragmentation findFragments(const SourceReader& reader) {
         // After the last complete fragment there may be the start of another, which would make a demuxer reject
         // everything.
         const std::int64_t end = next.value_or(reader.size());
-        if (end - position >= longBoxHeader) {
+        if (end - position >= static_cast<std::int64_t>(longBoxHeader)) {
             gaps.push_back({position, end});
         }
         position = end;

@@ -1,53 +1,41 @@
 #include "mediaconverter/worker/FragmentHeader.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/Boxes.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <string_view>
 
 namespace worker {
 
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
+using mediaconverter::bigEndian;
+using mediaconverter::boxesThatFill;
+using mediaconverter::boxType;
+using mediaconverter::MemoryBox;
+using mediaconverter::versionAndFlags;
 
-constexpr std::size_t boxHeader = 8;
-constexpr std::size_t fullBoxHeader = 12;  // includes version and flags
-
-constexpr std::array<std::string_view, 6> inFragment = {"mfhd", "traf", "pssh", "uuid", "free", "meta"};
-constexpr std::array<std::string_view, 16> inTrack = {"tfhd", "tfdt", "trun", "sdtp", "sbgp", "sgpd", "subs", "saiz",
-                                                      "saio", "senc", "uuid", "free", "meta", "udta", "tfxd", "tfrf"};
-
-std::string_view typeOf(Bytes box) {
-    return {reinterpret_cast<const char*>(box.data()) + 4, 4};
-}
-
-/// The boxes that fill `bytes`; none if they do not fill it exactly.
-std::optional<std::vector<Bytes>> boxesIn(Bytes bytes) {
-    std::vector<Bytes> boxes;
-    while (!bytes.empty()) {
-        const std::uint64_t size = bytes.size() < boxHeader ? 0 : bigEndian(bytes, 0, 4);
-        if (size < boxHeader || size > bytes.size()) {
-            return std::nullopt;
-        }
-        boxes.push_back(bytes.first(size));
-        bytes = bytes.subspan(size);
-    }
-    return boxes;
-}
+constexpr std::array<std::uint32_t, 6> inFragment = {boxType("mfhd"), boxType("traf"), boxType("pssh"),
+                                                     boxType("uuid"), boxType("free"), boxType("meta")};
+constexpr std::array<std::uint32_t, 16> inTrack = {boxType("tfhd"), boxType("tfdt"), boxType("trun"), boxType("sdtp"),
+                                                   boxType("sbgp"), boxType("sgpd"), boxType("subs"), boxType("saiz"),
+                                                   boxType("saio"), boxType("senc"), boxType("uuid"), boxType("free"),
+                                                   boxType("meta"), boxType("udta"), boxType("tfxd"), boxType("tfrf")};
 
 template<std::size_t N>
-bool areAllOf(const std::vector<Bytes>& boxes, const std::array<std::string_view, N>& types) {
-    return std::all_of(boxes.begin(), boxes.end(),
-                       [&](Bytes box) { return std::find(types.begin(), types.end(), typeOf(box)) != types.end(); });
+bool areAllOf(const std::vector<MemoryBox>& boxes, const std::array<std::uint32_t, N>& types) {
+    return std::all_of(boxes.begin(), boxes.end(), [&](const MemoryBox& box) {
+        return std::find(types.begin(), types.end(), box.type) != types.end();
+    });
 }
 
-/// Reads fields one after the other, and remembers whether all of them existed.
+/// Reads the fields of a box one after the other, and remembers whether all of them existed.
 class Fields {
 public:
-    explicit Fields(Bytes box) : bytes_(box), at_(fullBoxHeader) {}
+    explicit Fields(Bytes content) : bytes_(content), at_(versionAndFlags) {}
 
     std::uint64_t next(std::size_t width) {
         if (bytes_.size() - std::min(at_, bytes_.size()) < width) {
@@ -66,8 +54,8 @@ private:
     bool isShort_ = false;
 };
 
-std::uint32_t flagsOf(Bytes box) {
-    return static_cast<std::uint32_t>(bigEndian(box, 9, 3));
+std::uint32_t flagsOf(Bytes content) {
+    return static_cast<std::uint32_t>(bigEndian(content, 1, 3));
 }
 
 void add(std::optional<std::uint64_t>& sum, std::optional<std::uint64_t> value) {
@@ -83,35 +71,35 @@ class TrackReader {
 public:
     explicit TrackReader(FragmentHeader& header) : header_(header) {}
 
-    bool read(Bytes box) {
-        const auto boxes = boxesIn(box.subspan(boxHeader));
+    bool read(Bytes content) {
+        const auto boxes = boxesThatFill(content);
         if (!boxes || !areAllOf(*boxes, inTrack)) {
             return false;
         }
         track_.duration = 0;
         bool hasHeader = false;
-        for (const Bytes inner : *boxes) {
-            const std::string_view type = typeOf(inner);
-            if ((type == "tfhd" || type == "tfdt" || type == "trun") && inner.size() < fullBoxHeader) {
+        for (const MemoryBox& box : *boxes) {
+            const bool isRead = box.is("tfhd") || box.is("tfdt") || box.is("trun");
+            if (isRead && box.content.size() < versionAndFlags) {
                 return false;
             }
-            const bool isFine = type == "tfhd"   ? readHeader(inner)
-                                : type == "tfdt" ? readTime(inner)
-                                : type == "trun" ? hasHeader && readRun(inner)
+            const bool isFine = box.is("tfhd")   ? readHeader(box.content)
+                                : box.is("tfdt") ? readTime(box.content)
+                                : box.is("trun") ? hasHeader && readRun(box.content)
                                                  : true;
             if (!isFine) {
                 return false;
             }
-            hasHeader = hasHeader || type == "tfhd";
+            hasHeader = hasHeader || box.is("tfhd");
         }
         header_.tracks.push_back(track_);
         return hasHeader;
     }
 
 private:
-    bool readHeader(Bytes box) {
-        const std::uint32_t flags = flagsOf(box);
-        Fields fields(box);
+    bool readHeader(Bytes content) {
+        const std::uint32_t flags = flagsOf(content);
+        Fields fields(content);
         track_.track = static_cast<std::uint32_t>(fields.next(4));
         if ((flags & 0x1U) != 0) {
             track_.base = fields.next(8);
@@ -131,17 +119,17 @@ private:
         return fields.areExact();
     }
 
-    bool readTime(Bytes box) {
-        Fields fields(box);
-        track_.decodeTime = fields.next(box[8] == 0 ? 4 : 8);
+    bool readTime(Bytes content) {
+        Fields fields(content);
+        track_.decodeTime = fields.next(content[0] == 0 ? 4 : 8);
         return fields.areExact();
     }
 
-    bool readRun(Bytes box) {
+    bool readRun(Bytes content) {
         constexpr std::uint32_t durations = 0x100;
         constexpr std::uint32_t sizes = 0x200;
-        const std::uint32_t flags = flagsOf(box);
-        Fields fields(box);
+        const std::uint32_t flags = flagsOf(content);
+        Fields fields(content);
         const std::uint64_t count = fields.next(4);
         track_.samples += count;
         if ((flags & 0x1U) != 0) {
@@ -154,7 +142,7 @@ private:
         for (const std::uint32_t field : {durations, sizes, 0x400U, 0x800U}) {
             width += (flags & field) != 0 ? 4 : 0;
         }
-        if (count * width > box.size()) {
+        if (count * width > content.size()) {
             return false;
         }
         for (std::uint64_t sample = 0; sample < count && width > 0; ++sample) {
@@ -187,14 +175,15 @@ private:
 }  // namespace
 
 std::optional<FragmentHeader> parseFragmentHeader(Bytes box) {
-    const auto boxes = boxesIn(box.subspan(std::min(boxHeader, box.size())));
+    const auto fragment = mediaconverter::popBox(box);
+    const auto boxes = fragment ? boxesThatFill(fragment->content) : std::nullopt;
     if (!boxes || boxes->empty() || !areAllOf(*boxes, inFragment)) {
         return std::nullopt;
     }
     FragmentHeader header;
     header.dataSize = 0;
-    for (const Bytes inner : *boxes) {
-        if (typeOf(inner) == "traf" && !TrackReader(header).read(inner)) {
+    for (const MemoryBox& inner : *boxes) {
+        if (inner.is("traf") && !TrackReader(header).read(inner.content)) {
             return std::nullopt;
         }
     }
@@ -203,14 +192,11 @@ std::optional<FragmentHeader> parseFragmentHeader(Bytes box) {
 
 std::set<std::uint32_t> fragmentedTracks(Bytes box) {
     std::set<std::uint32_t> tracks;
-    for (const Bytes outer : boxesIn(box.subspan(std::min(boxHeader, box.size()))).value_or(std::vector<Bytes>())) {
-        if (typeOf(outer) != "mvex") {
-            continue;
-        }
-        for (const Bytes inner : boxesIn(outer.subspan(boxHeader)).value_or(std::vector<Bytes>())) {
-            if (typeOf(inner) == "trex" && inner.size() >= fullBoxHeader + 4) {
-                tracks.insert(static_cast<std::uint32_t>(bigEndian(inner, fullBoxHeader, 4)));
-            }
+    const auto movie = mediaconverter::popBox(box);
+    Bytes extensions = movie ? mediaconverter::childOf(movie->content, boxType("mvex")) : Bytes();
+    while (const auto inner = mediaconverter::popBox(extensions)) {
+        if (inner->is("trex") && inner->content.size() >= versionAndFlags + 4) {
+            tracks.insert(static_cast<std::uint32_t>(bigEndian(inner->content, versionAndFlags, 4)));
         }
     }
     return tracks;

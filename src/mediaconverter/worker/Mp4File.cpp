@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/Mp4File.h"
 
+#include "mediaconverter/Boxes.h"
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/ChannelLayoutBox.h"
 #include "mediaconverter/worker/ChunkOffsets.h"
@@ -22,7 +23,7 @@ namespace {
 
 /// For the muxer's own small writes.
 constexpr int bufferSize = 32 * 1024;
-constexpr std::int64_t boxHeader = 8;
+constexpr std::int64_t boxHeader = mediaconverter::shortBoxHeader;
 /// The box has two words and one for each brand.
 constexpr std::int64_t mostFileType = 64;
 constexpr std::int64_t moveStep = std::int64_t{4} * 1024 * 1024;
@@ -78,7 +79,7 @@ void Mp4File::headerWritten() {
 void Mp4File::dataWritten() {
     avio_flush(context_);
     requireNoError();
-    finishing_ = true;
+    phase_ = Phase::tail;
     tailStart_ = position_;
 }
 
@@ -112,12 +113,11 @@ int Mp4File::writeCallback(void* self, ffmpeg::WrittenByte* bytes, int length) {
 int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
     const int result = static_cast<int>(length);
     keepFileType(bytes, length);
-    if (finishing_ && position_ >= tailStart_) {
+    if (phase_ != Phase::data && position_ >= tailStart_) {
         return keep(bytes, length) ? result : AVERROR(ENOMEM);
     }
-    if (finishing_) {
-        // The data box gets its size: the next writes are the index.
-        indexStart_ = -2;
+    if (phase_ == Phase::tail) {
+        phase_ = Phase::sealed;
     }
     if (!writer_.write(front_ + position_, bytes, length)) {
         return AVERROR(EIO);
@@ -139,7 +139,7 @@ void Mp4File::keepFileType(const std::uint8_t* bytes, std::size_t length) {
 
 bool Mp4File::keep(const std::uint8_t* bytes, std::size_t length) {
     try {
-        if (indexStart_ == -2) {
+        if (phase_ == Phase::sealed && !indexStart_) {
             indexStart_ = position_;
         }
         const auto offset = static_cast<std::size_t>(position_ - tailStart_);
@@ -170,9 +170,10 @@ std::int64_t Mp4File::seekCallback(void* self, std::int64_t offset, int whence) 
 }
 
 std::vector<std::uint8_t> Mp4File::extractIndex() {
-    const auto dataLength = static_cast<std::size_t>(std::max<std::int64_t>(0, indexStart_ - tailStart_));
-    if (indexStart_ < tailStart_ || dataLength + 8 > tail_.size() ||
-        std::memcmp(tail_.data() + dataLength + 4, "moov", 4) != 0) {
+    // Whatever is kept lies after tailStart_, the index too.
+    const auto dataLength = static_cast<std::size_t>(indexStart_.value_or(tailStart_) - tailStart_);
+    const auto index = indexStart_ ? mediaconverter::readBoxHeader(std::span(tail_).subspan(dataLength)) : std::nullopt;
+    if (!index || !index->is("moov")) {
         throw Failure(ConversionError::containerFailed, "the index is not where it should be");
     }
     // Before the index come the last samples, which the muxer writes when it finishes.
@@ -222,10 +223,8 @@ void Mp4File::moveUp(std::int64_t by) {
 }
 
 void Mp4File::writeFront(const std::vector<std::uint8_t>& index) {
-    const std::int64_t typeLength = fileType_.size() < 8
-                                        ? 0
-                                        : std::int64_t{fileType_[0]} << 24U | std::int64_t{fileType_[1]} << 16U |
-                                              std::int64_t{fileType_[2]} << 8U | fileType_[3];
+    const auto header = mediaconverter::readBoxHeader(fileType_);
+    const auto typeLength = header ? static_cast<std::int64_t>(header->size) : 0;
     if (typeLength < boxHeader || typeLength > static_cast<std::int64_t>(fileType_.size())) {
         throw Failure(ConversionError::containerFailed, "the file type is not where it should be");
     }
@@ -237,15 +236,8 @@ void Mp4File::writeFront(const std::vector<std::uint8_t>& index) {
 }
 
 void Mp4File::writeFreeBox(std::int64_t position, std::int64_t length) {
-    const auto size = static_cast<std::uint32_t>(length);
-    const std::array<std::uint8_t, 8> header = {static_cast<std::uint8_t>(size >> 24U),
-                                                static_cast<std::uint8_t>(size >> 16U),
-                                                static_cast<std::uint8_t>(size >> 8U),
-                                                static_cast<std::uint8_t>(size),
-                                                'f',
-                                                'r',
-                                                'e',
-                                                'e'};
+    std::vector<std::uint8_t> header;
+    mediaconverter::appendBoxHeader(header, mediaconverter::boxType("free"), static_cast<std::uint64_t>(length));
     writeNow(position, header.data(), header.size());
 }
 

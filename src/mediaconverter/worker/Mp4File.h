@@ -8,6 +8,7 @@ extern "C" {
 }
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -42,6 +43,13 @@ public:
     void requireNoError();
 
 private:
+    /// What the muxer writes.
+    enum class Phase {
+        data,    ///< straight to the file
+        tail,    ///< the last samples, kept in memory because the index follows them
+        sealed,  ///< the data box has its size, so the next write behind it is the index
+    };
+
     static int writeCallback(void* self, ffmpeg::WrittenByte* bytes, int length);
     static std::int64_t seekCallback(void* self, std::int64_t offset, int whence);
     int write(const std::uint8_t* bytes, std::size_t length);
@@ -61,9 +69,9 @@ private:
     std::int64_t position_ = 0;  ///< in the muxer's coordinates, not the file's
     std::int64_t end_ = 0;       ///< of the data, in the muxer's coordinates
     std::vector<std::uint8_t> fileType_;
-    bool finishing_ = false;
-    std::int64_t tailStart_ = 0;
-    std::int64_t indexStart_ = -1;
+    Phase phase_ = Phase::data;
+    std::int64_t tailStart_ = 0;              ///< of what is kept in memory, in the muxer's coordinates
+    std::optional<std::int64_t> indexStart_;  ///< in the muxer's coordinates
     std::vector<std::uint8_t> tail_;
     AVIOContext* context_ = nullptr;
     BlockWriter writer_;

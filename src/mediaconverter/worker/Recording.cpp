@@ -2,7 +2,6 @@
 
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/FfmpegVersions.h"
-#include "mediaconverter/worker/FlvTags.h"
 #include "mediaconverter/worker/Formats.h"
 #include "mediaconverter/worker/FragmentGaps.h"
 
@@ -22,12 +21,6 @@ constexpr int leastScore = AVPROBE_SCORE_RETRY;
 constexpr std::int64_t probeBytes = std::int64_t{5} * 1024 * 1024;
 constexpr int mostStreams = 200;
 constexpr int mostAnalyzedSeconds = 30;
-
-/// The most bytes that an FLV tag adds to its packet.
-constexpr std::int64_t flvOverhead = 24;
-
-/// Where the tags of an FLV start.
-constexpr std::int64_t flvHeader = 13;
 
 /// A demuxer that fails this often without a packet in between has lost its way for good.
 constexpr int mostErrorsInARow = 256;
@@ -111,7 +104,9 @@ void Recording::open() {
         throw failureOfOpening(*found, opened);
     }
     format_.reset(context);
-    isFlv_ = formats::isFlv(*found);
+    if (formats::isFlv(*found)) {
+        flv_.emplace(reader_);
+    }
 }
 
 void Recording::analyze() {
@@ -142,7 +137,7 @@ void Recording::learnStreamsAt(std::int64_t position) {
     // The library can analyze only once; this finds every stream that is in its header or continues at this position.
     analyze();
     // The result stays; reading starts over.
-    const std::int64_t start = isFlv_ ? flvHeader : 0;
+    const std::int64_t start = flv_ ? FlvTrail::firstTag : 0;
     if (const int sought = av_seek_frame(format_.get(), -1, start, AVSEEK_FLAG_BYTE); sought < 0) {
         throw Failure::ofLibrary(readFailed, sought);
     }
@@ -207,31 +202,22 @@ bool Recording::readOn(AVPacket& packet) {
 }
 
 void Recording::follow(const AVPacket& packet) {
-    if (packet.pos < 0) {
-        return;
+    const std::string skipped = flv_ ? flv_->follow(packet) : std::string();
+    if (!skipped.empty()) {
+        addDamage(skipped);
     }
-    // The demuxer skips a tag that it does not know without a message.
-    if (isFlv_ && packetStart_ >= 0 && packet.pos > packetEnd_ + flvOverhead &&
-        isFlvContentBetween(reader_, packetStart_, packet.pos)) {
-        addDamage("after byte " + std::to_string(packetEnd_) + ": tags of no known kind");
-    }
-    packetStart_ = packet.pos;
-    packetEnd_ = std::max(packetEnd_, packet.pos + packet.size);
 }
 
 bool Recording::resumeAfterDamage() {
-    if (packetStart_ < 0 || !isFlv_) {
-        return false;
-    }
-    const auto next = nextFlvContent(reader_, packetStart_ + 1);
+    const auto next = flv_ ? flv_->findMore() : std::nullopt;
     if (!next) {
         return false;
     }
-    addDamage("after byte " + std::to_string(packetStart_) + ": the chain of tags is broken");
-    if (++timesLost_ > mostErrorsInARow || av_seek_frame(format_.get(), -1, *next, AVSEEK_FLAG_BYTE) < 0) {
+    addDamage(flv_->gap());
+    if (av_seek_frame(format_.get(), -1, *next, AVSEEK_FLAG_BYTE) < 0) {
         return false;
     }
-    packetStart_ = packetEnd_ = *next;
+    flv_->continueAt(*next);
     return true;
 }
 

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/FlvTrail.h"
 #include "mediaconverter/worker/PictureOrder.h"
 #include "mediaconverter/worker/SourceReader.h"
 #include "mediaconverter/worker/accounting/Accounting.h"
 #include "mediaconverter/worker/accounting/CutPackets.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace worker {
@@ -74,13 +76,10 @@ private:
     Accounting accounting_{reader_};
     InputPointer format_;
     std::string damage_;
-    bool isFlv_ = false;
+    std::optional<FlvTrail> flv_;
     CutPackets cutPackets_{accounting_};
     std::int64_t firstFragment_ = INT64_MAX;  ///< in bytes
     int errorsInARow_ = 0;
-    int timesLost_ = 0;
-    std::int64_t packetStart_ = -1;  ///< of the last packet for which it is known, in bytes
-    std::int64_t packetEnd_ = -1;    ///< the end of its data, in bytes
 };
 
 }  // namespace worker

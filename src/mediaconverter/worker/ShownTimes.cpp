@@ -1,9 +1,11 @@
 #include "mediaconverter/worker/ShownTimes.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/Boxes.h"
+#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/Failure.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <limits>
 #include <span>
@@ -15,6 +17,8 @@ namespace worker {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
+using mediaconverter::boxType;
+using mediaconverter::MemoryBox;
 
 constexpr std::int64_t microseconds = 1'000'000;
 
@@ -26,42 +30,33 @@ std::uint64_t read(Bytes bytes, std::size_t at, std::size_t width) {
     if (at > bytes.size() || bytes.size() - at < width) {
         malformed();
     }
-    return bigEndian(bytes, at, width);
+    return mediaconverter::bigEndian(bytes, at, width);
 }
 
 std::int64_t readSigned32(Bytes bytes, std::size_t at) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(read(bytes, at, 4)));
 }
 
-std::string_view typeOf(Bytes box) {
-    return {reinterpret_cast<const char*>(box.data()) + 4, 4};
-}
-
 /// Visits the consecutive boxes in `bytes`.
 template<typename Visitor>
 void forEachBox(Bytes bytes, Visitor&& visit) {
     while (!bytes.empty()) {
-        const std::size_t size = read(bytes, 0, 4);
-        if (size < 8 || size > bytes.size()) {
+        const auto box = mediaconverter::popBox(bytes);
+        if (!box) {
             malformed();
         }
-        visit(bytes.first(size));
-        bytes = bytes.subspan(size);
+        visit(*box);
     }
 }
 
 /// The content of the first box of that type among `boxes`; empty if there is none.
-Bytes contentOf(Bytes boxes, std::string_view type) {
+Bytes contentOf(Bytes boxes, std::uint32_t type) {
     Bytes found;
-    forEachBox(boxes, [&](Bytes box) {
-        if (found.empty() && typeOf(box) == type) {
-            found = box.subspan(8);
-        }
-    });
+    forEachBox(boxes, [&](const MemoryBox& box) { found = found.empty() && box.type == type ? box.content : found; });
     return found;
 }
 
-Bytes contentOf(Bytes boxes, std::string_view outer, std::string_view inner) {
+Bytes contentOf(Bytes boxes, std::uint32_t outer, std::uint32_t inner) {
     return contentOf(contentOf(boxes, outer), inner);
 }
 
@@ -137,18 +132,18 @@ private:
 };
 
 TrackReader::TrackReader(Bytes track, std::int64_t movieScale)
-    : track_(track), scale_(timeScaleOf(contentOf(track, "mdia", "mdhd"))) {
-    const Bytes media = contentOf(track, "mdia");
-    const Bytes handler = contentOf(media, "hdlr");
+    : track_(track), scale_(timeScaleOf(contentOf(track, boxType("mdia"), boxType("mdhd")))) {
+    const Bytes media = contentOf(track, boxType("mdia"));
+    const Bytes handler = contentOf(media, boxType("hdlr"));
     static_cast<void>(read(handler, 8, 4));
     kind_ = {reinterpret_cast<const char*>(handler.data()) + 8, 4};
-    sampleTables_ = contentOf(media, "minf", "stbl");
-    sizes_ = contentOf(sampleTables_, "stsz");
+    sampleTables_ = contentOf(media, boxType("minf"), boxType("stbl"));
+    sizes_ = contentOf(sampleTables_, boxType("stsz"));
     readEdits(movieScale);
 }
 
 void TrackReader::readEdits(std::int64_t movieScale) {
-    const Bytes list = contentOf(track_, "edts", "elst");
+    const Bytes list = contentOf(track_, boxType("edts"), boxType("elst"));
     if (list.empty()) {
         edits_.push_back({0, std::numeric_limits<std::int64_t>::max(), 0});
         return;
@@ -196,8 +191,8 @@ void TrackReader::show(ShownTimes& shown, std::int64_t start, std::int64_t durat
 
 ShownTimes TrackReader::shown() const {
     ShownTimes shown;
-    const Bytes durations = contentOf(sampleTables_, "stts");
-    const Bytes offsets = contentOf(sampleTables_, "ctts");
+    const Bytes durations = contentOf(sampleTables_, boxType("stts"));
+    const Bytes offsets = contentOf(sampleTables_, boxType("ctts"));
     Runs duration(durations);
     Runs offset(offsets);
     std::int64_t decodingTime = 0;
@@ -215,23 +210,21 @@ ShownTimes TrackReader::shown() const {
 
 /// The content of the movie box. Media data may be larger than memory, so the boxes are read from the file.
 std::vector<std::uint8_t> readMovie(const SourceReader& file) {
-    for (std::int64_t at = 0; at + 8 <= file.size();) {
-        std::uint8_t header[16] = {};
-        const std::size_t have = file.peek(at, header, sizeof header);
-        const Bytes bytes(header, have);
-        std::uint64_t size = read(bytes, 0, 4);
-        size = size == 1 ? read(bytes, 8, 8) : size;
-        if (size < 8 || size > static_cast<std::uint64_t>(file.size() - at)) {
+    for (std::int64_t at = 0; at < file.size();) {
+        std::array<std::uint8_t, mediaconverter::longBoxHeader> header{};
+        const std::size_t have = file.peek(at, header.data(), header.size());
+        const auto box = mediaconverter::placeBox(std::span(header).first(have), at, file.size());
+        if (!box || box->end > file.size()) {
             malformed();
         }
-        if (typeOf(bytes) == "moov") {
-            std::vector<std::uint8_t> movie(size - 8);
-            if (file.peek(at + 8, movie.data(), movie.size()) != movie.size()) {
+        if (box->is("moov")) {
+            std::vector<std::uint8_t> movie(static_cast<std::size_t>(box->end - box->content));
+            if (file.peek(box->content, movie.data(), movie.size()) != movie.size()) {
                 malformed();
             }
             return movie;
         }
-        at += static_cast<std::int64_t>(size);
+        at = box->end;
     }
     malformed();
 }
@@ -245,11 +238,11 @@ void ShownTimes::add(std::int64_t start, std::int64_t duration) {
 
 std::vector<ShownTimes> readShownTimes(const SourceReader& file) {
     const std::vector<std::uint8_t> movie = readMovie(file);
-    const std::int64_t movieScale = timeScaleOf(contentOf(movie, "mvhd"));
+    const std::int64_t movieScale = timeScaleOf(contentOf(movie, boxType("mvhd")));
     std::vector<ShownTimes> tracks;
-    forEachBox(movie, [&](Bytes box) {
-        if (typeOf(box) == "trak") {
-            tracks.push_back(TrackReader(box.subspan(8), movieScale).shown());
+    forEachBox(movie, [&](const MemoryBox& box) {
+        if (box.is("trak")) {
+            tracks.push_back(TrackReader(box.content, movieScale).shown());
         }
     });
     return tracks;

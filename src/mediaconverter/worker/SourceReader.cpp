@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/SourceReader.h"
 
+#include "mediaconverter/Boxes.h"
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/StatOf.h"
@@ -86,15 +87,9 @@ int SourceReader::read(std::uint8_t* buffer, int length) {
 }
 
 void SourceReader::coverWithFreeBox(std::int64_t start, std::int64_t end) {
-    const auto length = static_cast<std::uint64_t>(end - start);
-    const bool isLong = length > UINT32_MAX;
-    std::vector<std::uint8_t> header = {0, 0, 0, 1, 'f', 'r', 'e', 'e', 0, 0, 0, 0, 0, 0, 0, 0};
-    for (std::size_t index = 0; index < (isLong ? 8U : 4U); ++index) {
-        const std::size_t bits = 8 * ((isLong ? 7 : 3) - index);
-        header[(isLong ? 8 : 0) + index] = static_cast<std::uint8_t>(length >> bits);
-    }
-    // Data after a short header is still read, because a header elsewhere may refer to it.
-    header.resize(isLong ? 16 : 8);
+    std::vector<std::uint8_t> header;
+    // Data after the header is still read, because a header elsewhere may refer to it.
+    mediaconverter::appendBoxHeader(header, mediaconverter::boxType("free"), static_cast<std::uint64_t>(end - start));
     patch(start, std::move(header));
 }
 

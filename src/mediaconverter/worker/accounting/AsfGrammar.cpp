@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/AsfGrammar.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <algorithm>
 #include <array>
@@ -8,6 +8,8 @@
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 // The first four bytes of an object's identifier distinguish it (section 10.1).
 constexpr std::uint32_t header = 0x3026B275;
@@ -19,13 +21,7 @@ constexpr std::size_t objectHeader = 24;
 constexpr std::int64_t dataHeader = 50;
 constexpr std::int64_t headerObjects = 30;
 
-std::uint64_t littleEndian(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t width) {
-    std::uint64_t value = 0;
-    for (std::size_t index = width; index > 0; --index) {
-        value = value << 8U | bytes[at + index - 1];
-    }
-    return value;
-}
+using mediaconverter::littleEndian;
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/accounting/AudioFrameGrammar.h"
 
+#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/accounting/AudioFrames.h"
 
 #include <algorithm>
@@ -34,8 +35,7 @@ std::optional<std::int64_t> audioTagLength(SourceView& view, std::int64_t positi
         return oldId3;
     }
     if (startsWith(bytes, "APETAGEX") && bytes.size() == static_cast<std::size_t>(apeHeader)) {
-        const auto size = static_cast<std::int64_t>(std::uint32_t{bytes[12]} | std::uint32_t{bytes[13]} << 8U |
-                                                    std::uint32_t{bytes[14]} << 16U | std::uint32_t{bytes[15]} << 24U);
+        const auto size = static_cast<std::int64_t>(mediaconverter::littleEndian(bytes, 12, 4));
         const bool isHeader = (bytes[23] & 0x20U) != 0;
         return isHeader ? apeHeader + size : apeHeader;
     }

@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/accounting/AviGrammar.h"
 
+#include "mediaconverter/ByteOrder.h"
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -47,8 +48,7 @@ std::optional<Unit> AviGrammar::unitAt(SourceView& view, std::int64_t position) 
     const std::string_view name(reinterpret_cast<const char*>(bytes.data()), 4);
     const std::string_view inner(reinterpret_cast<const char*>(bytes.data()) + chunkHeader,
                                  bytes.size() < static_cast<std::size_t>(listHeader) ? 0 : 4);
-    const auto size = static_cast<std::int64_t>(std::uint32_t{bytes[4]} | std::uint32_t{bytes[5]} << 8U |
-                                                std::uint32_t{bytes[6]} << 16U | std::uint32_t{bytes[7]} << 24U);
+    const auto size = static_cast<std::int64_t>(mediaconverter::littleEndian(bytes, 4, 4));
     Unit unit;
     unit.start = position;
     unit.header = chunkHeader;

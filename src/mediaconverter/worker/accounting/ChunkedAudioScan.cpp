@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/ChunkedAudioScan.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <algorithm>
 #include <limits>
@@ -9,6 +9,8 @@
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 bool isPrintable(std::uint8_t byte) {
     return byte >= 0x20 && byte < 0x7F;

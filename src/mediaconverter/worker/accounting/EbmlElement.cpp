@@ -1,10 +1,12 @@
 #include "mediaconverter/worker/accounting/EbmlElement.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <bit>
 
 namespace worker {
+
+using mediaconverter::bigEndian;
 
 std::optional<EbmlNumber> readEbmlNumber(std::span<const std::uint8_t> bytes) {
     const std::size_t width = bytes.empty() ? 9 : static_cast<std::size_t>(std::countl_zero(bytes[0])) + 1;

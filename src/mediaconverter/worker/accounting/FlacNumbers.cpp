@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/FlacNumbers.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <bit>
 #include <cstddef>
@@ -8,6 +8,8 @@
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 using Bytes = std::span<const std::uint8_t>;
 

@@ -1,10 +1,12 @@
 #include "mediaconverter/worker/accounting/FlvGrammar.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 constexpr std::uint8_t audio = 8;
 constexpr std::uint8_t video = 9;

@@ -1,8 +1,10 @@
 #include "mediaconverter/worker/accounting/GxfGrammar.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 namespace worker {
+
+using mediaconverter::bigEndian;
 
 std::optional<Unit> GxfGrammar::unitAt(SourceView& view, std::int64_t position) {
     constexpr std::size_t header = 16;

@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/accounting/IvfGrammar.h"
 
+#include "mediaconverter/ByteOrder.h"
 namespace worker {
 
 std::optional<Unit> IvfGrammar::unitAt(SourceView& view, std::int64_t position) {
@@ -20,8 +21,7 @@ std::optional<Unit> IvfGrammar::unitAt(SourceView& view, std::int64_t position) 
         return unit;
     }
     // The size, and a time whose highest bytes no recording uses.
-    unit.payload = static_cast<std::int64_t>(std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8U |
-                                             std::uint32_t{bytes[2]} << 16U | std::uint32_t{bytes[3]} << 24U);
+    unit.payload = static_cast<std::int64_t>(mediaconverter::littleEndian(bytes, 0, 4));
     unit.length = unit.header + unit.payload;
     const bool isPlausible = unit.payload > 0 && unit.payload < mostFrame && bytes[10] == 0 && bytes[11] == 0;
     return isPlausible ? std::optional(unit) : std::nullopt;

@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/MatroskaGrammar.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/accounting/EbmlElement.h"
 #include "mediaconverter/worker/accounting/MatroskaLacing.h"
 
@@ -11,6 +11,8 @@
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 // Identifiers of RFC 9559, section 5.1.
 constexpr std::uint32_t ebml = 0x1A45DFA3;

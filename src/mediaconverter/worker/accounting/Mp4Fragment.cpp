@@ -1,5 +1,5 @@
-#include "mediaconverter/worker/BigEndian.h"
-#include "mediaconverter/worker/accounting/IsoBox.h"
+#include "mediaconverter/Boxes.h"
+#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/accounting/Mp4Samples.h"
 
 #include <algorithm>
@@ -10,6 +10,10 @@ namespace worker {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
+using mediaconverter::bigEndian;
+using mediaconverter::boxType;
+using mediaconverter::childOf;
+using mediaconverter::popBox;
 
 constexpr std::array<std::uint32_t, 6> inFragment = {boxType("mfhd"), boxType("traf"), boxType("pssh"),
                                                      boxType("uuid"), boxType("free"), boxType("meta")};

@@ -1,7 +1,7 @@
 #include "mediaconverter/worker/accounting/Mp4Samples.h"
 
-#include "mediaconverter/worker/BigEndian.h"
-#include "mediaconverter/worker/accounting/IsoBox.h"
+#include "mediaconverter/Boxes.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <algorithm>
 
@@ -10,6 +10,10 @@ namespace worker {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
+using mediaconverter::bigEndian;
+using mediaconverter::boxType;
+using mediaconverter::childOf;
+using mediaconverter::popBox;
 
 /// A table in a full box: the numbers after version, flags and a count, as many as both exist and are announced.
 class Table {

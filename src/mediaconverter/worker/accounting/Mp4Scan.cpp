@@ -1,11 +1,16 @@
 #include "mediaconverter/worker/accounting/Mp4Scan.h"
 
+#include "mediaconverter/ByteOrder.h"
+
 #include <algorithm>
 #include <array>
 
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
+using mediaconverter::boxType;
 
 constexpr std::array<std::uint32_t, 20> topLevel = {boxType("ftyp"), boxType("styp"), boxType("moov"), boxType("moof"),
                                                     boxType("mdat"), boxType("free"), boxType("skip"), boxType("sidx"),
@@ -86,7 +91,7 @@ void Mp4Scan::passDamage() {
     ledger_.addLost(start, position_, "data that is not an MP4 box");
 }
 
-void Mp4Scan::readBox(const IsoBox& box) {
+void Mp4Scan::readBox(const mediaconverter::FileBox& box) {
     if (box.is("moov")) {
         readIndex(box);
     } else if (box.is("moof")) {
@@ -96,11 +101,11 @@ void Mp4Scan::readBox(const IsoBox& box) {
     }
 }
 
-std::span<const std::uint8_t> Mp4Scan::contentOf(const IsoBox& box) {
+std::span<const std::uint8_t> Mp4Scan::contentOf(const mediaconverter::FileBox& box) {
     return view_.at(box.content, static_cast<std::size_t>(box.end - box.content));
 }
 
-void Mp4Scan::readIndex(const IsoBox& box) {
+void Mp4Scan::readIndex(const mediaconverter::FileBox& box) {
     if (box.end - box.content > mostIndex) {
         ledger_.addLost(box.start, box.end, "an index that is too large");
         return;
@@ -128,7 +133,7 @@ void Mp4Scan::readIndex(const IsoBox& box) {
     }
 }
 
-void Mp4Scan::readFragment(const IsoBox& box) {
+void Mp4Scan::readFragment(const mediaconverter::FileBox& box) {
     hasFragments_ = true;
     const bool isFine =
         box.end - box.start <= mostFragmentHeader &&
@@ -194,8 +199,7 @@ std::optional<std::int64_t> Mp4Scan::findNext(std::int64_t position) {
         const auto bytes = view_.at(position, searchStep);
         std::size_t at = 4;
         for (; at + 4 <= bytes.size() && count < candidates.size(); ++at) {
-            const auto type = static_cast<std::uint32_t>(bytes[at] << 24U | bytes[at + 1] << 16U | bytes[at + 2] << 8U |
-                                                         bytes[at + 3]);
+            const auto type = static_cast<std::uint32_t>(bigEndian(bytes, at, 4));
             if (isTopLevel(type)) {
                 candidates[count++] = position + static_cast<std::int64_t>(at) - 4;
             }

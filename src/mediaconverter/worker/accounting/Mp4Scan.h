@@ -27,14 +27,14 @@ public:
 private:
     void step();
     void passDamage();
-    void readBox(const IsoBox& box);
-    void readIndex(const IsoBox& box);
-    void readFragment(const IsoBox& box);
-    void readData(const IsoBox& box);
+    void readBox(const mediaconverter::FileBox& box);
+    void readIndex(const mediaconverter::FileBox& box);
+    void readFragment(const mediaconverter::FileBox& box);
+    void readData(const mediaconverter::FileBox& box);
     void addSample(const Mp4Sample& sample);
     std::optional<std::int64_t> findNext(std::int64_t position);
     bool isBoxStart(std::int64_t position);
-    std::span<const std::uint8_t> contentOf(const IsoBox& box);
+    std::span<const std::uint8_t> contentOf(const mediaconverter::FileBox& box);
     void compareData();
     void reportBeyondEnd();
 

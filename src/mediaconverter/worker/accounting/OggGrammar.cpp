@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/accounting/OggGrammar.h"
 
+#include "mediaconverter/ByteOrder.h"
 extern "C" {
 #include <libavutil/crc.h>
 }
@@ -14,13 +15,7 @@ namespace {
 
 constexpr std::size_t pageHeader = 27;
 
-std::uint64_t littleEndian(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t width) {
-    std::uint64_t value = 0;
-    for (std::size_t index = width; index > 0; --index) {
-        value = value << 8U | bytes[at + index - 1];
-    }
-    return value;
-}
+using mediaconverter::littleEndian;
 
 /// Computed over the page with zeros in place of the checksum (RFC 3533, section 6).
 bool isIntact(std::span<const std::uint8_t> page) {

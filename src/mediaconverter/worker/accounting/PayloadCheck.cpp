@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/PayloadCheck.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 extern "C" {
 #include <libavutil/crc.h>
@@ -13,6 +13,8 @@ extern "C" {
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 /// Arithmetic and Huffman codes never come close to such a run.
 constexpr std::size_t hole = 256;

@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/ProgramParts.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <cstddef>
 #include <utility>
@@ -8,6 +8,8 @@
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 /// Ticks per second, without the extension (ISO/IEC 13818-1, 2.5.3.4).
 constexpr std::int64_t clockRate = 90'000;

@@ -1,12 +1,14 @@
 #include "mediaconverter/worker/accounting/ProgramStreamGrammar.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 
 #include <algorithm>
 
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 constexpr std::uint8_t programEnd = 0xB9;
 constexpr std::uint8_t packStart = 0xBA;

@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/RawStreamScan.h"
 
-#include "mediaconverter/worker/BigEndian.h"
+#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/accounting/AudioFrameGrammar.h"
 
 #include <algorithm>
@@ -10,6 +10,8 @@
 namespace worker {
 
 namespace {
+
+using mediaconverter::bigEndian;
 
 bool startsWith(std::span<const std::uint8_t> bytes, std::string_view text) {
     return bytes.size() >= text.size() &&
