@@ -1,4 +1,4 @@
-#include "mediaconverter/worker/CodecThreads.h"
+#include "mediaconverter/worker/tracks/CodecThreads.h"
 
 #include <gtest/gtest.h>
 

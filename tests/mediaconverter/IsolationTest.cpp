@@ -1,7 +1,7 @@
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/Processes.h"
 #include "mediaconverter/WorkerMessage.h"
-#include "mediaconverter/worker/Barriers.h"
+#include "mediaconverter/worker/confinement/Barriers.h"
 
 #include <fcntl.h>
 #include <sched.h>

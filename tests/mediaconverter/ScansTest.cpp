@@ -1,7 +1,7 @@
 #include "mediaconverter/AccountingTest.h"
-#include "mediaconverter/worker/SourceReader.h"
 #include "mediaconverter/worker/accounting/MatroskaLacing.h"
 #include "mediaconverter/worker/accounting/ScanChoice.h"
+#include "mediaconverter/worker/reading/SourceReader.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "mediaconverter/worker/ShownDifference.h"
+#include "mediaconverter/worker/proof/ShownDifference.h"
 #include "mediaconverter/worker/AvPointers.h"
 
 #include <gtest/gtest.h>

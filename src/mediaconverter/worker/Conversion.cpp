@@ -1,12 +1,12 @@
 #include "mediaconverter/worker/Conversion.h"
 
 #include "mediaconverter/worker/Failure.h"
-#include "mediaconverter/worker/FileDescription.h"
-#include "mediaconverter/worker/OutputSpace.h"
-#include "mediaconverter/worker/Proof.h"
-#include "mediaconverter/worker/TrackPlan.h"
-#include "mediaconverter/worker/TranscodedText.h"
-#include "mediaconverter/worker/TranscodedTrack.h"
+#include "mediaconverter/worker/proof/Proof.h"
+#include "mediaconverter/worker/tracks/TrackPlan.h"
+#include "mediaconverter/worker/tracks/TranscodedText.h"
+#include "mediaconverter/worker/tracks/TranscodedTrack.h"
+#include "mediaconverter/worker/writing/FileDescription.h"
+#include "mediaconverter/worker/writing/OutputSpace.h"
 
 #include <algorithm>
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "mediaconverter/worker/Beginning.h"
 #include "mediaconverter/worker/Foreknowledge.h"
-#include "mediaconverter/worker/Mp4Writer.h"
-#include "mediaconverter/worker/Recording.h"
 #include "mediaconverter/worker/Reporter.h"
-#include "mediaconverter/worker/Timeline.h"
-#include "mediaconverter/worker/TrackChoice.h"
-#include "mediaconverter/worker/TranscodedTrack.h"
+#include "mediaconverter/worker/reading/Beginning.h"
+#include "mediaconverter/worker/reading/Recording.h"
+#include "mediaconverter/worker/tracks/Timeline.h"
+#include "mediaconverter/worker/tracks/TrackChoice.h"
+#include "mediaconverter/worker/tracks/TranscodedTrack.h"
+#include "mediaconverter/worker/writing/Mp4Writer.h"
 
 #include <memory>
 #include <vector>

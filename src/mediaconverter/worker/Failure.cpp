@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/Failure.h"
 
-#include "mediaconverter/worker/AllocationWatch.h"
+#include "mediaconverter/worker/confinement/AllocationWatch.h"
 
 extern "C" {
 #include <libavutil/error.h>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "mediaconverter/worker/Failure.h"
-#include "mediaconverter/worker/TrackForm.h"
 #include "mediaconverter/worker/accounting/Scan.h"
+#include "mediaconverter/worker/tracks/TrackForm.h"
 
 #include <cstdint>
 #include <map>

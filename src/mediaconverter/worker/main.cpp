@@ -1,10 +1,10 @@
 #include "mediaconverter/WorkerMessage.h"
-#include "mediaconverter/worker/AllocationWatch.h"
-#include "mediaconverter/worker/Barriers.h"
 #include "mediaconverter/worker/Conversion.h"
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/Reporter.h"
-#include "mediaconverter/worker/StatOf.h"
+#include "mediaconverter/worker/confinement/AllocationWatch.h"
+#include "mediaconverter/worker/confinement/Barriers.h"
+#include "mediaconverter/worker/confinement/StatOf.h"
 
 #include <pthread.h>
 

@@ -1,6 +1,6 @@
 #include "mediaconverter/worker/accounting/SourceView.h"
 
-#include "mediaconverter/worker/SourceReader.h"
+#include "mediaconverter/worker/reading/SourceReader.h"
 
 #include <algorithm>
 

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "mediaconverter/worker/tracks/SourceTimes.h"
+#include "mediaconverter/worker/writing/Mp4Writer.h"
+
+#include <string>
+#include <vector>
+
+namespace worker {
+
+/// One track of the MP4 and what it must hold.
+struct ProvedTrack {
+    const AVStream& written;
+    const TrackTally& tally;
+    const SourceTimes& source;
+    bool isCopy;
+};
+
+/// Reads the finished file again and compares it with what was written: the tracks, the packets of each, their
+/// durations, and a packet at the start, in the middle and at the end. Throws Failure, and TrackFailure if one track is
+/// wrong. Then compares what a player shows, with edit lists applied, with the times of the recording; returns the
+/// first difference in words, or an empty text.
+std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks);
+
+}  // namespace worker

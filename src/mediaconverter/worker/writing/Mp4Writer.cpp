@@ -1,0 +1,255 @@
+#include "mediaconverter/worker/writing/Mp4Writer.h"
+
+#include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/tracks/TrackPlan.h"
+#include "mediaconverter/worker/writing/ChannelLayoutBox.h"
+#include "mediaconverter/worker/writing/TrialMuxer.h"
+
+#include <algorithm>
+#include <utility>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace worker {
+
+namespace {
+
+using enum ConversionError;
+
+/// How far one track may lag behind another before players would have to seek back and forth.
+constexpr std::int64_t mostBehind = AV_TIME_BASE;
+
+/// If more packets than this and more than this share are refused, the track is not what its header says.
+constexpr std::int64_t mostRefusals = 8;
+constexpr std::int64_t mostRefusedShare = 20;
+
+/// The muxer does not free the table in which it looks for groups of Opus packets if it finds none, as with a clock
+/// that counts milliseconds. The process ends soon after; only the leak checker of a sanitized build must not see it.
+int writeTrailer(AVFormatContext& format) {
+#if defined(__SANITIZE_ADDRESS__)
+    const __lsan::ScopedDisabler disabler;
+#endif
+    return av_write_trailer(&format);
+}
+
+/// The duration of a frame about which nothing is known, in the stream's time base.
+std::int64_t usualDuration(const AVStream& stream) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    AVRational duration = {1, 25};
+    if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.frame_size > 0 && parameters.sample_rate > 0) {
+        duration = {parameters.frame_size, parameters.sample_rate};
+    } else if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0) {
+        duration = av_inv_q(stream.avg_frame_rate);
+    }
+    return std::max<std::int64_t>(1, av_rescale_q(1, duration, stream.time_base));
+}
+
+void count(const AVPacket& packet, TrackTally& tally) {
+    ++tally.packets;
+    tally.bytes += packet.size;
+    tally.lastDecodingTime = packet.dts;
+    tally.lastDuration = packet.duration;
+    if (tally.firstDecodingTime == AV_NOPTS_VALUE) {
+        tally.firstDecodingTime = packet.dts;
+        tally.firstTime = packet.pts;
+        tally.end = packet.pts;
+    }
+    tally.end = std::max(tally.end, packet.pts + packet.duration);
+}
+
+/// The speakers of FLAC with more than two channels, because their order alone does not determine them.
+std::uint32_t channelMaskOf(const AVCodecParameters& track) {
+    const AVChannelLayout& layout = track.ch_layout;
+    return track.codec_id == AV_CODEC_ID_FLAC && layout.order == AV_CHANNEL_ORDER_NATIVE && layout.nb_channels > 2
+               ? static_cast<std::uint32_t>(layout.u.mask)
+               : 0;
+}
+
+}  // namespace
+
+Mp4Writer::Mp4Writer(int descriptor, std::int64_t indexEstimate) : file_(descriptor, indexEstimate) {
+    AVFormatContext* context = nullptr;
+    if (const int made = avformat_alloc_output_context2(&context, nullptr, "mp4", nullptr); made < 0) {
+        throw Failure::ofLibrary(containerFailed, made);
+    }
+    format_.reset(context);
+    context->pb = file_.context();
+    context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context->flush_packets = 0;
+    // Formats that the muxer still calls experimental (such as FLAC) are supported by every current player.
+    context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
+}
+
+AVStream& Mp4Writer::addTrack() {
+    AVStream& track = *present(avformat_new_stream(format_.get(), nullptr));
+    tallies_.emplace_back();
+    lastTimes_.emplace_back();
+    refusals_.emplace_back();
+    firstPackets_.emplace_back();
+    return track;
+}
+
+void Mp4Writer::start(bool keepOrder, Clocks clocks) {
+    keepOrder_ = keepOrder;
+    clocks_ = clocks;
+    if (const int written = writeHeader(); written < 0) {
+        blameTrack(written);
+    }
+    queue_.start(*format_);
+    file_.headerWritten();
+}
+
+int Mp4Writer::writeHeader() {
+    if (clocks_ == Clocks::exact) {
+        return avformat_write_header(format_.get(), nullptr);
+    }
+    constexpr int milliseconds = 1000;
+    // The muxer derives the clock of an audio track from its sample rate, which it does not read again until it writes
+    // the index.
+    std::vector<int> rates;
+    for (unsigned track = 0; track < format_->nb_streams; ++track) {
+        AVCodecParameters& parameters = *format_->streams[track]->codecpar;
+        rates.push_back(std::exchange(parameters.sample_rate, parameters.sample_rate > 0 ? milliseconds : 0));
+    }
+    AVDictionary* options = nullptr;
+    av_dict_set_int(&options, "video_track_timescale", milliseconds, 0);
+    const int written = avformat_write_header(format_.get(), &options);
+    av_dict_free(&options);
+    for (unsigned track = 0; track < format_->nb_streams; ++track) {
+        format_->streams[track]->codecpar->sample_rate = rates[track];
+    }
+    return written;
+}
+
+void Mp4Writer::write(AVPacket& packet) {
+    repairTimes(packet, lastTimes_[static_cast<std::size_t>(packet.stream_index)]);
+    if (keepOrder_ && isOutOfOrder(packet)) {
+        keepOrder_ = false;
+    }
+    if (keepOrder_) {
+        store(packet);
+        return;
+    }
+    queue_.push(packet);
+    storeQueued(false);
+}
+
+void Mp4Writer::storeQueued(bool all) {
+    while (const PacketPointer next = queue_.pop(all)) {
+        store(*next);
+    }
+}
+
+void Mp4Writer::store(AVPacket& packet) {
+    const auto index = static_cast<std::size_t>(packet.stream_index);
+    TrackTally tally = tallies_[index];
+    // The muxer accepts the side data of an empty packet, but stores nothing.
+    if (packet.size > 0) {
+        count(packet, tally);
+    }
+    if (!firstPackets_[index]) {
+        firstPackets_[index].reset(present(av_packet_clone(&packet)));
+    }
+    const int written = av_write_frame(format_.get(), &packet);
+    av_packet_unref(&packet);
+    if (format_->pb->error < 0) {
+        file_.requireNoError();
+    }
+    if (written < 0) {
+        refuse(index, written);
+        return;
+    }
+    tallies_[index] = tally;
+}
+
+void Mp4Writer::refuse(std::size_t track, int error) {
+    const Failure why = Failure::ofLibrary(containerFailed, error);
+    if (why.error != containerFailed) {
+        throw why;
+    }
+    ++refused_;
+    if (++refusals_[track] > mostRefusals && refusals_[track] * mostRefusedShare > tallies_[track].packets) {
+        throw TrackFailure{static_cast<int>(track), why};
+    }
+}
+
+void Mp4Writer::storeRest() {
+    storeQueued(true);
+    requireTracksWithPackets();
+}
+
+void Mp4Writer::finish() {
+    file_.dataWritten();
+    if (const int ended = writeTrailer(*format_); ended < 0) {
+        blameTrack(ended);
+    }
+    file_.placeIndex(channelMasks());
+}
+
+std::vector<std::uint32_t> Mp4Writer::channelMasks() const {
+    std::vector<std::uint32_t> masks;
+    for (std::size_t index = 0; index < tallies_.size(); ++index) {
+        const AVStream& track = *format_->streams[index];
+        // The muxer writes no box for other tracks.
+        if (tallies_[index].packets > 0 && !isAttachedPicture(track)) {
+            masks.push_back(channelMaskOf(*track.codecpar));
+        }
+    }
+    return masks;
+}
+
+void Mp4Writer::requireTracksWithPackets() const {
+    for (std::size_t track = 0; track < tallies_.size(); ++track) {
+        if (tallies_[track].packets == 0 && refusals_[track] > 0) {
+            throw TrackFailure{static_cast<int>(track),
+                               Failure(containerFailed, "the muxer takes none of its packets")};
+        }
+    }
+}
+
+void Mp4Writer::blameTrack(int error) {
+    file_.requireNoError();
+    const Failure why = Failure::ofLibrary(containerFailed, error);
+    for (std::size_t track = 0; why.error == containerFailed && track < firstPackets_.size(); ++track) {
+        if (!isTakenByMuxer(*format_->streams[track], firstPackets_[track].get())) {
+            throw TrackFailure{static_cast<int>(track), why};
+        }
+    }
+    throw why;
+}
+
+void Mp4Writer::repairTimes(AVPacket& packet, LastTime& last) const {
+    packet.duration = std::max<std::int64_t>(packet.duration, 0);
+    if (packet.dts == AV_NOPTS_VALUE) {
+        packet.dts = packet.pts;
+    }
+    if (packet.dts == AV_NOPTS_VALUE) {
+        packet.dts = last.decoding == AV_NOPTS_VALUE ? 0 : last.decoding + 1;
+    }
+    if (last.decoding != AV_NOPTS_VALUE) {
+        packet.dts = std::max(packet.dts, last.decoding + 1);
+    }
+    if (clocks_ == Clocks::exact && last.decoding != AV_NOPTS_VALUE && packet.dts - last.decoding > INT32_MAX) {
+        throw LongPause{};
+    }
+    if (packet.pts == AV_NOPTS_VALUE || packet.pts < packet.dts) {
+        packet.pts = packet.dts;
+    }
+    // Players skip a last frame without a duration.
+    const AVStream& stream = *format_->streams[packet.stream_index];
+    if (packet.duration == 0 && stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) {
+        packet.duration = last.decoding != AV_NOPTS_VALUE ? packet.dts - last.decoding : usualDuration(stream);
+    }
+    last.decoding = packet.dts;
+}
+
+bool Mp4Writer::isOutOfOrder(const AVPacket& packet) {
+    const std::int64_t time =
+        av_rescale_q(packet.dts, format_->streams[packet.stream_index]->time_base, AV_TIME_BASE_Q);
+    furthest_ = std::max(furthest_, time);
+    return time < furthest_ - mostBehind;
+}
+
+}  // namespace worker

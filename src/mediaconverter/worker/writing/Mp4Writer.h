@@ -1,0 +1,90 @@
+#pragma once
+
+#include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/writing/Interleaver.h"
+#include "mediaconverter/worker/writing/Mp4File.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace worker {
+
+/// What was written to one track, for the verification.
+struct TrackTally {
+    std::int64_t packets = 0;
+    std::int64_t bytes = 0;
+    std::int64_t firstDecodingTime = AV_NOPTS_VALUE;  ///< in the track's time base
+    std::int64_t lastDecodingTime = AV_NOPTS_VALUE;
+    std::int64_t lastDuration = 0;
+    std::int64_t firstTime = AV_NOPTS_VALUE;  ///< when the first packet is shown
+    std::int64_t end = 0;                     ///< when the last packet ends
+};
+
+/// Thrown when a track pauses for longer than one sample of an MP4 can last at the track's clock (2^31 ticks, 12 hours
+/// of audio at 48 kHz). Clocks of milliseconds can count 24 days.
+struct LongPause {};
+
+/// The muxer. Packets arrive with times in their track's time base and leave with times that an MP4 can hold. Throws
+/// Failure, and TrackFailure if the muxer refuses one track's header or many of its packets.
+class Mp4Writer {
+public:
+    Mp4Writer(int descriptor, std::int64_t indexEstimate);
+
+    AVFormatContext& format() { return *format_; }
+
+    /// A new track, to be described before start().
+    AVStream& addTrack();
+
+    /// The clocks of the tracks.
+    enum class Clocks {
+        exact,        ///< those of their streams; the writer throws LongPause if they cannot count a pause
+        milliseconds  ///< for recordings with such pauses
+    };
+
+    /// Writes the header. With `keepOrder`, packets arrive interleaved, in the source's order.
+    void start(bool keepOrder, Clocks clocks = Clocks::exact);
+
+    /// Moves the content out of the packet and leaves it blank. Drops a packet that is too damaged to be stored.
+    void write(AVPacket& packet);
+
+    /// Number of packets dropped.
+    std::int64_t refused() const { return refused_; }
+
+    /// Stores the packets that are still waiting; no more may be written.
+    void storeRest();
+
+    /// Call after storeRest(). Completes the file: samples, index in front.
+    void finish();
+
+    const std::vector<TrackTally>& tallies() const { return tallies_; }
+
+private:
+    /// The times of the last packet passed to write(), whether stored or not.
+    struct LastTime {
+        std::int64_t decoding = AV_NOPTS_VALUE;
+    };
+
+    int writeHeader();
+    void repairTimes(AVPacket& packet, LastTime& last) const;
+    bool isOutOfOrder(const AVPacket& packet);
+    void storeQueued(bool all);
+    void store(AVPacket& packet);
+    void refuse(std::size_t track, int error);
+    void requireTracksWithPackets() const;
+    void blameTrack(int error);
+    std::vector<std::uint32_t> channelMasks() const;
+
+    Mp4File file_;
+    OutputPointer format_;
+    Interleaver queue_;
+    std::vector<TrackTally> tallies_;
+    std::vector<LastTime> lastTimes_;
+    std::vector<std::int64_t> refusals_;       ///< per track
+    std::vector<PacketPointer> firstPackets_;  ///< per track
+    bool keepOrder_ = false;
+    Clocks clocks_ = Clocks::exact;
+    std::int64_t furthest_ = INT64_MIN;
+    std::int64_t refused_ = 0;
+};
+
+}  // namespace worker
