@@ -7,56 +7,60 @@
 
 namespace {
 
-constexpr std::int32_t languageCount = 20;
+struct Language {
+    const char* code;
+    const char* name;
+    const char* liveStreamKey;
+};
 
-using LanguageTable = std::array<const char*, languageCount>;
+/// By number; the first is 1.
+constexpr std::array languages = {
+    Language{"en", "English", "en_US"},    Language{"en", "English", "en_US"},  Language{"zh-Hans", "zh_CN", "zh_CN"},
+    Language{"zh-Hant", "zh_TW", "zh_TW"}, Language{"ja", "Japanese", "ja_JP"}, Language{"ko", "ko", "ko_KR"},
+    Language{"fr", "French", "fr_FR"},     Language{"fr", "French", "fr_FR"},   Language{"de", "German", "de_DE"},
+    Language{"it", "Italian", "it_IT"},    Language{"es", "Spanish", "es_SP"},  Language{"es_419", "es_419", "es_ES"},
+    Language{"sv", "sv", "sv_SE"},         Language{"nl", "Dutch", "en_US"},    Language{"pt", "pt", "pt_BR"},
+    Language{"ru", "ru", "ru_RU"},         Language{"tr", "tr", "tr_TR"},       Language{"da", "da", "da_DK"},
+    Language{"fi", "fi", "en_US"},         Language{"pl", "pl", "en_US"},
+};
 
-constexpr LanguageTable lgname = {"en", "en",     "zh-Hans", "zh-Hant", "ja", "ko", "fr", "fr", "de", "it",
-                                  "es", "es_419", "sv",      "nl",      "pt", "ru", "tr", "da", "fi", "pl"};
-
-constexpr LanguageTable languageNames = {"English", "English", "zh_CN",   "zh_TW",   "Japanese", "ko", "French",
-                                         "French",  "German",  "Italian", "Spanish", "es_419",   "sv", "Dutch",
-                                         "pt",      "ru",      "tr",      "da",      "fi",       "pl"};
-
-constexpr LanguageTable liveStreamKeys = {"en_US", "en_US", "zh_CN", "zh_TW", "ja_JP", "ko_KR", "fr_FR",
-                                          "fr_FR", "de_DE", "it_IT", "es_SP", "es_ES", "sv_SE", "en_US",
-                                          "pt_BR", "ru_RU", "tr_TR", "da_DK", "en_US", "en_US"};
+constexpr auto languageCount = static_cast<std::int32_t>(languages.size());
 
 std::int32_t appLanguage = 1;
 
 /// Null for a number outside the table.
-const char* entryForLanguage(const LanguageTable& table, std::int32_t language) {
-    return language >= 1 && language <= languageCount ? table.at(static_cast<std::size_t>(language) - 1) : nullptr;
+const Language* languageOf(std::int32_t language) {
+    return language >= 1 && language <= languageCount ? &languages.at(static_cast<std::size_t>(language) - 1) : nullptr;
 }
 
-std::optional<std::string> activeEntry(const LanguageTable& table) {
-    const char* const entry = entryForLanguage(table, appLanguage);
-    return entry != nullptr ? std::optional<std::string>(entry) : std::nullopt;
+std::optional<std::string> textOfActive(const char* Language::*text) {
+    const Language* const language = languageOf(appLanguage);
+    return language != nullptr ? std::optional<std::string>(language->*text) : std::nullopt;
 }
 
 }  // namespace
 
 bool LanguageManager::setActiveLanguage(std::int32_t language) {
     appLanguage = language;
-    const char* const code = entryForLanguage(lgname, language);
+    const Language* const known = languageOf(language);
     // An empty code stands for a language that leaves the user's setting unchanged.
-    if (code == nullptr || *code == '\0') {
+    if (known == nullptr || *known->code == '\0') {
         return false;
     }
-    std::vector<std::string> languages{code};
+    std::vector<std::string> preferred{known->code};
     if (language != 1) {
-        languages.emplace_back("en");
+        preferred.emplace_back("en");
     }
     auto& defaults = platform::UserDefaults::standard();
-    defaults.setStringList(platform::preferredLanguagesKey, languages);
+    defaults.setStringList(platform::preferredLanguagesKey, preferred);
     defaults.synchronize();
     return true;
 }
 
 std::optional<std::string> LanguageManager::getActiveLanguage() {
-    return activeEntry(languageNames);
+    return textOfActive(&Language::name);
 }
 
 std::optional<std::string> LanguageManager::getActiveLanguageKeyForLiveStreamInfo() {
-    return activeEntry(liveStreamKeys);
+    return textOfActive(&Language::liveStreamKey);
 }

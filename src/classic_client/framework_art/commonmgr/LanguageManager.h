@@ -7,7 +7,7 @@
 /// The application's language, by number, and the preferred-languages setting derived from it. No instances. Written
 /// once before the application starts, read afterwards. Main thread.
 ///
-/// The tables of the two getters mix names and codes because their callers expect exactly these values.
+/// The values of the two getters mix names and codes because their callers expect exactly these values.
 class LanguageManager {
 public:
     LanguageManager() = delete;
