@@ -1,8 +1,8 @@
 #pragma once
 
-#include <functional>
+#include "platform/ObserverList.h"
+
 #include <string>
-#include <vector>
 
 namespace platform {
 
@@ -18,7 +18,7 @@ struct Notification {
 /// Carries notifications between objects of this process that do not know each other. Main thread only.
 class NotificationCenter {
 public:
-    using Callback = std::function<void(const Notification&)>;
+    using Callback = ObserverList<Notification>::Callback;
 
     /// Calls `callback` for every notification named `name`, from any object, until `observer` is removed.
     void addObserver(const void* observer, const std::string& name, Callback callback);
@@ -30,13 +30,7 @@ public:
     void post(const Notification& notification);
 
 private:
-    struct Registration {
-        const void* observer;
-        std::string name;
-        Callback callback;
-    };
-
-    std::vector<Registration> registrations_;
+    ObserverList<Notification> observers_;
 };
 
 }  // namespace platform

@@ -5,21 +5,21 @@
 namespace recordkeeping {
 
 void TappedNotificationCenter::addObserver(const void* observer, const std::string& name, Callback callback) {
-    const auto registration = std::make_shared<Registration>(Registration{observer, name, std::move(callback)});
-    registrations_.push_back(registration);
-    center_.addObserver(observer, name, [this, registration](const platform::DistributedNotification& notification) {
-        if (before_) {
-            before_(notification);
-        }
-        registration->callback(notification);
-        if (after_) {
-            after_(notification);
-        }
-    });
+    observers_.add(observer, name, callback);
+    center_.addObserver(observer, name,
+                        [this, callback = std::move(callback)](const platform::DistributedNotification& notification) {
+                            if (before_) {
+                                before_(notification);
+                            }
+                            callback(notification);
+                            if (after_) {
+                                after_(notification);
+                            }
+                        });
 }
 
 void TappedNotificationCenter::removeObserver(const void* observer) {
-    std::erase_if(registrations_, [=](const auto& registration) { return registration->observer == observer; });
+    observers_.remove(observer);
     center_.removeObserver(observer);
 }
 
@@ -36,13 +36,7 @@ void TappedNotificationCenter::setHooks(Hook before, Hook after) {
 
 void TappedNotificationCenter::speak(const platform::DistributedNotification& notification) {
     const bool wasSpeaking = std::exchange(isSpeaking_, true);
-    // Observers may be added and removed during the calls.
-    const auto called = registrations_;
-    for (const auto& registration : called) {
-        if (registration->name == notification.name) {
-            registration->callback(notification);
-        }
-    }
+    observers_.call(notification);
     isSpeaking_ = wasSpeaking;
 }
 

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/ObserverList.h"
 
 #include <functional>
-#include <memory>
 #include <string>
-#include <vector>
 
 namespace recordkeeping {
 
@@ -31,14 +30,8 @@ public:
     void speak(const platform::DistributedNotification& notification);
 
 private:
-    struct Registration {
-        const void* observer;
-        std::string name;
-        Callback callback;
-    };
-
     platform::DistributedNotificationCenter& center_;
-    std::vector<std::shared_ptr<Registration>> registrations_;
+    platform::ObserverList<platform::DistributedNotification> observers_;
     Hook before_;
     Hook after_;
     bool isSpeaking_ = false;

@@ -1,5 +1,6 @@
 #include "platform/qt/QtDistributedNotificationCenter.h"
 
+#include "platform/ObserverList.h"
 #include "platform/qt/EndingSignals.h"
 #include "platform/qt/LaunchHandOver.h"
 #include "platform/qt/NotificationBus.h"
@@ -12,13 +13,6 @@ namespace platform::qt {
 
 class QtDistributedNotificationCenter::Bus {
 public:
-    struct Registration {
-        const void* observer;
-        std::string name;
-        Callback callback;
-        bool active = true;
-    };
-
     Bus() {
         connection.setPostedHandler([this](const DistributedNotification& notification, const QString& sender) {
             arrived(notification, sender);
@@ -26,7 +20,7 @@ public:
     }
 
     void addObserver(const void* observer, const std::string& name, Callback callback) {
-        registrations.push_back(std::make_shared<Registration>(Registration{observer, name, std::move(callback)}));
+        observers.add(observer, name, std::move(callback));
         if (std::exchange(hasObservers, true)) {
             return;
         }
@@ -53,29 +47,19 @@ public:
             kept.push_back(notification);
             return;
         }
-        deliver(notification);
+        observers.call(notification);
     }
 
     void deliverKept() {
         isDeliveringAtOnce = true;
         const auto notifications = std::exchange(kept, {});
         for (const auto& notification : notifications) {
-            deliver(notification);
-        }
-    }
-
-    void deliver(const DistributedNotification& notification) {
-        // Observers may be added and removed during the calls.
-        const auto called = registrations;
-        for (const auto& registration : called) {
-            if (registration->active && registration->name == notification.name) {
-                registration->callback(notification);
-            }
+            observers.call(notification);
         }
     }
 
     NotificationBus connection;
-    std::vector<std::shared_ptr<Registration>> registrations;
+    ObserverList<DistributedNotification> observers;
     std::vector<DistributedNotification> kept;
     bool hasObservers = false;
     bool isDeliveringAtOnce = false;
@@ -93,13 +77,7 @@ void QtDistributedNotificationCenter::addObserver(const void* observer, const st
 }
 
 void QtDistributedNotificationCenter::removeObserver(const void* observer) {
-    std::erase_if(bus_->registrations, [&](const auto& registration) {
-        if (registration->observer != observer) {
-            return false;
-        }
-        registration->active = false;
-        return true;
-    });
+    bus_->observers.remove(observer);
 }
 
 void QtDistributedNotificationCenter::postNotification(const DistributedNotification& notification) {
