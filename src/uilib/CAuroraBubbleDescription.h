@@ -18,6 +18,9 @@ struct AuroraArrowRecord {
     friend bool operator==(const AuroraArrowRecord&, const AuroraArrowRecord&) = default;
 };
 
+/// What a bubble reports, for desktops that show it in their own way.
+enum class AuroraBubbleKind { news, success, failure };
+
 /// How long a bubble takes to appear, is shown, and takes to disappear. Seconds.
 struct AuroraFadeRecord {
     double fadeIn = 0;
@@ -34,7 +37,7 @@ using AuroraFadeDescription = std::shared_ptr<const AuroraFadeRecord>;
 /// The look and behaviour of one bubble. Created per bubble, never shared. Main thread.
 class CAuroraBubbleDescription final {
 public:
-    /// The kit's defaults: no arrow, no fading, closable, opaque black without border, square corners.
+    /// The kit's defaults: no arrow, no fading, closable, opaque black without border, square corners, news.
     static std::shared_ptr<CAuroraBubbleDescription> defaultDescription();
 
     AuroraArrowDescription packArrowDescription(const AuroraArrowRecord& record) const;
@@ -71,6 +74,9 @@ public:
     bool bInfoImage() const { return bInfoImage_; }
     void setBInfoImage(bool infoImage) { bInfoImage_ = infoImage; }
 
+    AuroraBubbleKind kind() const { return kind_; }
+    void setKind(AuroraBubbleKind kind) { kind_ = kind; }
+
 private:
     bool bHasArrow_ = false;
     AuroraArrowDescription arrowDescription_;
@@ -81,4 +87,5 @@ private:
     platform::ui::Color borderColor_;
     bool bClosable_ = true;
     bool bInfoImage_ = false;
+    AuroraBubbleKind kind_ = AuroraBubbleKind::news;
 };

@@ -52,8 +52,9 @@ BubbleKit::makeView(const std::string& text, const std::vector<std::string>& but
     return view;
 }
 
-std::shared_ptr<CAuroraBubbleDescription> BubbleKit::makeDescription(const AuroraFadeRecord& fade) {
+std::shared_ptr<CAuroraBubbleDescription> BubbleKit::makeDescription(const AuroraFadeRecord& fade) const {
     auto description = CAuroraBubbleDescription::defaultDescription();
+    description->setKind(kind);
     description->setBHasArrow(true);
     description->setArrowDescription(description->packArrowDescription({6, 20, 10, 40, 40}));
     description->setBFade(true);

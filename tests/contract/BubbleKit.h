@@ -29,8 +29,8 @@ protected:
                                                                  const std::vector<std::string>& buttons = {},
                                                                  const std::string& icon = "icn_check");
 
-    /// The application's look, but with these times in seconds.
-    static std::shared_ptr<CAuroraBubbleDescription> makeDescription(const AuroraFadeRecord& fade);
+    /// The application's look and `kind`, but with these times in seconds.
+    std::shared_ptr<CAuroraBubbleDescription> makeDescription(const AuroraFadeRecord& fade) const;
 
     /// Makes a bubble with the application's look and these times, and shows it.
     std::shared_ptr<CAuroraBubble> open(const std::shared_ptr<platform::ui::View>& view, const AuroraFadeRecord& fade);
@@ -59,6 +59,7 @@ protected:
     platform::NotificationCenter center;
     platform::qt::QtStatusBar statusBar;
     std::unique_ptr<uilib::qt::QtAuroraBubbleMaker> maker;
+    AuroraBubbleKind kind = AuroraBubbleKind::success;
     std::vector<const void*> closed;
     std::vector<std::string> pressed;
 

@@ -15,11 +15,6 @@ void gather(const std::shared_ptr<platform::ui::View>& view, BubbleContent& cont
         content.buttons.push_back({button->title().value_or(""), button});
     } else if (const auto image = std::dynamic_pointer_cast<platform::ui::ImageView>(view); image && image->image()) {
         content.picture = image->image();
-        if (image->image()->name == "icn_check") {
-            content.kind = BubbleContent::Kind::success;
-        } else if (image->image()->name == "icn_error") {
-            content.kind = BubbleContent::Kind::failure;
-        }
     }
     for (const auto& subview : view->subviews()) {
         gather(subview, content);
@@ -28,8 +23,9 @@ void gather(const std::shared_ptr<platform::ui::View>& view, BubbleContent& cont
 
 }  // namespace
 
-BubbleContent contentOf(const std::shared_ptr<platform::ui::View>& view) {
+BubbleContent contentOf(const CAuroraBubbleDescription& description, const std::shared_ptr<platform::ui::View>& view) {
     BubbleContent content;
+    content.kind = description.kind();
     content.detail = view->toolTip();
     gather(view, content);
     return content;

@@ -3,6 +3,7 @@
 #include "platform/ui/Control.h"
 #include "platform/ui/Image.h"
 #include "platform/ui/View.h"
+#include "uilib/CAuroraBubbleDescription.h"
 
 #include <memory>
 #include <string>
@@ -17,19 +18,16 @@ struct BubbleContent {
         std::shared_ptr<const platform::ui::Control> control;
     };
 
-    enum class Kind { news, success, failure };
-
     std::string text;
     /// The name of the file that the text refers to; empty if there is none.
     std::string detail;
     /// The buttons with a title, in the view's order; the desktop provides its own close button.
     std::vector<Button> buttons;
-    /// Derived from the bubble's image.
-    Kind kind = Kind::news;
+    AuroraBubbleKind kind = AuroraBubbleKind::news;
     /// Null if the bubble has none.
     std::shared_ptr<const platform::ui::Image> picture;
 };
 
-BubbleContent contentOf(const std::shared_ptr<platform::ui::View>& view);
+BubbleContent contentOf(const CAuroraBubbleDescription& description, const std::shared_ptr<platform::ui::View>& view);
 
 }  // namespace uilib::qt

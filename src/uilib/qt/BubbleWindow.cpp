@@ -68,7 +68,7 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
     // Off-screen there is nothing to show it on; it is only drawn.
     setAttribute(Qt::WA_DontShowOnScreen, QGuiApplication::platformName() == QLatin1String("offscreen"));
     setWindowTitle(QString::fromLatin1(platform::programTitle));
-    const auto content = contentOf(clientView_);
+    const auto content = contentOf(*description_, clientView_);
     setAccessibleName(QString::fromStdString(content.text));
     setAccessibleDescription(QString::fromStdString(content.detail));
     setObjectName(QStringLiteral("bubble"));

@@ -174,11 +174,11 @@ QStringList DesktopNotification::actions() const {
 }
 
 QVariantMap DesktopNotification::hints(bool isFarewell) const {
-    const bool isFailure = content_.kind == BubbleContent::Kind::failure;
+    const bool isFailure = content_.kind == AuroraBubbleKind::failure;
     QVariantMap hints;
     hints[QStringLiteral("urgency")] = QVariant::fromValue(isFarewell ? kLow : isFailure ? kCritical : kNormal);
     hints[QStringLiteral("desktop-entry")] = kApplication;
-    if (content_.kind != BubbleContent::Kind::news) {
+    if (content_.kind != AuroraBubbleKind::news) {
         hints[QStringLiteral("category")] =
             isFailure ? QStringLiteral("transfer.error") : QStringLiteral("transfer.complete");
         // The image for news is drawn for dark backgrounds only; the application's icon replaces it.

@@ -120,12 +120,12 @@ void QtAuroraBubble::showAsNotification(const std::string& reason) {
         startClock();
     };
     handlers.closed = [this] { leaveSoon(); };
-    notification_ =
-        std::make_unique<DesktopNotification>(contentOf(clientView_), milliseconds(fade_.shown), std::move(handlers));
+    notification_ = std::make_unique<DesktopNotification>(contentOf(*description_, clientView_),
+                                                          milliseconds(fade_.shown), std::move(handlers));
 }
 
 void QtAuroraBubble::showAsSentence() {
-    log(contentOf(clientView_).text);
+    log(contentOf(*description_, clientView_).text);
     if (isOffScreen()) {
         // Invisible, but it takes its time like any other bubble.
         showAsWindow(BubbleWindow::Host::desktop, {});

@@ -78,6 +78,7 @@ void KTRConverterProcessNotificationMgr::showConvertSucceedBubbleWithFilePath(co
     MacInfoTrace2("RecordConverter", "%s : %s",
                   "-[KTRConverterProcessNotificationMgr showConvertSucceedBubbleWithFilePath:]", path.c_str());
     const auto view = makeView(localized(kRecordingFileSavedSuccess), "icn_check");
+    view->setKind(AuroraBubbleKind::success);
     view->setToolTip(std::string(platform::lastPathComponent(path)));
     view->setButtonModelArray(
         {makeOpenButtonModel(kOpen, &KTRConverterProcessNotificationMgr::openFileByDefaultWithFilePathIn, path, view),
@@ -107,6 +108,7 @@ std::shared_ptr<KTRMeetingRecordingBubbleButtonModel> KTRConverterProcessNotific
 void KTRConverterProcessNotificationMgr::showConvertFailedBubble() {
     MacInfoTrace2("RecordConverter", "%s", "-[KTRConverterProcessNotificationMgr showConvertFailedBubble]");
     const auto view = makeView(localized(kRecordingFileConvertFailed), "icn_error");
+    view->setKind(AuroraBubbleKind::failure);
     view->spawnUI();
     closeFilesPreparedBubble();
     showConvertBubbleWithExternalClientViewIsFilesPreparedBubble(view, false);
@@ -136,8 +138,9 @@ void KTRConverterProcessNotificationMgr::closeFilesPreparedBubble() {
 void KTRConverterProcessNotificationMgr::showConvertBubbleWithExternalClientViewIsFilesPreparedBubble(
     const std::shared_ptr<KTRMeetingRecordingSavedBubbleView>& view, bool isFilesPreparedBubble) {
     const auto applicationDelegate = application_.delegate();
-    const auto bubble =
-        bubbleMaker_.makeBubbleWithDescriptionExternalClientView(createCAuroraBubbleDescription(), view);
+    const auto description = createCAuroraBubbleDescription();
+    description->setKind(view->kind());
+    const auto bubble = bubbleMaker_.makeBubbleWithDescriptionExternalClientView(description, view);
     if (isFilesPreparedBubble) {
         // A bubble that is already in the slot stays open; the kit closes it when its time is up.
         filesPreparedBubble_ = bubble;

@@ -5,6 +5,7 @@
 #include "platform/ui/View.h"
 #include "uilib/AuroraRoundedButton.h"
 #include "uilib/AuroraXStatesButton.h"
+#include "uilib/CAuroraBubbleDescription.h"
 
 #include <cstdint>
 #include <memory>
@@ -45,6 +46,10 @@ public:
     /// Null shows no icon.
     const std::shared_ptr<const platform::ui::Image>& iconImage() const { return iconImage_; }
     void setIconImage(std::shared_ptr<const platform::ui::Image> image) { iconImage_ = std::move(image); }
+
+    /// What the bubble reports; news unless set.
+    AuroraBubbleKind kind() const { return kind_; }
+    void setKind(AuroraBubbleKind kind) { kind_ = kind; }
 
     /// One model per push button, the rightmost first.
     const ButtonModels& buttonModelArray() const { return buttonModelArray_; }
@@ -94,6 +99,7 @@ private:
     Buttons buttonsArray_;
     std::optional<std::string> contentString_;
     std::shared_ptr<const platform::ui::Image> iconImage_;
+    AuroraBubbleKind kind_ = AuroraBubbleKind::news;
     ButtonModels buttonModelArray_;
     std::weak_ptr<KTRMeetingRecordingSavedBubbleViewDelegate> delegate_;
     std::uint64_t buttonArrayMinX_ = 0;
