@@ -1,5 +1,7 @@
 #include "BusClient.h"
 
+#include "platform/qt/NotificationAddress.h"
+
 #include <QCoreApplication>
 #include <QDBusArgument>
 #include <QElapsedTimer>
@@ -8,13 +10,9 @@
 
 namespace bench {
 
-namespace {
-
-const QString path = QStringLiteral("/org/recordconverter/NotificationCenter");
-const QString interface = QStringLiteral("org.recordconverter.NotificationCenter");
-const QString member = QStringLiteral("Posted");
-
-}  // namespace
+using platform::qt::notificationInterface;
+using platform::qt::notificationPath;
+using platform::qt::notificationSignal;
 
 BusClient::BusClient(int senders) {
     for (int i = 0; i < senders; ++i) {
@@ -30,7 +28,8 @@ BusClient::BusClient(const QString& address)
 }
 
 void BusClient::listen() {
-    connections_.front().connect(QString(), path, interface, member, this, SLOT(hear(QDBusMessage)));
+    connections_.front().connect(QString(), notificationPath, notificationInterface, notificationSignal, this,
+                                 SLOT(hear(QDBusMessage)));
 }
 
 BusClient::~BusClient() {
@@ -40,7 +39,7 @@ BusClient::~BusClient() {
 }
 
 void BusClient::post(const QString& name, int meetingProcessId, int sender, const QString& intermediatePath) {
-    auto signal = QDBusMessage::createSignal(path, interface, member);
+    auto signal = QDBusMessage::createSignal(notificationPath, notificationInterface, notificationSignal);
     QVariantMap userInfo = {{QStringLiteral("kMeetingRecordNotificationKey_MeetingProcessId"), meetingProcessId}};
     if (!intermediatePath.isEmpty()) {
         userInfo.insert(QStringLiteral("kMeetingRecordNotificationKey_RecordIntermediatePath"), intermediatePath);

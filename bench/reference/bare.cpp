@@ -1,6 +1,8 @@
 // The smallest program of the converter's kind: a toolkit application that shows a status icon and posts one signal. It
 // measures the cost of the toolkit.
 
+#include "platform/qt/NotificationAddress.h"
+
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -20,9 +22,8 @@ int main(int argc, char* argv[]) {
     QSystemTrayIcon icon{QIcon(pixmap)};
     QTimer::singleShot(0, [&icon] {
         icon.show();
-        auto signal = QDBusMessage::createSignal(QStringLiteral("/org/recordconverter/NotificationCenter"),
-                                                 QStringLiteral("org.recordconverter.NotificationCenter"),
-                                                 QStringLiteral("Posted"));
+        auto signal = QDBusMessage::createSignal(platform::qt::notificationPath, platform::qt::notificationInterface,
+                                                 platform::qt::notificationSignal);
         const QVariantMap userInfo = {
             {QStringLiteral("kMeetingRecordNotificationKey_AckFromProcessId"), static_cast<int>(::getpid())},
             {QStringLiteral("kMeetingRecordNotificationKey_AckToProcessId"), 0}};

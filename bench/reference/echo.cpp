@@ -1,5 +1,7 @@
 // The smallest responder on the bus: it acknowledges every notification that is not itself an acknowledgement.
 
+#include "platform/qt/NotificationAddress.h"
+
 #include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -7,12 +9,17 @@
 #include <QVariantMap>
 #include <unistd.h>
 
+using platform::qt::notificationInterface;
+using platform::qt::notificationPath;
+using platform::qt::notificationSignal;
+
 class Echo final : public QObject {
     Q_OBJECT
 
 public:
     Echo() {
-        QDBusConnection::sessionBus().connect(QString(), path, interface, member, this, SLOT(answer(QDBusMessage)));
+        QDBusConnection::sessionBus().connect(QString(), notificationPath, notificationInterface, notificationSignal,
+                                              this, SLOT(answer(QDBusMessage)));
         post(QStringLiteral("kMeetingRecordNotificationName_AppSpawnConfirm"), QString(), 0);
     }
 
@@ -29,7 +36,7 @@ private Q_SLOTS:
 
 private:
     void post(const QString& name, const QString& answered, const QVariant& addressee) {
-        auto signal = QDBusMessage::createSignal(path, interface, member);
+        auto signal = QDBusMessage::createSignal(notificationPath, notificationInterface, notificationSignal);
         QVariantMap userInfo = {
             {QStringLiteral("kMeetingRecordNotificationKey_AckFromProcessId"), static_cast<int>(::getpid())},
             {QStringLiteral("kMeetingRecordNotificationKey_AckToProcessId"), addressee}};
@@ -39,10 +46,6 @@ private:
         signal << name << QString() << userInfo;
         QDBusConnection::sessionBus().send(signal);
     }
-
-    const QString path = QStringLiteral("/org/recordconverter/NotificationCenter");
-    const QString interface = QStringLiteral("org.recordconverter.NotificationCenter");
-    const QString member = QStringLiteral("Posted");
 };
 
 int main(int argc, char* argv[]) {

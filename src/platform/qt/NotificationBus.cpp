@@ -2,6 +2,7 @@
 
 #include "platform/SystemLog.h"
 #include "platform/qt/BusValues.h"
+#include "platform/qt/NotificationAddress.h"
 #include "platform/qt/SessionBus.h"
 
 #include <QDBusArgument>
@@ -16,9 +17,6 @@ namespace platform::qt {
 
 namespace {
 
-const auto kPath = QStringLiteral("/org/recordconverter/NotificationCenter");
-const auto kInterface = QStringLiteral("org.recordconverter.NotificationCenter");
-const auto kSignal = QStringLiteral("Posted");
 const auto kBus = QStringLiteral("org.freedesktop.DBus");
 const auto kBusPath = QStringLiteral("/org/freedesktop/DBus");
 
@@ -37,12 +35,6 @@ void sayThatThereIsNoBus(const QString& reason) {
                                 "still work");
 }
 
-// Two connections with one name would be the same connection.
-QString newConnectionName() {
-    static int count = 0;
-    return QStringLiteral("record-converter notifications %1").arg(++count);
-}
-
 DistributedNotification notificationOf(const QDBusMessage& message) {
     const auto arguments = message.arguments();
     DistributedNotification notification;
@@ -59,64 +51,53 @@ DistributedNotification notificationOf(const QDBusMessage& message) {
 
 }  // namespace
 
-NotificationBus::NotificationBus() : connectionName_(newConnectionName()) {
-    if (!hasSessionBusAddress()) {
-        sayThatThereIsNoBus(QStringLiteral("the environment names none"));
-        return;
-    }
-    auto connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName_);
-    if (!connection.isConnected()) {
-        sayThatThereIsNoBus(connection.lastError().message());
-        QDBusConnection::disconnectFromBus(connectionName_);
-        return;
-    }
-    connection_ = connection;
-    listen();
-}
-
-NotificationBus::~NotificationBus() {
-    if (connection_) {
-        connection_.reset();
-        QDBusConnection::disconnectFromBus(connectionName_);
+NotificationBus::NotificationBus()
+    : connection_(QDBusConnection::SessionBus, QStringLiteral("record-converter notifications")) {
+    if (connection_.isConnected()) {
+        listen();
+    } else {
+        sayThatThereIsNoBus(hasSessionBusAddress() ? connection_.bus().lastError().message()
+                                                   : QStringLiteral("the environment names none"));
     }
 }
 
 void NotificationBus::runOnBusThread(std::function<void()> work) {
     // Qt's own object for calls to the bus belongs to that thread.
-    if (auto* const bus = connection_ ? connection_->interface() : nullptr) {
+    if (auto* const bus = connection_.bus().interface()) {
         QMetaObject::invokeMethod(bus, std::move(work), Qt::QueuedConnection);
     }
 }
 
 void NotificationBus::listen() {
     // The bus processes a connection's messages in order, so these are in effect before any later call is answered.
-    connection_->connect({}, kPath, kInterface, kSignal, QStringLiteral("ssa{sv}"), this, SLOT(onPosted(QDBusMessage)));
-    connection_->connect({}, QStringLiteral("/org/freedesktop/DBus/Local"),
-                         QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-                         SLOT(onDisconnected()));
+    connection_.bus().connect({}, notificationPath, notificationInterface, notificationSignal,
+                              QStringLiteral("ssa{sv}"), this, SLOT(onPosted(QDBusMessage)));
+    connection_.bus().connect({}, QStringLiteral("/org/freedesktop/DBus/Local"),
+                              QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                              SLOT(onDisconnected()));
 }
 
 bool NotificationBus::isConnected() const {
-    return connection_ && connection_->isConnected();
+    return connection_.isConnected();
 }
 
 QString NotificationBus::ownAddress() const {
-    return connection_ ? connection_->baseService() : QString();
+    return connection_.bus().baseService();
 }
 
 void NotificationBus::send(const DistributedNotification& notification) {
     if (!isConnected()) {
         return;
     }
-    auto signal = QDBusMessage::createSignal(kPath, kInterface, kSignal);
+    auto signal = QDBusMessage::createSignal(notificationPath, notificationInterface, notificationSignal);
     signal << QString::fromStdString(notification.name) << QString::fromStdString(notification.object.value_or(""))
            << busValues(notification.userInfo.value_or(UserInfo()));
-    connection_->send(signal);
+    connection_.bus().send(signal);
 }
 
 void NotificationBus::flush() {
     if (isConnected()) {
-        connection_->call(roundTrip(), QDBus::Block, kFlushPatience);
+        connection_.bus().call(roundTrip(), QDBus::Block, kFlushPatience);
     }
 }
 
@@ -135,7 +116,7 @@ void NotificationBus::askForDelivery() {
     isAsking_ = true;
     // Signals and replies reach this thread in the order in which the bus has sent them. Calls that come meanwhile need
     // the next round trip, and share it.
-    auto* const answer = new QDBusPendingCallWatcher(connection_->asyncCall(roundTrip(), kDeliveryPatience), this);
+    auto* const answer = new QDBusPendingCallWatcher(connection_.bus().asyncCall(roundTrip(), kDeliveryPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, asked = std::exchange(awaiting_, {})] {
         answer->deleteLater();
         isAsking_ = false;
@@ -155,11 +136,11 @@ bool NotificationBus::acquireName(const QString& busName) {
     if (watchedName_ != busName) {
         // Only for this name: the changes of all other names would wake this process for nothing.
         watchedName_ = busName;
-        connection_->connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), {busName}, QStringLiteral("sss"),
-                             this, SLOT(onNameOwnerChanged(QString, QString, QString)));
+        connection_.bus().connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), {busName},
+                                  QStringLiteral("sss"), this, SLOT(onNameOwnerChanged(QString, QString, QString)));
     }
-    const auto reply = connection_->interface()->registerService(busName, QDBusConnectionInterface::DontQueueService,
-                                                                 QDBusConnectionInterface::DontAllowReplacement);
+    const auto reply = connection_.bus().interface()->registerService(
+        busName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
     if (!reply.isValid()) {
         SystemLog::standard().write("the session bus refuses the name " + busName.toStdString() + ": " +
                                     reply.error().message().toStdString());
@@ -169,14 +150,14 @@ bool NotificationBus::acquireName(const QString& busName) {
 }
 
 QString NotificationBus::holderOf(const QString& busName) const {
-    return isConnected() ? connection_->interface()->serviceOwner(busName).value() : QString();
+    return isConnected() ? connection_.bus().interface()->serviceOwner(busName).value() : QString();
 }
 
 std::optional<std::int32_t> NotificationBus::processIdOf(const QString& address) const {
     if (!isConnected()) {
         return std::nullopt;
     }
-    const QDBusReply<uint> reply = connection_->interface()->servicePid(address);
+    const QDBusReply<uint> reply = connection_.bus().interface()->servicePid(address);
     return reply.isValid() ? std::optional(static_cast<std::int32_t>(reply.value())) : std::nullopt;
 }
 

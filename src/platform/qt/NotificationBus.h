@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/qt/PrivateConnection.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
@@ -25,7 +25,6 @@ public:
 
     /// Connects, and listens before it returns. Writes to the system log if there is no bus.
     NotificationBus();
-    ~NotificationBus() override;
 
     bool isConnected() const;
 
@@ -69,8 +68,7 @@ private:
     void listen();
     void askForDelivery();
 
-    const QString connectionName_;
-    std::optional<QDBusConnection> connection_;
+    PrivateConnection connection_;
     QString watchedName_;
     /// What waits for the next round trip, in order.
     std::vector<std::function<void()>> awaiting_;

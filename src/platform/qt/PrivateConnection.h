@@ -23,6 +23,7 @@ public:
 
     bool isConnected() const { return connection_.isConnected(); }
     QDBusConnection& bus() { return connection_; }
+    const QDBusConnection& bus() const { return connection_; }
 
     /// Sends `question`, which never starts a service, and calls `answered` with its one value once a valid reply
     /// arrives: later, from the event loop. After an error, or once `asker` is destroyed, it is not called.

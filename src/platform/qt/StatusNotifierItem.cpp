@@ -1,7 +1,5 @@
 #include "platform/qt/StatusNotifierItem.h"
 
-#include "platform/qt/SessionBus.h"
-
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
@@ -18,16 +16,9 @@ namespace platform::qt {
 
 namespace {
 
-const auto kConnectionName = QStringLiteral("record-converter status icon");
 const auto kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
 const auto kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 const auto kItemPath = QStringLiteral("/StatusNotifierItem");
-
-QDBusConnection newConnection() {
-    // A name that was never connected gives a connection that does nothing.
-    return hasSessionBusAddress() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnectionName)
-                                  : QDBusConnection(kConnectionName);
-}
 
 IconPixels pixelsOf(const QIcon& icon, int side) {
     auto image = icon.pixmap(QSize(side, side), 1.0).toImage().convertToFormat(QImage::Format_ARGB32);
@@ -76,8 +67,8 @@ StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<
       title_(std::move(title)),
       hostChanged_(std::move(hostChanged)),
       activated_(std::move(activated)),
-      connection_(newConnection()),
-      watcher_(kWatcher, connection_,
+      connection_(QDBusConnection::SessionBus, QStringLiteral("record-converter status icon")),
+      watcher_(kWatcher, connection_.bus(),
                QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration),
       service_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(getpid())) {
     if (!connection_.isConnected()) {
@@ -87,23 +78,22 @@ StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<
     qDBusRegisterMetaType<IconPixels>();
     qDBusRegisterMetaType<IconPixelsList>();
     qDBusRegisterMetaType<IconToolTip>();
-    connection_.registerObject(kItemPath, this,
-                               QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
-                                   QDBusConnection::ExportAllSignals);
-    connection_.registerService(service_);
+    connection_.bus().registerObject(kItemPath, this,
+                                     QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
+                                         QDBusConnection::ExportAllSignals);
+    connection_.bus().registerService(service_);
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierItem::askWatcher);
     connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, &StatusNotifierItem::watcherGone);
-    connection_.connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostRegistered"), this,
-                        SLOT(askWatcher()));
-    connection_.connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostUnregistered"), this,
-                        SLOT(askWatcher()));
+    connection_.bus().connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostRegistered"), this,
+                              SLOT(askWatcher()));
+    connection_.bus().connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostUnregistered"), this,
+                              SLOT(askWatcher()));
     askWatcher();
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
     if (connection_.isConnected()) {
-        connection_.unregisterObject(kItemPath);
-        QDBusConnection::disconnectFromBus(kConnectionName);
+        connection_.bus().unregisterObject(kItemPath);
     }
 }
 
@@ -128,13 +118,13 @@ void StatusNotifierItem::askWatcher() {
         QDBusMessage::createMethodCall(kWatcher, kWatcherPath, kWatcher, QStringLiteral("RegisterStatusNotifierItem"));
     registration.setAutoStartService(false);
     registration << service_;
-    connection_.send(registration);
+    connection_.bus().send(registration);
 
     auto question = QDBusMessage::createMethodCall(
         kWatcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     question.setAutoStartService(false);
     question << kWatcher << QStringLiteral("IsStatusNotifierHostRegistered");
-    auto* const answer = new QDBusPendingCallWatcher(connection_.asyncCall(question), this);
+    auto* const answer = new QDBusPendingCallWatcher(connection_.bus().asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         const QDBusPendingReply<QDBusVariant> reply = *answer;
         setShown(reply.isValid() && reply.value().variant().toBool());

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/qt/PrivateConnection.h"
+
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
 #include <QIcon>
@@ -96,7 +97,7 @@ private:
     QString text_;
     const std::function<void()> hostChanged_;
     const std::function<void()> activated_;
-    QDBusConnection connection_;
+    PrivateConnection connection_;
     QDBusServiceWatcher watcher_;
     QString service_;
     std::optional<bool> isShown_;

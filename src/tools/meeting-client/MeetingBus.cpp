@@ -1,5 +1,6 @@
 #include "tools/meeting-client/MeetingBus.h"
 
+#include "platform/qt/NotificationAddress.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 
 #include <QDBusArgument>
@@ -11,9 +12,9 @@
 
 namespace {
 
-const QString path = QStringLiteral("/org/recordconverter/NotificationCenter");
-const QString interface = QStringLiteral("org.recordconverter.NotificationCenter");
-const QString member = QStringLiteral("Posted");
+using platform::qt::notificationInterface;
+using platform::qt::notificationPath;
+using platform::qt::notificationSignal;
 
 // The bus processes the messages of one connection in order, so its reply means that it has handled all earlier ones.
 void settle(const QDBusConnection& connection) {
@@ -34,7 +35,8 @@ bool isAddressedTo(const Notification& notification, pid_t pid) {
 
 MeetingBus::MeetingBus() : connection_(QDBusConnection::sessionBus()) {
     if (isConnected()) {
-        connection_.connect(QString(), path, interface, member, this, SLOT(onPosted(QDBusMessage)));
+        connection_.connect(QString(), notificationPath, notificationInterface, notificationSignal, this,
+                            SLOT(onPosted(QDBusMessage)));
         settle(connection_);
     }
 }
@@ -44,7 +46,7 @@ bool MeetingBus::converterRuns() const {
 }
 
 void MeetingBus::post(const Notification& notification) {
-    QDBusMessage signal = QDBusMessage::createSignal(path, interface, member);
+    QDBusMessage signal = QDBusMessage::createSignal(notificationPath, notificationInterface, notificationSignal);
     signal << notification.name << notification.object << notification.userInfo;
     connection_.send(signal);
     settle(connection_);

@@ -2,7 +2,7 @@
 
 #include "platform/ProgramIdentity.h"
 #include "platform/qt/ActivationToken.h"
-#include "platform/qt/SessionBus.h"
+#include "platform/qt/PrivateConnection.h"
 #include "uilib/qt/NotificationPicture.h"
 
 #include <QDBusMessage>
@@ -19,7 +19,6 @@ namespace {
 
 const auto kServer = QStringLiteral("org.freedesktop.Notifications");
 const auto kPath = QStringLiteral("/org/freedesktop/Notifications");
-const auto kConnectionName = QStringLiteral("record-converter desktop notifications");
 const auto kDefaultAction = QStringLiteral("default");
 const auto kTitle = QString::fromLatin1(platform::programTitle);
 const auto kApplication = QString::fromLatin1(platform::programId);
@@ -34,10 +33,11 @@ constexpr uchar kLow = 0;
 constexpr uchar kNormal = 1;
 constexpr uchar kCritical = 2;
 
+// One for all notifications, until the process ends: a server may remove the notifications of a connection that closes.
 QDBusConnection connection() {
-    return platform::qt::hasSessionBusAddress()
-               ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnectionName)
-               : QDBusConnection(kConnectionName);
+    static auto& shared = *new platform::qt::PrivateConnection(
+        QDBusConnection::SessionBus, QStringLiteral("record-converter desktop notifications"));
+    return shared.bus();
 }
 
 QDBusMessage callNamed(const QString& method) {
