@@ -62,9 +62,9 @@ NotificationBus::NotificationBus()
 }
 
 void NotificationBus::runOnBusThread(std::function<void()> work) {
-    // Qt's own object for calls to the bus belongs to that thread.
-    if (auto* const bus = connection_.bus().interface()) {
-        QMetaObject::invokeMethod(bus, std::move(work), Qt::QueuedConnection);
+    // Qt's own object for calls to the bus belongs to that thread. A connection that was refused has one, too.
+    if (!ownAddress().isEmpty()) {
+        QMetaObject::invokeMethod(connection_.bus().interface(), std::move(work), Qt::QueuedConnection);
     }
 }
 
