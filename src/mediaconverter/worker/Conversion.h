@@ -4,7 +4,7 @@
 #include "mediaconverter/worker/Reporter.h"
 #include "mediaconverter/worker/reading/Beginning.h"
 #include "mediaconverter/worker/reading/Recording.h"
-#include "mediaconverter/worker/tracks/Timeline.h"
+#include "mediaconverter/worker/times/Timeline.h"
 #include "mediaconverter/worker/tracks/TrackChoice.h"
 #include "mediaconverter/worker/tracks/TranscodedTrack.h"
 #include "mediaconverter/worker/writing/Mp4Writer.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mediaconverter/worker/tracks/SourceTimes.h"
+#include "mediaconverter/worker/times/SourceTimes.h"
 #include "mediaconverter/worker/writing/Mp4Writer.h"
 
 #include <string>

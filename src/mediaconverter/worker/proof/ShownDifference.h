@@ -1,7 +1,7 @@
 #pragma once
 
 #include "mediaconverter/worker/proof/ShownTimes.h"
-#include "mediaconverter/worker/tracks/SourceTimes.h"
+#include "mediaconverter/worker/times/SourceTimes.h"
 
 #include <cstdint>
 #include <string>

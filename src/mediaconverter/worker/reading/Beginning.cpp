@@ -1,7 +1,7 @@
 #include "mediaconverter/worker/reading/Beginning.h"
 
-#include "mediaconverter/worker/tracks/SourceTimes.h"
-#include "mediaconverter/worker/tracks/Timeline.h"
+#include "mediaconverter/worker/times/SourceTimes.h"
+#include "mediaconverter/worker/times/Timeline.h"
 #include "mediaconverter/worker/tracks/TrackPlan.h"
 
 #include <algorithm>

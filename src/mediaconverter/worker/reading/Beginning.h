@@ -2,7 +2,7 @@
 
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/reading/Recording.h"
-#include "mediaconverter/worker/tracks/PictureOrder.h"
+#include "mediaconverter/worker/times/PictureOrder.h"
 
 #include <cstdint>
 #include <deque>

@@ -5,7 +5,7 @@
 #include "mediaconverter/worker/accounting/CutPackets.h"
 #include "mediaconverter/worker/reading/FlvTrail.h"
 #include "mediaconverter/worker/reading/SourceReader.h"
-#include "mediaconverter/worker/tracks/PictureOrder.h"
+#include "mediaconverter/worker/times/PictureOrder.h"
 
 #include <cstdint>
 #include <optional>

@@ -87,8 +87,8 @@ void Track::send(AVPacket& packet, AVRational base, Mp4Writer& writer) {
 CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters)
     : Track(source, target, timeline),
       form_(*source.codecpar),
-      countsSamples_(source.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && source.codecpar->sample_rate > 0 &&
-                     source.time_base.den != source.codecpar->sample_rate),
+      countsSamples_(SampleTimes::areNeeded(source)),
+      samples_(source, target),
       repeatsParameters_(repeatsParameters) {
     if (const int copied = avcodec_parameters_copy(target.codecpar, source.codecpar); copied < 0) {
         throw Failure::ofLibrary(ConversionError::containerFailed, copied);
@@ -119,7 +119,7 @@ void CopiedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     clock().place(packet);
     witness().add(packet);
     if (countsSamples_) {
-        placeSamples(packet);
+        samples_.place(packet);
     } else {
         send(packet, source().time_base, writer);
         return;
@@ -167,23 +167,6 @@ void CopiedTrack::putBefore(AVPacket& packet) const {
     }
     std::copy_backward(packet.data, packet.data + packet.size - added, packet.data + packet.size);
     std::copy(parameters_.begin(), parameters_.end(), packet.data);
-}
-
-void CopiedTrack::placeSamples(AVPacket& packet) {
-    // A container that counts milliseconds rounds every audio time; counting samples makes the times exact again.
-    AVCodecParameters* const parameters = source().codecpar;
-    int samples = av_get_audio_frame_duration2(parameters, packet.size);
-    if (samples <= 0) {
-        samples = parameters->frame_size;
-    }
-    if (samples <= 0) {
-        av_packet_rescale_ts(&packet, source().time_base, target().time_base);
-        return;
-    }
-    packet.dts = av_rescale_delta(source().time_base, packet.dts, AVRational{1, parameters->sample_rate}, samples,
-                                  &lastSample_, target().time_base);
-    packet.pts = packet.dts;
-    packet.duration = av_rescale_q(samples, AVRational{1, parameters->sample_rate}, target().time_base);
 }
 
 }  // namespace worker

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "mediaconverter/worker/times/SampleTimes.h"
+#include "mediaconverter/worker/times/SourceTimes.h"
+#include "mediaconverter/worker/times/Timeline.h"
 #include "mediaconverter/worker/tracks/FormWatch.h"
-#include "mediaconverter/worker/tracks/SourceTimes.h"
-#include "mediaconverter/worker/tracks/Timeline.h"
 #include "mediaconverter/worker/tracks/TrackForm.h"
 #include "mediaconverter/worker/writing/Mp4Writer.h"
 
@@ -116,15 +117,14 @@ public:
 private:
     void pass(AVPacket& packet, Mp4Writer& writer) override;
     bool isIntact(const AVPacket& packet);
-    void placeSamples(AVPacket& packet);
     void followParameters(AVPacket& packet);
     void putBefore(AVPacket& packet) const;
 
     FormWatch form_;
     bool countsSamples_;
+    SampleTimes samples_;
     bool repeatsParameters_;
     std::vector<std::uint8_t> parameters_;  ///< the current ones, as units of the stream
-    std::int64_t lastSample_ = AV_NOPTS_VALUE;
 };
 
 }  // namespace worker

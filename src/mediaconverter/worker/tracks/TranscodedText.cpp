@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/tracks/TranscodedText.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/tracks/Decoder.h"
 
 #include <algorithm>
 
@@ -12,21 +13,6 @@ using enum ConversionError;
 
 constexpr AVRational milliseconds = {1, 1000};
 constexpr std::size_t mostText = std::size_t{64} * 1024;
-
-CodecPointer openDecoder(const AVStream& source) {
-    const AVCodec* const codec = avcodec_find_decoder(source.codecpar->codec_id);
-    CodecPointer decoder(present(avcodec_alloc_context3(codec)));
-    int result =
-        codec == nullptr ? AVERROR_DECODER_NOT_FOUND : avcodec_parameters_to_context(decoder.get(), source.codecpar);
-    decoder->pkt_timebase = source.time_base;
-    if (result >= 0) {
-        result = avcodec_open2(decoder.get(), codec, nullptr);
-    }
-    if (result < 0) {
-        throw Failure::ofLibrary(codecUnknown, result);
-    }
-    return decoder;
-}
 
 CodecPointer openEncoder(const AVCodecContext& decoder) {
     const AVCodec* const codec = avcodec_find_encoder(AV_CODEC_ID_MOV_TEXT);

@@ -3,6 +3,7 @@
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/Foreknowledge.h"
 #include "mediaconverter/worker/tracks/CodecThreads.h"
+#include "mediaconverter/worker/tracks/Decoder.h"
 
 extern "C" {
 #include <libavutil/cpu.h>
@@ -22,23 +23,11 @@ constexpr std::int64_t mostPixels = std::int64_t{8192} * 8192;
 /// This many equal audio frames in a row establish a form; fewer may come from a damaged header.
 constexpr int leastFramesAlike = 3;
 
-CodecPointer openDecoder(const AVStream& source, const FormPlan& plan) {
-    const AVCodec* const codec = avcodec_find_decoder(source.codecpar->codec_id);
-    if (codec == nullptr) {
-        throw Failure(codecUnknown, avcodec_get_name(source.codecpar->codec_id));
-    }
-    CodecPointer decoder(present(avcodec_alloc_context3(codec)));
-    int result = avcodec_parameters_to_context(decoder.get(), source.codecpar);
-    decoder->pkt_timebase = source.time_base;
-    decoder->thread_count = codecThreadsFor(plan.form.mostPixels, av_cpu_count(), plan.videoTracks).decoder;
-    decoder->max_pixels = mostPixels;
-    if (result >= 0) {
-        result = avcodec_open2(decoder.get(), codec, nullptr);
-    }
-    if (result < 0) {
-        throw Failure::ofLibrary(codecUnknown, result);
-    }
-    return decoder;
+CodecPointer openLimitedDecoder(const AVStream& source, const FormPlan& plan) {
+    return openDecoder(source, [&plan](AVCodecContext& decoder) {
+        decoder.thread_count = codecThreadsFor(plan.form.mostPixels, av_cpu_count(), plan.videoTracks).decoder;
+        decoder.max_pixels = mostPixels;
+    });
 }
 
 /// A filter or encoder that fails this often without a frame in between does not work at all.
@@ -49,7 +38,7 @@ constexpr int mostFailuresInARow = 100;
 TranscodedTrack::TranscodedTrack(const AVStream& source, AVStream& target, Timeline& timeline, const FormPlan& plan)
     : Track(source, target, timeline),
       plan_(plan),
-      decoder_(openDecoder(source, plan)),
+      decoder_(openLimitedDecoder(source, plan)),
       decoded_(newFrame()),
       filtered_(newFrame()),
       encoded_(newPacket()) {}

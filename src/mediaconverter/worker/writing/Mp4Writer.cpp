@@ -34,18 +34,6 @@ int writeTrailer(AVFormatContext& format) {
     return av_write_trailer(&format);
 }
 
-/// The duration of a frame about which nothing is known, in the stream's time base.
-std::int64_t usualDuration(const AVStream& stream) {
-    const AVCodecParameters& parameters = *stream.codecpar;
-    AVRational duration = {1, 25};
-    if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.frame_size > 0 && parameters.sample_rate > 0) {
-        duration = {parameters.frame_size, parameters.sample_rate};
-    } else if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0) {
-        duration = av_inv_q(stream.avg_frame_rate);
-    }
-    return std::max<std::int64_t>(1, av_rescale_q(1, duration, stream.time_base));
-}
-
 void count(const AVPacket& packet, TrackTally& tally) {
     ++tally.packets;
     tally.bytes += packet.size;
@@ -85,7 +73,7 @@ Mp4Writer::Mp4Writer(int descriptor, std::int64_t indexEstimate) : file_(descrip
 AVStream& Mp4Writer::addTrack() {
     AVStream& track = *present(avformat_new_stream(format_.get(), nullptr));
     tallies_.emplace_back();
-    lastTimes_.emplace_back();
+    times_.emplace_back(track);
     refusals_.emplace_back();
     firstPackets_.emplace_back();
     return track;
@@ -124,7 +112,7 @@ int Mp4Writer::writeHeader() {
 }
 
 void Mp4Writer::write(AVPacket& packet) {
-    repairTimes(packet, lastTimes_[static_cast<std::size_t>(packet.stream_index)]);
+    times_[static_cast<std::size_t>(packet.stream_index)].correct(packet, clocks_ == Clocks::exact);
     if (keepOrder_ && isOutOfOrder(packet)) {
         keepOrder_ = false;
     }
@@ -218,31 +206,6 @@ void Mp4Writer::blameTrack(int error) {
         }
     }
     throw why;
-}
-
-void Mp4Writer::repairTimes(AVPacket& packet, LastTime& last) const {
-    packet.duration = std::max<std::int64_t>(packet.duration, 0);
-    if (packet.dts == AV_NOPTS_VALUE) {
-        packet.dts = packet.pts;
-    }
-    if (packet.dts == AV_NOPTS_VALUE) {
-        packet.dts = last.decoding == AV_NOPTS_VALUE ? 0 : last.decoding + 1;
-    }
-    if (last.decoding != AV_NOPTS_VALUE) {
-        packet.dts = std::max(packet.dts, last.decoding + 1);
-    }
-    if (clocks_ == Clocks::exact && last.decoding != AV_NOPTS_VALUE && packet.dts - last.decoding > INT32_MAX) {
-        throw LongPause{};
-    }
-    if (packet.pts == AV_NOPTS_VALUE || packet.pts < packet.dts) {
-        packet.pts = packet.dts;
-    }
-    // Players skip a last frame without a duration.
-    const AVStream& stream = *format_->streams[packet.stream_index];
-    if (packet.duration == 0 && stream.codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE) {
-        packet.duration = last.decoding != AV_NOPTS_VALUE ? packet.dts - last.decoding : usualDuration(stream);
-    }
-    last.decoding = packet.dts;
 }
 
 bool Mp4Writer::isOutOfOrder(const AVPacket& packet) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/times/StorableTimes.h"
 #include "mediaconverter/worker/writing/Interleaver.h"
 #include "mediaconverter/worker/writing/Mp4File.h"
 
@@ -19,10 +20,6 @@ struct TrackTally {
     std::int64_t firstTime = AV_NOPTS_VALUE;  ///< when the first packet is shown
     std::int64_t end = 0;                     ///< when the last packet ends
 };
-
-/// Thrown when a track pauses for longer than one sample of an MP4 can last at the track's clock (2^31 ticks, 12 hours
-/// of audio at 48 kHz). Clocks of milliseconds can count 24 days.
-struct LongPause {};
 
 /// The muxer. Packets arrive with times in their track's time base and leave with times that an MP4 can hold. Throws
 /// Failure, and TrackFailure if the muxer refuses one track's header or many of its packets.
@@ -59,13 +56,7 @@ public:
     const std::vector<TrackTally>& tallies() const { return tallies_; }
 
 private:
-    /// The times of the last packet passed to write(), whether stored or not.
-    struct LastTime {
-        std::int64_t decoding = AV_NOPTS_VALUE;
-    };
-
     int writeHeader();
-    void repairTimes(AVPacket& packet, LastTime& last) const;
     bool isOutOfOrder(const AVPacket& packet);
     void storeQueued(bool all);
     void store(AVPacket& packet);
@@ -78,7 +69,7 @@ private:
     OutputPointer format_;
     Interleaver queue_;
     std::vector<TrackTally> tallies_;
-    std::vector<LastTime> lastTimes_;
+    std::vector<StorableTimes> times_;         ///< per track
     std::vector<std::int64_t> refusals_;       ///< per track
     std::vector<PacketPointer> firstPackets_;  ///< per track
     bool keepOrder_ = false;

@@ -1,6 +1,7 @@
-#include "mediaconverter/worker/tracks/Timeline.h"
+#include "mediaconverter/worker/times/Timeline.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/times/FrameDuration.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -57,9 +58,7 @@ std::int64_t frameDuration(const AVStream& stream, const AVPacket& packet) {
     if (packet.duration > 0 && av_compare_ts(packet.duration, stream.time_base, mostPause, AV_TIME_BASE_Q) < 0) {
         return packet.duration;
     }
-    const AVRational rate = stream.avg_frame_rate.num > 0 ? stream.avg_frame_rate : stream.r_frame_rate;
-    return rate.num > 0 && rate.den > 0 ? std::max<std::int64_t>(1, av_rescale_q(1, av_inv_q(rate), stream.time_base))
-                                        : 1;
+    return usualFrameDuration(stream);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-#include "mediaconverter/worker/tracks/SourceTimes.h"
+#include "mediaconverter/worker/times/SourceTimes.h"
 
-#include "mediaconverter/worker/tracks/Timeline.h"
+#include "mediaconverter/worker/times/Timeline.h"
 
 extern "C" {
 #include <libavutil/intreadwrite.h>

@@ -1,4 +1,4 @@
-#include "mediaconverter/worker/tracks/PictureOrder.h"
+#include "mediaconverter/worker/times/PictureOrder.h"
 
 #include <algorithm>
 
