@@ -44,13 +44,18 @@ constexpr std::array allowed = {
 /// The most room that the index in front of the data can need, in bytes: some ten million packets.
 constexpr std::uint64_t mostIndex = std::uint64_t{1} << 30U;
 
+/// A condition on a call's argument. The library's macros for it are compound literals, which C++ does not have.
+scmp_arg_cmp argument(unsigned number, scmp_compare comparison, scmp_datum_t first, scmp_datum_t second = 0) {
+    return {number, comparison, first, second};
+}
+
 /// Room for the output, and for the index in front of it. The limit on the file size does not apply to these calls.
 int allowReserving(scmp_filter_ctx context, std::uint64_t mostOutput) {
     const auto allow = [&](int mode, std::uint64_t most) {
         return seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(fallocate), 4,
-                                SCMP_A0(SCMP_CMP_EQ, static_cast<scmp_datum_t>(mediaconverter::descriptor::output)),
-                                SCMP_A1(SCMP_CMP_EQ, static_cast<scmp_datum_t>(mode)), SCMP_A2(SCMP_CMP_EQ, 0),
-                                SCMP_A3(SCMP_CMP_LE, most));
+                                argument(0, SCMP_CMP_EQ, static_cast<scmp_datum_t>(mediaconverter::descriptor::output)),
+                                argument(1, SCMP_CMP_EQ, static_cast<scmp_datum_t>(mode)), argument(2, SCMP_CMP_EQ, 0),
+                                argument(3, SCMP_CMP_LE, most));
     };
     const int result = allow(FALLOC_FL_KEEP_SIZE, mostOutput);
     return result == 0 ? allow(FALLOC_FL_INSERT_RANGE, std::min(mostOutput, mostIndex)) : result;
@@ -65,14 +70,14 @@ int addRules(scmp_filter_ctx context, std::uint64_t mostOutput) {
     keep(allowReserving(context, mostOutput));
     // Threads, not processes. The newer call hides its flags from the filter; if it is refused, the older one is used.
     keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
-                          SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)));
+                          argument(0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)));
     keep(seccomp_rule_add(context, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0));
     // A program that detects an internal error aborts itself.
     keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(tgkill), 1,
-                          SCMP_A0(SCMP_CMP_EQ, static_cast<scmp_datum_t>(::getpid()))));
+                          argument(0, SCMP_CMP_EQ, static_cast<scmp_datum_t>(::getpid()))));
     // Names of threads, and limits, which may be read but not set.
-    keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1, SCMP_A0(SCMP_CMP_EQ, PR_SET_NAME)));
-    keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(prlimit64), 1, SCMP_A2(SCMP_CMP_EQ, 0)));
+    keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1, argument(0, SCMP_CMP_EQ, PR_SET_NAME)));
+    keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(prlimit64), 1, argument(2, SCMP_CMP_EQ, 0)));
     return result;
 }
 
