@@ -163,7 +163,7 @@ void PendingRecordings::noteLeft(const std::string& source) {
     }
 }
 
-void PendingRecordings::noteTold(const std::string& source, std::int32_t processId) {
+void PendingRecordings::noteOutcomeShown(const std::string& source, std::int32_t processId) {
     const std::lock_guard lock(mutex_);
     const auto found = kept_.find(source);
     if (found != kept_.end() && found->second.spokenFor == processId) {

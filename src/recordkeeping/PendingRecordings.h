@@ -64,7 +64,7 @@ public:
     void noteLeft(const std::string& source);
 
     /// The user knows the result of this process's job: removes the entry, unless the path has been announced again.
-    void noteTold(const std::string& source, std::int32_t processId);
+    void noteOutcomeShown(const std::string& source, std::int32_t processId);
     void remove(const std::string& source);
 
     /// This process ends in an orderly way, so a conversion in progress does not count as a failed attempt. Returns

@@ -127,8 +127,8 @@ void Recordkeeper::watchJobs() {
 
 void Recordkeeper::noteStarting(const JobWatch::Item& item) {
     {
-        const std::lock_guard lock(untoldMutex_);
-        if (untold_.insert(item).second) {
+        const std::lock_guard lock(unreportedMutex_);
+        if (unreported_.insert(item).second) {
             services_.queues.beginWork();
         }
     }
@@ -148,17 +148,17 @@ bool Recordkeeper::keepsIntermediate(const JobWatch::Item& item) {
 void Recordkeeper::noteJobEnded(const JobWatch::Item& item) {
     progress_.noteEnded();
     // After the bubble, which the application has queued on the main queue.
-    platform_.mainQueue.async([this, item] { noteTold(item); });
+    platform_.mainQueue.async([this, item] { noteOutcomeShown(item); });
 }
 
-void Recordkeeper::noteTold(const JobWatch::Item& item) {
-    pending_.noteTold(item->srcPath(), item->pid());
-    bool wasUntold = false;
+void Recordkeeper::noteOutcomeShown(const JobWatch::Item& item) {
+    pending_.noteOutcomeShown(item->srcPath(), item->pid());
+    bool wasUnreported = false;
     {
-        const std::lock_guard lock(untoldMutex_);
-        wasUntold = untold_.erase(item) > 0;
+        const std::lock_guard lock(unreportedMutex_);
+        wasUnreported = unreported_.erase(item) > 0;
     }
-    if (wasUntold) {
+    if (wasUnreported) {
         services_.queues.endWork();
     }
 }

@@ -90,7 +90,7 @@ private:
     void noteStarting(const std::shared_ptr<KTRMeetingRecordItem>& item);
     bool keepsIntermediate(const std::shared_ptr<KTRMeetingRecordItem>& item);
     void noteJobEnded(const std::shared_ptr<KTRMeetingRecordItem>& item);
-    void noteTold(const std::shared_ptr<KTRMeetingRecordItem>& item);
+    void noteOutcomeShown(const std::shared_ptr<KTRMeetingRecordItem>& item);
     void watchOtherConverters();
     void bringLeft(const std::vector<PendingEntry>& entries);
     void useLanguage(std::int32_t language);
@@ -108,10 +108,10 @@ private:
     std::unique_ptr<Recovery> recovery_;
     std::shared_ptr<JobWatch> jobs_;
     std::vector<PendingEntry> left_;
-    std::mutex untoldMutex_;
+    std::mutex unreportedMutex_;
     /// Jobs from their start until their result has been reported. A media converter may work on its own thread, in
     /// which case no queue has work meanwhile.
-    std::set<std::shared_ptr<KTRMeetingRecordItem>> untold_;
+    std::set<std::shared_ptr<KTRMeetingRecordItem>> unreported_;
     /// Values of this launch, for recordings that bring none of their own.
     std::int32_t launchLanguage_ = 1;
     bool launchKeeps_ = false;

@@ -109,10 +109,9 @@ TEST_F(SourceFaultsTest, NoReadPermission) {
     const std::string source = put("a.mkv", contentOf(samples::matroska()));
     ASSERT_EQ(::chmod(source.c_str(), 0), 0);
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0777), 0);
-    // The superuser may read anything, so the conversion then runs as another user.
     std::vector<std::string> before;
     if (::getuid() == 0) {
-        // Still the owner of everything on the path, but bound by permissions.
+        // The superuser may read anything; without these capabilities permissions apply to it as to anybody.
         before = {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
     }
     const auto result = convertInProcess(source, destination(), {}, before);

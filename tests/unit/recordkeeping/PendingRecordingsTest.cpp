@@ -128,7 +128,7 @@ TEST_F(PendingRecordingsTest, StatesAreKept) {
     EXPECT_EQ(onDisk()[0].destination, "/a.mp4");
     first->noteSaved("/a.mkv");
     EXPECT_EQ(onDisk()[0].state, PendingEntry::State::saved);
-    first->noteTold("/a.mkv", 7);
+    first->noteOutcomeShown("/a.mkv", 7);
     EXPECT_EQ(sourcesOf(onDisk()), Sources{"/b.mkv"});
 }
 
@@ -155,7 +155,7 @@ TEST_F(PendingRecordingsTest, WhereTheMp4WillBeIsOnTheDiskBeforeTheConversionBeg
 TEST_F(PendingRecordingsTest, TheOutcomeOfAnEarlierRecordingDoesNotTakeALaterOneOfThatNameAway) {
     first->announce({"/a.mkv", 7, 1, false});
     first->announce({"/a.mkv", 8, 1, false});
-    first->noteTold("/a.mkv", 7);
+    first->noteOutcomeShown("/a.mkv", 7);
     EXPECT_EQ(sourcesOf(onDisk()), Sources{"/a.mkv"});
 }
 
@@ -226,7 +226,7 @@ TEST_F(PendingRecordingsTest, AFolderThatCannotBeMadeIsSaidOnce) {
     pending.announce({"/a.mkv", 7, 1, false});
     pending.announce({"/b.mkv", 7, 1, false});
     pending.noteStopped(7);
-    pending.noteTold("/a.mkv", 7);
+    pending.noteOutcomeShown("/a.mkv", 7);
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_NE(log.lines()[0].find(home + "/file/pending"), std::string::npos);
 }
