@@ -2,6 +2,7 @@
 /// that shares no code with this project.
 
 #include "contract/EventLoop.h"
+#include "platform/qt/NotificationBus.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
 
 #include <QProcess>
@@ -42,7 +43,8 @@ protected:
         return heard.empty() ? nothing : heard.back();
     }
 
-    platform::qt::QtDistributedNotificationCenter center;
+    platform::qt::NotificationBus bus;
+    platform::qt::QtDistributedNotificationCenter center{bus};
     std::vector<DistributedNotification> heard;
 };
 
@@ -70,7 +72,8 @@ TEST_F(BusFromOutside, TakesEveryBasicTypeAndUnwrapsVariants) {
 }
 
 TEST_F(BusFromOutside, DeliversNothingMoreOnceToldToStopNotEvenWhatHadArrivedBefore) {
-    platform::qt::QtDistributedNotificationCenter other;
+    platform::qt::NotificationBus otherBus;
+    platform::qt::QtDistributedNotificationCenter other{otherBus};
     int heardByTheOther = 0;
     other.addObserver(this, "Name", [&](const DistributedNotification&) { ++heardByTheOther; });
     center.postNotification({"Name", std::nullopt, std::nullopt});
@@ -131,7 +134,7 @@ TEST_F(BusFromOutside, RunsWorkOnTheThreadThatReadsFromTheBus) {
     std::vector<std::thread::id> threads;
     std::atomic<int> done = 0;
     for (int i = 0; i < 2; ++i) {
-        center.runOnBusThread([&] {
+        bus.runOnBusThread([&] {
             threads.push_back(std::this_thread::get_id());
             ++done;
         });
@@ -142,7 +145,8 @@ TEST_F(BusFromOutside, RunsWorkOnTheThreadThatReadsFromTheBus) {
 }
 
 TEST(BusBeforeObservers, WhatArrivesBeforeTheFirstObserverIsDeliveredToAllThatRegisterInThatTurn) {
-    platform::qt::QtDistributedNotificationCenter center;
+    platform::qt::NotificationBus bus;
+    platform::qt::QtDistributedNotificationCenter center{bus};
     emitWithGdbus({"First", "", "{'n': <int32 1>}"});
     test::turnFor(300ms);
     emitWithGdbus({"Second", "", "{'n': <int32 2>}"});

@@ -2,6 +2,7 @@
 
 #include "contract/EventLoop.h"
 #include "platform/linux/PidfdProcessExitWatch.h"
+#include "platform/qt/NotificationBus.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
 #include "platform/qt/QtRunLoop.h"
 
@@ -18,6 +19,7 @@
 namespace {
 
 using platform::DistributedNotification;
+using platform::qt::NotificationBus;
 using platform::qt::QtDistributedNotificationCenter;
 
 /// One process that sends, and one that counts what it receives.
@@ -33,18 +35,20 @@ protected:
         for (std::size_t index = 0; index < count; ++index) {
             client.postNotification({"Name", std::nullopt, std::nullopt});
         }
-        client.flush();
+        clientBus.flush();
     }
 
-    QtDistributedNotificationCenter client;
-    QtDistributedNotificationCenter center;
+    NotificationBus clientBus;
+    QtDistributedNotificationCenter client{clientBus};
+    NotificationBus bus;
+    QtDistributedNotificationCenter center{bus};
     std::size_t heard = 0;
 };
 
 TEST_F(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
     // Another program sends, and the thread that reads from the bus has read nothing of it when the question comes.
     std::promise<void> asked;
-    center.runOnBusThread([&] { asked.get_future().wait(); });
+    bus.runOnBusThread([&] { asked.get_future().wait(); });
     constexpr std::size_t sent = 3;
     for (std::size_t index = 0; index < sent; ++index) {
         ASSERT_EQ(QProcess::execute(
@@ -53,7 +57,7 @@ TEST_F(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
                   0);
     }
     std::optional<std::size_t> heardBefore;
-    center.afterDelivery([&] { heardBefore = heard; });
+    bus.afterDelivery([&] { heardBefore = heard; });
     EXPECT_FALSE(heardBefore) << "never inside the call";
     asked.set_value();
     ASSERT_TRUE(test::turnUntil([&] { return heardBefore.has_value(); }));
@@ -61,11 +65,11 @@ TEST_F(DeliveryOrder, EverythingThatWasSentBeforeComesFirst) {
 }
 
 TEST_F(DeliveryOrder, WhatIsAskedForDuringARoundTripWaitsForTheNextOne) {
-    center.afterDelivery([] {});
+    bus.afterDelivery([] {});
     sendAll();
     std::vector<std::size_t> heardBefore;
     for (int index = 0; index < 3; ++index) {
-        center.afterDelivery([&] { heardBefore.push_back(heard); });
+        bus.afterDelivery([&] { heardBefore.push_back(heard); });
     }
     ASSERT_TRUE(test::turnUntil([&] { return heardBefore.size() == 3; }));
     EXPECT_EQ(heardBefore, (std::vector{count, count, count}));
@@ -73,12 +77,12 @@ TEST_F(DeliveryOrder, WhatIsAskedForDuringARoundTripWaitsForTheNextOne) {
 
 TEST_F(DeliveryOrder, ThoseThatWaitRunInTheirOrder) {
     std::vector<int> ran;
-    center.afterDelivery([&] {
+    bus.afterDelivery([&] {
         ran.push_back(0);
-        center.afterDelivery([&] { ran.push_back(3); });
+        bus.afterDelivery([&] { ran.push_back(3); });
     });
-    center.afterDelivery([&] { ran.push_back(1); });
-    center.afterDelivery([&] { ran.push_back(2); });
+    bus.afterDelivery([&] { ran.push_back(1); });
+    bus.afterDelivery([&] { ran.push_back(2); });
     ASSERT_TRUE(test::turnUntil([&] { return ran.size() == 4; }));
     EXPECT_EQ(ran, (std::vector{0, 1, 2, 3}));
 }

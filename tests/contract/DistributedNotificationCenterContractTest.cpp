@@ -1,4 +1,5 @@
 #include "contract/EventLoop.h"
+#include "platform/qt/NotificationBus.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
 #include "support/FakeDistributedNotificationCenter.h"
 
@@ -28,7 +29,8 @@ struct FakeHost {
 };
 
 struct BusHost {
-    platform::qt::QtDistributedNotificationCenter center;
+    platform::qt::NotificationBus bus;
+    platform::qt::QtDistributedNotificationCenter center{bus};
 
     bool settle(const std::function<bool()>& done) { return test::turnUntil(done); }
     void settle() { test::turnFor(200ms); }

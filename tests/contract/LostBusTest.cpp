@@ -3,6 +3,7 @@
 
 #include "contract/EventLoop.h"
 #include "contract/PrivateBus.h"
+#include "platform/qt/NotificationBus.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
 #include "platform/qt/SessionBus.h"
@@ -21,6 +22,7 @@
 namespace {
 
 using platform::DistributedNotification;
+using platform::qt::NotificationBus;
 using platform::qt::QtDistributedNotificationCenter;
 using namespace std::chrono_literals;
 
@@ -45,11 +47,12 @@ TEST(LostBus, WithoutABusTheSystemLogHearsSoAndNothingElseHappens) {
     setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);
     test::FakeSystemLog log;
     platform::qt::QtApplication application(1, programArguments);
-    QtDistributedNotificationCenter center;
+    NotificationBus connection;
+    QtDistributedNotificationCenter center(connection);
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines()[0].find("no session bus"), 0U) << log.lines()[0];
-    center.runOnBusThread([] { FAIL() << "there is no such thread"; });
-    EXPECT_TRUE(center.acquireName("org.recordconverter.Test"));
+    connection.runOnBusThread([] { FAIL() << "there is no such thread"; });
+    EXPECT_TRUE(connection.acquireName("org.recordconverter.Test"));
     observersAndPostsDoNothing(center);
 }
 
@@ -57,10 +60,11 @@ TEST(LostBus, WithAnAddressThatNobodyAnswersTheSystemLogHearsSo) {
     setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
     test::FakeSystemLog log;
     platform::qt::QtApplication application(1, programArguments);
-    QtDistributedNotificationCenter center;
+    NotificationBus connection;
+    QtDistributedNotificationCenter center(connection);
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines()[0].find("no session bus"), 0U) << log.lines()[0];
-    center.runOnBusThread([] { FAIL() << "there is no such thread"; });
+    connection.runOnBusThread([] { FAIL() << "there is no such thread"; });
     observersAndPostsDoNothing(center);
 }
 
@@ -68,14 +72,15 @@ TEST(LostBus, ABusThatGoesAwayEndsNothingAndCostsNothing) {
     test::PrivateBus bus;
     platform::qt::QtApplication application(1, programArguments);
     test::FakeSystemLog log;
-    QtDistributedNotificationCenter center;
-    ASSERT_TRUE(center.acquireName("org.recordconverter.Test"));
+    NotificationBus connection;
+    QtDistributedNotificationCenter center(connection);
+    ASSERT_TRUE(connection.acquireName("org.recordconverter.Test"));
     EXPECT_TRUE(log.lines().empty());
     bus.stop();
     EXPECT_TRUE(test::turnUntil([&] { return !log.lines().empty(); }));
     EXPECT_EQ(log.lines().size(), 1U);
     observersAndPostsDoNothing(center);
-    center.runOnBusThread([] {});
+    connection.runOnBusThread([] {});
     test::turnFor(100ms);
 }
 

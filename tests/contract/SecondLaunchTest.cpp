@@ -2,7 +2,10 @@
 /// process, each with its own bus connection, like two processes.
 
 #include "contract/EventLoop.h"
+#include "platform/qt/NotificationBus.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
+#include "recordkeeping/LaunchHandOver.h"
+#include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "support/FakeSystemLog.h"
 
 #include <QTimer>
@@ -20,21 +23,30 @@ namespace {
 
 using platform::DistributedNotification;
 using platform::UserInfo;
+using platform::qt::NotificationBus;
 using platform::qt::QtDistributedNotificationCenter;
-using HandOver = QtDistributedNotificationCenter::HandOver;
+using HandOver = recordkeeping::LaunchHandOver::Outcome;
 using namespace std::chrono_literals;
 
-const std::string kBusName = "org.recordconverter.Test";
-const platform::qt::LaunchVocabulary kWords{"Started", "Ack", "Spawned", "Pid", "Path", "AckName", "From", "To"};
+const std::string kBusName = kMeetingRecordConverterBundleIdentifier;
+const std::string kStarted = kMeetingRecordNotificationName_RecordingStarted;
+const std::string kStopped = kMeetingRecordNotificationName_RecordingStopped;
+const std::string kSpawned = kMeetingRecordNotificationName_AppSpawnConfirm;
+const std::string kAck = kMeetingRecordNotificationName_AckNotification;
+const std::string kPid = kMeetingRecordNotificationKey_MeetingProcessId;
+const std::string kPath = kMeetingRecordNotificationKey_RecordIntermediatePath;
+const std::string kAckName = kMeetingRecordNotificationKey_AckNotificationName;
+const std::string kFrom = kMeetingRecordNotificationKey_AckFromProcessId;
+const std::string kTo = kMeetingRecordNotificationKey_AckToProcessId;
 constexpr std::int32_t kMeeting = 4711;
 
 class SecondLaunch : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(first->acquireName(kBusName));
-        client.addObserver(this, "Spawned",
+        ASSERT_TRUE(firstBus->acquireName(kBusName));
+        client.addObserver(this, kSpawned,
                            [this](const DistributedNotification& arrived) { spawned.push_back(arrived); });
-        first->addObserver(this, "Started", [this](const DistributedNotification& arrived) {
+        first->addObserver(this, kStarted, [this](const DistributedNotification& arrived) {
             started.push_back(arrived);
             onStarted(arrived);
         });
@@ -43,23 +55,37 @@ protected:
     void acknowledge(const DistributedNotification& arrived, const std::string& name, std::int32_t addressee) {
         EXPECT_TRUE(arrived.userInfo.has_value());
         first->postNotification(
-            {"Ack", std::nullopt,
-             UserInfo{{"AckName", name}, {"From", static_cast<std::int32_t>(getpid())}, {"To", addressee}}});
+            {kAck, std::nullopt,
+             UserInfo{{kAckName, name}, {kFrom, static_cast<std::int32_t>(getpid())}, {kTo, addressee}}});
     }
 
     HandOver handOver(std::int32_t pid, const std::optional<std::string>& path) {
-        EXPECT_FALSE(second.acquireName(kBusName));
+        EXPECT_FALSE(secondBus.acquireName(kBusName));
         const auto begin = std::chrono::steady_clock::now();
-        const auto result = second.handOver(kBusName, kWords, pid, path);
+        std::vector<std::string> arguments{"record-converter", "-pid", std::to_string(pid)};
+        if (path) {
+            arguments.insert(arguments.end(), {"-path", *path});
+        }
+        const auto result = recordkeeping::LaunchHandOver(secondBus, arguments).run();
         took = std::chrono::steady_clock::now() - begin;
         return result;
     }
 
-    std::unique_ptr<QtDistributedNotificationCenter> first = std::make_unique<QtDistributedNotificationCenter>();
-    QtDistributedNotificationCenter second;
-    QtDistributedNotificationCenter client;
+    /// The first converter leaves the bus.
+    void leave() {
+        first.reset();
+        firstBus.reset();
+    }
+
+    std::unique_ptr<NotificationBus> firstBus = std::make_unique<NotificationBus>();
+    std::unique_ptr<QtDistributedNotificationCenter> first =
+        std::make_unique<QtDistributedNotificationCenter>(*firstBus);
+    NotificationBus secondBus;
+    QtDistributedNotificationCenter second{secondBus};
+    NotificationBus clientBus;
+    QtDistributedNotificationCenter client{clientBus};
     std::function<void(const DistributedNotification&)> onStarted = [this](const DistributedNotification& arrived) {
-        acknowledge(arrived, "Started", kMeeting);
+        acknowledge(arrived, kStarted, kMeeting);
     };
     std::vector<DistributedNotification> started;
     std::vector<DistributedNotification> spawned;
@@ -70,80 +96,81 @@ TEST_F(SecondLaunch, HandsItsRecordingOverAndConfirmsInTheNameOfTheRunningConver
     EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::done);
     EXPECT_LT(took, 2s);
     ASSERT_EQ(started.size(), 1U);
-    EXPECT_TRUE(*started[0].userInfo == (UserInfo{{"Pid", kMeeting}, {"Path", std::string("/home/u/talk.mkv")}}));
+    EXPECT_EQ(platform::integerValue(started[0].userInfo->at(kPid)), kMeeting);
+    EXPECT_EQ(platform::textValue(started[0].userInfo->at(kPath)), "/home/u/talk.mkv");
     ASSERT_TRUE(test::turnUntil([&] { return !spawned.empty(); }));
-    EXPECT_TRUE(*spawned[0].userInfo == (UserInfo{{"From", static_cast<std::int32_t>(getpid())}, {"To", kMeeting}}));
+    EXPECT_TRUE(*spawned[0].userInfo == (UserInfo{{kFrom, static_cast<std::int32_t>(getpid())}, {kTo, kMeeting}}));
 }
 
 TEST_F(SecondLaunch, LeavesAnAbsentPathOut) {
     EXPECT_EQ(handOver(kMeeting, std::nullopt), HandOver::done);
     ASSERT_EQ(started.size(), 1U);
-    EXPECT_TRUE(*started[0].userInfo == (UserInfo{{"Pid", kMeeting}}));
+    EXPECT_FALSE(started[0].userInfo->contains(kPath));
 }
 
 TEST_F(SecondLaunch, HandsOverAPathThatIsNotUtf8AsBytes) {
     EXPECT_EQ(handOver(kMeeting, "/tmp/\xff.mkv"), HandOver::done);
     ASSERT_EQ(started.size(), 1U);
-    EXPECT_EQ(platform::textValue(started[0].userInfo->at("Path")), "/tmp/\xff.mkv");
+    EXPECT_EQ(platform::textValue(started[0].userInfo->at(kPath)), "/tmp/\xff.mkv");
 }
 
 TEST_F(SecondLaunch, WithoutAMeetingProcessOnlyConfirms) {
     EXPECT_EQ(handOver(0, "/home/u/talk.mkv"), HandOver::done);
     ASSERT_TRUE(test::turnUntil([&] { return !spawned.empty(); }));
-    EXPECT_EQ(platform::integerValue(spawned[0].userInfo->at("To")), 0);
+    EXPECT_EQ(platform::integerValue(spawned[0].userInfo->at(kTo)), 0);
     EXPECT_TRUE(started.empty());
 }
 
 TEST_F(SecondLaunch, TakesOverWhenTheHolderLeavesBeforeItHasAcknowledged) {
-    onStarted = [this](const DistributedNotification&) { QTimer::singleShot(0, [this] { first.reset(); }); };
+    onStarted = [this](const DistributedNotification&) { QTimer::singleShot(0, [this] { leave(); }); };
     EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::becamePrimary);
     EXPECT_LT(took, 2s);
-    EXPECT_TRUE(second.acquireName(kBusName));
-    EXPECT_FALSE(client.acquireName(kBusName));
+    EXPECT_TRUE(secondBus.acquireName(kBusName));
+    EXPECT_FALSE(clientBus.acquireName(kBusName));
 
     // Its own offer must not come back to it as a second start of the same recording.
     std::vector<DistributedNotification> heard;
-    second.addObserver(&heard, "Started", [&](const DistributedNotification& arrived) { heard.push_back(arrived); });
+    second.addObserver(&heard, kStarted, [&](const DistributedNotification& arrived) { heard.push_back(arrived); });
     test::turnFor(300ms);
     EXPECT_TRUE(heard.empty());
     EXPECT_TRUE(spawned.empty());
 }
 
 TEST_F(SecondLaunch, HearsTheRecordingsOfOthersAfterItHasTakenOver) {
-    onStarted = [this](const DistributedNotification&) { QTimer::singleShot(0, [this] { first.reset(); }); };
+    onStarted = [this](const DistributedNotification&) { QTimer::singleShot(0, [this] { leave(); }); };
     EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::becamePrimary);
     std::vector<DistributedNotification> heard;
-    second.addObserver(&heard, "Started", [&](const DistributedNotification& arrived) { heard.push_back(arrived); });
-    client.postNotification({"Started", std::nullopt, UserInfo{{"Pid", kMeeting + 1}}});
+    second.addObserver(&heard, kStarted, [&](const DistributedNotification& arrived) { heard.push_back(arrived); });
+    client.postNotification({kStarted, std::nullopt, UserInfo{{kPid, kMeeting + 1}}});
     EXPECT_TRUE(test::turnUntil([&] { return heard.size() == 1; }));
 }
 
 TEST_F(SecondLaunch, WhatWasAcknowledgedIsDoneAlthoughTheHolderLeavesAtOnce) {
     onStarted = [this](const DistributedNotification& arrived) {
-        acknowledge(arrived, "Started", kMeeting);
-        first->flush();
-        QTimer::singleShot(0, [this] { first.reset(); });
+        acknowledge(arrived, kStarted, kMeeting);
+        firstBus->flush();
+        QTimer::singleShot(0, [this] { leave(); });
     };
     EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::done);
 }
 
 TEST_F(SecondLaunch, KeepsWhatOthersPostedMeanwhileForItsObserversWhenItTakesOver) {
     onStarted = [this](const DistributedNotification&) {
-        client.postNotification({"Stopped", std::nullopt, UserInfo{{"Pid", kMeeting}}});
-        QTimer::singleShot(200ms, [this] { first.reset(); });
+        client.postNotification({kStopped, std::nullopt, UserInfo{{kPid, kMeeting}}});
+        QTimer::singleShot(200ms, [this] { leave(); });
     };
     EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::becamePrimary);
     std::vector<DistributedNotification> heard;
-    second.addObserver(&heard, "Stopped", [&](const DistributedNotification& arrived) { heard.push_back(arrived); });
+    second.addObserver(&heard, kStopped, [&](const DistributedNotification& arrived) { heard.push_back(arrived); });
     EXPECT_TRUE(test::turnUntil([&] { return heard.size() == 1; }));
 }
 
 TEST_F(SecondLaunch, AnAcknowledgementToAnotherProcessOrOfAnotherNotificationIsNotItsOwn) {
     onStarted = [this](const DistributedNotification& arrived) {
-        acknowledge(arrived, "Started", kMeeting + 1);
-        acknowledge(arrived, "Stopped", kMeeting);
-        client.postNotification({"Ack", std::nullopt, UserInfo{{"AckName", std::string("Started")}, {"To", kMeeting}}});
-        QTimer::singleShot(300ms, [this] { first.reset(); });
+        acknowledge(arrived, kStarted, kMeeting + 1);
+        acknowledge(arrived, kStopped, kMeeting);
+        client.postNotification({kAck, std::nullopt, UserInfo{{kAckName, kStarted}, {kTo, kMeeting}}});
+        QTimer::singleShot(300ms, [this] { leave(); });
     };
     EXPECT_EQ(handOver(kMeeting, "/home/u/talk.mkv"), HandOver::becamePrimary);
     EXPECT_GE(took, 250ms);

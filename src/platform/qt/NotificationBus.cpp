@@ -12,6 +12,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusReply>
 #include <QMetaObject>
+#include <QTimer>
 
 namespace platform::qt {
 
@@ -63,7 +64,7 @@ NotificationBus::NotificationBus()
 
 void NotificationBus::runOnBusThread(std::function<void()> work) {
     // Qt's own object for calls to the bus belongs to that thread. A connection that was refused has one, too.
-    if (!ownAddress().isEmpty()) {
+    if (!connection_.bus().baseService().isEmpty()) {
         QMetaObject::invokeMethod(connection_.bus().interface(), std::move(work), Qt::QueuedConnection);
     }
 }
@@ -77,15 +78,7 @@ void NotificationBus::listen() {
                               SLOT(onDisconnected()));
 }
 
-bool NotificationBus::isConnected() const {
-    return connection_.isConnected();
-}
-
-QString NotificationBus::ownAddress() const {
-    return connection_.bus().baseService();
-}
-
-void NotificationBus::send(const DistributedNotification& notification) {
+void NotificationBus::post(const DistributedNotification& notification) {
     if (!isConnected()) {
         return;
     }
@@ -93,6 +86,11 @@ void NotificationBus::send(const DistributedNotification& notification) {
     signal << QString::fromStdString(notification.name) << QString::fromStdString(notification.object.value_or(""))
            << busValues(notification.userInfo.value_or(UserInfo()));
     connection_.bus().send(signal);
+}
+
+void NotificationBus::postToOthers(const DistributedNotification& notification) {
+    forOthers_.insert(notification.name);
+    post(notification);
 }
 
 void NotificationBus::flush() {
@@ -129,54 +127,75 @@ void NotificationBus::askForDelivery() {
     });
 }
 
-bool NotificationBus::acquireName(const QString& busName) {
+bool NotificationBus::acquireName(const std::string& busName) {
     if (!isConnected()) {
         return true;
     }
-    if (watchedName_ != busName) {
+    const auto name = QString::fromStdString(busName);
+    if (watchedName_ != name) {
         // Only for this name: the changes of all other names would wake this process for nothing.
-        watchedName_ = busName;
-        connection_.bus().connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), {busName},
+        watchedName_ = name;
+        connection_.bus().connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), {name},
                                   QStringLiteral("sss"), this, SLOT(onNameOwnerChanged(QString, QString, QString)));
     }
-    const auto reply = connection_.bus().interface()->registerService(
-        busName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
+    const auto reply = connection_.bus().interface()->registerService(name, QDBusConnectionInterface::DontQueueService,
+                                                                      QDBusConnectionInterface::DontAllowReplacement);
     if (!reply.isValid()) {
-        SystemLog::standard().write("the session bus refuses the name " + busName.toStdString() + ": " +
+        SystemLog::standard().write("the session bus refuses the name " + busName + ": " +
                                     reply.error().message().toStdString());
         return true;
     }
     return reply.value() == QDBusConnectionInterface::ServiceRegistered;
 }
 
-QString NotificationBus::holderOf(const QString& busName) const {
-    return isConnected() ? connection_.bus().interface()->serviceOwner(busName).value() : QString();
+std::string NotificationBus::ownerOf(const std::string& busName) const {
+    if (!isConnected()) {
+        return {};
+    }
+    return connection_.bus().interface()->serviceOwner(QString::fromStdString(busName)).value().toStdString();
 }
 
-std::optional<std::int32_t> NotificationBus::processIdOf(const QString& address) const {
+std::optional<std::int32_t> NotificationBus::processIdOf(const std::string& address) const {
     if (!isConnected()) {
         return std::nullopt;
     }
-    const QDBusReply<uint> reply = connection_.bus().interface()->servicePid(address);
+    const QDBusReply<uint> reply = connection_.bus().interface()->servicePid(QString::fromStdString(address));
     return reply.isValid() ? std::optional(static_cast<std::int32_t>(reply.value())) : std::nullopt;
 }
 
+void NotificationBus::wait(std::chrono::milliseconds limit) {
+    QTimer patience;
+    patience.setSingleShot(true);
+    connect(&patience, &QTimer::timeout, &waiting_, &QEventLoop::quit);
+    patience.start(limit);
+    waiting_.exec();
+}
+
 void NotificationBus::onPosted(const QDBusMessage& message) {
+    const auto notification = notificationOf(message);
+    if (listener_ != nullptr) {
+        listener_->notificationArrived(notification, message.service().toStdString());
+    }
+    // What this process posts to others comes back like every broadcast, perhaps after it has become the one that
+    // converts. The launch arguments announce the same recording, so this would start it twice.
+    if (message.service() == connection_.bus().baseService() && forOthers_.contains(notification.name)) {
+        return;
+    }
     if (posted_) {
-        posted_(notificationOf(message), message.service());
+        posted_(notification);
     }
 }
 
-void NotificationBus::onNameOwnerChanged(const QString& busName, const QString& oldOwner, const QString& newOwner) {
-    if (ownerChanged_) {
-        ownerChanged_(busName, oldOwner, newOwner);
+void NotificationBus::onNameOwnerChanged(const QString& busName, const QString& oldOwner, const QString&) {
+    if (listener_ != nullptr) {
+        listener_->ownerLeft(busName.toStdString(), oldOwner.toStdString());
     }
 }
 
 void NotificationBus::onDisconnected() {
     sayThatThereIsNoBus(QStringLiteral("it has gone"));
-    if (ownerChanged_) {
-        ownerChanged_({}, {}, {});
+    if (listener_ != nullptr) {
+        listener_->busLost();
     }
 }
 

@@ -1,14 +1,18 @@
 #pragma once
 
-#include "platform/DistributedNotificationCenter.h"
+#include "platform/InstanceBus.h"
 #include "platform/qt/PrivateConnection.h"
 
 #include <QDBusMessage>
+#include <QEventLoop>
 #include <QObject>
 #include <QString>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -16,49 +20,37 @@ namespace platform::qt {
 
 /// A private connection to the session bus that sends and receives the notification signal and knows the owner of a
 /// name. Main thread.
-class NotificationBus final : public QObject {
+class NotificationBus final : public QObject, public InstanceBus {
     Q_OBJECT
 
 public:
-    using PostedHandler = std::function<void(const DistributedNotification&, const QString& sender)>;
-    using OwnerHandler = std::function<void(const QString& busName, const QString& oldOwner, const QString& newOwner)>;
+    using PostedHandler = std::function<void(const DistributedNotification&)>;
 
     /// Connects, and listens before it returns. Writes to the system log if there is no bus.
     NotificationBus();
 
-    bool isConnected() const;
-
-    /// This process's own address on the bus.
-    QString ownAddress() const;
-
-    /// Called for each notification on the bus, in order, from the event loop.
+    /// Called for each notification on the bus, in order, from the event loop, after the listener.
     void setPostedHandler(PostedHandler handler) { posted_ = std::move(handler); }
 
-    /// Called when the last name asked for changes its owner (an empty address means none), or with three empty texts
-    /// when the bus is lost.
-    void setOwnerHandler(OwnerHandler handler) { ownerChanged_ = std::move(handler); }
-
-    void send(const DistributedNotification& notification);
-
-    /// Returns once the bus has accepted everything that was sent, or after one second.
-    void flush();
+    /// Posts to every process, this one included.
+    void post(const DistributedNotification& notification);
 
     /// Runs `then` from the event loop once everything that is on the bus now has been delivered here, after one round
     /// trip. If there is no bus, or it does not answer within five seconds, runs `then` without that.
     void afterDelivery(std::function<void()> then);
 
-    /// False only if another process owns the name.
-    bool acquireName(const QString& busName);
-
-    /// The address of the name's owner; empty if there is none.
-    QString holderOf(const QString& busName) const;
-
     /// Runs `work` later, on the thread on which Qt reads from all buses of this process. Never runs it if there is no
     /// bus.
     void runOnBusThread(std::function<void()> work);
 
-    /// The id of the process with this address; absent if it has left the bus.
-    std::optional<std::int32_t> processIdOf(const QString& address) const;
+    void setListener(Listener* listener) override { listener_ = listener; }
+    bool acquireName(const std::string& busName) override;
+    std::string ownerOf(const std::string& busName) const override;
+    std::optional<std::int32_t> processIdOf(const std::string& address) const override;
+    void postToOthers(const DistributedNotification& notification) override;
+    void flush() override;
+    void wait(std::chrono::milliseconds limit) override;
+    void stopWaiting() override { waiting_.quit(); }
 
 private:
     Q_SLOT void onPosted(const QDBusMessage& message);
@@ -66,6 +58,7 @@ private:
     Q_SLOT void onDisconnected();
 
     void listen();
+    bool isConnected() const { return connection_.isConnected(); }
     void askForDelivery();
 
     PrivateConnection connection_;
@@ -74,7 +67,10 @@ private:
     std::vector<std::function<void()>> awaiting_;
     bool isAsking_ = false;
     PostedHandler posted_;
-    OwnerHandler ownerChanged_;
+    Listener* listener_ = nullptr;
+    /// Names of notifications that are not received from this process itself.
+    std::set<std::string> forOthers_;
+    QEventLoop waiting_;
 };
 
 }  // namespace platform::qt

@@ -7,7 +7,6 @@
 #include "mediaconverter/providers/ConvertedWorkspace.h"
 #include "platform/BusySerialQueueMaker.h"
 #include "platform/GatedSerialQueueMaker.h"
-#include "platform/IntegerReading.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PathOperations.h"
 #include "platform/ProcessInformation.h"
@@ -19,6 +18,7 @@
 #include "platform/linux/PidfdProcessExitWatch.h"
 #include "platform/linux/SyslogSystemLog.h"
 #include "platform/qt/LostDisplay.h"
+#include "platform/qt/NotificationBus.h"
 #include "platform/qt/OwnScope.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtDistributedNotificationCenter.h"
@@ -32,14 +32,13 @@
 #include "platform/qt/TaskbarProgress.h"
 #include "platform/qt/WorkInhibitor.h"
 #include "platform/ui/Image.h"
-#include "recordkeeping/HandOverKeys.h"
+#include "recordkeeping/LaunchHandOver.h"
 #include "recordkeeping/PendingFolder.h"
 #include "recordkeeping/Recordkeeper.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 #include "setAppLocale.h"
 #include "uilib/qt/QtAuroraBubbleMaker.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -100,7 +99,8 @@ struct Providers {
     // Has work exactly while there is something to convert or to report; the recordkeeper adds the work that a media
     // converter does on its own thread.
     platform::BusySerialQueueMaker conversionQueues{gatedQueues, mainQueue};
-    platform::qt::QtDistributedNotificationCenter distributedCenter;
+    platform::qt::NotificationBus bus;
+    platform::qt::QtDistributedNotificationCenter distributedCenter{bus};
     platform::NotificationCenter notificationCenter;
     platform::PidfdProcessExitWatch exitWatch{runLoop};
     platform::MainProcessInformation processInformation;
@@ -118,9 +118,8 @@ struct Providers {
     recordkeeping::PendingFolder pendingFolder{recordkeeping::PendingFolder::standardPath(), background, mainQueue};
     recordkeeping::Recordkeeper recordkeeper{
         asPlatform(),
-        {conversionQueues, gatedQueues,
-         [this](std::function<void()> then) { distributedCenter.afterDelivery(std::move(then)); }, pendingFolder,
-         processIdentities,
+        {conversionQueues, gatedQueues, [this](std::function<void()> then) { bus.afterDelivery(std::move(then)); },
+         pendingFolder, processIdentities,
          [this](const recordkeeping::WorkProgress& progress) {
              statusBar.setToolTip(recordkeeping::describedProgress(progress));
              taskbar.show(progress.recording, progress.percent / 100.0);
@@ -148,14 +147,14 @@ void connectProviders(Providers& providers) {
     providers.bubbleMaker.setAllGoneHandler([&] {
         platform::returnFreedMemory();
         // The thread that reads from the bus lives as long as the process, and also keeps the blocks it has freed.
-        providers.distributedCenter.runOnBusThread(platform::returnFreedMemory);
+        providers.bus.runOnBusThread(platform::returnFreedMemory);
     });
     providers.application.setTerminationHandler([&] { providers.distributedCenter.stopDelivering(); });
     // Notifications acknowledged a moment ago may still be on their way to the bus.
     providers.application.setEndingHandler([&] {
         platform::qt::expectEnd();
         providers.recordkeeper.noteEnding();
-        providers.distributedCenter.flush();
+        providers.bus.flush();
     });
 }
 
@@ -167,7 +166,7 @@ bool acquiresNameOfFormerSelf(Providers& providers, const std::string& busName) 
     }
     for (auto waited = 0ms; waited < 2s; waited += 20ms) {
         std::this_thread::sleep_for(20ms);
-        if (providers.distributedCenter.acquireName(busName)) {
+        if (providers.bus.acquireName(busName)) {
             return true;
         }
     }
@@ -193,43 +192,14 @@ std::optional<std::vector<std::string>> argumentsForRestart(Providers& providers
                                     std::to_string(meeting.value_or(0))};
 }
 
-/// The running converter has a different working folder than this launch.
-std::optional<std::string> absolutePath(const std::optional<std::string>& path) {
-    if (!path || path->empty() || path->front() == '/') {
-        return path;
-    }
-    std::error_code error;
-    const auto folder = std::filesystem::current_path(error);
-    return error ? path : platform::appendingPathComponent(folder.string(), *path);
-}
-
-/// Values of this launch that the running converter cannot know.
-platform::UserInfo handOverExtras(const KTRAppLaunchingEnv& environment) {
-    // One byte wide, as the application reads it.
-    const bool keeps = static_cast<std::uint8_t>(platform::integerReading(environment.keepsIntermediateFile())) != 0;
-    return {{recordkeeping::kHandedOverKey, true},
-            {recordkeeping::kKeepsIntermediateFileKey, keeps},
-            {recordkeeping::kLanguageKey, std::max(platform::integerReading(environment.localeId()), 1)}};
-}
-
 /// True if another converter runs and has received the arguments of this launch.
 bool handedOver(Providers& providers) {
     const std::string busName = kMeetingRecordConverterBundleIdentifier;
-    if (providers.distributedCenter.acquireName(busName) || acquiresNameOfFormerSelf(providers, busName)) {
+    if (providers.bus.acquireName(busName) || acquiresNameOfFormerSelf(providers, busName)) {
         return false;
     }
-    KTRAppLaunchingEnv environment;
-    environment.parseArguments(providers.processInformation.arguments());
-    const platform::qt::LaunchVocabulary words = {
-        kMeetingRecordNotificationName_RecordingStarted,      kMeetingRecordNotificationName_AckNotification,
-        kMeetingRecordNotificationName_AppSpawnConfirm,       kMeetingRecordNotificationKey_MeetingProcessId,
-        kMeetingRecordNotificationKey_RecordIntermediatePath, kMeetingRecordNotificationKey_AckNotificationName,
-        kMeetingRecordNotificationKey_AckFromProcessId,       kMeetingRecordNotificationKey_AckToProcessId,
-    };
-    const auto parent = platform::integerReading(environment.parentProcessId());
-    return providers.distributedCenter.handOver(busName, words, parent, absolutePath(environment.filePath()),
-                                                handOverExtras(environment)) ==
-           platform::qt::QtDistributedNotificationCenter::HandOver::done;
+    recordkeeping::LaunchHandOver handOver(providers.bus, providers.processInformation.arguments());
+    return handOver.run() == recordkeeping::LaunchHandOver::Outcome::done;
 }
 
 }  // namespace
