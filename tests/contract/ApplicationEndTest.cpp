@@ -2,8 +2,11 @@
 
 #include "platform/qt/QtApplication.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QTimer>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -66,6 +69,34 @@ TEST(ApplicationEndTest, IsDeclinedWhileTheCheckSaysSoAndOrderlyAfterwards) {
 
 TEST(ApplicationEndTest, NeedsNoCheck) {
     EXPECT_EXIT(runUnchecked(), ::testing::ExitedWithCode(0), "launched asked ending $");
+}
+
+// Neither is refused, and both stop deliveries first.
+[[noreturn]] void runAsked(const std::function<void()>& ask) {
+    QtApplication application(1, programArguments);
+    application.setTerminationCheck([] { return false; });
+    application.setTerminationHandler([] { say("asked"); });
+    application.setEndingHandler([] { say("last"); });
+    application.setDelegate(std::make_shared<Delegate>([&] {
+        application.terminate(nullptr);
+        ask();
+    }));
+    application.run();
+}
+
+TEST(ApplicationEndTest, ASignalGoesThroughTheSameGateUnchecked) {
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+        EXPECT_EXIT(runAsked([&] { std::raise(number); }), ::testing::ExitedWithCode(0),
+                    "launched asked ending last $");
+    }
+}
+
+TEST(ApplicationEndTest, TheEndOfTheSessionGoesThroughTheSameGateUnchecked) {
+    const auto endSession = [] {
+        QEvent quit(QEvent::Quit);
+        QCoreApplication::sendEvent(QCoreApplication::instance(), &quit);
+    };
+    EXPECT_EXIT(runAsked(endSession), ::testing::ExitedWithCode(0), "launched asked ending last $");
 }
 
 }  // namespace

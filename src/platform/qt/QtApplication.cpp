@@ -10,6 +10,7 @@
 #include "platform/qt/SessionBus.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QMetaObject>
 #include <QSessionManager>
 #include <csignal>
@@ -43,6 +44,24 @@ struct ToolkitArguments {
     int count = 0;
 };
 
+/// A session manager that ends the session asks the toolkit's application to quit.
+class SessionApplication final : public QApplication {
+public:
+    SessionApplication(int& argc, char* argv[], std::function<void()> quitAsked)
+        : QApplication(argc, argv), quitAsked_(std::move(quitAsked)) {}
+
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::Quit) {
+            return QApplication::event(event);
+        }
+        quitAsked_();
+        return true;
+    }
+
+private:
+    const std::function<void()> quitAsked_;
+};
+
 void sayThatThereIsNoDisplay(const std::string& trouble) {
     SystemLog::standard().write("no display (" + trouble + "): running off-screen");
 }
@@ -50,8 +69,10 @@ void sayThatThereIsNoDisplay(const std::string& trouble) {
 }  // namespace
 
 struct QtApplication::Toolkit {
-    Toolkit(int argc, char* argv[], const DisplayChoice& choice)
-        : arguments(argc, argv, choice.platform), application(arguments.count, arguments.pointers.data()) {
+    Toolkit(int argc, char* argv[], const DisplayChoice& choice, const std::function<void()>& endAsked)
+        : arguments(argc, argv, choice.platform),
+          application(arguments.count, arguments.pointers.data(), endAsked),
+          signals(endAsked) {
         if (!choice.trouble.empty()) {
             sayThatThereIsNoDisplay(choice.trouble);
         } else if (!choice.platform.empty() && QGuiApplication::platformName() == QLatin1String("offscreen")) {
@@ -60,8 +81,8 @@ struct QtApplication::Toolkit {
     }
 
     ToolkitArguments arguments;
-    QApplication application;
-    EndingSignals signals{[] { QCoreApplication::exit(); }};
+    SessionApplication application;
+    EndingSignals signals;
 };
 
 namespace {
@@ -83,7 +104,7 @@ void prepareProcess() {
 }  // namespace
 
 QtApplication::QtApplication(int argc, char* argv[])
-    : toolkit_((prepareProcess(), std::make_unique<Toolkit>(argc, argv, chooseDisplay()))) {
+    : toolkit_((prepareProcess(), std::make_unique<Toolkit>(argc, argv, chooseDisplay(), [this] { end(); }))) {
     QCoreApplication::setApplicationName(QStringLiteral("record-converter"));
     QGuiApplication::setApplicationDisplayName(QString::fromLatin1(programTitle));
     QGuiApplication::setDesktopFileName(QString::fromLatin1(programId));
@@ -124,9 +145,12 @@ void QtApplication::setEndingHandler(std::function<void()> handler) {
 }
 
 void QtApplication::terminate(const ApplicationDelegate*) {
-    if (terminationCheck_ && !terminationCheck_()) {
-        return;
+    if (!terminationCheck_ || terminationCheck_()) {
+        end();
     }
+}
+
+void QtApplication::end() {
     if (terminationHandler_) {
         terminationHandler_();
     }

@@ -9,8 +9,8 @@ namespace platform::qt {
 
 /// The application main on Qt. Chooses a display that answers, or the off-screen platform, which it reports to the
 /// system log. Leaves this program's own options alone, never ends because a window closed, never starts a session bus.
-/// SIGTERM, SIGINT, SIGHUP and the end of the desktop session terminate it in the orderly way; a broken output pipe
-/// does not end it. One per process, on the main thread.
+/// SIGTERM, SIGINT, SIGHUP and the end of the desktop session end it as its own request does, but are never refused; a
+/// broken output pipe does not end it. One per process, on the main thread.
 class QtApplication final : public Application {
 public:
     QtApplication(int argc, char* argv[]);
@@ -23,10 +23,10 @@ public:
 
     void terminate(const ApplicationDelegate* sender) override;
 
-    /// Decides whether the application may terminate now; without a check it always may.
+    /// Decides whether `terminate` may end the application now; without a check it always may.
     void setTerminationCheck(std::function<bool()> check);
 
-    /// Runs at once when the application terminates on request, before the events that are still queued.
+    /// Runs at once when the application is to end, whoever has asked, before the events that are still queued.
     void setTerminationHandler(std::function<void()> handler);
 
     /// Runs last, just before the process ends through its exit handlers, whatever made it end.
@@ -42,6 +42,10 @@ public:
 
 private:
     struct Toolkit;
+
+    /// The one way to the end.
+    void end();
+
     const std::unique_ptr<Toolkit> toolkit_;
     std::shared_ptr<ApplicationDelegate> delegate_;
     std::function<bool()> terminationCheck_;
