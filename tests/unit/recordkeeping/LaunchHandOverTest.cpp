@@ -175,6 +175,7 @@ TEST_F(LaunchHandOverTest, OtherAcknowledgementsAreNotItsOwn) {
                   [](Listener& listener) { listener.ownerLeft("org.example.Other", ":1.7"); },
                   [](Listener& listener) { listener.ownerLeft(kMeetingRecordConverterBundleIdentifier, ":1.6"); }};
     EXPECT_EQ(handOver(), Outcome::done);
+    EXPECT_EQ(bus.calls, (Calls{acquireCall, startedCall, "wait 5000", confirmCall, "flush"}));
     EXPECT_TRUE(bus.events.empty()) << "one of them ended the wait";
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines()[0], "the running record converter, process 815, has not acknowledged; the recording waits in "
