@@ -4,7 +4,6 @@
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
 
 #include <optional>
-#include <string>
 
 namespace test {
 

@@ -3,6 +3,7 @@
 #include "unit/classic_client/recordconverter/AppDelegateTest.h"
 
 #include <chrono>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>

@@ -7,6 +7,7 @@
 #include "unit/classic_client/recordconverter/AppDelegateTest.h"
 
 #include <chrono>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>

@@ -8,6 +8,8 @@
 #include "support/ScriptedMediaConverter.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>

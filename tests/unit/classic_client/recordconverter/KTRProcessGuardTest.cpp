@@ -4,6 +4,7 @@
 #include "support/FakeProcessExitWatch.h"
 #include "support/RecordingTrace.h"
 #include "support/Sequence.h"
+#include "unit/classic_client/recordconverter/ProcessGuardLines.h"
 
 #include <chrono>
 #include <cstddef>
@@ -18,21 +19,11 @@
 
 namespace {
 
-using test::info;
+using test::guarding;
 using test::Log;
+using test::observingExit;
+using test::unguarding;
 using Pids = std::vector<std::int32_t>;
-
-std::string guarding(std::int32_t pid) {
-    return info("-[KTRProcessGuard guardProcessWithPid:]: process guard for pid = " + std::to_string(pid));
-}
-
-std::string removing(std::int32_t pid) {
-    return info("-[KTRProcessGuard removeGuardProcessWithPid:]: remove process guard for pid = " + std::to_string(pid));
-}
-
-std::string observing(std::int32_t pid) {
-    return info("NoteExitKQueueCallback: observe process exit pid " + std::to_string(pid));
-}
 
 class Losses final : public KTRProcessGuardDelegate {
 public:
@@ -69,7 +60,7 @@ TEST_F(KTRProcessGuardTest, GuardingTheSamePidTwiceArmsOneWatchAndReportsItsExit
     EXPECT_EQ(guard->guardProcessIdArr(), Pids{4711});
     exitWatch.exit(4711);
     EXPECT_EQ(losses->lost, Pids{4711});
-    EXPECT_EQ(trace.log(), (Log{guarding(4711), guarding(4711), observing(4711)}));
+    EXPECT_EQ(trace.log(), (Log{guarding(4711), guarding(4711), observingExit(4711)}));
     EXPECT_TRUE(guard->guardProcessIdArr().empty());
 }
 
@@ -79,7 +70,7 @@ TEST_F(KTRProcessGuardTest, ARemovedPidsExitIsTracedAndNotReported) {
     EXPECT_EQ(exitWatch.armedCount(4711), 1U) << "the watch stays armed";
     exitWatch.exit(4711);
     EXPECT_TRUE(losses->lost.empty());
-    EXPECT_EQ(trace.log(), (Log{guarding(4711), removing(4711), observing(4711)}));
+    EXPECT_EQ(trace.log(), (Log{guarding(4711), unguarding(4711), observingExit(4711)}));
 }
 
 TEST_F(KTRProcessGuardTest, APidThatDoesNotExistStaysInTheListUnreported) {
@@ -110,7 +101,8 @@ TEST_F(KTRProcessGuardTest, AProcessGuardedRemovedAndGuardedAgainHasTwoWatchesAn
     EXPECT_EQ(exitWatch.armedCount(4711), 2U);
     exitWatch.exit(4711);
     EXPECT_EQ(losses->lost, Pids{4711});
-    EXPECT_EQ(trace.log(), (Log{guarding(4711), removing(4711), guarding(4711), observing(4711), observing(4711)}));
+    EXPECT_EQ(trace.log(),
+              (Log{guarding(4711), unguarding(4711), guarding(4711), observingExit(4711), observingExit(4711)}));
 }
 
 TEST_F(KTRProcessGuardTest, UnknownIdsAreIgnored) {
@@ -119,7 +111,7 @@ TEST_F(KTRProcessGuardTest, UnknownIdsAreIgnored) {
     guard->onLostMeetingProcessWithPid(3);
     EXPECT_EQ(guard->guardProcessIdArr(), Pids{1});
     EXPECT_TRUE(losses->lost.empty());
-    EXPECT_EQ(trace.log(), (Log{guarding(1), removing(2)})) << "an exit of an unguarded id is not even traced";
+    EXPECT_EQ(trace.log(), (Log{guarding(1), unguarding(2)})) << "an exit of an unguarded id is not even traced";
 }
 
 TEST_F(KTRProcessGuardTest, RemovingTakesEveryEntryEqualToTheId) {
