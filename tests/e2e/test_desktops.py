@@ -6,8 +6,8 @@ import os
 import subprocess
 import time
 
+import bubbleworld
 import display
-import test_bubbles
 
 PANEL = """<?xml version="1.0" encoding="UTF-8"?>
 <channel name="xfce4-panel" version="1.0">
@@ -51,7 +51,7 @@ SAVED = "Your recording has been saved to your computer."
 FAILED = "We had a problem converting the recording to MP4 format."
 
 
-class PanelWithItems(test_bubbles.BubbleWorld):
+class PanelWithItems(bubbleworld.BubbleWorld):
     """A panel with a real watcher and host of status notifier items; where it draws them it tells nobody."""
 
     with_tray = False
@@ -94,7 +94,7 @@ class PanelWithItems(test_bubbles.BubbleWorld):
 
     def test_a_saved_recording_reaches_the_user(self):
         converter = self.converts("talk.mkv")
-        bubble = self.wait_for_bubbles(1, test_bubbles.SAVED)[0]
+        bubble = self.wait_for_bubbles(1, bubbleworld.SAVED)[0]
         self.check_in_the_corner_below_the_panel(bubble)
         self.click(bubble.open_button())
         self.wait_for(self.opened, 20, "xdg-open runs")
@@ -112,7 +112,7 @@ class PanelWithItems(test_bubbles.BubbleWorld):
         self.check_quits_soon(converter)
 
 
-class NotificationServer(test_bubbles.BubbleWorld):
+class NotificationServer(bubbleworld.BubbleWorld):
     """A real notification server on a display of its own, which the converter does not see."""
 
     with_tray = False

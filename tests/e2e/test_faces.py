@@ -2,8 +2,8 @@
 
 import os
 
+import bubbleworld
 import display
-import test_bubbles
 
 RULES = """<?xml version="1.0"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
@@ -13,7 +13,7 @@ RULES = """<?xml version="1.0"?>
 SAVED = "Your recording has been saved to your computer."
 
 
-class RuledWindows(test_bubbles.BubbleWorld):
+class RuledWindows(bubbleworld.BubbleWorld):
     """A window manager with a rule of its user's for the converter's windows."""
 
     with_tray = False
@@ -44,9 +44,9 @@ class RuledWindows(test_bubbles.BubbleWorld):
         self.wait_for(lambda: "the window manager is left out: no notification server" in self.log_text(), 40,
                       "the log says what the user got")
         # While the earlier bubble is still there, this one is below it.
-        self.wait_for(lambda: self.in_the_corner(self.wait_for_bubbles(1, test_bubbles.SAVED)[0]), 10,
+        self.wait_for(lambda: self.in_the_corner(self.wait_for_bubbles(1, bubbleworld.SAVED)[0]), 10,
                       f"the bubble is in the corner; {self.bubbles()}")
-        bubble = self.wait_for_bubbles(1, test_bubbles.SAVED)[0]
+        bubble = self.wait_for_bubbles(1, bubbleworld.SAVED)[0]
         self.assertNotIn(reason, self.log_text().split("left out")[0])
         self.assertEqual(self.ask("xdotool", "getwindowfocus").strip(), window)
         self.click(bubble.open_button())

@@ -4,7 +4,7 @@ import os
 import xml.etree.ElementTree
 
 import accessible
-import test_bubbles
+import bubbleworld
 import world
 
 TABLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "resources", "translations")
@@ -53,7 +53,7 @@ class Languages(world.World):
         self._check(range(11, 21))
 
 
-class ScreenReader(test_bubbles.BubbleWorld):
+class ScreenReader(bubbleworld.BubbleWorld):
     """With the desktop's real accessibility services."""
 
     with_tray = False
@@ -71,7 +71,7 @@ class ScreenReader(test_bubbles.BubbleWorld):
         self.launch("-pid", str(meeting.pid), "-path", self.recording(), "-locale", "9")
         self.line.wait_confirmed(meeting.pid)
         meeting.die()
-        self.wait_for_bubbles(1, test_bubbles.SAVED)
+        self.wait_for_bubbles(1, bubbleworld.SAVED)
         text = text_in("de", SAVED)
         tree = self.wait_for(lambda: [tree for tree in [self.reader.tree()] if ("label", text) in tree], 30,
                              f"the text is read; {self.reader.tree()}")[0]

@@ -1,7 +1,6 @@
 """The outcome as a layer surface: on a Wayland compositor that has them, whether or not it has X11 as well."""
 
 import display
-import test_bubbles
 import test_sway
 
 

@@ -5,9 +5,9 @@ import json
 import os
 import subprocess
 
+import bubbleworld
 import display
 import pictures
-import test_bubbles
 
 SETTINGS = """xwayland {xwayland}
 output {output} resolution {width}x{height} bg #406080 solid_color
@@ -22,7 +22,7 @@ offset = 8x8
 SAVED = "Your recording has been saved to your computer."
 
 
-class SwayWorld(test_bubbles.BubbleWorld):
+class SwayWorld(bubbleworld.BubbleWorld):
     """Without a screen: the compositor draws into memory."""
 
     with_tray = False
@@ -129,7 +129,7 @@ class SwayWithXwayland(SwayWorld):
         def show():
             converter = self.converts("talk.mkv")
             self.wait_for(lambda: "; the window manager is left out" in self.log_text(), 40, "it is shown")
-            self.wait_for_bubbles(1, test_bubbles.SAVED)
+            self.wait_for_bubbles(1, bubbleworld.SAVED)
             return converter
 
         converter, changed = self.check_user_is_left_alone(show)

@@ -4,14 +4,14 @@ window that the user works in, which keeps its place and the keyboard."""
 import os
 import shutil
 
+import bubbleworld
 import display
-import test_bubbles
 import test_desktops
 
 BLACK = (0, 0, 0)
 
 
-class _WindowManager(test_bubbles.BubbleWorld):
+class _WindowManager(bubbleworld.BubbleWorld):
     with_tray = False
 
     def work_in_a_window(self):
@@ -49,7 +49,7 @@ class _WindowManager(test_bubbles.BubbleWorld):
         self.wait_for_icon()
         before = self.wait_for_rest()
         meeting.die()
-        bubble = self.wait_for_bubbles(1, test_bubbles.SAVED)[0]
+        bubble = self.wait_for_bubbles(1, bubbleworld.SAVED)[0]
         self.check_is_on_the_screen(bubble, before)
         self.assertIn("bubble shown as a window", self.log_text())
         self.assertEqual(self.focus(), window, "the user's window keeps the keyboard")
