@@ -1,5 +1,6 @@
 #include "platform/qt/QtUserDefaults.h"
 #include "support/FakeUserDefaults.h"
+#include "support/TemporaryFolder.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -15,32 +16,15 @@ namespace {
 namespace fs = std::filesystem;
 using List = std::vector<std::string>;
 
-class Folder {
-public:
-    Folder() {
-        std::string name = (fs::temp_directory_path() / "defaults-XXXXXX").string();
-        path_ = mkdtemp(name.data());
-    }
-    ~Folder() {
-        fs::permissions(path_, fs::perms::owner_all);
-        fs::remove_all(path_);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    std::string file() const { return (path_ / "deep" / "record-converter.conf").string(); }
-
-private:
-    fs::path path_;
-};
+const std::string settingsFile = "deep/record-converter.conf";
 
 struct FakeHost {
     test::FakeUserDefaults defaults;
 };
 
 struct QtHost {
-    Folder folder;
-    platform::qt::QtUserDefaults defaults{folder.file()};
+    test::TemporaryFolder folder;
+    platform::qt::QtUserDefaults defaults{folder.file(settingsFile)};
 };
 
 template<typename Host>
@@ -78,35 +62,35 @@ TYPED_TEST(UserDefaultsContract, KeepsTextsWithCommasQuotesAndUmlautsWhole) {
 }
 
 TEST(QtUserDefaults, IsOnTheDiskOnceSynchronizeReturns) {
-    const Folder folder;
-    platform::qt::QtUserDefaults defaults(folder.file());
+    const test::TemporaryFolder folder;
+    platform::qt::QtUserDefaults defaults(folder.file(settingsFile));
     defaults.setStringList("AppleLanguages", {"de", "en"});
     ASSERT_TRUE(defaults.synchronize());
     std::stringstream text;
-    text << std::ifstream(folder.file()).rdbuf();
+    text << std::ifstream(folder.file(settingsFile)).rdbuf();
     EXPECT_NE(text.str().find("AppleLanguages=de, en"), std::string::npos) << text.str();
 
-    const platform::qt::QtUserDefaults later(folder.file());
+    const platform::qt::QtUserDefaults later(folder.file(settingsFile));
     EXPECT_EQ(later.stringList("AppleLanguages"), (List{"de", "en"}));
 }
 
 TEST(QtUserDefaults, KeepsOtherSettingsOfTheFile) {
-    const Folder folder;
-    fs::create_directories(fs::path(folder.file()).parent_path());
-    std::ofstream(folder.file()) << "[Window]\nplace=left\n";
-    platform::qt::QtUserDefaults defaults(folder.file());
+    const test::TemporaryFolder folder;
+    fs::create_directories(fs::path(folder.file(settingsFile)).parent_path());
+    std::ofstream(folder.file(settingsFile)) << "[Window]\nplace=left\n";
+    platform::qt::QtUserDefaults defaults(folder.file(settingsFile));
     defaults.setStringList("AppleLanguages", {"en"});
     ASSERT_TRUE(defaults.synchronize());
     std::stringstream text;
-    text << std::ifstream(folder.file()).rdbuf();
+    text << std::ifstream(folder.file(settingsFile)).rdbuf();
     EXPECT_NE(text.str().find("place=left"), std::string::npos) << text.str();
 }
 
 TEST(QtUserDefaults, KeepsTheSettingForThisRunWhereItCannotBeWritten) {
     // A folder in place of the file prevents everyone from writing, including root.
-    const Folder folder;
-    fs::create_directories(folder.file());
-    platform::qt::QtUserDefaults defaults(folder.file());
+    const test::TemporaryFolder folder;
+    fs::create_directories(folder.file(settingsFile));
+    platform::qt::QtUserDefaults defaults(folder.file(settingsFile));
     defaults.setStringList("AppleLanguages", {"fr", "en"});
     EXPECT_FALSE(defaults.synchronize());
     EXPECT_EQ(defaults.stringList("AppleLanguages"), (List{"fr", "en"}));

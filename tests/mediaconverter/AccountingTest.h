@@ -22,12 +22,8 @@ inline std::string nameOf(const testing::TestParamInfo<Container>& info) {
     return info.param.name;
 }
 
-inline Words plus(Words words, const Words& more) {
-    words.insert(words.end(), more.begin(), more.end());
-    return words;
-}
-
 inline const Words h264Aac = {"-c:v", "libx264", "-preset", "ultrafast", "-g", "25", "-c:a", "aac"};
+inline const Words fragmented = plus(h264Aac, {"-movflags", "frag_keyframe+empty_moov"});
 
 /// Converts recordings of which every byte must be accounted for.
 class AccountingTest : public FaultTest {

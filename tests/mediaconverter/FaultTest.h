@@ -4,7 +4,7 @@
 #include "mediaconverter/Converters.h"
 #include "mediaconverter/RecordingSink.h"
 #include "mediaconverter/Samples.h"
-#include "mediaconverter/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +14,6 @@
 namespace mediatest {
 
 using mediaconverter::ConversionError;
-
-/// A command, or part of one.
-using Words = std::vector<std::string>;
 
 /// A folder with a source, and the checks that must hold after a conversion, however it ended.
 class FaultTest : public testing::Test {

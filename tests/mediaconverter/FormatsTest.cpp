@@ -1,7 +1,7 @@
 #include "mediaconverter/Converters.h"
 #include "mediaconverter/RecordingSink.h"
 #include "mediaconverter/Samples.h"
-#include "mediaconverter/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -18,11 +18,6 @@ using namespace mediatest;
 using Words = std::vector<std::string>;
 
 const Words h264Aac = {"-c:v", "libx264", "-preset", "veryfast", "-c:a", "aac"};
-
-Words plus(Words words, const Words& more) {
-    words.insert(words.end(), more.begin(), more.end());
-    return words;
-}
 
 struct Format {
     const char* name;

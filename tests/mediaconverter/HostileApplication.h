@@ -2,7 +2,7 @@
 
 #include "mediaconverter/Converters.h"
 #include "mediaconverter/Samples.h"
-#include "mediaconverter/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <sys/stat.h>
 

@@ -1,6 +1,6 @@
 #include "mediaconverter/Matroska.h"
 
-#include "mediaconverter/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -34,7 +34,7 @@ std::string length(std::uint64_t value) {
 
 Matroska::Matroska(const std::string& path, const std::string& sample)
     : descriptor_(::open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600)) {
-    const std::string bytes = contentOf(sample);
+    const std::string bytes = test::contentOf(sample);
     const auto first = bytes.find(clusterId);
     if (descriptor_ < 0 || first == std::string::npos) {
         throw std::runtime_error("no recording to begin " + path + " with");

@@ -1,8 +1,8 @@
 #include "mediaconverter/Converters.h"
 #include "mediaconverter/RecordingSink.h"
 #include "mediaconverter/Samples.h"
-#include "mediaconverter/TemporaryFolder.h"
 #include "support/ScriptedMediaConverter.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 

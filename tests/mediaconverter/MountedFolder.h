@@ -1,7 +1,7 @@
 #pragma once
 
 #include "mediaconverter/Processes.h"
-#include "mediaconverter/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <cstdint>
 #include <memory>
@@ -43,7 +43,7 @@ private:
     void mountThroughFuse(const std::string& image);
     bool isMounted() const;
 
-    TemporaryFolder folder_;
+    test::TemporaryFolder folder_;
     std::string path_;
     std::string loopDevice_;
     std::unique_ptr<Process> fileSystem_;

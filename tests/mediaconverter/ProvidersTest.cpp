@@ -1,8 +1,8 @@
 #include "mediaconverter/IZedMediaConverterDestination.h"
-#include "mediaconverter/TemporaryFolder.h"
 #include "mediaconverter/providers/ConvertedFileManager.h"
 #include "mediaconverter/providers/ConvertedWorkspace.h"
 #include "platform/Workspace.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,8 @@
 
 namespace {
 
-using namespace mediatest;
+using test::TemporaryFolder;
+using test::writeFile;
 namespace fs = std::filesystem;
 
 TEST(ConvertedFileManagerTest, WhereTheLibraryCanNotTellTheFileAtThePathGoes) {

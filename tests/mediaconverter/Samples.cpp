@@ -1,6 +1,6 @@
 #include "mediaconverter/Samples.h"
 
-#include "mediaconverter/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <spawn.h>

@@ -1,9 +1,25 @@
 #pragma once
 
+#include "support/TemporaryFolder.h"
+
 #include <string>
 #include <vector>
 
 namespace mediatest {
+
+// Recordings are made, and converted, in folders of their own.
+using test::contentOf;
+using test::TemporaryFolder;
+using test::writeFile;
+
+/// A command, or part of one.
+using Words = std::vector<std::string>;
+
+/// Both, one after the other.
+inline Words plus(Words words, const Words& more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
 
 std::vector<std::string> linesOf(const std::string& text);
 

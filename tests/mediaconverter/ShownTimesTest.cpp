@@ -12,11 +12,6 @@ namespace {
 using namespace mediatest;
 namespace fs = std::filesystem;
 
-Words plus(Words words, const Words& more) {
-    words.insert(words.end(), more.begin(), more.end());
-    return words;
-}
-
 const Words baseline = {"-c:v", "libx264", "-preset", "ultrafast", "-profile:v", "baseline", "-g", "10"};
 const Words reordered = {"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-g", "20"};
 const Words aac = {"-c:a", "aac"};

@@ -1,4 +1,4 @@
-#include "mediaconverter/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -7,10 +7,11 @@
 #include <iterator>
 #include <stdexcept>
 
-namespace mediatest {
+namespace test {
 
 TemporaryFolder::TemporaryFolder(const std::string& parent)
-    : path_((parent.empty() ? std::filesystem::temp_directory_path().string() : parent) + "/mediaconverter-XXXXXX") {
+    : path_((parent.empty() ? std::filesystem::temp_directory_path().string() : parent) +
+            "/record-converter-test-XXXXXX") {
     if (::mkdtemp(path_.data()) == nullptr) {
         throw std::runtime_error("no temporary folder: " + path_);
     }
@@ -40,4 +41,4 @@ void writeFile(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
 }
 
-}  // namespace mediatest
+}  // namespace test

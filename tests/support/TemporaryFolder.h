@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace mediatest {
+namespace test {
 
 /// A folder for one test, removed with all its content.
 class TemporaryFolder {
@@ -28,4 +28,4 @@ private:
 std::string contentOf(const std::string& path);
 void writeFile(const std::string& path, const std::string& content);
 
-}  // namespace mediatest
+}  // namespace test

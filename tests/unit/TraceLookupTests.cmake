@@ -19,7 +19,7 @@ add_executable(trace_probe classic_client/unifiedtram/plugin/TraceProbe.cpp)
 target_link_libraries(trace_probe PRIVATE unifiedtram record_converter_options)
 
 add_executable(trace_lookup_tests classic_client/unifiedtram/TracePlugInLookupTest.cpp)
-target_link_libraries(trace_lookup_tests PRIVATE record_converter_options GTest::gtest_main)
+target_link_libraries(trace_lookup_tests PRIVATE temporary_folder record_converter_options GTest::gtest_main)
 target_compile_definitions(trace_lookup_tests PRIVATE
   "TRACE_PROBE=\"$<TARGET_FILE:trace_probe>\""
   "PLUGIN_INSIDE=\"$<TARGET_FILE:test_plugin_inside>\""

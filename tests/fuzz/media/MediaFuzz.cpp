@@ -1,8 +1,8 @@
 #include "mediaconverter/Samples.h"
-#include "mediaconverter/TemporaryFolder.h"
 #include "mediaconverter/worker/Conversion.h"
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/Reporter.h"
+#include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

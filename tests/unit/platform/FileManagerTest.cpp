@@ -1,10 +1,10 @@
 #include "platform/FileManager.h"
 
-#include <cstdlib>
+#include "support/TemporaryFolder.h"
+
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 
@@ -14,19 +14,7 @@ namespace fs = std::filesystem;
 
 class PosixFileManagerTest : public testing::Test {
 protected:
-    PosixFileManagerTest() {
-        std::string pattern = (fs::temp_directory_path() / "file-manager-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        folder = pattern;
-    }
-    ~PosixFileManagerTest() override {
-        std::error_code error;
-        fs::remove_all(folder, error);
-    }
-
-    std::string at(const std::string& name) const { return (folder / name).string(); }
+    std::string at(const std::string& name) const { return temporary.file(name); }
 
     bool isDirectory(const std::string& name) const {
         bool answer = false;
@@ -34,7 +22,8 @@ protected:
         return answer;
     }
 
-    fs::path folder;
+    const test::TemporaryFolder temporary;
+    const fs::path folder = temporary.path();
     platform::PosixFileManager fileManager;
 };
 

@@ -1,6 +1,7 @@
 #include "recordkeeping/MadeFolders.h"
 
-#include <cstdlib>
+#include "support/TemporaryFolder.h"
+
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
@@ -11,14 +12,8 @@ using recordkeeping::MadeFolders;
 
 class MadeFoldersTest : public testing::Test {
 protected:
-    static std::string temporaryFolder() {
-        std::string name = "/tmp/record-converter-made-XXXXXX";
-        return ::mkdtemp(name.data());
-    }
-
-    ~MadeFoldersTest() override { std::filesystem::remove_all(home); }
-
-    const std::string home = temporaryFolder();
+    const test::TemporaryFolder temporary;
+    const std::string home = temporary.path();
     MadeFolders folders;
 };
 

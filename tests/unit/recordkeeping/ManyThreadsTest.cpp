@@ -10,11 +10,10 @@
 #include "support/FakeProcessIdentities.h"
 #include "support/MeetingNotifications.h"
 #include "support/ScriptedMediaConverter.h"
+#include "support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -29,11 +28,6 @@ namespace {
 using namespace std::chrono_literals;
 using support::ScriptedMediaConverter;
 using Random = std::mt19937;
-
-std::string temporaryFolder() {
-    std::string name = "/tmp/record-converter-threads-XXXXXX";
-    return ::mkdtemp(name.data());
-}
 
 /// Keeps the processor: on a busy machine each yield would cost a time slice.
 void pause(Random& random) {
@@ -144,8 +138,6 @@ private:
 
 class ManyThreadsTest : public testing::Test {
 protected:
-    ~ManyThreadsTest() override { std::filesystem::remove_all(home); }
-
     static std::vector<std::string> converted() {
         std::vector<std::string> sources;
         for (const auto& request : ScriptedMediaConverter::requests()) {
@@ -163,7 +155,8 @@ protected:
         EXPECT_EQ(ScriptedMediaConverter::abandoned(), 0U) << "released while it converted";
     }
 
-    const std::string home = temporaryFolder();
+    const test::TemporaryFolder temporary;
+    const std::string home = temporary.path();
 };
 
 TEST_F(ManyThreadsTest, JobsScheduledByTwoThreadsAreEachConvertedOnce) {

@@ -3,9 +3,9 @@
 #include "support/FakeBackgroundExecutor.h"
 #include "support/FakeDispatchQueue.h"
 #include "support/FakeSystemLog.h"
+#include "support/TemporaryFolder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -22,13 +22,6 @@ using Names = std::vector<std::string>;
 /// A state folder whose syncs run when the test asks for it. A power cut may remove everything that is not synced.
 class PendingFolderTest : public testing::Test {
 protected:
-    static std::string temporaryFolder() {
-        std::string name = "/tmp/record-converter-pending-XXXXXX";
-        return ::mkdtemp(name.data());
-    }
-
-    ~PendingFolderTest() override { std::filesystem::remove_all(path); }
-
     static PendingEntry entryOf(PendingEntry::State state) {
         PendingEntry entry;
         entry.source = "/talk.mkv";
@@ -69,7 +62,8 @@ protected:
         return names;
     }
 
-    const std::string path = temporaryFolder();
+    const test::TemporaryFolder temporary;
+    const std::string path = temporary.path();
     test::FakeSystemLog log;
     test::FakeBackgroundExecutor executor;
     test::FakeDispatchQueue later;

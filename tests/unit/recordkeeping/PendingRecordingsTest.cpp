@@ -4,8 +4,8 @@
 #include "support/FakeDispatchQueue.h"
 #include "support/FakeProcessIdentities.h"
 #include "support/FakeSystemLog.h"
+#include "support/TemporaryFolder.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -24,19 +24,12 @@ using Sources = std::vector<std::string>;
 /// Converters that run one after another or concurrently with one home folder, each with its own memory.
 class PendingRecordingsTest : public testing::Test {
 protected:
-    static std::string temporaryFolder() {
-        std::string name = "/tmp/record-converter-pending-XXXXXX";
-        return ::mkdtemp(name.data());
-    }
-
     static test::FakeProcessIdentities livingProcesses() {
         test::FakeProcessIdentities processes;
         processes.start(100);
         processes.start(7);
         return processes;
     }
-
-    ~PendingRecordingsTest() override { std::filesystem::remove_all(home); }
 
     std::unique_ptr<PendingRecordings> converter(std::int32_t pid) {
         return std::make_unique<PendingRecordings>(folder, processes, pid);
@@ -67,7 +60,8 @@ protected:
         }
     }
 
-    const std::string home = temporaryFolder();
+    const test::TemporaryFolder temporary;
+    const std::string home = temporary.path();
     test::FakeSystemLog log;
     test::FakeBackgroundExecutor executor;
     test::FakeDispatchQueue later;

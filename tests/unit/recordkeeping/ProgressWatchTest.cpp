@@ -4,9 +4,8 @@
 #include "support/FakeBackgroundExecutor.h"
 #include "support/FakeDispatchQueue.h"
 #include "support/FakeProcessIdentities.h"
+#include "support/TemporaryFolder.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <utility>
@@ -19,17 +18,10 @@ using recordkeeping::WorkProgress;
 
 class ProgressWatchTest : public testing::Test {
 protected:
-    static std::string temporaryFolder() {
-        std::string name = "/tmp/record-converter-progress-XXXXXX";
-        return ::mkdtemp(name.data());
-    }
-
     ProgressWatchTest() {
         processes.start(7);
         processes.start(100);
     }
-
-    ~ProgressWatchTest() override { std::filesystem::remove_all(home); }
 
     /// What is shown once the main queue has run its tasks.
     std::vector<WorkProgress> shownNow() {
@@ -42,7 +34,8 @@ protected:
         pending.noteDue(7);
     }
 
-    const std::string home = temporaryFolder();
+    const test::TemporaryFolder temporary;
+    const std::string home = temporary.path();
     test::FakeDispatchQueue mainQueue;
     test::FakeBackgroundExecutor executor;
     test::FakeProcessIdentities processes;

@@ -1,3 +1,5 @@
+#include "support/TemporaryFolder.h"
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -19,20 +21,8 @@ using Lines = std::vector<std::string>;
 class TracePlugInLookupTest : public testing::Test {
 protected:
     TracePlugInLookupTest() {
-        std::string pattern = (fs::temp_directory_path() / "trace-lookup-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        // The name of the application folder contains a blank, like some users' folders.
-        root = pattern;
-        application = root / "record converter";
         fs::create_directories(application / "bin");
         fs::copy_file(TRACE_PROBE, application / "bin" / "probe");
-    }
-
-    ~TracePlugInLookupTest() override {
-        std::error_code error;
-        fs::remove_all(root, error);
     }
 
     void place(const char* plugIn, const fs::path& folder) {
@@ -65,8 +55,10 @@ protected:
         return lines;
     }
 
-    fs::path root;
-    fs::path application;
+    const test::TemporaryFolder temporary;
+    const fs::path root = temporary.path();
+    // The name contains a blank, like some users' folders.
+    const fs::path application = root / "record converter";
 };
 
 const std::string tracedInMain = " 2 RecordConverter (null) -[Probe show]: main";

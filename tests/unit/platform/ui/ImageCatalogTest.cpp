@@ -1,10 +1,10 @@
 #include "platform/ui/Image.h"
 
-#include <cstdlib>
+#include "support/TemporaryFolder.h"
+
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
 
 namespace {
@@ -15,21 +15,11 @@ using platform::ui::ImageCatalog;
 
 class FolderImageCatalogTest : public testing::Test {
 protected:
-    FolderImageCatalogTest() {
-        std::string pattern = (fs::temp_directory_path() / "images-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        folder = pattern;
-        std::ofstream(folder / "corvoball.svg") << "<svg/>";
-    }
-    ~FolderImageCatalogTest() override {
-        ImageCatalog::setStandard(nullptr);
-        std::error_code error;
-        fs::remove_all(folder, error);
-    }
+    FolderImageCatalogTest() { std::ofstream(folder / "corvoball.svg") << "<svg/>"; }
+    ~FolderImageCatalogTest() override { ImageCatalog::setStandard(nullptr); }
 
-    fs::path folder;
+    const test::TemporaryFolder temporary;
+    const fs::path folder = temporary.path();
 };
 
 TEST_F(FolderImageCatalogTest, FindsAnImageByItsName) {
