@@ -100,7 +100,8 @@ TEST_F(AuroraBubble, TheLastOneIsToldOfWhenItIsNoMore) {
     const std::vector<QPointer<QWidget>> both(open.begin(), open.end());
     const auto isDeleted = [](const QPointer<QWidget>& window) { return window.isNull(); };
     maker->setAllGoneHandler([&] {
-        EXPECT_TRUE(first.expired() && last.expired());
+        EXPECT_TRUE(first.expired());
+        EXPECT_TRUE(last.expired());
         gone.push_back(std::ranges::all_of(both, isDeleted));
     });
     first.lock()->close();

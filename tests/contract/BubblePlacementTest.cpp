@@ -101,8 +101,10 @@ TEST(BubblePlacement, AFullColumnGoesOnBesideIt) {
 void expectApart(const std::vector<Place>& places, const Rect& screen) {
     for (std::size_t i = 0; i < places.size(); ++i) {
         const auto& body = places[i].body;
-        EXPECT_TRUE(body.x >= screen.x && body.x + body.width <= screen.x + screen.width) << i;
-        EXPECT_TRUE(body.y >= screen.y && body.y + body.height <= screen.y + screen.height) << i;
+        EXPECT_GE(body.x, screen.x) << i;
+        EXPECT_LE(body.x + body.width, screen.x + screen.width) << i;
+        EXPECT_GE(body.y, screen.y) << i;
+        EXPECT_LE(body.y + body.height, screen.y + screen.height) << i;
         for (std::size_t j = 0; j < i; ++j) {
             EXPECT_FALSE(overlap(body, places[j].body)) << i << " covers " << j;
         }

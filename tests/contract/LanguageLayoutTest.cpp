@@ -109,7 +109,8 @@ TEST_P(LanguageLayout, NoLineBeginsWithWhatBelongsToTheOneBefore) {
             const platform::qt::TextLines lines(QString::fromStdString(text(key)), platform::qt::toolkitFont(kBodyFont),
                                                 width);
             for (const auto& line : linesOf(lines)) {
-                EXPECT_FALSE(line.isEmpty() || kNotFirst.contains(line.front())) << line.toStdString();
+                ASSERT_FALSE(line.isEmpty());
+                EXPECT_FALSE(kNotFirst.contains(line.front())) << line.toStdString();
             }
         }
     }

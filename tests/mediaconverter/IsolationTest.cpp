@@ -48,32 +48,42 @@ bool holdsInside(const std::function<bool(worker::Reporter&)>& inside) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+/// Runs `inside`, with its expectations, in a separate process. That process prints those that fail.
+void expectInside(const std::function<void(worker::Reporter&)>& inside) {
+    EXPECT_TRUE(holdsInside([&](worker::Reporter& reporter) {
+        inside(reporter);
+        return !testing::Test::HasFailure();
+    }));
+}
+
 bool isRefused(long result) {
     return result < 0 && (errno == EPERM || errno == EACCES);
 }
 
-bool filesAreRefused(worker::Reporter& reporter, const std::string& folder) {
-    worker::barriers::closeFileSystem(reporter);
-    return isRefused(::open("/etc/passwd", O_RDONLY)) && isRefused(::open(folder.c_str(), O_RDONLY | O_DIRECTORY)) &&
-           isRefused(::open((folder + "/new").c_str(), O_CREAT | O_WRONLY, 0600)) &&
-           isRefused(::mkdir((folder + "/sub").c_str(), 0700)) && ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
-}
-
 TEST(IsolationTest, LandlockClosesTheFileSystem) {
     const TemporaryFolder folder;
-    EXPECT_TRUE(holdsInside([&](worker::Reporter& reporter) { return filesAreRefused(reporter, folder.path()); }));
+    expectInside([&](worker::Reporter& reporter) {
+        worker::barriers::closeFileSystem(reporter);
+        EXPECT_TRUE(isRefused(::open("/etc/passwd", O_RDONLY)));
+        EXPECT_TRUE(isRefused(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY)));
+        EXPECT_TRUE(isRefused(::open(folder.file("new").c_str(), O_CREAT | O_WRONLY, 0600)));
+        EXPECT_TRUE(isRefused(::mkdir(folder.file("sub").c_str(), 0700)));
+        EXPECT_EQ(::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
+    });
 }
 
 TEST(IsolationTest, WhatIsOpenStaysUsableBehindLandlock) {
     const TemporaryFolder folder;
     writeFile(folder.file("a"), "content");
-    EXPECT_TRUE(holdsInside([&](worker::Reporter& reporter) {
+    expectInside([&](worker::Reporter& reporter) {
         const int file = ::open(folder.file("a").c_str(), O_RDWR);
         worker::barriers::closeFileSystem(reporter);
         char byte = 0;
-        return ::pread(file, &byte, 1, 0) == 1 && byte == 'c' && ::pwrite(file, &byte, 1, 20) == 1 &&
-               ::ftruncate(file, 4) == 0;
-    }));
+        EXPECT_EQ(::pread(file, &byte, 1, 0), 1);
+        EXPECT_EQ(byte, 'c');
+        EXPECT_EQ(::pwrite(file, &byte, 1, 20), 1);
+        EXPECT_EQ(::ftruncate(file, 4), 0);
+    });
 }
 
 /// Each call with seccomp alone, so that no other barrier can refuse it.
@@ -127,11 +137,11 @@ TEST(IsolationTest, SeccompRefusesToReserveMoreThanTheOutputMayTake) {
 }
 
 TEST(IsolationTest, ThreadsAreLimited) {
-    EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
+    expectInside([](worker::Reporter& reporter) {
         // The kernel exempts the superuser.
         constexpr uid_t nobody = 65534;
-        if (::geteuid() == 0 && ::setresuid(nobody, nobody, nobody) != 0) {
-            return false;
+        if (::geteuid() == 0) {
+            ASSERT_EQ(::setresuid(nobody, nobody, nobody), 0);
         }
         worker::barriers::limitThreads(reporter);
         std::vector<std::thread> threads;
@@ -150,8 +160,9 @@ TEST(IsolationTest, ThreadsAreLimited) {
         for (std::thread& thread : threads) {
             thread.join();
         }
-        return threads.size() >= 40 && threads.size() < 64;
-    }));
+        EXPECT_GE(threads.size(), 40U);
+        EXPECT_LT(threads.size(), 64U);
+    });
 }
 
 TEST(IsolationTest, SeccompRefusesTheNetwork) {
@@ -174,29 +185,33 @@ TEST(IsolationTest, SeccompRefusesProcesses) {
 }
 
 TEST(IsolationTest, SeccompLetsThreadsAndMemoryBe) {
-    EXPECT_TRUE(holdsInside([](worker::Reporter& reporter) {
+    expectInside([](worker::Reporter& reporter) {
         worker::barriers::closeSystemCalls(reporter, 1000);
         int value = 0;
         std::thread([&] { value = 7; }).join();
         void* const memory = ::mmap(nullptr, 1U << 20U, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        return value == 7 && memory != MAP_FAILED;
-    }));
+        EXPECT_EQ(value, 7);
+        EXPECT_NE(memory, MAP_FAILED);
+    });
 }
 
 TEST(IsolationTest, ResourcesAreLimited) {
     // The tests themselves may run at a lower priority; 19 is the lowest there is.
     const int priority = std::min(::getpriority(PRIO_PROCESS, 0) + 10, 19);
-    EXPECT_TRUE(holdsInside([priority](worker::Reporter& reporter) {
+    expectInside([priority](worker::Reporter& reporter) {
         worker::barriers::limitResources(reporter, 1000);
         const auto limitOf = [](__rlimit_resource resource) {
             rlimit limit = {};
             ::getrlimit(resource, &limit);
             return limit.rlim_max;
         };
-        return limitOf(RLIMIT_NOFILE) <= 16 && limitOf(RLIMIT_CORE) == 0 && limitOf(RLIMIT_FSIZE) == 1U << 30U &&
-               limitOf(RLIMIT_AS) <= rlim_t{4} << 30U && ::getpriority(PRIO_PROCESS, 0) == priority &&
-               ::syscall(SYS_ioprio_get, 1, 0) == (2 << 13 | 7);
-    }));
+        EXPECT_LE(limitOf(RLIMIT_NOFILE), 16U);
+        EXPECT_EQ(limitOf(RLIMIT_CORE), 0U);
+        EXPECT_EQ(limitOf(RLIMIT_FSIZE), 1U << 30U);
+        EXPECT_LE(limitOf(RLIMIT_AS), rlim_t{4} << 30U);
+        EXPECT_EQ(::getpriority(PRIO_PROCESS, 0), priority);
+        EXPECT_EQ(::syscall(SYS_ioprio_get, 1, 0), 2 << 13 | 7);
+    });
 }
 
 TEST(IsolationTest, DiesWithItsParent) {

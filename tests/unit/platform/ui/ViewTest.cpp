@@ -47,8 +47,11 @@ TEST(ControlTest, APressRunsTheAction) {
 
 TEST(TextFieldTest, ShowsATextAndBeginsLikeAnEditableField) {
     platform::ui::TextField field;
-    EXPECT_TRUE(field.drawsBackground() && field.isBordered() && field.isSelectable() && field.isEditable() &&
-                field.isEnabled());
+    EXPECT_TRUE(field.drawsBackground());
+    EXPECT_TRUE(field.isBordered());
+    EXPECT_TRUE(field.isSelectable());
+    EXPECT_TRUE(field.isEditable());
+    EXPECT_TRUE(field.isEnabled());
     field.setAttributedStringValue({"text", {"F", 3}, platform::ui::Color::whiteColor()});
     EXPECT_EQ(field.attributedStringValue().string, "text");
 }

@@ -119,7 +119,8 @@ TEST_F(TracePlugInTest, ProcessesAtTheSameTimeHaveAFileEachAndAFifthHasNone) {
             // Keeps its slot until every process has one.
             ::close(go[1]);
             char c = 0;
-            return log.fileName() != nullptr && ::read(go[0], &c, 1) == 0;
+            EXPECT_NE(log.fileName(), nullptr);
+            EXPECT_EQ(::read(go[0], &c, 1), 0);
         }));
     }
     const auto deadline = std::chrono::steady_clock::now() + 50s;
@@ -134,13 +135,14 @@ TEST_F(TracePlugInTest, ProcessesAtTheSameTimeHaveAFileEachAndAFifthHasNone) {
     while ((!std::filesystem::exists(folder_) || !isFull()) && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(10ms);
     }
-    EXPECT_TRUE(ended(begin([&] {
+    expectEnd(begin([&] {
         const TraceLog fifth(folder_, TraceLevel::info, {});
-        return fifth.fileName() == nullptr && !fifth.takes(TraceLevel::error);
-    })));
+        EXPECT_EQ(fifth.fileName(), nullptr);
+        EXPECT_FALSE(fifth.takes(TraceLevel::error));
+    }));
     ::close(go[1]);
     for (const pid_t child : children) {
-        EXPECT_TRUE(ended(child));
+        expectEnd(child);
     }
     ::close(go[0]);
     std::map<std::string, std::string> processOfFile;
@@ -153,10 +155,10 @@ TEST_F(TracePlugInTest, ProcessesAtTheSameTimeHaveAFileEachAndAFifthHasNone) {
         }
     }
     EXPECT_EQ(processOfFile.size(), 4U);
-    EXPECT_TRUE(ended(begin([&] {
+    expectEnd(begin([&] {
         const TraceLog next(folder_, TraceLevel::info, {});
-        return next.fileName() == folder_ / "trace.log";
-    }))) << "a place is free when its process has ended";
+        EXPECT_EQ(next.fileName(), folder_ / "trace.log") << "a place is free when its process has ended";
+    }));
 }
 
 TEST_F(TracePlugInTest, WhereTheFolderCanNotBeMadeThereIsNoTrace) {
@@ -175,25 +177,26 @@ bool endsWithALine(const std::string& file) {
 }
 
 // A limit on the file size makes a write fail like a full disk, in the middle of a line.
-bool outlivesAFullDisk(const std::string& folder) {
+void outliveAFullDisk(const std::string& folder) {
     std::signal(SIGXFSZ, SIG_IGN);
     TraceLog log(folder, TraceLevel::info, {1000000, 2, 50ms});
-    bool good = log.write(TraceLevel::info, "before");
+    EXPECT_TRUE(log.write(TraceLevel::info, "before"));
     const rlimit full = {400, RLIM_INFINITY};
     ::setrlimit(RLIMIT_FSIZE, &full);
     bool hasLost = false;
     for (int index = 0; index < 100; ++index) {
         hasLost = !log.write(TraceLevel::info, "lost " + std::to_string(index)) || hasLost;
     }
-    good = good && endsWithALine(log.fileName());
+    EXPECT_TRUE(hasLost);
+    EXPECT_TRUE(endsWithALine(log.fileName()));
     const rlimit free = {RLIM_INFINITY, RLIM_INFINITY};
     ::setrlimit(RLIMIT_FSIZE, &free);
     std::this_thread::sleep_for(100ms);
-    return good && hasLost && log.write(TraceLevel::info, "after");
+    EXPECT_TRUE(log.write(TraceLevel::info, "after"));
 }
 
 TEST_F(TracePlugInTest, AFullDiskLosesLinesAndLaterOnesComeAgain) {
-    EXPECT_TRUE(ended(begin([&] { return outlivesAFullDisk(folder_); })));
+    expectEnd(begin([&] { outliveAFullDisk(folder_); }));
     const auto lines = linesOf("trace.log");
     EXPECT_TRUE(lines.back().ends_with("after"));
     for (const auto& line : lines) {

@@ -115,7 +115,7 @@ struct EntryPoints {
 };
 
 TEST_F(TracePlugInTest, TheEntryPointsWriteByTheEnvironmentAndKeepErrno) {
-    EXPECT_TRUE(ended(begin([&] {
+    expectEnd(begin([&] {
         ::setenv("XDG_STATE_HOME", (root_ / "state").c_str(), 1);
         ::setenv("KTRTRACE_LEVEL", "warning", 1);
         const EntryPoints plugIn;
@@ -127,8 +127,7 @@ TEST_F(TracePlugInTest, TheEntryPointsWriteByTheEnvironmentAndKeepErrno) {
         EXPECT_EQ(plugIn.raw(8, nullptr, nullptr, nullptr), -1);
         EXPECT_EQ(errno, EBADMSG);
         EXPECT_EQ(plugIn.fileName(), folder_ / "trace.log");
-        return !HasFailure();
-    })));
+    }));
     const auto lines = linesOf("trace.log");
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_TRUE(lines[1].ends_with(" main Module: code 7: Bad message")) << lines[1];
@@ -136,13 +135,12 @@ TEST_F(TracePlugInTest, TheEntryPointsWriteByTheEnvironmentAndKeepErrno) {
 }
 
 TEST_F(TracePlugInTest, WithoutAPlaceTheEntryPointsAnswerMinusOne) {
-    EXPECT_TRUE(ended(begin([&] {
+    expectEnd(begin([&] {
         ::setenv("XDG_STATE_HOME", "/dev/null", 1);
         const EntryPoints plugIn;
         EXPECT_EQ(plugIn.call(8, "lost"), -1);
         EXPECT_EQ(plugIn.fileName(), nullptr);
-        return !HasFailure();
-    })));
+    }));
 }
 
 }  // namespace

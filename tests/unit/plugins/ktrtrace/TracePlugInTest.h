@@ -49,19 +49,21 @@ protected:
         return status.st_mode & 07777U;
     }
 
-    /// Runs `work` in a separate process, which exits with its result.
-    static pid_t begin(const std::function<bool()>& work) {
+    /// Starts `work`, with its expectations, in a separate process. That process prints those that fail.
+    static pid_t begin(const std::function<void()>& work) {
         const pid_t child = ::fork();
         if (child == 0) {
-            ::_exit(work() ? 0 : 1);
+            work();
+            ::_exit(HasFailure() ? 1 : 0);
         }
         return child;
     }
 
-    /// Waits for a process of `begin`; whether its work returned true.
-    static bool ended(pid_t child) {
+    /// Waits for a process of `begin`, and expects that nothing failed in it.
+    static void expectEnd(pid_t child) {
         int status = 0;
-        return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
     }
 
     /// Matches a line with its level and its process.
