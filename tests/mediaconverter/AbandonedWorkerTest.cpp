@@ -73,7 +73,7 @@ protected:
     void* library_;
 };
 
-TEST_P(AbandonedTest, AtOnceWhateverTheWorkerDoes) {
+TEST_P(AbandonedTest, EndsAtOnceWhateverTheWorkerDoes) {
     ASSERT_NE(library_, nullptr);
     EXPECT_LT(abandon(), seconds(4));
     EXPECT_TRUE(application_.isAsBefore());

@@ -125,7 +125,7 @@ TEST_F(AccountingTest, ATagBetweenTheFramesOfAdtsIsStructure) {
     EXPECT_EQ(packetCounts(destination()), packetCounts(whole));
 }
 
-TEST_F(AccountingTest, ATransportStreamThatStartsInMidPictureGroup) {
+TEST_F(AccountingTest, ATransportStreamThatStartsInMidPictureGroupIsConverted) {
     const std::string bytes = contentOf(samples::make("ts", reordered));
     const std::string source = put("a.ts", bytes.substr(bytes.size() / 188 / 5 * 188 + 77));
     expectSuccess(source);

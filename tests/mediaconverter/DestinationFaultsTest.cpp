@@ -61,12 +61,12 @@ TEST_F(DestinationFaultsTest, AFileThatAppearsWhileConvertingStays) {
     EXPECT_EQ(folder_.names().size(), 2U);
 }
 
-TEST_F(DestinationFaultsTest, AFolderThatIsMissing) {
+TEST_F(DestinationFaultsTest, AMissingFolderIsAnError) {
     expectError(source_, folder_.file("missing/out.mp4"), folderMissing);
     expectError(source_, source_ + "/out.mp4", folderMissing);
 }
 
-TEST_F(DestinationFaultsTest, AFolderThatMayNotBeWrittenTo) {
+TEST_F(DestinationFaultsTest, AFolderThatMayNotBeWrittenToIsAnError) {
     TemporaryFolder target;
     ASSERT_EQ(::chmod(target.path().c_str(), 0555), 0);
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
@@ -80,11 +80,11 @@ TEST_F(DestinationFaultsTest, AFolderThatMayNotBeWrittenTo) {
     EXPECT_TRUE(target.names().empty());
 }
 
-TEST_F(DestinationFaultsTest, ANameThatIsTooLong) {
+TEST_F(DestinationFaultsTest, ANameThatIsTooLongIsAnError) {
     expectError(source_, folder_.file(std::string(256, 'x')), destinationNameTooLong);
 }
 
-TEST_F(DestinationFaultsTest, NoPathsOrOtherTracksAndContainers) {
+TEST_F(DestinationFaultsTest, AbsentPathsAndOtherTracksAndContainersAreBadRequests) {
     const auto converter = make(shippedConverter(), sink_);
     converter->Convert(nullptr, destination().c_str(), 3, 4);
     converter->Convert(source_.c_str(), nullptr, 3, 4);
@@ -113,7 +113,8 @@ TEST_F(DestinationFaultsTest, TwoConvertersInOneFolderDoNotMix) {
     std::thread second([&] { convert(otherSource, folder_.file("b.mp4"), other); });
     convert(source_, destination(), sink_);
     second.join();
-    EXPECT_TRUE(sink_.isSuccess() && other.isSuccess());
+    EXPECT_TRUE(sink_.isSuccess());
+    EXPECT_TRUE(other.isSuccess());
     EXPECT_EQ(packetHashes(destination()), packetHashes(source_));
     EXPECT_EQ(packetHashes(folder_.file("b.mp4")), packetHashes(otherSource));
 }

@@ -81,14 +81,14 @@ protected:
     static std::int64_t size() { return GetParam() == std::string("xfs") ? 320 * mebibyte : 32 * mebibyte; }
 };
 
-TEST_P(FullDiskTest, AtEveryMebibyteOfACopy) {
+TEST_P(FullDiskTest, IsOneErrorAtEveryMebibyteOfACopy) {
     const MountedFolder mounted(GetParam(), size());
     const std::string source = copied();
     expectOneErrorUntilThereIsRoom(source, mounted, 0, static_cast<std::int64_t>(fs::file_size(source)) + 3 * mebibyte,
                                    mebibyte);
 }
 
-TEST_P(FullDiskTest, AtTheIndex) {
+TEST_P(FullDiskTest, IsOneErrorAtTheIndex) {
     // There is room for the data, and less and less for the index.
     const MountedFolder mounted(GetParam(), size());
     const std::string source = copied();
@@ -96,12 +96,12 @@ TEST_P(FullDiskTest, AtTheIndex) {
     expectOneErrorUntilThereIsRoom(source, mounted, length - 400 * kibibyte, length + 1024 * kibibyte, 176 * kibibyte);
 }
 
-TEST_P(FullDiskTest, AtEveryStepOfWhatIsReencoded) {
+TEST_P(FullDiskTest, IsOneErrorAtEveryStepOfWhatIsReencoded) {
     const MountedFolder mounted(GetParam(), size());
     expectOneErrorUntilThereIsRoom(encoded(100), mounted, 0, 7 * mebibyte / 3, mebibyte / 3);
 }
 
-TEST_P(FullDiskTest, TakenByOthersWhileConverting) {
+TEST_P(FullDiskTest, IsOneErrorOrNoneWhenOthersFillItWhileConverting) {
     const MountedFolder mounted(GetParam(), size());
     const std::string source = encoded(300);
     RecordingSink sink;
@@ -185,7 +185,7 @@ TEST_F(FileSystemsTest, WithoutLinksADamagedRecordingThatHasNoRoomTwiceIsAnError
     EXPECT_TRUE(contentOf(mounted.file("talk.mkv")) == bytes);
 }
 
-TEST_F(FileSystemsTest, ADestinationOnAReadOnlyFileSystem) {
+TEST_F(FileSystemsTest, ADestinationOnAReadOnlyFileSystemIsAnError) {
     const MountedFolder mounted("tmpfs", 8 * mebibyte);
     const std::string source = copied();
     writeFile(mounted.file("somebody's"), "x");

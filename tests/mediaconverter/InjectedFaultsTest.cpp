@@ -75,12 +75,12 @@ protected:
     std::string content_;
 };
 
-TEST_F(InjectedFaultsTest, EveryReadThatFails) {
+TEST_F(InjectedFaultsTest, EveryReadThatFailsIsAnError) {
     useLargerSource();
     EXPECT_GE(expectErrorForEachCall("worker:pread", EIO, {readFailed, proofFailed}), 8);
 }
 
-TEST_F(InjectedFaultsTest, EveryWriteThatFails) {
+TEST_F(InjectedFaultsTest, EveryWriteThatFailsIsAnError) {
     useLargerSource();
     EXPECT_GE(expectErrorForEachCall("worker:pwrite", EIO, {writeFailed}), 8);
     EXPECT_GE(expectErrorForEachCall("worker:pwrite", ENOSPC, {diskFull}), 4);
@@ -91,7 +91,7 @@ TEST_F(InjectedFaultsTest, QuotaAndFileSizeLimitsAreToldApart) {
     EXPECT_GE(expectErrorForEachCall("worker:pwrite", EFBIG, {fileTooLarge}), 4);
 }
 
-TEST_F(InjectedFaultsTest, EveryTruncationThatFails) {
+TEST_F(InjectedFaultsTest, EveryTruncationThatFailsIsAnError) {
     EXPECT_GE(expectErrorForEachCall("worker:ftruncate", EIO, {writeFailed}), 2);
 }
 
@@ -99,20 +99,20 @@ TEST_F(InjectedFaultsTest, EverySyncThatFailsIsAnErrorAndIsNotTriedAgain) {
     EXPECT_EQ(expectErrorForEachCall("library:fsync", EIO, {syncFailed}), 2) << "the file's and the folder's";
 }
 
-TEST_F(InjectedFaultsTest, ASyncThatFindsTheDiskFull) {
+TEST_F(InjectedFaultsTest, ADiskThatIsFullWhenTheMp4IsSyncedIsSaidToBeFull) {
     EXPECT_TRUE(convertWith("library:fsync:1:" + std::to_string(ENOSPC)).result.saidError(diskFull));
 }
 
-TEST_F(InjectedFaultsTest, EveryCloseThatFails) {
+TEST_F(InjectedFaultsTest, EveryCloseThatFailsIsAnError) {
     EXPECT_GE(expectErrorForEachCall("library:close", EIO, {closeFailed}), 2);
 }
 
-TEST_F(InjectedFaultsTest, EveryLinkThatFails) {
+TEST_F(InjectedFaultsTest, EveryLinkThatFailsIsAnError) {
     EXPECT_EQ(expectErrorForEachCall("library:linkat", EIO, {publishFailed}), 1);
     EXPECT_EQ(expectErrorForEachCall("library:linkat", ENOSPC, {diskFull}), 1);
 }
 
-TEST_F(InjectedFaultsTest, ADiskThatIsFullWhenRoomIsReserved) {
+TEST_F(InjectedFaultsTest, ADiskThatIsFullWhenRoomIsReservedIsSaidToBeFull) {
     // The first call tests the file system; the second one reserves.
     EXPECT_TRUE(convertWith("worker:fallocate:2:" + std::to_string(ENOSPC)).result.saidError(diskFull));
 }

@@ -51,7 +51,7 @@ protected:
     microseconds duration_{};
 };
 
-TEST_F(KillTest, KilledAtRandomMoments) {
+TEST_F(KillTest, AKillAtARandomMomentLeavesAWholeMp4OrNone) {
     ASSERT_FALSE(expected_.empty());
     std::mt19937 random(static_cast<unsigned>(kills()));
     std::uniform_int_distribution<long> moment(0, duration_.count() * 5 / 4);
@@ -73,7 +73,7 @@ TEST_F(KillTest, KilledAtRandomMoments) {
     }
 }
 
-TEST_F(KillTest, TerminatedByASignal) {
+TEST_F(KillTest, ATerminationLeavesNoWorkerAndAWholeMp4OrNone) {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         Process process({convertOne(), shippedLibrary(), source_, destination()});
         std::optional<pid_t> worker;

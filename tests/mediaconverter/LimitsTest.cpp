@@ -50,7 +50,7 @@ TEST_F(LimitsTest, AFastConversionReportsItsProgressAtMostFortyTimesASecond) {
     EXPECT_LE(sink_.progress().size(), most);
 }
 
-TEST_F(LimitsTest, MoreThanFourGibibytes) {
+TEST_F(LimitsTest, MoreThanFourGibibytesAreConverted) {
     const std::string source = folder_.file("huge.mka");
     constexpr std::uint64_t block = std::uint64_t{48} << 20U;
     constexpr int blocks = 90;
@@ -81,7 +81,7 @@ TEST_F(LimitsTest, MoreThanFourGibibytes) {
     }
 }
 
-TEST_F(LimitsTest, MoreThanThirteenHours) {
+TEST_F(LimitsTest, MoreThanThirteenHoursAreConverted) {
     // 2^32 steps of a clock of 90 kHz are 13.25 hours.
     for (const char* const extension : {"mkv", "mov"}) {
         const std::string base =
@@ -114,7 +114,7 @@ TEST_F(LimitsTest, MoreThanThirteenHours) {
     }
 }
 
-TEST_F(LimitsTest, AMillionPackets) {
+TEST_F(LimitsTest, AMillionPacketsAreConverted) {
     const std::string source = folder_.file("million.mka");
     constexpr int packets = 1'000'000;
     {
@@ -141,7 +141,7 @@ TEST_F(LimitsTest, AMillionPackets) {
 #endif
 }
 
-TEST_F(LimitsTest, ABlockThatDeclaresAGibibyte) {
+TEST_F(LimitsTest, ABlockThatDeclaresAGibibyteCostsNoMemoryAndNoOtherPacket) {
     const std::string source = folder_.file("block.mka");
     {
         Matroska recording(source, soundSample());

@@ -48,7 +48,7 @@ protected:
     static Words h264Aac() { return {"-c:v", "libx264", "-preset", "veryfast", "-g", "25", "-c:a", "aac"}; }
 };
 
-TEST_F(RecordingsTest, SoundAndPictureStayInStep) {
+TEST_F(RecordingsTest, AudioAndVideoStayInStep) {
     for (const char* const extension : {"mkv", "ts", "flv", "mov"}) {
         const std::string source = samples::make(extension, h264Aac(), 10);
         fs::remove(destination());
@@ -252,7 +252,7 @@ TEST_F(RecordingsTest, MonoFiveChannelsAndOddRatesKeepTheirLayout) {
     }
 }
 
-TEST_F(RecordingsTest, AHundredTracks) {
+TEST_F(RecordingsTest, AHundredTracksAreConverted) {
     Words arguments = {"-i", samples::make("mkv", {"-vn", "-c:a", "aac"}, 1)};
     for (int track = 0; track < 100; ++track) {
         arguments.insert(arguments.end(), {"-map", "0:a"});

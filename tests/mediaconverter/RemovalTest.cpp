@@ -84,7 +84,7 @@ TEST_F(RemovalTest, TheFileThatWasConvertedGoes) {
     EXPECT_EQ(folder_.names(), std::vector<std::string>{"out.mp4"});
 }
 
-TEST_F(RemovalTest, OnlyOnce) {
+TEST_F(RemovalTest, HappensOnlyOnce) {
     convertIt();
     EXPECT_EQ(remove(source_), "");
     put("a.mkv", content_);
@@ -179,7 +179,7 @@ TEST_F(RemovalTest, OfALinkTheLinkGoes) {
     EXPECT_TRUE(contentOf(real) == content_);
 }
 
-TEST_F(RemovalTest, FromACallbackAtAHundred) {
+TEST_F(RemovalTest, WorksFromACallbackAtAHundred) {
     std::string reason = "not asked";
     sink_.inCallback = [&] {
         if (sink_.progress().back() >= 100.0F) {

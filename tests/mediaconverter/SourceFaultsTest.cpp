@@ -42,11 +42,11 @@ std::string fragmented() {
     return sample("mp4", {"-movflags", "frag_keyframe+empty_moov"});
 }
 
-TEST_F(SourceFaultsTest, EmptyFile) {
+TEST_F(SourceFaultsTest, AnEmptyFileIsAnError) {
     expectError(put("a.mkv", ""), sourceEmpty);
 }
 
-TEST_F(SourceFaultsTest, RandomBytesZerosAndText) {
+TEST_F(SourceFaultsTest, RandomBytesZerosAndTextAreNoRecordings) {
     for (unsigned seed = 1; seed <= 5; ++seed) {
         expectError(put("random.mkv", randomBytes(300'000, seed)), notARecording);
     }
@@ -55,7 +55,7 @@ TEST_F(SourceFaultsTest, RandomBytesZerosAndText) {
     expectError(put("byte.mkv", "x"), notARecording);
 }
 
-TEST_F(SourceFaultsTest, HeaderAndNoPackets) {
+TEST_F(SourceFaultsTest, AHeaderWithoutPacketsIsAnError) {
     const std::string whole = contentOf(samples::matroska());
     const auto cluster = whole.find("\x1F\x43\xB6\x75");
     ASSERT_NE(cluster, std::string::npos);
@@ -64,12 +64,12 @@ TEST_F(SourceFaultsTest, HeaderAndNoPackets) {
     expectError(put("a.mp4", mp4.substr(0, mp4.find("moof") - 4)), nothingRecorded);
 }
 
-TEST_F(SourceFaultsTest, Missing) {
+TEST_F(SourceFaultsTest, AMissingFileIsAnError) {
     expectError(folder_.file("a.mkv"), sourceMissing);
     expectError(put("file", "x") + "/a.mkv", sourceMissing);
 }
 
-TEST_F(SourceFaultsTest, GoneBetweenCreationAndConversion) {
+TEST_F(SourceFaultsTest, AFileThatGoesBetweenCreationAndConversionIsMissing) {
     const std::string source = put("a.mkv", contentOf(samples::matroska()));
     const auto converter = make(shippedConverter(), sink_);
     fs::remove(source);
@@ -77,7 +77,7 @@ TEST_F(SourceFaultsTest, GoneBetweenCreationAndConversion) {
     EXPECT_EQ(sink_.onlyError(), static_cast<int>(sourceMissing));
 }
 
-TEST_F(SourceFaultsTest, NotARegularFile) {
+TEST_F(SourceFaultsTest, WhatIsNoRegularFileIsAnError) {
     fs::create_directory(folder_.file("folder"));
     expectError(folder_.file("folder"), sourceNotRegular);
     ASSERT_EQ(::mkfifo(folder_.file("fifo").c_str(), 0600), 0);
@@ -93,7 +93,7 @@ TEST_F(SourceFaultsTest, NotARegularFile) {
     ::close(socket);
 }
 
-TEST_F(SourceFaultsTest, DanglingAndLoopingLinks) {
+TEST_F(SourceFaultsTest, DanglingAndLoopingLinksAreErrors) {
     fs::create_symlink(folder_.file("nowhere.mkv"), folder_.file("dangling.mkv"));
     expectError(folder_.file("dangling.mkv"), sourceMissing);
     fs::create_symlink(folder_.file("loop.mkv"), folder_.file("loop.mkv"));
@@ -105,7 +105,7 @@ TEST_F(SourceFaultsTest, ALinkToARecordingIsConverted) {
     expectSuccess(folder_.file("link.mkv"));
 }
 
-TEST_F(SourceFaultsTest, NoReadPermission) {
+TEST_F(SourceFaultsTest, AFileThatMayNotBeReadIsAnError) {
     const std::string source = put("a.mkv", contentOf(samples::matroska()));
     ASSERT_EQ(::chmod(source.c_str(), 0), 0);
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0777), 0);
@@ -119,7 +119,7 @@ TEST_F(SourceFaultsTest, NoReadPermission) {
     EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.mkv"});
 }
 
-TEST_F(SourceFaultsTest, PathBeyondTheLimit) {
+TEST_F(SourceFaultsTest, APathBeyondTheLimitIsAnError) {
     std::string path = folder_.path();
     while (path.size() < PATH_MAX) {
         path += "/" + std::string(200, 'x');
@@ -153,7 +153,7 @@ TEST_F(SourceFaultsTest, PlainMp4WithoutItsIndexSaysSo) {
     }
 }
 
-TEST_F(SourceFaultsTest, EncryptedMp4) {
+TEST_F(SourceFaultsTest, AnEncryptedMp4IsAnError) {
     const std::string source =
         sample("mp4", {"-encryption_scheme", "cenc-aes-ctr", "-encryption_key", "76a6c65c5ea762046bd749a2e632ccbb",
                        "-encryption_kid", "a7e61c373e219033c21091fa607bf3b8"});
@@ -168,7 +168,7 @@ TEST_F(SourceFaultsTest, ASecondDamagedCopyGetsANameOfItsOwn) {
     EXPECT_EQ(contentOf(folder_.file("talk (damaged).mkv")), "of an earlier day");
 }
 
-TEST_F(SourceFaultsTest, OneFrame) {
+TEST_F(SourceFaultsTest, OneFrameIsConverted) {
     expectSuccess(put("a.mkv", contentOf(samples::make("mkv", {"-c:v", "libx264", "-c:a", "aac"}, 0.04))));
 }
 

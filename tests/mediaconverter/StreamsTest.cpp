@@ -167,13 +167,13 @@ TEST_F(StreamsTest, TitlesLanguagesAndDispositionsOfEveryTrackComeAlong) {
     EXPECT_NE(lines[2].find("disposition:default=1"), std::string::npos) << lines[2];
 }
 
-TEST_F(StreamsTest, ACodingThatNobodyKnowsIsAnErrorAndNoSilentDrop) {
+TEST_F(StreamsTest, AnUnknownCodecIsAnErrorAndNoSilentDrop) {
     const std::string base = samples::matroska();
     expectError(patched("picture.mkv", base, "V_MPEG4/ISO/AVC", "V_MPEG9/ISO/XYZ"), codecUnknown);
     expectError(patched("sound.mkv", base, "A_AAC", "A_XYZ"), codecUnknown);
 }
 
-TEST_F(StreamsTest, ASoundThatTurnsUpLateInAnFlvComesAlong) {
+TEST_F(StreamsTest, AudioThatTurnsUpLateInAnFlvIsConverted) {
     const std::string alone = samples::make("flv",
                                             {"-an", "-c:v", "libx264", "-preset", "ultrafast", "-b:v", "9M", "-minrate",
                                              "9M", "-maxrate", "9M", "-bufsize", "9M", "-nal-hrd", "cbr"},
@@ -216,7 +216,7 @@ TEST_P(NewParametersTest, APictureThatChangesOnTheWayPlaysToTheEnd) {
 INSTANTIATE_TEST_SUITE_P(Kinds, NewParametersTest, testing::Values("flv", "ts"),
                          [](const auto& test) { return std::string(test.param); });
 
-TEST_F(StreamsTest, ASoundThatChangesItsRateOnTheWayIsEncodedAnew) {
+TEST_F(StreamsTest, AudioThatChangesItsRateOnTheWayIsReencoded) {
     const auto record = [&](const std::string& rate, const std::string& offset, const std::string& name) {
         return ffmpeg({"-f", "lavfi", "-i", "sine=sample_rate=" + rate, "-t", "2", "-c:a", "aac", "-output_ts_offset",
                        offset, name});
@@ -240,7 +240,7 @@ TEST_F(StreamsTest, ATimecodeStaysOne) {
     EXPECT_FALSE(probe(destination(), "stream_tags=timecode").empty());
 }
 
-TEST_F(StreamsTest, SoundWithACoverKeepsBoth) {
+TEST_F(StreamsTest, AudioWithACoverKeepsBoth) {
     const std::string cover = ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x64", "-frames:v", "1", "cover.png"});
     const std::string source = ffmpeg({"-i", samples::make("m4a", {"-vn", "-c:a", "aac"}), "-i", cover, "-map", "0:a",
                                        "-map", "1:v", "-c", "copy", "-disposition:v:0", "attached_pic", "covered.m4a"});
@@ -249,7 +249,7 @@ TEST_F(StreamsTest, SoundWithACoverKeepsBoth) {
     EXPECT_EQ(packetHashes(destination()), packetHashes(source));
 }
 
-TEST_F(StreamsTest, OnePictureOrOneFrameOfSoundLastsAWhile) {
+TEST_F(StreamsTest, OnePictureOrOneFrameOfAudioLastsAWhile) {
     const std::string picture =
         ffmpeg({"-i", samples::matroska(), "-an", "-c", "copy", "-frames:v", "1", "picture.mkv"});
     const std::string sound = ffmpeg({"-i", samples::matroska(), "-vn", "-c", "copy", "-frames:a", "1", "sound.mka"});

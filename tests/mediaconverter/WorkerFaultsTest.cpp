@@ -59,52 +59,52 @@ protected:
     void* library_ = nullptr;
 };
 
-TEST_F(WorkerFaultsTest, Missing) {
+TEST_F(WorkerFaultsTest, AMissingWorkerIsAnError) {
     expectErrorOfWorker(workerMissing);
 }
 
-TEST_F(WorkerFaultsTest, NotAProgram) {
+TEST_F(WorkerFaultsTest, AWorkerThatIsNoProgramIsMissing) {
     writeFile(worker(), "no program");
     expectErrorOfWorker(workerMissing);
 }
 
-TEST_F(WorkerFaultsTest, ALibraryOfItsIsMissing) {
+TEST_F(WorkerFaultsTest, AWorkerThatLacksALibraryIsMissing) {
     writeWorker("exit 127");
     expectErrorOfWorker(workerMissing);
 }
 
-TEST_F(WorkerFaultsTest, Crashes) {
+TEST_F(WorkerFaultsTest, AWorkerThatCrashesIsAnError) {
     writeWorker("kill -SEGV $$");
     expectErrorOfWorker(workerCrashed);
 }
 
-TEST_F(WorkerFaultsTest, CrashesAfterItHasBegunToWrite) {
+TEST_F(WorkerFaultsTest, AWorkerThatCrashesAfterItHasBegunToWriteIsAnError) {
     writeWorker("head -c 100000 /dev/zero >&4; kill -ABRT $$");
     expectErrorOfWorker(workerCrashed);
 }
 
-TEST_F(WorkerFaultsTest, EndsWithoutAWord) {
+TEST_F(WorkerFaultsTest, AWorkerThatEndsWithoutAMessageHasCrashed) {
     writeWorker("exit 0");
     expectErrorOfWorker(workerCrashed);
 }
 
-TEST_F(WorkerFaultsTest, TalksNonsense) {
+TEST_F(WorkerFaultsTest, RandomBytesAreNonsense) {
     writeWorker("head -c 2000 /dev/urandom >&5");
     expectErrorOfWorker(workerNonsense);
 }
 
-TEST_F(WorkerFaultsTest, ReportsACodeThatIsNone) {
+TEST_F(WorkerFaultsTest, ACodeThatIsNoneIsNonsense) {
     // Kind 5 (failed) with code 9999, little-endian.
     writeWorker("printf '\\005\\000\\000\\000\\017\\047\\000\\000' >&5; head -c 504 /dev/zero >&5");
     expectErrorOfWorker(workerNonsense);
 }
 
-TEST_F(WorkerFaultsTest, SaysDoneAndCrashes) {
+TEST_F(WorkerFaultsTest, AWorkerThatCrashesAfterItsLastMessageHasCrashed) {
     writeWorker("printf '\\004\\000\\000\\000' >&5; head -c 508 /dev/zero >&5; kill -SEGV $$");
     expectErrorOfWorker(workerCrashed);
 }
 
-TEST_F(WorkerFaultsTest, SaysDoneAndGoesOnTalking) {
+TEST_F(WorkerFaultsTest, AMessageAfterTheLastIsNonsense) {
     writeWorker("printf '\\004\\000\\000\\000' >&5; head -c 1020 /dev/zero >&5");
     expectErrorOfWorker(workerNonsense);
 }
@@ -143,47 +143,47 @@ TEST_F(FalseResultTest, AWholeMp4IsPublished) {
     EXPECT_TRUE(contentOf(destination()) == whole_);
 }
 
-TEST_F(FalseResultTest, AnEmptyFile) {
+TEST_F(FalseResultTest, AnEmptyFileIsRefused) {
     expectRefusal("");
 }
 
-TEST_F(FalseResultTest, AText) {
+TEST_F(FalseResultTest, ATextIsRefused) {
     expectRefusal("All is well: this is your recording.\n");
 }
 
-TEST_F(FalseResultTest, ABeginningOnly) {
+TEST_F(FalseResultTest, AnMp4WithoutItsLastByteIsRefused) {
     expectRefusal(whole_.substr(0, whole_.size() - 1));
 }
 
-TEST_F(FalseResultTest, BytesAfterTheEnd) {
+TEST_F(FalseResultTest, BytesAfterTheEndAreRefused) {
     expectRefusal(whole_ + "PK\3\4");
 }
 
-TEST_F(FalseResultTest, AnotherBoxAfterTheEnd) {
+TEST_F(FalseResultTest, AnotherBoxAfterTheEndIsRefused) {
     expectRefusal(whole_ + std::string("\0\0\0\x0C"
                                        "meta"
                                        "abcd",
                                        12));
 }
 
-TEST_F(FalseResultTest, NoFileType) {
+TEST_F(FalseResultTest, AnMp4WithoutAFileTypeIsRefused) {
     expectRefusal(whole_.substr(at("moov")));
 }
 
-TEST_F(FalseResultTest, NoIndex) {
+TEST_F(FalseResultTest, AnMp4WithoutAnIndexIsRefused) {
     expectRefusal(whole_.substr(0, at("moov")) + dataBox());
 }
 
-TEST_F(FalseResultTest, TheIndexAfterTheData) {
+TEST_F(FalseResultTest, AnIndexAfterTheDataIsRefused) {
     const std::string index = whole_.substr(at("moov"), at("mdat") - at("moov"));
     expectRefusal(whole_.substr(0, at("moov")) + dataBox() + index);
 }
 
-TEST_F(FalseResultTest, NoData) {
+TEST_F(FalseResultTest, AnMp4WithoutDataIsRefused) {
     expectRefusal(whole_.substr(0, at("mdat")));
 }
 
-TEST_F(FalseResultTest, AnIndexWithoutTracks) {
+TEST_F(FalseResultTest, AnIndexWithoutTracksIsRefused) {
     std::string result = whole_;
     for (auto track = result.find("trak"); track != std::string::npos; track = result.find("trak", track)) {
         result.replace(track, 4, "free");
@@ -191,13 +191,13 @@ TEST_F(FalseResultTest, AnIndexWithoutTracks) {
     expectRefusal(result);
 }
 
-TEST_F(FalseResultTest, DataWithoutAnEnd) {
+TEST_F(FalseResultTest, DataWithoutAnEndIsRefused) {
     std::string result = whole_;
     result.replace(at("mdat"), 4, std::string(4, '\0'));
     expectRefusal(result);
 }
 
-TEST_F(FalseResultTest, MoreBoxesThanAnyMp4Has) {
+TEST_F(FalseResultTest, MoreBoxesThanAnyMp4HasAreRefused) {
     std::string result = whole_.substr(0, at("moov"));
     for (int count = 0; count < 2000; ++count) {
         result += std::string("\0\0\0\x08"
@@ -208,7 +208,7 @@ TEST_F(FalseResultTest, MoreBoxesThanAnyMp4Has) {
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these exceed any limit by themselves
-TEST_F(WorkerFaultsTest, NeedsMoreMemoryThanItMayUse) {
+TEST_F(WorkerFaultsTest, AWorkerThatNeedsMoreMemoryThanItMayUseIsAnError) {
     source_ =
         put("a.mkv", contentOf(samples::make(
                          "nut", {"-an", "-c:v", "rawvideo", "-vf", "scale=4096:4096", "-pix_fmt", "yuv420p"}, 0.2)));
@@ -223,7 +223,7 @@ TEST_F(WorkerFaultsTest, NeedsMoreMemoryThanItMayUse) {
 }
 #endif
 
-TEST_F(WorkerFaultsTest, HangsForThirtySeconds) {
+TEST_F(WorkerFaultsTest, AWorkerThatSendsNothingForThirtySecondsHangs) {
     writeWorker("exec sleep 300");
     const auto start = std::chrono::steady_clock::now();
     expectErrorOfWorker(workerHung);

@@ -74,7 +74,7 @@ protected:
     UniqueDescriptor reader_;
 };
 
-TEST_F(WritersTest, NobodyWrites) {
+TEST_F(WritersTest, AFileThatNobodyHasOpenIsNotWritten) {
     EXPECT_FALSE(isWritten());
 }
 
@@ -83,7 +83,7 @@ TEST_F(WritersTest, AReaderIsNoWriter) {
     EXPECT_FALSE(isWritten());
 }
 
-TEST_F(WritersTest, WhoeverHasItOpenForWritingIs) {
+TEST_F(WritersTest, AFileThatIsOpenForWritingIsWritten) {
     for (const int flags : {O_WRONLY, O_RDWR, O_WRONLY | O_APPEND}) {
         UniqueDescriptor writer(::open(path_.c_str(), flags));
         EXPECT_TRUE(isWritten()) << flags;
@@ -92,7 +92,7 @@ TEST_F(WritersTest, WhoeverHasItOpenForWritingIs) {
     }
 }
 
-TEST_F(WritersTest, ByAnyOtherNameAsWell) {
+TEST_F(WritersTest, AWriterCountsByAnyOtherNameAsWell) {
     fs::create_hard_link(path_, folder_.file("other name"));
     UniqueDescriptor writer(::open(folder_.file("other name").c_str(), O_WRONLY));
     EXPECT_TRUE(isWritten());

@@ -33,7 +33,7 @@ TEST_F(RecordkeeperTest, AJobThatWaitsAlthoughNoStepComesIsReached) {
     EXPECT_EQ(converted(), (Paths{"/two.mkv", "/one.mkv"}));
 }
 
-TEST_F(RecordkeeperTest, NoTerminationWhileAJobWaitsThatNoStepReaches) {
+TEST_F(RecordkeeperTest, TheEndIsDeclinedWhileAJobWaitsThatNoStepReaches) {
     launch();
     EXPECT_TRUE(keeper.mayTerminate());
     fake.fileManager.addFile("/one.mkv");
@@ -54,7 +54,7 @@ TEST_F(RecordkeeperTest, ACheckThatWasBegunAlthoughAMeetingRecordsIsStopped) {
     EXPECT_TRUE(endsBySecond());
 }
 
-TEST_F(RecordkeeperTest, NoTerminationWhileAMeetingIsKnownOrAJobWaits) {
+TEST_F(RecordkeeperTest, TheEndIsDeclinedWhileAMeetingIsKnownOrAJobWaits) {
     launch();
     start(7, "/one.mkv");
     app->quitApp();

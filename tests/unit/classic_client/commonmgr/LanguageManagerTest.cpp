@@ -27,7 +27,7 @@ TEST_F(LanguageManagerTest, TheFirstLanguageIsEnglish) {
     EXPECT_EQ(languageAtTheStart, "English");
 }
 
-TEST_F(LanguageManagerTest, TheWholeTableOfPreferredLanguages) {
+TEST_F(LanguageManagerTest, EachNumberHasItsPreferredLanguages) {
     const std::vector<Languages> expected = {
         {"en"},       {"en", "en"}, {"zh-Hans", "en"}, {"zh-Hant", "en"}, {"ja", "en"},     {"ko", "en"}, {"fr", "en"},
         {"fr", "en"}, {"de", "en"}, {"it", "en"},      {"es", "en"},      {"es_419", "en"}, {"sv", "en"}, {"nl", "en"},
@@ -42,7 +42,7 @@ TEST_F(LanguageManagerTest, TheWholeTableOfPreferredLanguages) {
     }
 }
 
-TEST_F(LanguageManagerTest, TheWholeTableOfActiveLanguages) {
+TEST_F(LanguageManagerTest, EachNumberHasItsActiveLanguage) {
     const std::vector<std::string> expected = {"English", "English", "zh_CN",   "zh_TW",   "Japanese", "ko", "French",
                                                "French",  "German",  "Italian", "Spanish", "es_419",   "sv", "Dutch",
                                                "pt",      "ru",      "tr",      "da",      "fi",       "pl"};
@@ -53,7 +53,7 @@ TEST_F(LanguageManagerTest, TheWholeTableOfActiveLanguages) {
     }
 }
 
-TEST_F(LanguageManagerTest, TheWholeTableOfLiveStreamKeys) {
+TEST_F(LanguageManagerTest, EachNumberHasItsLiveStreamKey) {
     const std::vector<std::string> expected = {"en_US", "en_US", "zh_CN", "zh_TW", "ja_JP", "ko_KR", "fr_FR",
                                                "fr_FR", "de_DE", "it_IT", "es_SP", "es_ES", "sv_SE", "en_US",
                                                "pt_BR", "ru_RU", "tr_TR", "da_DK", "en_US", "en_US"};

@@ -25,7 +25,7 @@ TEST_F(KTRMeetingRecordConvertingJobRunnerTest, MakesOneSerialQueueByItsLabelAnd
     EXPECT_FALSE(runner->hasJobRunning());
 }
 
-TEST_F(KTRMeetingRecordConvertingJobRunnerTest, OneJobFromStartToRanOut) {
+TEST_F(KTRMeetingRecordConvertingJobRunnerTest, OneJobIsReportedFromItsStartUntilTheJobsRunOut) {
     script({0.0F, 50.0F, 100.0F});
     runner->scheduleJob(itemFor("/a.rec"));
     trace.clear();

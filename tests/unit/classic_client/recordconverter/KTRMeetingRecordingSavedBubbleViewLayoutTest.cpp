@@ -179,7 +179,7 @@ TEST_F(KTRMeetingRecordingSavedBubbleViewTest, AnAbsentTextIsLaidOutLikeAnEmptyO
     EXPECT_EQ(view.frame(), (Rect{0, 0, 255, 45}));
 }
 
-TEST_F(KTRMeetingRecordingSavedBubbleViewTest, TheWidthRuleOnItsOwn) {
+TEST_F(KTRMeetingRecordingSavedBubbleViewTest, AButtonThatFitsKeepsTheWidthAndAWiderRowRaisesIt) {
     view.setBubbleWidth(255);
     view.calculateBubbleWidthWithButtonWidth(239);
     EXPECT_EQ(view.bubbleWidth(), 255U) << "239 + 16 just fits";
