@@ -54,7 +54,7 @@ BubbleKit::makeView(const std::string& text, const std::vector<std::string>& but
 
 std::shared_ptr<CAuroraBubbleDescription> BubbleKit::makeDescription(const AuroraFadeRecord& fade) const {
     auto description = CAuroraBubbleDescription::defaultDescription();
-    description->setKind(kind);
+    description->setKind(bubbleKind);
     description->setBHasArrow(true);
     description->setArrowDescription(description->packArrowDescription({6, 20, 10, 40, 40}));
     description->setBFade(true);

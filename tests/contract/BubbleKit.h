@@ -29,7 +29,7 @@ protected:
                                                                  const std::vector<std::string>& buttons = {},
                                                                  const std::string& icon = "icn_check");
 
-    /// The application's look and `kind`, but with these times in seconds.
+    /// The application's look and `bubbleKind`, but with these times in seconds.
     std::shared_ptr<CAuroraBubbleDescription> makeDescription(const AuroraFadeRecord& fade) const;
 
     /// Makes a bubble with the application's look and these times, and shows it.
@@ -59,7 +59,7 @@ protected:
     platform::NotificationCenter center;
     platform::qt::QtStatusBar statusBar;
     std::unique_ptr<uilib::qt::QtAuroraBubbleMaker> maker;
-    AuroraBubbleKind kind = AuroraBubbleKind::success;
+    AuroraBubbleKind bubbleKind = AuroraBubbleKind::success;
     std::vector<const void*> closed;
     std::vector<std::string> pressed;
 

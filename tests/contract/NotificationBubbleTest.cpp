@@ -79,17 +79,17 @@ TEST_F(NotificationBubble, ShowsThePictureOfItsKind) {
     notify(makeView(kSaved));
     const auto saved = colorOfPicture(last().hints);
     EXPECT_GT(saved.green(), saved.red() + 50);
-    kind = AuroraBubbleKind::failure;
+    bubbleKind = AuroraBubbleKind::failure;
     notify(makeView("We had a problem.", {}, "icn_error"));
     const auto failed = colorOfPicture(last().hints);
     EXPECT_GT(failed.red(), failed.green() + 50);
-    kind = AuroraBubbleKind::news;
+    bubbleKind = AuroraBubbleKind::news;
     notify(makeView("It is being prepared.", {}, "corvo_logo"));
     EXPECT_FALSE(last().hints.contains("image-data")) << "white on nothing; the application's icon is shown";
 }
 
 TEST_F(NotificationBubble, TellsAFailureApart) {
-    kind = AuroraBubbleKind::failure;
+    bubbleKind = AuroraBubbleKind::failure;
     notify(makeView("We had a problem.", {}, "icn_error"));
     EXPECT_EQ(last().hints.value("category").toString(), QStringLiteral("transfer.error"));
     EXPECT_EQ(last().hints.value("urgency").toUInt(), 2U);
