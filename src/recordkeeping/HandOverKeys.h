@@ -6,10 +6,10 @@ namespace recordkeeping {
 /// notification has none of these.
 
 /// Boolean: the client launches a converter for each recording, so an older recording of its process is complete.
-inline constexpr const char* kHandedOverKey = "org.recordconverter.HandedOver";
+inline constexpr const char* handedOverKey = "org.recordconverter.HandedOver";
 /// Boolean: this recording's intermediate file is kept.
-inline constexpr const char* kKeepsIntermediateFileKey = "org.recordconverter.KeepsIntermediateFile";
+inline constexpr const char* keepsIntermediateFileKey = "org.recordconverter.KeepsIntermediateFile";
 /// The language's number, as "-locale" takes it.
-inline constexpr const char* kLanguageKey = "org.recordconverter.Language";
+inline constexpr const char* languageKey = "org.recordconverter.Language";
 
 }  // namespace recordkeeping

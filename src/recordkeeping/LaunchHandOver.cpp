@@ -32,9 +32,9 @@ std::optional<std::string> absolutePath(const std::optional<std::string>& path) 
 platform::UserInfo recordingOf(const KTRAppLaunchingEnv& environment, std::int32_t meetingProcessId) {
     // One byte wide, as the application reads it.
     const bool keeps = static_cast<std::uint8_t>(platform::integerReading(environment.keepsIntermediateFile())) != 0;
-    platform::UserInfo info{{kHandedOverKey, true},
-                            {kKeepsIntermediateFileKey, keeps},
-                            {kLanguageKey, std::max(platform::integerReading(environment.localeId()), 1)},
+    platform::UserInfo info{{handedOverKey, true},
+                            {keepsIntermediateFileKey, keeps},
+                            {languageKey, std::max(platform::integerReading(environment.localeId()), 1)},
                             {kMeetingRecordNotificationKey_MeetingProcessId, meetingProcessId}};
     if (const auto path = absolutePath(environment.filePath())) {
         info.emplace(kMeetingRecordNotificationKey_RecordIntermediatePath, *path);

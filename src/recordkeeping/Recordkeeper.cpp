@@ -218,13 +218,13 @@ void Recordkeeper::noteArriving(const platform::DistributedNotification& notific
         return;
     }
     const auto processId = meetingProcessId(notification);
-    const bool isHandedOver = number(notification, kHandedOverKey) != 0;
+    const bool isHandedOver = number(notification, handedOverKey) != 0;
     if (isHandedOver) {
         path = stopOlderRecording(processId, path);
     }
-    const auto language = number(notification, kLanguageKey);
+    const auto language = number(notification, languageKey);
     pending_.announce({path, processId, language > 0 ? language : launchLanguage_,
-                       launchKeeps_ || number(notification, kKeepsIntermediateFileKey) != 0});
+                       launchKeeps_ || number(notification, keepsIntermediateFileKey) != 0});
 }
 
 std::string Recordkeeper::stopOlderRecording(std::int32_t processId, const std::string& path) {

@@ -39,8 +39,8 @@ TEST(BubblePlacement, IsPushedInsideTheScreenWhileTheArrowStillPointsAtTheIcon) 
     for (const double x : {12.0, 60.0, 1220.0, 1268.0}) {
         const auto place = placeBubbles(iconAt(x, 2), kArrow, {kSaved}).front();
         EXPECT_EQ(tipOf(place), x);
-        EXPECT_GE(place.body.x, kBubbleGap);
-        EXPECT_LE(place.body.x + place.body.width, kScreen.width - kBubbleGap);
+        EXPECT_GE(place.body.x, bubbleGap);
+        EXPECT_LE(place.body.x + place.body.width, kScreen.width - bubbleGap);
     }
 }
 
@@ -60,8 +60,8 @@ TEST(BubblePlacement, OpensUpwardAtABottomPanelWithTheArrowBelow) {
 TEST(BubblePlacement, WithoutAnIconStandsInTheTopRightCornerOfTheFreeArea) {
     const auto place = placeBubbles({std::nullopt, {100, 30, 1000, 700}}, kArrow, {kSaved}).front();
     EXPECT_EQ(place.arrow, ArrowEdge::none);
-    EXPECT_EQ(place.body.x + place.body.width, 1100 - kBubbleGap);
-    EXPECT_EQ(place.body.y, 30 + kBubbleGap);
+    EXPECT_EQ(place.body.x + place.body.width, 1100 - bubbleGap);
+    EXPECT_EQ(place.body.y, 30 + bubbleGap);
 }
 
 TEST(BubblePlacement, StacksWithAGapAndOnlyTheNearestPoints) {
@@ -69,8 +69,8 @@ TEST(BubblePlacement, StacksWithAGapAndOnlyTheNearestPoints) {
     ASSERT_EQ(places.size(), 3U);
     EXPECT_EQ(places[0].arrow, ArrowEdge::top);
     EXPECT_EQ(places[1].arrow, ArrowEdge::none);
-    EXPECT_EQ(places[1].body.y, places[0].body.y + kSaved.height + kBubbleGap);
-    EXPECT_EQ(places[2].body.y, places[1].body.y + kFailed.height + kBubbleGap);
+    EXPECT_EQ(places[1].body.y, places[0].body.y + kSaved.height + bubbleGap);
+    EXPECT_EQ(places[2].body.y, places[1].body.y + kFailed.height + bubbleGap);
 }
 
 TEST(BubblePlacement, ClosesUpWhenOneLeaves) {
@@ -82,7 +82,7 @@ TEST(BubblePlacement, ClosesUpWhenOneLeaves) {
 
 TEST(BubblePlacement, StacksUpwardAtABottomPanel) {
     const auto places = placeBubbles(iconAt(640, 776), kArrow, {kSaved, kFailed});
-    EXPECT_EQ(places[1].body.y + kFailed.height + kBubbleGap, places[0].body.y);
+    EXPECT_EQ(places[1].body.y + kFailed.height + bubbleGap, places[0].body.y);
 }
 
 TEST(BubblePlacement, AFullColumnGoesOnBesideIt) {
@@ -154,21 +154,21 @@ TEST(BubblePlacement, TheCornerIsBesideThePanel) {
 
 TEST(BubblePlacement, InTheBottomCornerStacksUpward) {
     const auto places = placeBubbles({std::nullopt, {0, 0, 1280, 760}, Corner::bottomRight}, kArrow, {kSaved, kFailed});
-    EXPECT_EQ(places[0].body.x + kSaved.width, 1280 - kBubbleGap);
-    EXPECT_EQ(places[0].body.y + kSaved.height, 760 - kBubbleGap);
+    EXPECT_EQ(places[0].body.x + kSaved.width, 1280 - bubbleGap);
+    EXPECT_EQ(places[0].body.y + kSaved.height, 760 - bubbleGap);
     EXPECT_EQ(places[0].arrow, ArrowEdge::none);
-    EXPECT_EQ(places[1].body.y + kFailed.height + kBubbleGap, places[0].body.y);
+    EXPECT_EQ(places[1].body.y + kFailed.height + bubbleGap, places[0].body.y);
 }
 
 TEST(BubblePlacement, ABubbleLargerThanTheScreenKeepsItsLeftEdgeOnIt) {
     const auto place = placeBubbles(iconAt(640, 2), kArrow, {Size{2000, 81}}).front();
-    EXPECT_EQ(place.body.x, kBubbleGap);
+    EXPECT_EQ(place.body.x, bubbleGap);
 }
 
 TEST(BubblePlacement, StaysOnItsOwnScreen) {
     const Rect right{1280, 0, 1920, 1080};
     const auto place = placeBubbles(iconAt(1290, 2, right), kArrow, {kSaved}).front();
-    EXPECT_GE(place.body.x, 1280 + kBubbleGap);
+    EXPECT_GE(place.body.x, 1280 + bubbleGap);
     EXPECT_EQ(tipOf(place), 1290);
 }
 

@@ -10,7 +10,7 @@ namespace platform {
 
 namespace {
 
-constexpr const char* kProgram = "record-converter";
+constexpr const char* programName = "record-converter";
 
 bool leadsIntoJournal(int descriptor) {
     const char* const stream = std::getenv("JOURNAL_STREAM");
@@ -42,7 +42,7 @@ void writeAll(int descriptor, const std::string& text) {
 }  // namespace
 
 SyslogSystemLog::SyslogSystemLog() : standardErrorIsJournal_(leadsIntoJournal(STDERR_FILENO)) {
-    openlog(kProgram, LOG_PID, LOG_USER);
+    openlog(programName, LOG_PID, LOG_USER);
 }
 
 SyslogSystemLog::~SyslogSystemLog() {
@@ -52,7 +52,7 @@ SyslogSystemLog::~SyslogSystemLog() {
 void SyslogSystemLog::write(const std::string& text) {
     const auto line = asOneLine(text);
     // One call, so that lines of several threads do not mix.
-    writeAll(STDERR_FILENO, std::string(kProgram) + ": " + line + "\n");
+    writeAll(STDERR_FILENO, std::string(programName) + ": " + line + "\n");
     if (!standardErrorIsJournal_) {
         syslog(LOG_NOTICE, "%s", line.c_str());
     }

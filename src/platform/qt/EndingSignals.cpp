@@ -13,7 +13,7 @@ namespace platform::qt {
 
 namespace {
 
-constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP};
+constexpr int endingSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
 // The only state that the signal handler can reach.
 std::atomic<int> eventDescriptor{-1};
@@ -40,7 +40,7 @@ struct EndingSignals::Source {
                 asked();
             }
         });
-        for (const int number : kSignals) {
+        for (const int number : endingSignals) {
             struct sigaction previous = {};
             sigaction(number, nullptr, &previous);
             if (previous.sa_handler == SIG_IGN) {
@@ -54,7 +54,7 @@ struct EndingSignals::Source {
     }
 
     ~Source() {
-        for (const int number : kSignals) {
+        for (const int number : endingSignals) {
             struct sigaction current = {};
             sigaction(number, nullptr, &current);
             if (current.sa_handler == onSignal) {

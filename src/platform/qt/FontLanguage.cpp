@@ -8,7 +8,7 @@ namespace platform::qt {
 
 namespace {
 
-constexpr const char* kVariable = "FC_LANG";
+constexpr const char* fontLanguageVariable = "FC_LANG";
 
 bool isOurs = false;
 
@@ -18,14 +18,14 @@ void drawLettersOf(const std::string& language) {
     static const std::map<std::string, const char*> fontLanguages = {
         {"zh-Hans", "zh-cn"}, {"zh-Hant", "zh-tw"}, {"ja", "ja"}, {"ko", "ko"}};
     const auto found = fontLanguages.find(language);
-    if (found != fontLanguages.end() && std::getenv(kVariable) == nullptr) {
-        isOurs = setenv(kVariable, found->second, 1) == 0;
+    if (found != fontLanguages.end() && std::getenv(fontLanguageVariable) == nullptr) {
+        isOurs = setenv(fontLanguageVariable, found->second, 1) == 0;
     }
 }
 
 void forgetLettersIn(QProcessEnvironment& environment) {
     if (isOurs) {
-        environment.remove(QString::fromLatin1(kVariable));
+        environment.remove(QString::fromLatin1(fontLanguageVariable));
     }
 }
 

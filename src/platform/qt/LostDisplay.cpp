@@ -14,7 +14,7 @@ namespace platform::qt {
 
 namespace {
 
-constexpr const char* kMark = "RECORD_CONVERTER_STARTED_AGAIN";
+constexpr const char* restartMark = "RECORD_CONVERTER_STARTED_AGAIN";
 
 struct Restart {
     std::function<std::optional<std::vector<std::string>>()> prepare;
@@ -35,7 +35,7 @@ void startAgain() {
     }
     SystemLog::standard().write("the display has gone: starting again off-screen");
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    setenv(kMark, "1", 1);
+    setenv(restartMark, "1", 1);
     sigset_t none;
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
@@ -70,8 +70,8 @@ void expectEnd() {
 }
 
 bool wasStartedAgain() {
-    const bool was = std::getenv(kMark) != nullptr;
-    unsetenv(kMark);
+    const bool was = std::getenv(restartMark) != nullptr;
+    unsetenv(restartMark);
     return was;
 }
 

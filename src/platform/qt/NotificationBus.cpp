@@ -18,15 +18,15 @@ namespace platform::qt {
 
 namespace {
 
-const auto kBus = QStringLiteral("org.freedesktop.DBus");
-const auto kBusPath = QStringLiteral("/org/freedesktop/DBus");
+const auto busService = QStringLiteral("org.freedesktop.DBus");
+const auto busServicePath = QStringLiteral("/org/freedesktop/DBus");
 
 // Milliseconds.
-constexpr int kFlushPatience = 1000;
-constexpr int kDeliveryPatience = 5000;
+constexpr int flushPatience = 1000;
+constexpr int deliveryPatience = 5000;
 
 QDBusMessage roundTrip() {
-    return QDBusMessage::createMethodCall(kBus, kBusPath, kBus, QStringLiteral("GetId"));
+    return QDBusMessage::createMethodCall(busService, busServicePath, busService, QStringLiteral("GetId"));
 }
 
 void sayThatThereIsNoBus(const QString& reason) {
@@ -95,7 +95,7 @@ void NotificationBus::postToOthers(const DistributedNotification& notification) 
 
 void NotificationBus::flush() {
     if (isConnected()) {
-        connection_.bus().call(roundTrip(), QDBus::Block, kFlushPatience);
+        connection_.bus().call(roundTrip(), QDBus::Block, flushPatience);
     }
 }
 
@@ -114,7 +114,7 @@ void NotificationBus::askForDelivery() {
     isAsking_ = true;
     // Signals and replies reach this thread in the order in which the bus has sent them. Calls that come meanwhile need
     // the next round trip, and share it.
-    auto* const answer = new QDBusPendingCallWatcher(connection_.bus().asyncCall(roundTrip(), kDeliveryPatience), this);
+    auto* const answer = new QDBusPendingCallWatcher(connection_.bus().asyncCall(roundTrip(), deliveryPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, asked = std::exchange(awaiting_, {})] {
         answer->deleteLater();
         isAsking_ = false;
@@ -135,7 +135,7 @@ bool NotificationBus::acquireName(const std::string& busName) {
     if (watchedName_ != name) {
         // Only for this name: the changes of all other names would wake this process for nothing.
         watchedName_ = name;
-        connection_.bus().connect(kBus, kBusPath, kBus, QStringLiteral("NameOwnerChanged"), {name},
+        connection_.bus().connect(busService, busServicePath, busService, QStringLiteral("NameOwnerChanged"), {name},
                                   QStringLiteral("sss"), this, SLOT(onNameOwnerChanged(QString, QString, QString)));
     }
     const auto reply = connection_.bus().interface()->registerService(name, QDBusConnectionInterface::DontQueueService,

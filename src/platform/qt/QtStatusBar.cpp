@@ -17,13 +17,14 @@ namespace platform::qt {
 
 namespace {
 
-const auto kTitle = QString::fromLatin1(programTitle);
+const auto iconTitle = QString::fromLatin1(programTitle);
 
 // The toolkit renders a text as rich text if it looks like rich text.
 QString toolTipOfEmbedded(const QString& text) {
-    return text.isEmpty()
-               ? kTitle
-               : (kTitle + QLatin1Char('\n') + text).toHtmlEscaped().replace(QLatin1Char('\n'), QStringLiteral("<br>"));
+    return text.isEmpty() ? iconTitle
+                          : (iconTitle + QLatin1Char('\n') + text)
+                                .toHtmlEscaped()
+                                .replace(QLatin1Char('\n'), QStringLiteral("<br>"));
 }
 
 bool canBeEmbedded() {
@@ -99,7 +100,7 @@ private:
     void goOverBus() {
         if (view_ != nullptr && !overBus_) {
             overBus_ = std::make_unique<StatusNotifierItem>(
-                icon_, kTitle, [this] { chooseFace(); }, [items = items_] { items->tellActivated(); });
+                icon_, iconTitle, [this] { chooseFace(); }, [items = items_] { items->tellActivated(); });
             overBus_->setText(text_);
         }
     }

@@ -10,7 +10,7 @@ namespace platform::qt {
 
 namespace {
 
-constexpr const char* kLanguageOfKeys = "en";
+constexpr const char* languageOfKeys = "en";
 
 }  // namespace
 
@@ -36,7 +36,7 @@ const QtStringTables::Table& QtStringTables::loaded(const std::string& table) co
     }
     slot = std::make_unique<Table>();
     for (const auto& language : languages_) {
-        if (language == kLanguageOfKeys) {
+        if (language == languageOfKeys) {
             break;
         }
         // Anyone can edit the settings: a language must never lead out of the folder.

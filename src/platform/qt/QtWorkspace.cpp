@@ -38,7 +38,7 @@ bool startOpener(const QString& opener, const std::string& url) {
     return process.startDetached();
 }
 
-const auto kFileManager = QStringLiteral("org.freedesktop.FileManager1");
+const auto fileManagerName = QStringLiteral("org.freedesktop.FileManager1");
 
 }  // namespace
 
@@ -52,12 +52,12 @@ bool QtWorkspace::selectsInFileManager(const FileURL& item) {
         fileManager_ = std::make_unique<PrivateConnection>(QDBusConnection::SessionBus, QStringLiteral("file manager"));
     }
     const auto* const names = fileManager_->bus().interface();
-    if (names == nullptr || !(names->isServiceRegistered(kFileManager) ||
-                              names->activatableServiceNames().value().contains(kFileManager))) {
+    if (names == nullptr || !(names->isServiceRegistered(fileManagerName) ||
+                              names->activatableServiceNames().value().contains(fileManagerName))) {
         return false;
     }
-    auto request = QDBusMessage::createMethodCall(kFileManager, QStringLiteral("/org/freedesktop/FileManager1"),
-                                                  kFileManager, QStringLiteral("ShowItems"));
+    auto request = QDBusMessage::createMethodCall(fileManagerName, QStringLiteral("/org/freedesktop/FileManager1"),
+                                                  fileManagerName, QStringLiteral("ShowItems"));
     request << QStringList(QString::fromStdString(item.absoluteString())) << takeActivationToken();
     return fileManager_->bus().send(request);
 }

@@ -16,9 +16,9 @@ namespace platform::qt {
 
 namespace {
 
-const auto kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
-const auto kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
-const auto kItemPath = QStringLiteral("/StatusNotifierItem");
+const auto watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const auto watcherPath = QStringLiteral("/StatusNotifierWatcher");
+const auto itemPath = QStringLiteral("/StatusNotifierItem");
 
 IconPixels pixelsOf(const QIcon& icon, int side) {
     auto image = icon.pixmap(QSize(side, side), 1.0).toImage().convertToFormat(QImage::Format_ARGB32);
@@ -68,7 +68,7 @@ StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<
       hostChanged_(std::move(hostChanged)),
       activated_(std::move(activated)),
       connection_(QDBusConnection::SessionBus, QStringLiteral("record-converter status icon")),
-      watcher_(kWatcher, connection_.bus(),
+      watcher_(watcherName, connection_.bus(),
                QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration),
       service_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(getpid())) {
     if (!connection_.isConnected()) {
@@ -78,22 +78,22 @@ StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<
     qDBusRegisterMetaType<IconPixels>();
     qDBusRegisterMetaType<IconPixelsList>();
     qDBusRegisterMetaType<IconToolTip>();
-    connection_.bus().registerObject(kItemPath, this,
+    connection_.bus().registerObject(itemPath, this,
                                      QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
                                          QDBusConnection::ExportAllSignals);
     connection_.bus().registerService(service_);
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierItem::askWatcher);
     connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, &StatusNotifierItem::watcherGone);
-    connection_.bus().connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostRegistered"), this,
-                              SLOT(askWatcher()));
-    connection_.bus().connect(kWatcher, kWatcherPath, kWatcher, QStringLiteral("StatusNotifierHostUnregistered"), this,
-                              SLOT(askWatcher()));
+    connection_.bus().connect(watcherName, watcherPath, watcherName, QStringLiteral("StatusNotifierHostRegistered"),
+                              this, SLOT(askWatcher()));
+    connection_.bus().connect(watcherName, watcherPath, watcherName, QStringLiteral("StatusNotifierHostUnregistered"),
+                              this, SLOT(askWatcher()));
     askWatcher();
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
     if (connection_.isConnected()) {
-        connection_.bus().unregisterObject(kItemPath);
+        connection_.bus().unregisterObject(itemPath);
     }
 }
 
@@ -114,16 +114,16 @@ IconPixelsList StatusNotifierItem::iconPixmap() const {
 }
 
 void StatusNotifierItem::askWatcher() {
-    auto registration =
-        QDBusMessage::createMethodCall(kWatcher, kWatcherPath, kWatcher, QStringLiteral("RegisterStatusNotifierItem"));
+    auto registration = QDBusMessage::createMethodCall(watcherName, watcherPath, watcherName,
+                                                       QStringLiteral("RegisterStatusNotifierItem"));
     registration.setAutoStartService(false);
     registration << service_;
     connection_.bus().send(registration);
 
     auto question = QDBusMessage::createMethodCall(
-        kWatcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+        watcherName, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     question.setAutoStartService(false);
-    question << kWatcher << QStringLiteral("IsStatusNotifierHostRegistered");
+    question << watcherName << QStringLiteral("IsStatusNotifierHostRegistered");
     auto* const answer = new QDBusPendingCallWatcher(connection_.bus().asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         const QDBusPendingReply<QDBusVariant> reply = *answer;

@@ -10,7 +10,7 @@ namespace platform::qt {
 namespace {
 
 // Text positions are fixed-point numbers inside the toolkit; wider lines would overflow.
-constexpr double kWidestLine = 4.0e6;
+constexpr double widestLine = 4.0e6;
 
 }  // namespace
 
@@ -35,7 +35,7 @@ TextLines::TextLines(const QString& text, const QFont& font, double width) {
     option.setTextDirection(Qt::LayoutDirectionAuto);
     layout_.setTextOption(option);
 
-    const auto lineWidth = std::clamp(width, 1.0, kWidestLine);
+    const auto lineWidth = std::clamp(width, 1.0, widestLine);
     layout_.beginLayout();
     double height = 0;
     double widest = 0;

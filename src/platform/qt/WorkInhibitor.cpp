@@ -12,7 +12,7 @@ namespace platform::qt {
 
 namespace {
 
-constexpr uint kLogout = 1;
+constexpr uint logoutFlag = 1;
 
 QDBusMessage sleepRequest(const std::string& who, const std::string& why) {
     auto call = QDBusMessage::createMethodCall(
@@ -26,7 +26,7 @@ QDBusMessage logoutRequest(const std::string& why) {
     auto call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
         QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"));
-    return call << QString() << kLogout << QVariantMap{{QStringLiteral("reason"), QString::fromStdString(why)}};
+    return call << QString() << logoutFlag << QVariantMap{{QStringLiteral("reason"), QString::fromStdString(why)}};
 }
 
 }  // namespace

@@ -6,8 +6,8 @@ namespace ktrtrace {
 
 namespace {
 
-constexpr TraceLevel kAll[] = {TraceLevel::debug, TraceLevel::info, TraceLevel::warning, TraceLevel::error,
-                               TraceLevel::off};
+constexpr TraceLevel allLevels[] = {TraceLevel::debug, TraceLevel::info, TraceLevel::warning, TraceLevel::error,
+                                    TraceLevel::off};
 
 }  // namespace
 
@@ -22,7 +22,7 @@ TraceLevel levelOfBits(std::uint64_t bits) {
 }
 
 TraceLevel levelOfName(const char* name) {
-    for (const auto level : kAll) {
+    for (const auto level : allLevels) {
         if (name != nullptr && ::strcasecmp(name, nameOf(level)) == 0) {
             return level;
         }

@@ -2,22 +2,20 @@
 #include "tools/convert-recording/PendingConversions.h"
 
 #include <CLI/CLI.hpp>
-
 #include <algorithm>
+#include <fcntl.h>
 #include <iostream>
 #include <string>
-#include <vector>
-
-#include <fcntl.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
 // The tool's exit statuses; the greatest that applies is used.
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-constexpr int kBadUsage = 2;
-constexpr int kStillWritten = 3;
+constexpr int exitDone = 0;
+constexpr int exitFailed = 1;
+constexpr int exitBadUsage = 2;
+constexpr int exitStillWritten = 3;
 
 /// A progress bar on standard error, if that was a terminal when the bar was created.
 class ProgressBar {
@@ -51,13 +49,13 @@ int statusOf(Outcome::Kind kind) {
     switch (kind) {
     case Outcome::Kind::converted:
     case Outcome::Kind::alreadyMp4:
-        return kDone;
+        return exitDone;
     case Outcome::Kind::stillWritten:
-        return kStillWritten;
+        return exitStillWritten;
     case Outcome::Kind::failed:
         break;
     }
-    return kFailed;
+    return exitFailed;
 }
 
 }  // namespace
@@ -86,10 +84,10 @@ int main(int argc, char* argv[]) {
             throw CLI::RequiredError("FILE");
         }
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kDone : kBadUsage;
+        return app.exit(error) == 0 ? exitDone : exitBadUsage;
     }
 
-    int status = kDone;
+    int status = exitDone;
     const ProgressBar bar;
     const auto progress = [&bar](float percent) { bar.show(percent); };
     const auto report = [&](const Outcome& outcome) {
@@ -97,7 +95,7 @@ int main(int argc, char* argv[]) {
         for (const std::string& note : outcome.notes) {
             std::cerr << note << std::endl;
         }
-        std::ostream& output = json || statusOf(outcome.kind) == kDone ? std::cout : std::cerr;
+        std::ostream& output = json || statusOf(outcome.kind) == exitDone ? std::cout : std::cerr;
         output << (json ? asJson(outcome) : asText(outcome)) << std::endl;
         status = std::max(status, statusOf(outcome.kind));
     };

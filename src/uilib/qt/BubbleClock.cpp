@@ -7,7 +7,7 @@ namespace uilib::qt {
 
 namespace {
 
-constexpr std::chrono::milliseconds kLeastAfterHolding{3000};
+constexpr std::chrono::milliseconds leastAfterHolding{3000};
 
 }  // namespace
 
@@ -43,7 +43,7 @@ void BubbleClock::setHeld(bool held) {
         left_ = timer_.remainingTimeAsDuration();
         timer_.stop();
     } else {
-        left_ = std::max(left_, kLeastAfterHolding);
+        left_ = std::max(left_, leastAfterHolding);
         timer_.start(left_);
     }
 }

@@ -11,7 +11,7 @@ namespace {
 
 // The library that tiling Wayland compositors share centres every X11 window that it manages and gives it the keyboard
 // focus.
-const QByteArray kCentringWindowManager = "wlroots wm";
+const QByteArray centringWindowManager = "wlroots wm";
 
 }  // namespace
 
@@ -31,7 +31,7 @@ std::vector<BubbleFace> facesFor(const Session& session) {
 Session currentSession() {
     const auto name = QGuiApplication::platformName();
     if (name == QLatin1String("xcb")) {
-        return {Session::Display::x11, windowManagerName() != kCentringWindowManager};
+        return {Session::Display::x11, windowManagerName() != centringWindowManager};
     }
     return {name == QLatin1String("offscreen") ? Session::Display::none : Session::Display::wayland,
             platform::qt::usesLayerSurfaces()};

@@ -17,7 +17,7 @@ double bottom(const Rect& rect) {
 
 /// As close to `wanted` as fits between the screen's edges; if it does not fit, the left edge wins.
 double pushedInside(double wanted, double width, const Rect& available) {
-    return std::max(available.x + kBubbleGap, std::min(wanted, right(available) - kBubbleGap - width));
+    return std::max(available.x + bubbleGap, std::min(wanted, right(available) - bubbleGap - width));
 }
 
 /// Columns of bubbles that grow away from the first one.
@@ -31,11 +31,11 @@ public:
         const bool isFirst = leftmost_ > rightmost_;
         if (!isFirst && !fits(body.height) && next_ != start_) {
             beginAt(side_ == Side::right ? Side::right : Side::left,
-                    side_ == Side::right ? rightmost_ + kBubbleGap : leftmost_ - kBubbleGap);
+                    side_ == Side::right ? rightmost_ + bubbleGap : leftmost_ - bubbleGap);
         }
         auto left = leftOf(body.width, wantedLeft);
         if (!left && side_ == Side::left) {
-            beginAt(Side::right, rightmost_ + kBubbleGap);
+            beginAt(Side::right, rightmost_ + bubbleGap);
             left = leftOf(body.width, wantedLeft);
         }
         if (!left) {
@@ -44,7 +44,7 @@ public:
         leftmost_ = std::min(leftmost_, *left);
         rightmost_ = std::max(rightmost_, *left + body.width);
         const double top = growsUp_ ? next_ - body.height : next_;
-        next_ = growsUp_ ? top - kBubbleGap : top + body.height + kBubbleGap;
+        next_ = growsUp_ ? top - bubbleGap : top + body.height + bubbleGap;
         return Rect{*left, top, body.width, body.height};
     }
 
@@ -60,9 +60,9 @@ private:
     std::optional<double> leftOf(double width, double wanted) const {
         switch (side_) {
         case Side::left:
-            return edge_ - width < available_.x + kBubbleGap ? std::nullopt : std::optional(edge_ - width);
+            return edge_ - width < available_.x + bubbleGap ? std::nullopt : std::optional(edge_ - width);
         case Side::right:
-            return edge_ + width > right(available_) - kBubbleGap ? std::nullopt : std::optional(edge_);
+            return edge_ + width > right(available_) - bubbleGap ? std::nullopt : std::optional(edge_);
         case Side::middle:
             break;
         }
@@ -87,11 +87,11 @@ private:
 std::vector<Place> placeInCorner(const Surroundings& surroundings, const std::vector<Size>& bodies) {
     const auto& available = surroundings.available;
     const bool growsUp = surroundings.corner == Corner::bottomRight;
-    Columns columns(available, growsUp, growsUp ? bottom(available) - kBubbleGap : available.y + kBubbleGap);
+    Columns columns(available, growsUp, growsUp ? bottom(available) - bubbleGap : available.y + bubbleGap);
     std::vector<Place> places;
     places.reserve(bodies.size());
     for (const auto& size : bodies) {
-        const auto body = columns.add(size, right(available) - kBubbleGap - size.width);
+        const auto body = columns.add(size, right(available) - bubbleGap - size.width);
         if (!body) {
             break;
         }
@@ -117,7 +117,7 @@ std::vector<Place> placeBubbles(const Surroundings& surroundings, const AuroraAr
     const auto& icon = *surroundings.icon;
     const double tip = icon.x + icon.width / 2;
     const double below = bottom(icon) + arrow.height;
-    const bool growsUp = below + bodies.front().height + kBubbleGap > bottom(available);
+    const bool growsUp = below + bodies.front().height + bubbleGap > bottom(available);
 
     std::vector<Place> places;
     places.reserve(bodies.size());

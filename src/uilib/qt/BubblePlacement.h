@@ -13,7 +13,7 @@ using platform::ui::Rect;
 using platform::ui::Size;
 
 /// Distance that bubbles keep from each other and from the edges of the screen. Points.
-constexpr double kBubbleGap = 8;
+constexpr double bubbleGap = 8;
 
 enum class ArrowEdge { none, top, bottom };
 

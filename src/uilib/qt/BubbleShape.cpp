@@ -9,8 +9,8 @@ namespace uilib::qt {
 
 namespace {
 
-constexpr double kShadowDrop = 2;
-constexpr double kShadowDarkness = 0.36;
+constexpr double shadowDrop = 2;
+constexpr double shadowDarkness = 0.36;
 
 }  // namespace
 
@@ -41,13 +41,13 @@ QPainterPath bubbleOutline(const QRectF& body, double cornerRadius, const Aurora
 
 void drawShadow(QPainter& painter, const QPainterPath& outline) {
     painter.save();
-    painter.translate(0, kShadowDrop);
+    painter.translate(0, shadowDrop);
     painter.setBrush(Qt::NoBrush);
     // Strokes of growing width, each faint, add up to a soft falloff, so no blur has to be computed.
-    const double darkness = 2 * kShadowDarkness / kShadowExtent;
+    const double darkness = 2 * shadowDarkness / shadowExtent;
     double light = 1;
-    for (int width = 1; width <= kShadowExtent - static_cast<int>(kShadowDrop); ++width) {
-        const double fall = 1.0 - static_cast<double>(width) / kShadowExtent;
+    for (int width = 1; width <= shadowExtent - static_cast<int>(shadowDrop); ++width) {
+        const double fall = 1.0 - static_cast<double>(width) / shadowExtent;
         QColor shade(Qt::black);
         shade.setAlphaF(static_cast<float>(darkness * fall * fall));
         light *= 1 - darkness * fall * fall;

@@ -11,7 +11,7 @@ class QPainter;
 namespace uilib::qt {
 
 /// Room that the shadow takes on every side. Points.
-constexpr int kShadowExtent = 12;
+constexpr int shadowExtent = 12;
 
 /// The outline of a bubble with the body `body`: rounded corners, and an arrow at `edge` with its tip `tip` points from
 /// the body's left. Near a corner the arrow leans, so that its tip keeps its position and its base stays on the edge.

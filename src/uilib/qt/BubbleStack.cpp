@@ -16,9 +16,9 @@ namespace uilib::qt {
 
 namespace {
 
-constexpr auto kRest = std::chrono::seconds(1);
+constexpr auto restTime = std::chrono::seconds(1);
 // Long enough to move the pointer from one bubble to the next, or to click twice.
-constexpr auto kSettling = std::chrono::milliseconds(600);
+constexpr auto settlingTime = std::chrono::milliseconds(600);
 
 Rect rectOf(const QRect& rect) {
     return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
@@ -34,7 +34,7 @@ QScreen* screenAt(const QPoint& point) {
 
 BubbleStack::BubbleStack(const platform::qt::QtStatusBar& statusBar) : statusBar_(statusBar) {
     settling_.setSingleShot(true);
-    settling_.setInterval(kSettling);
+    settling_.setInterval(settlingTime);
     QObject::connect(&settling_, &QTimer::timeout, [this] { arrange(); });
 }
 
@@ -106,7 +106,7 @@ void BubbleStack::remove(const QtAuroraBubble& bubble) {
         if (allGone_) {
             // The last bubble is destroyed only after this call, its window later still, and then everything that it
             // has started on the bus and the screen.
-            QTimer::singleShot(kRest, qApp, allGone_);
+            QTimer::singleShot(restTime, qApp, allGone_);
         }
     }
     arrange();

@@ -22,10 +22,10 @@ namespace uilib::qt {
 namespace {
 
 // Milliseconds.
-constexpr int kSlide = 150;
+constexpr int slideTime = 150;
 // 3 to 1 on black. The client view's widget lies above, and leaves its edge transparent.
-const QColor kInnerOutline(96, 96, 96);
-constexpr double kInnerOutlineWidth = 1;
+const QColor innerOutlineColor(96, 96, 96);
+constexpr double innerOutlineWidth = 1;
 
 QColor toolkitColor(const platform::ui::Color& color) {
     return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
@@ -77,7 +77,7 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
     client->setObjectName(QStringLiteral("client"));
     client->move(bodyInWindow().topLeft().toPoint());
     const int arrowRoom = qRound(arrow_.height);
-    resize(client->width() + 2 * kShadowExtent, client->height() + 2 * (kShadowExtent + arrowRoom));
+    resize(client->width() + 2 * shadowExtent, client->height() + 2 * (shadowExtent + arrowRoom));
 
     winId();
     if (isLayer_) {
@@ -86,7 +86,7 @@ BubbleWindow::BubbleWindow(std::shared_ptr<const CAuroraBubbleDescription> descr
     markAsNotification(*windowHandle());
     connect(&animation_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { setWindowOpacity(value.toDouble()); });
-    motion_.setDuration(kSlide);
+    motion_.setDuration(slideTime);
     motion_.setEasingCurve(QEasingCurve::OutCubic);
     connect(&motion_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { putAt(value.toPoint()); });
@@ -102,7 +102,7 @@ void BubbleWindow::Retirement::operator()(BubbleWindow* window) const {
 }
 
 QRectF BubbleWindow::bodyInWindow() const {
-    return {static_cast<double>(kShadowExtent), kShadowExtent + arrow_.height, bodySize_.width, bodySize_.height};
+    return {static_cast<double>(shadowExtent), shadowExtent + arrow_.height, bodySize_.width, bodySize_.height};
 }
 
 QPoint BubbleWindow::topLeft() const {
@@ -205,7 +205,7 @@ void BubbleWindow::paintEvent(QPaintEvent*) {
     }
     // Inside the edge, so that the bubble keeps its shape on a background as dark as itself.
     painter.setClipPath(shape);
-    painter.strokePath(shape, QPen(kInnerOutline, 2 * kInnerOutlineWidth));
+    painter.strokePath(shape, QPen(innerOutlineColor, 2 * innerOutlineWidth));
 }
 
 void BubbleWindow::notifyAttention() {

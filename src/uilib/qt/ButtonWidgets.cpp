@@ -14,11 +14,11 @@ namespace uilib::qt {
 
 namespace {
 
-constexpr double kCornerRadius = 4;
-constexpr double kFocusRing = 1.5;
-constexpr double kOutline = 1;
+constexpr double cornerRadius = 4;
+constexpr double focusRingWidth = 1.5;
+constexpr double outlineWidth = 1;
 // A contrast of at least 3 to 1 to the surfaces on both sides of it.
-const QColor kOutlineColor(200, 200, 200);
+const QColor outlineColor(200, 200, 200);
 
 struct Look {
     QColor face;
@@ -112,14 +112,14 @@ void RoundedButtonWidget::paintEvent(QPaintEvent*) {
 
     painter.setPen(Qt::NoPen);
     painter.setBrush(look.face);
-    painter.drawRoundedRect(QRectF(rect()), kCornerRadius, kCornerRadius);
+    painter.drawRoundedRect(QRectF(rect()), cornerRadius, cornerRadius);
     // The ring shows the keyboard focus, wherever the pointer is.
     if (hasFocus() || moreContrast_) {
-        const double width = hasFocus() ? kFocusRing : kOutline;
+        const double width = hasFocus() ? focusRingWidth : outlineWidth;
         const double inset = width / 2;
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(hasFocus() ? QColor(Qt::white) : kOutlineColor, width));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kCornerRadius, kCornerRadius);
+        painter.setPen(QPen(hasFocus() ? QColor(Qt::white) : outlineColor, width));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), cornerRadius, cornerRadius);
     }
     painter.setFont(platform::qt::toolkitFont(button_->font()));
     painter.setPen(look.title);

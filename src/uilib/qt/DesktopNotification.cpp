@@ -17,21 +17,21 @@ namespace uilib::qt {
 
 namespace {
 
-const auto kServer = QStringLiteral("org.freedesktop.Notifications");
-const auto kPath = QStringLiteral("/org/freedesktop/Notifications");
-const auto kDefaultAction = QStringLiteral("default");
-const auto kTitle = QString::fromLatin1(platform::programTitle);
-const auto kApplication = QString::fromLatin1(platform::programId);
-const auto kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
-const auto kHeldBack = QStringLiteral("Inhibited");
-constexpr int kPatience = 5000;
+const auto serverName = QStringLiteral("org.freedesktop.Notifications");
+const auto serverPath = QStringLiteral("/org/freedesktop/Notifications");
+const auto defaultAction = QStringLiteral("default");
+const auto notificationTitle = QString::fromLatin1(platform::programTitle);
+const auto applicationId = QString::fromLatin1(platform::programId);
+const auto propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const auto inhibitedProperty = QStringLiteral("Inhibited");
+constexpr int replyPatience = 5000;
 // The converter ends its notification itself; the server does so only after the converter has gone.
-constexpr std::chrono::milliseconds kLonger{5000};
+constexpr std::chrono::milliseconds extraTime{5000};
 
 // Urgency levels of the Desktop Notifications Specification 1.2.
-constexpr uchar kLow = 0;
-constexpr uchar kNormal = 1;
-constexpr uchar kCritical = 2;
+constexpr uchar lowUrgency = 0;
+constexpr uchar normalUrgency = 1;
+constexpr uchar criticalUrgency = 2;
 
 // One for all notifications, until the process ends: a server may remove the notifications of a connection that closes.
 QDBusConnection connection() {
@@ -41,7 +41,7 @@ QDBusConnection connection() {
 }
 
 QDBusMessage callNamed(const QString& method) {
-    return QDBusMessage::createMethodCall(kServer, kPath, kServer, method);
+    return QDBusMessage::createMethodCall(serverName, serverPath, serverName, method);
 }
 
 }  // namespace
@@ -51,7 +51,7 @@ DesktopNotification::DesktopNotification(BubbleContent content, std::chrono::mil
       time_(time),
       handlers_(std::move(handlers)),
       bus_(connection()),
-      serverWatch_(kServer, bus_, QDBusServiceWatcher::WatchForUnregistration) {
+      serverWatch_(serverName, bus_, QDBusServiceWatcher::WatchForUnregistration) {
     if (!bus_.isConnected()) {
         QMetaObject::invokeMethod(
             this, [this] { end([this] { handlers_.refused("there is no session bus"); }); }, Qt::QueuedConnection);
@@ -63,16 +63,18 @@ DesktopNotification::DesktopNotification(BubbleContent content, std::chrono::mil
 
 void DesktopNotification::listen() {
     // Uses the server's name as sender, so that signals of other programs are ignored.
-    bus_.connect(kServer, kPath, kServer, QStringLiteral("NotificationClosed"), this, SLOT(onClosed(uint, uint)));
-    bus_.connect(kServer, kPath, kServer, QStringLiteral("ActivationToken"), this,
+    bus_.connect(serverName, serverPath, serverName, QStringLiteral("NotificationClosed"), this,
+                 SLOT(onClosed(uint, uint)));
+    bus_.connect(serverName, serverPath, serverName, QStringLiteral("ActivationToken"), this,
                  SLOT(onActivationToken(uint, QString)));
-    bus_.connect(kServer, kPath, kServer, QStringLiteral("ActionInvoked"), this, SLOT(onActionInvoked(uint, QString)));
+    bus_.connect(serverName, serverPath, serverName, QStringLiteral("ActionInvoked"), this,
+                 SLOT(onActionInvoked(uint, QString)));
     connect(&serverWatch_, &QDBusServiceWatcher::serviceUnregistered, this, &DesktopNotification::onServerGone);
 }
 
 void DesktopNotification::ask() {
     auto* const answer =
-        new QDBusPendingCallWatcher(bus_.asyncCall(callNamed(QStringLiteral("GetCapabilities")), kPatience), this);
+        new QDBusPendingCallWatcher(bus_.asyncCall(callNamed(QStringLiteral("GetCapabilities")), replyPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
         const QDBusPendingReply<QStringList> reply = *answer;
@@ -90,7 +92,7 @@ void DesktopNotification::ask() {
 }
 
 void DesktopNotification::notify() {
-    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(notification(false), kPatience), this);
+    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(notification(false), replyPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
         const QDBusPendingReply<uint> reply = *answer;
@@ -118,11 +120,11 @@ void DesktopNotification::onNumber(uint id) {
 }
 
 void DesktopNotification::askWhetherHeldBack() {
-    bus_.connect(kServer, kPath, kProperties, QStringLiteral("PropertiesChanged"), this,
+    bus_.connect(serverName, serverPath, propertiesInterface, QStringLiteral("PropertiesChanged"), this,
                  SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
-    auto question = QDBusMessage::createMethodCall(kServer, kPath, kProperties, QStringLiteral("Get"));
-    question << kServer << kHeldBack;
-    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(question, kPatience), this);
+    auto question = QDBusMessage::createMethodCall(serverName, serverPath, propertiesInterface, QStringLiteral("Get"));
+    question << serverName << inhibitedProperty;
+    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(question, replyPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *answer;
@@ -132,8 +134,8 @@ void DesktopNotification::askWhetherHeldBack() {
 
 void DesktopNotification::onPropertiesChanged(const QString& interface, const QVariantMap& changed,
                                               const QStringList&) {
-    if (interface == kServer && changed.contains(kHeldBack)) {
-        setHeldBack(changed.value(kHeldBack).toBool());
+    if (interface == serverName && changed.contains(inhibitedProperty)) {
+        setHeldBack(changed.value(inhibitedProperty).toBool());
     }
 }
 
@@ -154,9 +156,9 @@ bool DesktopNotification::can(const char* capability) const {
 QDBusMessage DesktopNotification::notification(bool isFarewell) const {
     const auto body = can("body") ? QString::fromStdString(content_.detail) : QString();
     auto call = callNamed(QStringLiteral("Notify"));
-    call << kTitle << id_ << kApplication << QString::fromStdString(content_.text)
+    call << notificationTitle << id_ << applicationId << QString::fromStdString(content_.text)
          << (can("body-markup") ? body.toHtmlEscaped() : body) << (isFarewell ? QStringList() : actions())
-         << hints(isFarewell) << static_cast<int>((time_ + kLonger).count());
+         << hints(isFarewell) << static_cast<int>((time_ + extraTime).count());
     return call;
 }
 
@@ -166,7 +168,7 @@ QStringList DesktopNotification::actions() const {
         return list;
     }
     // A press on the notification itself acts like the first button.
-    list << kDefaultAction << QString::fromStdString(content_.buttons.front().title);
+    list << defaultAction << QString::fromStdString(content_.buttons.front().title);
     for (std::size_t i = 0; i < content_.buttons.size(); ++i) {
         list << QString::number(i) << QString::fromStdString(content_.buttons[i].title);
     }
@@ -176,8 +178,10 @@ QStringList DesktopNotification::actions() const {
 QVariantMap DesktopNotification::hints(bool isFarewell) const {
     const bool isFailure = content_.kind == AuroraBubbleKind::failure;
     QVariantMap hints;
-    hints[QStringLiteral("urgency")] = QVariant::fromValue(isFarewell ? kLow : isFailure ? kCritical : kNormal);
-    hints[QStringLiteral("desktop-entry")] = kApplication;
+    hints[QStringLiteral("urgency")] = QVariant::fromValue(isFarewell  ? lowUrgency
+                                                           : isFailure ? criticalUrgency
+                                                                       : normalUrgency);
+    hints[QStringLiteral("desktop-entry")] = applicationId;
     if (content_.kind != AuroraBubbleKind::news) {
         hints[QStringLiteral("category")] =
             isFailure ? QStringLiteral("transfer.error") : QStringLiteral("transfer.complete");
@@ -229,8 +233,8 @@ void DesktopNotification::onActionInvoked(uint id, const QString& key) {
         return;
     }
     bool isNumber = false;
-    const auto index = key == kDefaultAction ? 0U : key.toUInt(&isNumber);
-    if ((isNumber || key == kDefaultAction) && index < content_.buttons.size()) {
+    const auto index = key == defaultAction ? 0U : key.toUInt(&isNumber);
+    if ((isNumber || key == defaultAction) && index < content_.buttons.size()) {
         const auto control = content_.buttons[index].control;
         control->sendAction();
     }

@@ -8,21 +8,21 @@ namespace uilib::qt {
 
 namespace {
 
-const auto kManager = QStringLiteral("org.freedesktop.login1");
-const auto kManagerPath = QStringLiteral("/org/freedesktop/login1");
-const auto kManagerInterface = QStringLiteral("org.freedesktop.login1.Manager");
-const auto kSessionInterface = QStringLiteral("org.freedesktop.login1.Session");
-const auto kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
+const auto managerName = QStringLiteral("org.freedesktop.login1");
+const auto managerPath = QStringLiteral("/org/freedesktop/login1");
+const auto managerInterface = QStringLiteral("org.freedesktop.login1.Manager");
+const auto sessionInterface = QStringLiteral("org.freedesktop.login1.Session");
+const auto propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 
 // The caller's session, or that of the caller's user if the caller belongs to none, as a user service does.
-const auto kOwnSession = QStringLiteral("auto");
+const auto ownSession = QStringLiteral("auto");
 
 }  // namespace
 
 LoginSession::LoginSession(std::function<void(bool)> changed)
     : changed_(std::move(changed)),
       connection_(QDBusConnection::SystemBus, QStringLiteral("record-converter session")),
-      managerWatch_(kManager, connection_.bus(), QDBusServiceWatcher::WatchForUnregistration) {
+      managerWatch_(managerName, connection_.bus(), QDBusServiceWatcher::WatchForUnregistration) {
     if (!connection_.isConnected()) {
         return;
     }
@@ -30,16 +30,16 @@ LoginSession::LoginSession(std::function<void(bool)> changed)
         apply({{QStringLiteral("LockedHint"), false}, {QStringLiteral("IdleHint"), false}});
     });
     auto question =
-        QDBusMessage::createMethodCall(kManager, kManagerPath, kManagerInterface, QStringLiteral("GetSession"));
-    question << kOwnSession;
+        QDBusMessage::createMethodCall(managerName, managerPath, managerInterface, QStringLiteral("GetSession"));
+    question << ownSession;
     connection_.ask<QDBusObjectPath>(*this, question, [this](const QDBusObjectPath& path) { ask(path.path()); });
 }
 
 void LoginSession::ask(const QString& path) {
-    connection_.bus().connect(kManager, path, kProperties, QStringLiteral("PropertiesChanged"), this,
+    connection_.bus().connect(managerName, path, propertiesInterface, QStringLiteral("PropertiesChanged"), this,
                               SLOT(onPropertiesChanged(QString, QVariantMap, QStringList)));
-    auto question = QDBusMessage::createMethodCall(kManager, path, kProperties, QStringLiteral("GetAll"));
-    question << kSessionInterface;
+    auto question = QDBusMessage::createMethodCall(managerName, path, propertiesInterface, QStringLiteral("GetAll"));
+    question << sessionInterface;
     connection_.ask<QVariantMap>(*this, question, [this](const QVariantMap& properties) {
         // For a text session the manager computes idleness but never announces it.
         const auto type = properties.value(QStringLiteral("Type")).toString();
@@ -49,7 +49,7 @@ void LoginSession::ask(const QString& path) {
 }
 
 void LoginSession::onPropertiesChanged(const QString& interface, const QVariantMap& changed, const QStringList&) {
-    if (interface == kSessionInterface) {
+    if (interface == sessionInterface) {
         apply(changed);
     }
 }

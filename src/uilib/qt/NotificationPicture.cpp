@@ -10,7 +10,7 @@ namespace uilib::qt {
 
 namespace {
 
-constexpr int kSide = 96;
+constexpr int pictureSide = 96;
 
 }  // namespace
 
@@ -18,7 +18,7 @@ NotificationPicture notificationPicture(const platform::ui::Image& image) {
     // Without this, QtDBus cannot send the type.
     static const auto type = qDBusRegisterMetaType<NotificationPicture>();
     static_cast<void>(type);
-    QImage drawn(kSide, kSide, QImage::Format_RGBA8888);
+    QImage drawn(pictureSide, pictureSide, QImage::Format_RGBA8888);
     drawn.fill(Qt::transparent);
     QPainter painter(&drawn);
     platform::qt::VectorPicture(image).draw(painter, QRectF(drawn.rect()));

@@ -21,7 +21,7 @@ QColor toolkitColor(const platform::ui::Color& color) {
 }
 
 // Web Content Accessibility Guidelines 2.2, 2.5.8. Points.
-constexpr int kLeastTarget = 24;
+constexpr int leastTarget = 24;
 
 QWidget* makeWidgetOfKind(const std::shared_ptr<platform::ui::View>& view, QWidget* parent, bool moreContrast) {
     if (auto field = std::dynamic_pointer_cast<platform::ui::TextField>(view)) {
@@ -53,8 +53,8 @@ QRect hitFrame(const platform::ui::View& view, const platform::ui::Rect& surroun
     if (dynamic_cast<const AuroraXStatesButton*>(&view) == nullptr) {
         return frame;
     }
-    const int across = std::max(0, kLeastTarget - frame.width());
-    const int down = std::max(0, kLeastTarget - frame.height());
+    const int across = std::max(0, leastTarget - frame.width());
+    const int down = std::max(0, leastTarget - frame.height());
     return frame.adjusted(-across / 2, -down / 2, across - across / 2, down - down / 2);
 }
 

@@ -13,10 +13,10 @@ namespace uilib::qt {
 namespace {
 
 // A busy desktop needs time to show a window, and a moment more to put it in its final place.
-constexpr std::chrono::milliseconds kPatience{3000};
-constexpr std::chrono::milliseconds kSettling{300};
+constexpr std::chrono::milliseconds showingPatience{3000};
+constexpr std::chrono::milliseconds settlingTime{300};
 // Window managers round positions, and keep a window's shadow on the screen.
-constexpr int kFarthestOff = 32;
+constexpr int farthestOff = 32;
 
 }  // namespace
 
@@ -31,7 +31,7 @@ WindowInspection::WindowInspection(const QWidget& window, const QPoint& place, s
 
 void WindowInspection::wait() {
     wasExposed_ = window_.windowHandle()->isExposed();
-    timer_.start(wasExposed_ ? kSettling : kPatience);
+    timer_.start(wasExposed_ ? settlingTime : showingPatience);
 }
 
 bool WindowInspection::eventFilter(QObject* watched, QEvent* event) {
@@ -57,7 +57,7 @@ std::string WindowInspection::faultOfDesktop() const {
     if (!window_.windowHandle()->isExposed() || isHiddenByWindowManager(*window_.windowHandle())) {
         return "the desktop hides the window";
     }
-    if ((window_.pos() - place_).manhattanLength() > kFarthestOff) {
+    if ((window_.pos() - place_).manhattanLength() > farthestOff) {
         return "the desktop puts the window elsewhere";
     }
     return window_.size() == size_ ? "" : "the desktop gives the window another size";

@@ -15,8 +15,8 @@ using platform::qt::x11Atom;
 using platform::qt::x11Connection;
 using platform::qt::X11Reply;
 
-constexpr std::uint32_t kEveryDesktop = 0xffffffff;
-constexpr std::uint32_t kLongestList = 64;
+constexpr std::uint32_t everyDesktop = 0xffffffff;
+constexpr std::uint32_t longestList = 64;
 
 xcb_window_t idOf(const QWindow& window) {
     return static_cast<xcb_window_t>(window.winId());
@@ -24,7 +24,7 @@ xcb_window_t idOf(const QWindow& window) {
 
 X11Reply<xcb_get_property_reply_t> property(xcb_connection_t* connection, xcb_window_t window, const char* name) {
     const auto cookie =
-        xcb_get_property(connection, 0, window, x11Atom(connection, name), XCB_ATOM_ANY, 0, kLongestList);
+        xcb_get_property(connection, 0, window, x11Atom(connection, name), XCB_ATOM_ANY, 0, longestList);
     return X11Reply<xcb_get_property_reply_t>(xcb_get_property_reply(connection, cookie, nullptr));
 }
 
@@ -54,7 +54,7 @@ void markAsNotification(const QWindow& window) {
     // The toolkit knows this kind, but asks for a normal window.
     setValues(connection, id, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM,
               {x11Atom(connection, "_NET_WM_WINDOW_TYPE_NOTIFICATION")});
-    setValues(connection, id, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {kEveryDesktop});
+    setValues(connection, id, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {everyDesktop});
     // The toolkit adds its own to these when it shows the window.
     setValues(connection, id, "_NET_WM_STATE", XCB_ATOM_ATOM,
               {x11Atom(connection, "_NET_WM_STATE_STICKY"), x11Atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),

@@ -81,18 +81,18 @@ TEST_F(LaunchHandOverTest, OffersTheRecordingWithTheValuesOfItsLaunch) {
     EXPECT_TRUE(offered() ==
                 (UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, meeting},
                           {kMeetingRecordNotificationKey_RecordIntermediatePath, std::string("/rec/talk.mkv")},
-                          {recordkeeping::kHandedOverKey, true},
-                          {recordkeeping::kKeepsIntermediateFileKey, true},
-                          {recordkeeping::kLanguageKey, std::int32_t{9}}}));
+                          {recordkeeping::handedOverKey, true},
+                          {recordkeeping::keepsIntermediateFileKey, true},
+                          {recordkeeping::languageKey, std::int32_t{9}}}));
 }
 
 TEST_F(LaunchHandOverTest, WithoutOptionsItOffersNoPathEnglishAndNothingToKeep) {
     bus.events = {rightAcknowledgement()};
     handOver({});
     EXPECT_TRUE(offered() == (UserInfo{{kMeetingRecordNotificationKey_MeetingProcessId, meeting},
-                                       {recordkeeping::kHandedOverKey, true},
-                                       {recordkeeping::kKeepsIntermediateFileKey, false},
-                                       {recordkeeping::kLanguageKey, std::int32_t{1}}}));
+                                       {recordkeeping::handedOverKey, true},
+                                       {recordkeeping::keepsIntermediateFileKey, false},
+                                       {recordkeeping::languageKey, std::int32_t{1}}}));
 }
 
 TEST_F(LaunchHandOverTest, ARelativePathIsThatOfThisLaunchsFolder) {
@@ -105,7 +105,7 @@ TEST_F(LaunchHandOverTest, ARelativePathIsThatOfThisLaunchsFolder) {
 TEST_F(LaunchHandOverTest, AKeepFlagOf256IsNone) {
     bus.events = {rightAcknowledgement()};
     handOver({"-keepsIntermediateFile", "256"});
-    EXPECT_TRUE(offered().at(recordkeeping::kKeepsIntermediateFileKey) == platform::UserInfoValue(false));
+    EXPECT_TRUE(offered().at(recordkeeping::keepsIntermediateFileKey) == platform::UserInfoValue(false));
 }
 
 TEST_F(LaunchHandOverTest, ConfirmsInTheNameOfTheRunningConverter) {

@@ -69,8 +69,8 @@ protected:
     void handOver(std::int32_t pid, const std::string& path, bool keep = false) {
         fake.fileManager.addFile(path);
         auto started = meetingNotification(kMeetingRecordNotificationName_RecordingStarted, pid, path);
-        started.userInfo->emplace(recordkeeping::kHandedOverKey, true);
-        started.userInfo->emplace(recordkeeping::kKeepsIntermediateFileKey, keep);
+        started.userInfo->emplace(recordkeeping::handedOverKey, true);
+        started.userInfo->emplace(recordkeeping::keepsIntermediateFileKey, keep);
         fake.distributedCenter.deliver(started);
     }
 

@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr const char* kHelp =
+constexpr const char* helpText =
     R"(Usage: record-converter [-pid ID] [-pname NAME] [-locale NUMBER] [-path FILE] [-keepsIntermediateFile NUMBER]
        record-converter --help | --version
 
@@ -24,7 +24,7 @@ std::optional<std::string> answerToUser(const std::vector<std::string>& argument
         return std::nullopt;
     }
     if (arguments[1] == "--help") {
-        return kHelp;
+        return helpText;
     }
     if (arguments[1] == "--version") {
         return "record-converter " + version + "\n";
