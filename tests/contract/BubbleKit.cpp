@@ -1,7 +1,6 @@
 #include "contract/BubbleKit.h"
 
 #include "KTRMeetingRecordingBubbleButtonModel.h"
-
 #include "contract/EventLoop.h"
 
 #include <QApplication>

@@ -1,4 +1,5 @@
 #include "uilib/qt/DesktopTaste.h"
+
 #include "contract/EventLoop.h"
 #include "contract/SettingsPortal.h"
 

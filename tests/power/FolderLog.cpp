@@ -3,20 +3,19 @@
 // may have kept. POWER_FOLDERS is the folder of the log and of a copy of each file that is synced;
 // tests/power/folders.py reads it.
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <array>
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <optional>
 #include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 

@@ -1,14 +1,13 @@
 // Preloaded into the converter: adds a line to the file POWER_SYNCS when a sync starts and when it has ended. Skips the
 // sync that POWER_SKIP names, so that the judge of power cuts can show that it notices.
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <climits>
 #include <cstdlib>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 

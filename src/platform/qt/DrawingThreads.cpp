@@ -1,7 +1,6 @@
 #include "platform/qt/DrawingThreads.h"
 
 #include <QThreadPool>
-
 #include <dlfcn.h>
 
 namespace platform::qt {

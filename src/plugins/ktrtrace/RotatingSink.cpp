@@ -6,12 +6,11 @@
 #include <array>
 #include <cstdio>
 #include <exception>
-#include <string_view>
-#include <utility>
-
 #include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ktrtrace {
 

@@ -4,10 +4,9 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <string>
-
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
+#include <string>
 
 namespace ktrtrace {
 

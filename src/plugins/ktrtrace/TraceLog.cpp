@@ -3,9 +3,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <string_view>
-
 #include <pthread.h>
+#include <string_view>
 #include <unistd.h>
 
 namespace ktrtrace {

@@ -6,9 +6,8 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
-
 #include <spdlog/logger.h>
+#include <string>
 
 namespace ktrtrace {
 

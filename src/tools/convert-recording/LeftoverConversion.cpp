@@ -12,10 +12,9 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <fcntl.h>
 #include <filesystem>
 #include <mutex>
-
-#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {

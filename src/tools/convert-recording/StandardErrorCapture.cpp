@@ -1,13 +1,12 @@
 #include "tools/convert-recording/StandardErrorCapture.h"
 
 #include <array>
+#include <fcntl.h>
 #include <iostream>
 #include <sstream>
-#include <utility>
-
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
 StandardErrorCapture::StandardErrorCapture() {
     kept_ = ::memfd_create("standard error", MFD_CLOEXEC);

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>

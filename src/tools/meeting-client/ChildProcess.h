@@ -1,9 +1,8 @@
 #pragma once
 
 #include <string>
-#include <vector>
-
 #include <sys/types.h>
+#include <vector>
 
 /// Programs that a meeting client starts. Arguments are bytes, so a path need not be UTF-8. Main thread.
 

@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <iostream>
 #include <system_error>
-
 #include <unistd.h>
 
 using namespace std::chrono_literals;

@@ -5,12 +5,10 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
-
 #include <chrono>
 #include <functional>
-#include <vector>
-
 #include <sys/types.h>
+#include <vector>
 
 /// A meeting client's connection to the user's bus: posts notifications and receives all that are posted. Main thread.
 class MeetingBus : public QObject {

@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QVariantMap>
-
 #include <string>
 
 /// One notification on the bus. Value; any thread.

@@ -4,11 +4,10 @@
 
 #include <chrono>
 #include <csignal>
-#include <thread>
-#include <vector>
-
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
+#include <vector>
 
 using namespace std::chrono_literals;
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-
 #include <sys/types.h>
 
 /// The video codec of a recording.

@@ -5,7 +5,6 @@
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
-
 #include <filesystem>
 #include <iostream>
 #include <map>

@@ -6,10 +6,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <string>
-
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {

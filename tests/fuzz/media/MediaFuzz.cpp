@@ -4,18 +4,17 @@
 #include "mediaconverter/worker/Reporter.h"
 #include "support/TemporaryFolder.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <random>
 #include <string>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 // Converts cut, flipped and patched recordings, descriptor in and descriptor out, each in a process of its own. A

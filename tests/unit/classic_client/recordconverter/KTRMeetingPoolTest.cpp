@@ -1,7 +1,6 @@
 #include "KTRMeetingPool.h"
 
 #include "unit/classic_client/recordconverter/KTRMeetingPoolTest.h"
-
 #include "unit/classic_client/recordconverter/ProcessGuardLines.h"
 
 #include <cstdint>

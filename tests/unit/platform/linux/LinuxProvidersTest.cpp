@@ -1,11 +1,10 @@
+#include "KTRRunningProcesses.h"
 #include "platform/linux/LinuxBackgroundExecutor.h"
 #include "platform/linux/LinuxProcessIdentities.h"
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/Memory.h"
 #include "platform/linux/ProcProcessTable.h"
 #include "platform/linux/SyslogSystemLog.h"
-
-#include "KTRRunningProcesses.h"
 
 #include <algorithm>
 #include <cerrno>

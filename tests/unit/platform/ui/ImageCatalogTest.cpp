@@ -1,5 +1,4 @@
 #include "platform/ui/Image.h"
-
 #include "support/TemporaryFolder.h"
 
 #include <filesystem>
