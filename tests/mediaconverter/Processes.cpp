@@ -102,4 +102,8 @@ bool waitUntilGone(pid_t process) {
     return false;
 }
 
+bool hasChild() {
+    return ::waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD;
+}
+
 }  // namespace mediatest

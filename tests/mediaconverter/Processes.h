@@ -40,4 +40,7 @@ std::string statusLine(pid_t process, const std::string& name);
 /// Waits until the process is gone or a zombie; false after five seconds.
 bool waitUntilGone(pid_t process);
 
+/// Whether this process has a child, alive or a zombie. A zombie is reaped.
+bool hasChild();
+
 }  // namespace mediatest
