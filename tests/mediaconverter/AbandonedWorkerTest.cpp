@@ -3,17 +3,15 @@
 #include "mediaconverter/Processes.h"
 #include "mediaconverter/RecordingSink.h"
 
-#include <gtest/gtest.h>
-
-#include <dlfcn.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 // An abandoned conversion ends at once, whatever its worker does, and leaves no process.
 

@@ -1,13 +1,12 @@
 #include "mediaconverter/FaultTest.h"
 
-#include <sys/stat.h>
-#include <sys/xattr.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 // Exactly those who may read the recording may read the MP4.
 

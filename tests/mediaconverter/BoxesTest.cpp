@@ -1,9 +1,9 @@
 #include "mediaconverter/Boxes.h"
+
 #include "mediaconverter/ByteOrder.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <vector>
 
 // The structure that all code about MP4 files builds on.

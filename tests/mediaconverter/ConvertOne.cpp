@@ -1,9 +1,8 @@
 #include "mediaconverter/IZedMediaConverter.h"
 
-#include <dlfcn.h>
-
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
 
 // Converts one file through a media converter library, in a process of its own, and prints what the sink hears, one
 // line each. For tests that kill, limit or trace a whole converting process.

@@ -1,7 +1,6 @@
 #include "mediaconverter/Converters.h"
 
 #include <dlfcn.h>
-
 #include <stdexcept>
 
 namespace mediatest {

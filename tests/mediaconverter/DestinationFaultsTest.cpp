@@ -1,11 +1,10 @@
 #include "mediaconverter/FaultTest.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <filesystem>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 // Everything that can be wrong with the MP4's destination: nothing is replaced, and one error is reported.
 

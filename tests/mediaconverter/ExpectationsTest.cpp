@@ -3,11 +3,10 @@
 #include "mediaconverter/worker/accounting/ScanChoice.h"
 #include "mediaconverter/worker/reading/SourceReader.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdint>
+#include <fcntl.h>
 #include <map>
+#include <unistd.h>
 #include <vector>
 
 // The media library delivers exactly what the scanners expect of an intact recording, to the byte.

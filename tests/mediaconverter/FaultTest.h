@@ -7,7 +7,6 @@
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 

@@ -6,6 +6,13 @@
 // Only calls on regular files and pipes that the conversion itself makes are counted. The worker is given none of these
 // variables; it looks for them in its parent's environment.
 
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -14,14 +21,6 @@
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
-#include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
 
 #define INTERPOSE extern "C" __attribute__((visibility("default")))
 

@@ -1,10 +1,9 @@
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/MountedFolder.h"
 
-#include <sys/stat.h>
-
 #include <filesystem>
 #include <iostream>
+#include <sys/stat.h>
 
 // Real file systems: full ones, read-only ones, ones without unnamed files and links. Injected faults simulate the
 // other cases in a test of its own, which everyone can run; these tests need the right to mount.

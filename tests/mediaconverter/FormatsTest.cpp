@@ -3,10 +3,9 @@
 #include "mediaconverter/Samples.h"
 #include "support/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
+#include <gtest/gtest.h>
 #include <sstream>
 
 // Every recording becomes an MP4: streams that MP4 can hold are copied bit for bit, the rest is re-encoded.

@@ -4,10 +4,9 @@
 #include "mediaconverter/Samples.h"
 #include "support/TemporaryFolder.h"
 
-#include <sys/stat.h>
-
 #include <filesystem>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace mediatest {

@@ -1,15 +1,14 @@
 #include "mediaconverter/WorkerMessage.h"
 
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
 #include <string_view>
+#include <sys/resource.h>
+#include <unistd.h>
 
 // A worker program that misbehaves in the way its argument names. Tests replace the worker with a script that starts it
 // with the worker's descriptors.

@@ -2,15 +2,14 @@
 #include "mediaconverter/HostileApplication.h"
 #include "mediaconverter/Processes.h"
 
-#include <sys/time.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <future>
 #include <map>
+#include <sys/time.h>
+#include <unistd.h>
 
 // A worker that was taken over by the file it reads, or is broken in the oddest ways: the application continues in
 // time, with one error, and publishes nothing of its output.

@@ -3,7 +3,15 @@
 #include "mediaconverter/WorkerMessage.h"
 #include "mediaconverter/worker/confinement/Barriers.h"
 
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -13,18 +21,9 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <atomic>
-#include <cerrno>
-#include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <functional>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 // The rights that the worker has given up before it looks at a recording, tested from inside.

@@ -1,14 +1,13 @@
 #include "mediaconverter/job/JobLog.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdarg>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 // Where the library's log lines go: to standard error and to the system's log, but only once to the journal.
 

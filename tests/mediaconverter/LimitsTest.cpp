@@ -1,14 +1,13 @@
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/Matroska.h"
 
-#include <sys/resource.h>
-#include <sys/statvfs.h>
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
 
 // Extremes: more bytes, hours and packets than 32 bits or a desktop's memory hold, and headers that lie about them.
 

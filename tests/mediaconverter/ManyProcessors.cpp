@@ -1,8 +1,7 @@
 // A library to preload: the machine seems to have 64 processors.
 
-#include <sched.h>
-
 #include <cstddef>
+#include <sched.h>
 
 extern "C" __attribute__((visibility("default"))) int sched_getaffinity(pid_t, std::size_t size,
                                                                         cpu_set_t* processors) noexcept {

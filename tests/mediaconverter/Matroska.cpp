@@ -2,12 +2,11 @@
 
 #include "support/TemporaryFolder.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
+#include <fcntl.h>
 #include <stdexcept>
 #include <system_error>
+#include <unistd.h>
 
 namespace mediatest {
 

@@ -4,11 +4,10 @@
 #include "support/ScriptedMediaConverter.h"
 #include "support/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <thread>
 
 // What the application relies on, with any media converter.

@@ -2,22 +2,21 @@
 
 #include "mediaconverter/Samples.h"
 
-#include <fcntl.h>
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/stat.h>
-#include <sys/statvfs.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sched.h>
 #include <stdexcept>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 
 namespace mediatest {
 

@@ -1,8 +1,7 @@
 #include "mediaconverter/worker/accounting/PayloadCheck.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <vector>

@@ -4,9 +4,8 @@
 #include "platform/Workspace.h"
 #include "support/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <optional>
 
 // What the application's platform owes to the media converter, here without the library behind it.

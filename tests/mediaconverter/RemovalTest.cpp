@@ -1,15 +1,14 @@
 #include "mediaconverter/FaultTest.h"
 
+#include <array>
 #include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <array>
-#include <filesystem>
-#include <functional>
-#include <string_view>
 
 // After 100 exactly the converted file is removed, whatever takes its name and whenever.
 

@@ -1,8 +1,7 @@
 #include "mediaconverter/AccountingTest.h"
 
-#include <sys/resource.h>
-
 #include <filesystem>
+#include <sys/resource.h>
 
 // Data after damage is rescued, stale sizes hide nothing, and no file takes forever.
 

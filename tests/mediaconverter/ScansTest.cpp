@@ -3,11 +3,10 @@
 #include "mediaconverter/worker/accounting/ScanChoice.h"
 #include "mediaconverter/worker/reading/SourceReader.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
+#include <sys/mman.h>
+#include <unistd.h>
 
 // What the scanners find in the structure of each container, without a conversion.
 

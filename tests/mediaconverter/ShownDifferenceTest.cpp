@@ -1,9 +1,9 @@
 #include "mediaconverter/worker/proof/ShownDifference.h"
+
 #include "mediaconverter/worker/AvPointers.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <memory>
 
 // What the verification accepts as equal: a difference of up to one frame and no more.

@@ -2,12 +2,11 @@
 
 #include "mediaconverter/Samples.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <limits>
 #include <sstream>
 

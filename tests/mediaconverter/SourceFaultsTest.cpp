@@ -1,17 +1,16 @@
 #include "mediaconverter/FaultTest.h"
 
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <climits>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <thread>
+#include <unistd.h>
 
 // Sources that are not a complete recording: one error each.
 

@@ -1,11 +1,10 @@
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/Processes.h"
 
-#include <dlfcn.h>
-#include <sys/stat.h>
-
 #include <chrono>
+#include <dlfcn.h>
 #include <filesystem>
+#include <sys/stat.h>
 
 // A worker that is missing, dies, hangs, sends invalid messages or needs too much: the application gets one error.
 

@@ -1,19 +1,19 @@
 #include "mediaconverter/job/WriterWait.h"
+
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/job/JobFailure.h"
 #include "mediaconverter/job/Writers.h"
 
-#include <fcntl.h>
-#include <sys/eventfd.h>
-#include <sys/time.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <optional>
+#include <sys/eventfd.h>
+#include <sys/time.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 // The converter waits for a recording that some process still writes, within limits, and then converts all of it.

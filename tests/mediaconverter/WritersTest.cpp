@@ -1,18 +1,18 @@
 #include "mediaconverter/job/Writers.h"
+
 #include "mediaconverter/FaultTest.h"
 #include "mediaconverter/job/UniqueDescriptor.h"
 
+#include <chrono>
+#include <csignal>
 #include <fcntl.h>
+#include <filesystem>
+#include <functional>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <functional>
 #include <utility>
 #include <vector>
 

@@ -4,10 +4,9 @@
 #include "mediaconverter/job/Privacy.h"
 #include "mediaconverter/job/SecondName.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <vector>
 
 namespace mediaconverter {

@@ -2,18 +2,17 @@
 
 #include "mediaconverter/job/NamesInFolder.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/random.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <mutex>
 #include <string_view>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/stat.h>
 #include <vector>
 
 namespace mediaconverter::hiddenfiles {

@@ -1,11 +1,10 @@
 #include "mediaconverter/job/JobLog.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
 
 namespace mediaconverter {
 

@@ -4,12 +4,11 @@
 #include "mediaconverter/job/JobFailure.h"
 #include "mediaconverter/job/JobLog.h"
 
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <exception>
 #include <new>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 namespace mediaconverter {
 

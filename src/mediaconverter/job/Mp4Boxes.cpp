@@ -2,13 +2,12 @@
 
 #include "mediaconverter/ByteOrder.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <span>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace mediaconverter {
 

@@ -3,11 +3,10 @@
 #include "mediaconverter/job/JobFailure.h"
 #include "mediaconverter/job/Mp4Boxes.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdint>
 #include <string>
+#include <sys/stat.h>
 
 namespace mediaconverter {
 

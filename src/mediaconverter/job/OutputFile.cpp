@@ -5,11 +5,10 @@
 #include "mediaconverter/job/JobFailure.h"
 #include "mediaconverter/job/Privacy.h"
 
-#include <fcntl.h>
-#include <linux/fs.h>
-
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <linux/fs.h>
 
 namespace mediaconverter {
 

@@ -3,9 +3,8 @@
 #include "mediaconverter/job/SourceFile.h"
 #include "mediaconverter/job/UniqueDescriptor.h"
 
-#include <sys/stat.h>
-
 #include <string>
+#include <sys/stat.h>
 
 namespace mediaconverter {
 

@@ -1,14 +1,13 @@
 #include "mediaconverter/job/Privacy.h"
 
-#include <sys/xattr.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <sys/xattr.h>
+#include <unistd.h>
 #include <vector>
 
 namespace mediaconverter {

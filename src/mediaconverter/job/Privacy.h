@@ -1,8 +1,7 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
+#include <sys/stat.h>
 
 namespace mediaconverter {
 

@@ -3,9 +3,8 @@
 #include "mediaconverter/job/FileIdentity.h"
 #include "mediaconverter/job/JobFailure.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
+#include <fcntl.h>
 
 namespace mediaconverter {
 

@@ -2,9 +2,8 @@
 
 #include "mediaconverter/job/UniqueDescriptor.h"
 
-#include <sys/stat.h>
-
 #include <string>
+#include <sys/stat.h>
 
 namespace mediaconverter {
 

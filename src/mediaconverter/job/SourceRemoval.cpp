@@ -4,15 +4,14 @@
 #include "mediaconverter/job/NamesInFolder.h"
 #include "mediaconverter/job/SecondName.h"
 
-#include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/random.h>
-
 #include <array>
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
+#include <fcntl.h>
+#include <linux/fs.h>
 #include <string_view>
+#include <sys/random.h>
 #include <system_error>
 
 namespace mediaconverter {

@@ -2,13 +2,6 @@
 
 #include "mediaconverter/job/JobFailure.h"
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -16,9 +9,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <mutex>
+#include <poll.h>
+#include <spawn.h>
 #include <sstream>
 #include <string_view>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <vector>
 
 namespace mediaconverter {

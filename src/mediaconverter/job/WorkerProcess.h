@@ -4,12 +4,11 @@
 #include "mediaconverter/job/SourceFile.h"
 #include "mediaconverter/job/UniqueDescriptor.h"
 
-#include <sys/resource.h>
-#include <sys/types.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/resource.h>
+#include <sys/types.h>
 
 namespace mediaconverter {
 

@@ -3,14 +3,13 @@
 #include "mediaconverter/OutputLimit.h"
 #include "mediaconverter/job/JobFailure.h"
 
+#include <algorithm>
+#include <cmath>
+#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-
-#include <algorithm>
-#include <cmath>
-#include <csignal>
 #include <utility>
 
 namespace mediaconverter {

@@ -4,9 +4,8 @@
 #include "mediaconverter/job/JobFailure.h"
 #include "mediaconverter/job/Writers.h"
 
-#include <poll.h>
-
 #include <algorithm>
+#include <poll.h>
 #include <utility>
 
 namespace mediaconverter {

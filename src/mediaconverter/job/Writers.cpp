@@ -1,16 +1,15 @@
 #include "mediaconverter/job/Writers.h"
 
-#include <fcntl.h>
-#include <sys/sysmacros.h>
-
 #include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <sstream>
+#include <sys/sysmacros.h>
 #include <system_error>
 
 namespace mediaconverter {

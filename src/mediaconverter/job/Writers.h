@@ -1,9 +1,8 @@
 #pragma once
 
+#include <string>
 #include <sys/stat.h>
 #include <sys/types.h>
-
-#include <string>
 #include <vector>
 
 namespace mediaconverter {

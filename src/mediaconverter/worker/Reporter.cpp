@@ -1,10 +1,9 @@
 #include "mediaconverter/worker/Reporter.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <unistd.h>
 
 namespace worker {
 

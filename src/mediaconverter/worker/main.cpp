@@ -6,9 +6,8 @@
 #include "mediaconverter/worker/confinement/Barriers.h"
 #include "mediaconverter/worker/confinement/StatOf.h"
 
-#include <pthread.h>
-
 #include <new>
+#include <pthread.h>
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these bring their own allocator
 

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/accounting/AviGrammar.h"
 
 #include "mediaconverter/ByteOrder.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>

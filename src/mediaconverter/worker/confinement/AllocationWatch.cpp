@@ -1,10 +1,9 @@
 #include "mediaconverter/worker/confinement/AllocationWatch.h"
 
-#include <dlfcn.h>
-
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <dlfcn.h>
 
 // The C library's allocation functions, with a check of each result: the media libraries resolve to these first,
 // because the program precedes all libraries.

@@ -3,20 +3,19 @@
 #include "mediaconverter/OutputLimit.h"
 #include "mediaconverter/WorkerMessage.h"
 
-#include <poll.h>
-#include <sched.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <poll.h>
+#include <sched.h>
 #include <string>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace worker::barriers {
 

@@ -2,18 +2,17 @@
 #include "mediaconverter/WorkerMessage.h"
 #include "mediaconverter/worker/confinement/Barriers.h"
 
-#include <fcntl.h>
-#include <sched.h>
-#include <seccomp.h>
-#include <sys/prctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <memory>
+#include <sched.h>
+#include <seccomp.h>
 #include <string>
+#include <sys/prctl.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace worker::barriers {
 

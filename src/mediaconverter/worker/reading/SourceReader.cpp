@@ -5,12 +5,11 @@
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/confinement/StatOf.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace worker {
 

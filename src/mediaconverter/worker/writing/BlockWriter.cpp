@@ -1,11 +1,10 @@
 #include "mediaconverter/worker/writing/BlockWriter.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace worker {
 

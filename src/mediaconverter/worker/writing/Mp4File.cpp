@@ -7,15 +7,14 @@
 #include "mediaconverter/worker/writing/ChannelLayoutBox.h"
 #include "mediaconverter/worker/writing/ChunkOffsets.h"
 
-#include <fcntl.h>
-#include <linux/falloc.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <linux/falloc.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace worker {
 

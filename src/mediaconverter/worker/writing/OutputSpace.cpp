@@ -2,10 +2,9 @@
 
 #include "mediaconverter/worker/Failure.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/statvfs.h>
-
-#include <cerrno>
 #include <system_error>
 
 namespace worker {
