@@ -70,7 +70,7 @@ std::vector<PendingEntry> PendingRecordings::takeOver() {
     otherConverters_.clear();
     for (auto& [name, entry] : folder_.read()) {
         const bool isOwn = std::any_of(kept_.begin(), kept_.end(),
-                                       [&name = name](const auto& kept) { return kept.second.name == name; });
+                                       [&entryName = name](const auto& kept) { return kept.second.name == entryName; });
         if (isOwn) {
             continue;
         }

@@ -24,7 +24,10 @@ using test::TracePlugInTest;
 std::optional<std::string> print(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
     auto text = ktrtrace::formatted(format, arguments);
+#pragma GCC diagnostic pop
     va_end(arguments);
     return text;
 }
