@@ -3,6 +3,7 @@
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/proof/ShownDifference.h"
 #include "mediaconverter/worker/reading/SourceReader.h"
+#include "mediaconverter/worker/times/MicrosecondBase.h"
 #include "mediaconverter/worker/tracks/TrackPlan.h"
 
 #include <algorithm>
@@ -157,7 +158,7 @@ Likeness likenessOf(const ProvedTrack& track) {
 std::int64_t primingOf(const ProvedTrack& track) {
     const AVCodecParameters& parameters = *track.written.codecpar;
     const bool isReencoded = !track.isCopy && parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate > 0;
-    return isReencoded ? av_rescale_q(parameters.initial_padding, {1, parameters.sample_rate}, AV_TIME_BASE_Q) : 0;
+    return isReencoded ? av_rescale_q(parameters.initial_padding, {1, parameters.sample_rate}, microsecondBase) : 0;
 }
 
 std::string findShownDifference(const SourceReader& reader, const std::vector<ProvedTrack>& tracks) {

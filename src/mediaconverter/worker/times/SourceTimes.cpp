@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/times/SourceTimes.h"
 
+#include "mediaconverter/worker/times/MicrosecondBase.h"
 #include "mediaconverter/worker/times/Timeline.h"
 
 extern "C" {
@@ -13,7 +14,7 @@ namespace worker {
 namespace {
 
 std::int64_t inMicroseconds(std::int64_t time, AVRational base) {
-    return av_rescale_q(time, base, AV_TIME_BASE_Q);
+    return av_rescale_q(time, base, microsecondBase);
 }
 
 }  // namespace

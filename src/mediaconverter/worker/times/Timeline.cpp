@@ -2,6 +2,7 @@
 
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/times/FrameDuration.h"
+#include "mediaconverter/worker/times/MicrosecondBase.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -50,12 +51,12 @@ std::int64_t rescaled(std::int64_t time, AVRational from, AVRational to) {
 
 /// The limit in another time base; no limit if it cannot be represented there.
 std::int64_t bound(std::int64_t microseconds, AVRational base) {
-    const std::int64_t result = av_rescale_q(microseconds, AV_TIME_BASE_Q, base);
+    const std::int64_t result = av_rescale_q(microseconds, microsecondBase, base);
     return result == INT64_MIN ? INT64_MAX : std::max<std::int64_t>(result, 1);
 }
 
 std::int64_t frameDuration(const AVStream& stream, const AVPacket& packet) {
-    if (packet.duration > 0 && av_compare_ts(packet.duration, stream.time_base, mostPause, AV_TIME_BASE_Q) < 0) {
+    if (packet.duration > 0 && av_compare_ts(packet.duration, stream.time_base, mostPause, microsecondBase) < 0) {
         return packet.duration;
     }
     return usualFrameDuration(stream);
@@ -93,7 +94,7 @@ void TrackClock::place(AVPacket& packet) {
         }
     }
     if (packet.dts != AV_NOPTS_VALUE && packet.pts != AV_NOPTS_VALUE &&
-        std::llabs(av_rescale_q(sum(packet.pts, -packet.dts), stream_.time_base, AV_TIME_BASE_Q)) > mostDelay) {
+        std::llabs(av_rescale_q(sum(packet.pts, -packet.dts), stream_.time_base, microsecondBase)) > mostDelay) {
         packet.pts = AV_NOPTS_VALUE;
     }
     const std::int64_t duration = frameDuration(stream_, packet);
@@ -142,16 +143,16 @@ bool TrackClock::isInStep() const {
 }
 
 std::int64_t TrackClock::expected() const {
-    return rescaled(expected_, stream_.time_base, AV_TIME_BASE_Q);
+    return rescaled(expected_, stream_.time_base, microsecondBase);
 }
 
 void TrackClock::applyJumps() {
-    offset_ = rescaled(sum(followed_.sum, -timeline_.origin_), AV_TIME_BASE_Q, stream_.time_base);
+    offset_ = rescaled(sum(followed_.sum, -timeline_.origin_), microsecondBase, stream_.time_base);
 }
 
 void TrackClock::joinAt(std::int64_t time) {
     // A track that starts late may start after jumps of the others: use the one that brings it closest to them.
-    const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
+    const std::int64_t raw = sum(rescaled(time, stream_.time_base, microsecondBase), -timeline_.origin_);
     followed_ = nearest(raw, timeline_.furthest(), INT64_MIN);
     applyJumps();
 }
@@ -170,7 +171,7 @@ TrackClock::Followed TrackClock::nearest(std::int64_t raw, std::int64_t place, s
 }
 
 void TrackClock::followJump(std::int64_t time) {
-    const std::int64_t raw = sum(rescaled(time, stream_.time_base, AV_TIME_BASE_Q), -timeline_.origin_);
+    const std::int64_t raw = sum(rescaled(time, stream_.time_base, microsecondBase), -timeline_.origin_);
     const std::int64_t furthest = timeline_.furthest();
     followed_ = nearest(raw, furthest, sum(expected(), -leastJumpBack));
     // Texts are too rare to tell a reset clock from a pause.

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/tracks/TranscodedText.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/times/MicrosecondBase.h"
 #include "mediaconverter/worker/tracks/Decoder.h"
 
 #include <algorithm>
@@ -55,7 +56,7 @@ void TranscodedText::pass(AVPacket& packet, Mp4Writer& writer) {
     if (got == 0) {
         return;
     }
-    subtitle.pts = av_rescale_q(packet.pts, source().time_base, AV_TIME_BASE_Q);
+    subtitle.pts = av_rescale_q(packet.pts, source().time_base, microsecondBase);
     const int length =
         avcodec_encode_subtitle(encoder_.get(), encoded_.data(), static_cast<int>(encoded_.size()), &subtitle);
     const std::int64_t shown = subtitle.end_display_time;

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/writing/FileDescription.h"
 
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/times/MicrosecondBase.h"
 
 #include <algorithm>
 
@@ -36,7 +37,7 @@ void copyMetadata(const AVFormatContext& source, AVFormatContext& target) {
 void copyChapters(const AVFormatContext& source, AVFormatContext& target, std::int64_t origin) {
     for (unsigned index = 0; index < source.nb_chapters; ++index) {
         const AVChapter& chapter = *source.chapters[index];
-        const std::int64_t shift = av_rescale_q(origin, AV_TIME_BASE_Q, chapter.time_base);
+        const std::int64_t shift = av_rescale_q(origin, microsecondBase, chapter.time_base);
         auto* const copy = static_cast<AVChapter*>(present(av_mallocz(sizeof(AVChapter))));
         copy->id = chapter.id;
         copy->time_base = chapter.time_base;

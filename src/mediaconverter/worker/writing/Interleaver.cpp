@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/writing/Interleaver.h"
 
+#include "mediaconverter/worker/times/MicrosecondBase.h"
 #include "mediaconverter/worker/tracks/TrackPlan.h"
 
 #include <algorithm>
@@ -24,7 +25,7 @@ void Interleaver::start(const AVFormatContext& format) {
 
 void Interleaver::push(AVPacket& packet) {
     Queue& queue = queues_[static_cast<std::size_t>(packet.stream_index)];
-    const std::int64_t time = av_rescale_q(packet.dts, queue.base, AV_TIME_BASE_Q);
+    const std::int64_t time = av_rescale_q(packet.dts, queue.base, microsecondBase);
     furthest_ = std::max(furthest_, time);
     PacketPointer moved = newPacket();
     av_packet_move_ref(moved.get(), &packet);

@@ -1,6 +1,7 @@
 #include "mediaconverter/worker/writing/Mp4Writer.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/times/MicrosecondBase.h"
 #include "mediaconverter/worker/tracks/TrackPlan.h"
 #include "mediaconverter/worker/writing/ChannelLayoutBox.h"
 #include "mediaconverter/worker/writing/TrialMuxer.h"
@@ -210,7 +211,7 @@ void Mp4Writer::blameTrack(int error) {
 
 bool Mp4Writer::isOutOfOrder(const AVPacket& packet) {
     const std::int64_t time =
-        av_rescale_q(packet.dts, format_->streams[packet.stream_index]->time_base, AV_TIME_BASE_Q);
+        av_rescale_q(packet.dts, format_->streams[packet.stream_index]->time_base, microsecondBase);
     furthest_ = std::max(furthest_, time);
     return time < furthest_ - mostBehind;
 }
