@@ -200,7 +200,7 @@ bench::Pairs destinationName(const Settings& settings, std::size_t taken) {
             struct stat status {};
             for (std::size_t i = 0; i < repeats; ++i) {
                 for (const auto& name : names) {
-                    (void)::lstat(name.c_str(), &status);
+                    static_cast<void>(::lstat(name.c_str(), &status));
                 }
             }
         });

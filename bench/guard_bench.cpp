@@ -69,7 +69,7 @@ double polledSeconds() {
     const auto begin = Clock::now();
     ::kill(pid, SIGKILL);
     pollfd waiting{descriptor, POLLIN, 0};
-    (void)::poll(&waiting, 1, -1);
+    static_cast<void>(::poll(&waiting, 1, -1));
     const auto end = Clock::now();
     ::close(descriptor);
     ::waitpid(pid, nullptr, 0);

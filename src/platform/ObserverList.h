@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -39,6 +41,13 @@ public:
                 registration->callback(notification);
             }
         }
+    }
+
+    /// How often observers have been added for the name, those removed not counted.
+    std::size_t count(const std::string& name) const {
+        return static_cast<std::size_t>(
+            std::count_if(registrations_.begin(), registrations_.end(),
+                          [&name](const auto& registration) { return registration->name == name; }));
     }
 
 private:

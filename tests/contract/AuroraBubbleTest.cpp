@@ -23,7 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const std::string kSaved = "Your recording has been saved to your computer.";
+const std::string savedText = "Your recording has been saved to your computer.";
 
 class AuroraBubble : public test::BubbleKit {
 protected:
@@ -38,7 +38,7 @@ protected:
 };
 
 TEST_F(AuroraBubble, PutsEveryPartWhereTheViewSaysToThePixel) {
-    const auto view = makeView(kSaved, {"Open", "View in Folder"});
+    const auto view = makeView(savedText, {"Open", "View in Folder"});
     show(view);
     auto* const window = onlyWindow();
     ASSERT_NE(window, nullptr);
@@ -63,7 +63,7 @@ TEST_F(AuroraBubble, PutsEveryPartWhereTheViewSaysToThePixel) {
 }
 
 TEST_F(AuroraBubble, TheCloseButtonCanBeHitOnTwentyFourPointsAroundItsPicture) {
-    const auto view = makeView(kSaved);
+    const auto view = makeView(savedText);
     show(view);
     const auto* const close = button(onlyWindow(), QStringLiteral("Close"));
     EXPECT_EQ(close->size(), QSize(24, 24));
@@ -74,7 +74,7 @@ TEST_F(AuroraBubble, TheCloseButtonCanBeHitOnTwentyFourPointsAroundItsPicture) {
 }
 
 TEST_F(AuroraBubble, IsAnnouncedOnceAndOnlyAfterTheCallThatAskedHasReturned) {
-    const auto bubble = show(makeView(kSaved)).lock();
+    const auto bubble = show(makeView(savedText)).lock();
     bubble->close();
     bubble->close();
     EXPECT_TRUE(closed.empty());
@@ -85,7 +85,7 @@ TEST_F(AuroraBubble, IsAnnouncedOnceAndOnlyAfterTheCallThatAskedHasReturned) {
 }
 
 TEST_F(AuroraBubble, LivesUntilItHasClosedWhoeverLetsGoOfIt) {
-    const auto bubble = show(makeView(kSaved));
+    const auto bubble = show(makeView(savedText));
     ASSERT_FALSE(bubble.expired());
     bubble.lock()->close();
     ASSERT_TRUE(waitUntilClosed(1));
@@ -94,8 +94,8 @@ TEST_F(AuroraBubble, LivesUntilItHasClosedWhoeverLetsGoOfIt) {
 
 TEST_F(AuroraBubble, TheLastOneIsToldOfWhenItIsNoMore) {
     std::vector<bool> gone;
-    const auto first = show(makeView(kSaved));
-    const auto last = show(makeView(kSaved));
+    const auto first = show(makeView(savedText));
+    const auto last = show(makeView(savedText));
     const auto open = windows();
     const std::vector<QPointer<QWidget>> both(open.begin(), open.end());
     const auto isDeleted = [](const QPointer<QWidget>& window) { return window.isNull(); };
@@ -113,20 +113,20 @@ TEST_F(AuroraBubble, TheLastOneIsToldOfWhenItIsNoMore) {
     EXPECT_TRUE(test::turnUntil([&] { return !gone.empty(); }));
     EXPECT_EQ(gone, std::vector<bool>{true});
 
-    const auto next = show(makeView(kSaved));
+    const auto next = show(makeView(savedText));
     next.lock()->close();
     EXPECT_TRUE(test::turnUntil([&] { return gone.size() == 2; })) << "each time anew";
 }
 
 TEST_F(AuroraBubble, GoesByItselfWhenItsTimeHasCome) {
     const auto begin = std::chrono::steady_clock::now();
-    show(makeView(kSaved), 0.6);
+    show(makeView(savedText), 0.6);
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 600ms);
 }
 
 TEST_F(AuroraBubble, StaysWhileThePointerIsOverItAndThreeSecondsLonger) {
-    show(makeView(kSaved), 0.5);
+    show(makeView(savedText), 0.5);
     auto* const window = onlyWindow();
     enter(window);
     test::turnFor(1500ms);
@@ -138,7 +138,7 @@ TEST_F(AuroraBubble, StaysWhileThePointerIsOverItAndThreeSecondsLonger) {
 }
 
 TEST_F(AuroraBubble, StaysWhileTheKeyboardIsInItAndThreeSecondsLonger) {
-    show(makeView(kSaved, {"Open"}), 0.5);
+    show(makeView(savedText, {"Open"}), 0.5);
     activate(onlyWindow());
     test::turnFor(1500ms);
     EXPECT_TRUE(closed.empty());
@@ -149,7 +149,7 @@ TEST_F(AuroraBubble, StaysWhileTheKeyboardIsInItAndThreeSecondsLonger) {
 }
 
 TEST_F(AuroraBubble, NeverAsksForTheKeyboardWhenItShowsItself) {
-    show(makeView(kSaved, {"Open"}));
+    show(makeView(savedText, {"Open"}));
     const auto* const window = onlyWindow();
     EXPECT_TRUE(window->windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus));
     EXPECT_TRUE(window->testAttribute(Qt::WA_ShowWithoutActivating));
@@ -158,27 +158,27 @@ TEST_F(AuroraBubble, NeverAsksForTheKeyboardWhenItShowsItself) {
 }
 
 TEST_F(AuroraBubble, EscapeClosesItOnceItHasTheKeyboard) {
-    show(makeView(kSaved));
+    show(makeView(savedText));
     press(onlyWindow(), Qt::Key_Escape);
     EXPECT_TRUE(closed.empty());
     EXPECT_TRUE(waitUntilClosed(1));
 }
 
 TEST_F(AuroraBubble, TheWindowManagersCloseFadesItOutLikeAnyOther) {
-    show(makeView(kSaved));
+    show(makeView(savedText));
     onlyWindow()->close();
     EXPECT_TRUE(closed.empty());
     EXPECT_TRUE(waitUntilClosed(1));
 }
 
 TEST_F(AuroraBubble, APressRunsItsOwnButtonOnce) {
-    show(makeView(kSaved, {"Open", "View in Folder"}));
+    show(makeView(savedText, {"Open", "View in Folder"}));
     button(onlyWindow(), QStringLiteral("View in Folder"))->click();
     EXPECT_EQ(pressed, std::vector<std::string>{"View in Folder"});
 }
 
 TEST_F(AuroraBubble, AButtonMayCloseItsOwnBubble) {
-    const auto view = makeView(kSaved, {"Open"});
+    const auto view = makeView(savedText, {"Open"});
     const auto bubble = show(view);
     view->buttonsArray().front()->setAction([&] { bubble.lock()->close(); });
     button(onlyWindow(), QStringLiteral("Open"))->click();
@@ -186,7 +186,7 @@ TEST_F(AuroraBubble, AButtonMayCloseItsOwnBubble) {
 }
 
 TEST_F(AuroraBubble, ADisabledButtonTakesNoPresses) {
-    const auto view = makeView(kSaved, {"Open"});
+    const auto view = makeView(savedText, {"Open"});
     view->buttonsArray().front()->setEnabled(false);
     show(view);
     button(onlyWindow(), QStringLiteral("Open"))->click();
@@ -194,7 +194,7 @@ TEST_F(AuroraBubble, ADisabledButtonTakesNoPresses) {
 }
 
 TEST_F(AuroraBubble, ReturnAndSpacePressTheFocusedButton) {
-    show(makeView(kSaved, {"Open"}));
+    show(makeView(savedText, {"Open"}));
     auto* const open = button(onlyWindow(), QStringLiteral("Open"));
     press(open, Qt::Key_Return);
     EXPECT_TRUE(test::turnUntil([&] { return pressed.size() == 1; }));
@@ -205,8 +205,8 @@ TEST_F(AuroraBubble, ReturnAndSpacePressTheFocusedButton) {
 }
 
 TEST_F(AuroraBubble, SeveralStandApartAndCloseUpWhenOneLeaves) {
-    const auto first = show(makeView(kSaved)).lock();
-    show(makeView(kSaved));
+    const auto first = show(makeView(savedText)).lock();
+    show(makeView(savedText));
     auto both = windows();
     ASSERT_EQ(both.size(), 2U);
     std::sort(both.begin(), both.end(), [](auto* a, auto* b) { return a->y() < b->y(); });
@@ -222,16 +222,16 @@ TEST_F(AuroraBubble, SeveralStandApartAndCloseUpWhenOneLeaves) {
 }
 
 TEST_F(AuroraBubble, TakesThePlaceOfOneThatIsLeavingAtOnce) {
-    const auto first = show(makeView(kSaved)).lock();
+    const auto first = show(makeView(savedText)).lock();
     const auto place = onlyWindow()->pos();
     first->close();
-    const auto second = open(makeView(kSaved), {0.05, 60, 0.05});
+    const auto second = open(makeView(savedText), {0.05, 60, 0.05});
     EXPECT_TRUE(test::turnUntil([&] { return windows().size() == 1 && closed.size() == 1; }));
     EXPECT_EQ(onlyWindow()->pos(), place);
 }
 
 TEST_F(AuroraBubble, SpeaksToScreenReadersInTextsAndNamedButtons) {
-    show(makeView(kSaved, {"Open", "Save & Quit"}));
+    show(makeView(savedText, {"Open", "Save & Quit"}));
     std::vector<std::pair<QAccessible::Role, QString>> said;
     const std::function<void(QAccessibleInterface*)> walk = [&](QAccessibleInterface* part) {
         said.emplace_back(part->role(), part->text(QAccessible::Name));
@@ -244,8 +244,8 @@ TEST_F(AuroraBubble, SpeaksToScreenReadersInTextsAndNamedButtons) {
         return std::count(said.begin(), said.end(), std::pair(role, QString::fromUtf8(name))) == 1;
     };
     ASSERT_FALSE(said.empty());
-    EXPECT_EQ(said.front(), std::pair(QAccessible::Notification, QString::fromStdString(kSaved)));
-    EXPECT_TRUE(has(QAccessible::StaticText, kSaved.c_str()));
+    EXPECT_EQ(said.front(), std::pair(QAccessible::Notification, QString::fromStdString(savedText)));
+    EXPECT_TRUE(has(QAccessible::StaticText, savedText.c_str()));
     EXPECT_TRUE(has(QAccessible::PushButton, "Open"));
     EXPECT_TRUE(has(QAccessible::PushButton, "Save & Quit"));
     EXPECT_TRUE(has(QAccessible::PushButton, "Close"));
@@ -253,7 +253,7 @@ TEST_F(AuroraBubble, SpeaksToScreenReadersInTextsAndNamedButtons) {
 
 TEST_F(AuroraBubble, StandsMirroredWhereTheApplicationReadsFromRightToLeft) {
     QGuiApplication::setLayoutDirection(Qt::RightToLeft);
-    const auto view = makeView(kSaved, {"Open"});
+    const auto view = makeView(savedText, {"Open"});
     show(view);
     const auto* const open = button(onlyWindow(), QStringLiteral("Open"));
     EXPECT_EQ(open->x(), 8) << "a view 8 points from the right edge is mirrored to 8 points from the left one";
@@ -261,7 +261,7 @@ TEST_F(AuroraBubble, StandsMirroredWhereTheApplicationReadsFromRightToLeft) {
 }
 
 TEST_F(AuroraBubble, AMissingImageShowsNothingAndHarmsNothing) {
-    show(makeView(kSaved, {"Open"}, "no such picture"));
+    show(makeView(savedText, {"Open"}, "no such picture"));
     EXPECT_FALSE(onlyWindow()->grab().isNull());
 }
 

@@ -23,7 +23,7 @@
 
 namespace {
 
-const std::string kSaved = "Your recording has been saved to your computer.";
+const std::string savedText = "Your recording has been saved to your computer.";
 
 // Of a pixel, as defined by accessibility guidelines.
 double luminanceOf(const QColor& color) {
@@ -94,7 +94,7 @@ QColor edgeOf(QWidget* window) {
 class BubbleLooks : public test::BubbleKit {
 protected:
     QWidget* showOne() {
-        show(makeView(kSaved, {"Open", "View in Folder"}));
+        show(makeView(savedText, {"Open", "View in Folder"}));
         EXPECT_EQ(windows().size(), 1U);
         return windows().front();
     }
@@ -166,7 +166,7 @@ TEST_F(BubbleLooks, KeepsAnOutlineOnBlackAroundBodyAndArrow) {
 
 TEST_F(BubbleLooks, ShowsThePictureOfItsKind) {
     const auto colorAtIcon = [this](const char* icon) {
-        show(makeView(kSaved, {}, icon));
+        show(makeView(savedText, {}, icon));
         auto* const window = windows().back();
         const auto* const client = window->findChild<QWidget*>(QStringLiteral("client"));
         // The icon's left part, where its disc is plain.
@@ -231,7 +231,7 @@ int drawingThreads() {
 
 // A thread that waited for the next image would wake the process when it gives up.
 TEST_F(BubbleLooks, DrawingLeavesNoThreadWaiting) {
-    show(makeView(kSaved, {"Open", "View in Folder"}));
+    show(makeView(savedText, {"Open", "View in Folder"}));
     show(makeView("We had a problem converting the recording to MP4 format.", {}, "icn_error"));
     show(makeView("Your recording is being prepared. This may take a while.", {}, "corvo_logo"));
     show(makeView("**** received job ****\nFilePath = /home/u/" + std::string(4000, 'x') + ".mkv", {}, ""));

@@ -19,14 +19,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const std::string kSaved = "Your recording has been saved to your computer.";
+const std::string savedText = "Your recording has been saved to your computer.";
 
 class BubbleStack : public test::BubbleKit {
 protected:
     /// A bubble that closes by itself after a moment, above one that stays.
     void showTwo() {
-        show(makeView(kSaved, {"Open"}), 1);
-        show(makeView(kSaved, {"Open"}));
+        show(makeView(savedText, {"Open"}), 1);
+        show(makeView(savedText, {"Open"}));
         both = windows();
         ASSERT_EQ(both.size(), 2U);
         std::sort(both.begin(), both.end(), [](auto* a, auto* b) { return a->y() < b->y(); });
@@ -73,7 +73,7 @@ TEST_F(BubbleStack, ABubbleThatComesWhileItStandsStillTakesTheNextFreePlace) {
     const auto places = std::pair(first()->pos(), second()->pos());
     press(first(), Qt::Key_Escape);
     ASSERT_TRUE(waitUntilClosed(1));
-    show(makeView(kSaved), 1);
+    show(makeView(savedText), 1);
     const auto now = windows();
     ASSERT_EQ(now.size(), 2U);
     EXPECT_EQ(second()->pos(), places.second);

@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const auto kAppearance = QStringLiteral("org.freedesktop.appearance");
+const auto appearanceGroup = QStringLiteral("org.freedesktop.appearance");
 
 TEST(DesktopTaste, WithoutAPortalAsksForNothing) {
     const uilib::qt::DesktopTaste taste;
@@ -34,7 +34,7 @@ TEST(DesktopTaste, FollowsItsChanges) {
     test::turnFor(200ms);
     EXPECT_FALSE(taste.wantsMoreContrast());
     EXPECT_FALSE(taste.wantsLessMotion());
-    portal.change(kAppearance, QStringLiteral("reduced-motion"), 1U);
+    portal.change(appearanceGroup, QStringLiteral("reduced-motion"), 1U);
     portal.change(QStringLiteral("org.gnome.desktop.a11y.interface"), QStringLiteral("high-contrast"), true);
     EXPECT_TRUE(test::turnUntil([&] { return taste.wantsMoreContrast() && taste.wantsLessMotion(); }));
 }
@@ -43,9 +43,9 @@ TEST(DesktopTaste, AsksAPortalThatComesLate) {
     const uilib::qt::DesktopTaste taste;
     test::turnFor(200ms);
     test::SettingsPortal portal;
-    portal.settings[kAppearance + QStringLiteral(" contrast")] = 1U;
+    portal.settings[appearanceGroup + QStringLiteral(" contrast")] = 1U;
     EXPECT_TRUE(test::turnUntil([&] { return taste.wantsMoreContrast(); }));
-    portal.change(kAppearance, QStringLiteral("contrast"), 0U);
+    portal.change(appearanceGroup, QStringLiteral("contrast"), 0U);
     EXPECT_TRUE(test::turnUntil([&] { return !taste.wantsMoreContrast(); }));
 }
 

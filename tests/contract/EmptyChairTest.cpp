@@ -13,8 +13,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const auto kLocked = QStringLiteral("LockedHint");
-const auto kIdle = QStringLiteral("IdleHint");
+const auto locked = QStringLiteral("LockedHint");
+const auto idle = QStringLiteral("IdleHint");
 
 class EmptyChair : public test::BubbleKit {
 protected:
@@ -72,7 +72,7 @@ TEST_F(EmptyChair, EveryOpenBubbleWaitsAndOneThatComesMeanwhileToo) {
 
 TEST_F(EmptyChair, ALoginManagerThatDiesKeepsNoClockStanding) {
     auto manager = std::make_unique<test::LoginManager>();
-    manager->setHint(kLocked, true);
+    manager->setHint(locked, true);
     showBriefly();
     expectThatItStays();
     manager.reset();
@@ -81,10 +81,10 @@ TEST_F(EmptyChair, ALoginManagerThatDiesKeepsNoClockStanding) {
 
 TEST_F(EmptyChair, ALockedSessionStopsTheClock) {
     test::LoginManager manager;
-    manager.setHint(kLocked, true);
+    manager.setHint(locked, true);
     showBriefly();
     expectThatItStays();
-    manager.setHint(kLocked, false);
+    manager.setHint(locked, false);
     expectThatItStaysThreeSecondsLonger();
 }
 
@@ -93,27 +93,27 @@ TEST_F(EmptyChair, ASessionThatBecomesIdleStopsTheClock) {
     showBriefly();
     test::turnUntil([&] { return manager.asked > 0; });
     test::turnFor(100ms);
-    manager.setHint(kIdle, true);
+    manager.setHint(idle, true);
     expectThatItStays();
-    manager.setHint(kIdle, false);
+    manager.setHint(idle, false);
     expectThatItStaysThreeSecondsLonger();
 }
 
 TEST_F(EmptyChair, StaysEmptyUntilEveryReasonIsGone) {
     test::LoginManager manager;
-    manager.setHint(kLocked, true);
+    manager.setHint(locked, true);
     test::ScreenSaver saver(true);
     showBriefly();
     expectThatItStays();
     saver.setActive(false);
     expectThatItStays();
-    manager.setHint(kLocked, false);
+    manager.setHint(locked, false);
     expectThatItStaysThreeSecondsLonger();
 }
 
 TEST_F(EmptyChair, ATextSessionsIdlenessMeansNothing) {
     test::LoginManager manager(QStringLiteral("tty"));
-    manager.setHint(kIdle, true);
+    manager.setHint(idle, true);
     showBriefly();
     EXPECT_TRUE(test::turnUntil([&] { return closed.size() == 1; }));
     EXPECT_EQ(manager.asked, 1);

@@ -19,15 +19,15 @@ namespace {
 
 // The difference that another version of the font renderer may cause: shades at the edges of letters, never a position.
 // Compared region by region, so that a small missing part cannot hide in a large image.
-constexpr int kShade = 48;
-constexpr int kRegion = 16;
-constexpr double kShareOfText = 0.2;
-constexpr double kShareElsewhere = 0.04;
+constexpr int shade = 48;
+constexpr int regionSide = 16;
+constexpr double shareOfText = 0.2;
+constexpr double shareElsewhere = 0.04;
 
 // Of the window's image, in points.
-constexpr int kShadow = 12;
-constexpr int kArrow = 10;
-constexpr int kButtonHeight = 24;
+constexpr int shadow = 12;
+constexpr int arrowHeight = 10;
+constexpr int buttonHeight = 24;
 
 struct Kind {
     const char* name;
@@ -48,7 +48,7 @@ double shareThatDiffers(const QImage& left, const QImage& right, const QRect& re
             const auto b = right.pixelColor(x, y);
             const int farthest = std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()),
                                            std::abs(a.blue() - b.blue()), std::abs(a.alpha() - b.alpha())});
-            differing += farthest > kShade ? 1 : 0;
+            differing += farthest > shade ? 1 : 0;
         }
     }
     return static_cast<double>(differing) / (region.width() * region.height());
@@ -59,7 +59,7 @@ bool holdsText(const QWidget* window, const QRect& region) {
     const auto widgets = window->findChildren<QWidget*>();
     return std::any_of(widgets.begin(), widgets.end(), [&](const QWidget* widget) {
         const bool hasLetters = qobject_cast<const QLabel*>(widget) != nullptr ||
-                                (widget->height() == kButtonHeight && widget->width() > kButtonHeight);
+                                (widget->height() == buttonHeight && widget->width() > buttonHeight);
         return hasLetters && QRect(widget->mapTo(window, QPoint()), widget->size()).intersects(region);
     });
 }
@@ -67,10 +67,10 @@ bool holdsText(const QWidget* window, const QRect& region) {
 /// Number of regions that differ by more than a font renderer may cause.
 int differences(const QImage& drawn, const QImage& golden, const QWidget* window) {
     int count = 0;
-    for (int y = 0; y < golden.height(); y += kRegion) {
-        for (int x = 0; x < golden.width(); x += kRegion) {
-            const auto region = QRect(x, y, kRegion, kRegion) & golden.rect();
-            const auto allowed = holdsText(window, region) ? kShareOfText : kShareElsewhere;
+    for (int y = 0; y < golden.height(); y += regionSide) {
+        for (int x = 0; x < golden.width(); x += regionSide) {
+            const auto region = QRect(x, y, regionSide, regionSide) & golden.rect();
+            const auto allowed = holdsText(window, region) ? shareOfText : shareElsewhere;
             count += shareThatDiffers(drawn, golden, region) > allowed ? 1 : 0;
         }
     }
@@ -105,7 +105,7 @@ TEST_P(GoldenBubble, AnIconThatIsMissingIsSeen) {
     const QImage golden(QStringLiteral(GOLDEN "/%1.png").arg(QLatin1String(GetParam().name)));
     ASSERT_FALSE(golden.isNull());
     auto without = golden;
-    const QRect icon(kShadow + 12, kShadow + kArrow + 16, 16, 16);
+    const QRect icon(shadow + 12, shadow + arrowHeight + 16, 16, 16);
     for (int y = icon.top(); y <= icon.bottom(); ++y) {
         for (int x = icon.left(); x <= icon.right(); ++x) {
             without.setPixelColor(x, y, Qt::black);

@@ -20,11 +20,11 @@
 
 namespace {
 
-constexpr double kUnlimited = 1e6;
-const platform::ui::Font kBodyFont{"", 12};
+constexpr double unlimited = 1e6;
+const platform::ui::Font bodyFont{"", 12};
 
 // Characters that must not start a line: closing punctuation and small letters that belong to the one before.
-const auto kNotFirst = QStringLiteral("。、，．！？）」』：；ー々ぁぃぅぇぉっゃゅょァィゥェォッャュョ");
+const auto notFirst = QStringLiteral("。、，．！？）」』：；ー々ぁぃぅぇぉっゃゅょァィゥェォッャュョ");
 
 class LanguageLayout : public test::BubbleKit, public ::testing::WithParamInterface<int> {
 protected:
@@ -69,7 +69,7 @@ TEST_P(LanguageLayout, ASavedBubbleIsAsWideAsItsButtonsNeed) {
     const auto view = makeSaved();
     std::vector<double> titles;
     for (const auto& button : view->buttonsArray()) {
-        titles.push_back(measure.sizeOfText(*button->title(), button->font(), kUnlimited).width);
+        titles.push_back(measure.sizeOfText(*button->title(), button->font(), unlimited).width);
     }
     EXPECT_EQ(static_cast<double>(view->bubbleWidth()), widthFor(titles));
 }
@@ -80,7 +80,7 @@ TEST_P(LanguageLayout, NoButtonsTitleIsCutOff) {
     auto leftOfThis = static_cast<double>(view->bubbleWidth());
     for (const auto& button : view->buttonsArray()) {
         const auto& frame = button->frame();
-        EXPECT_GE(frame.width, measure.sizeOfText(*button->title(), button->font(), kUnlimited).width + 23);
+        EXPECT_GE(frame.width, measure.sizeOfText(*button->title(), button->font(), unlimited).width + 23);
         EXPECT_LE(frame.x + frame.width, leftOfThis - 7) << "it stands apart from its neighbour";
         leftOfThis = frame.x;
     }
@@ -92,7 +92,7 @@ TEST_P(LanguageLayout, EveryLineOfATextFitsBesideTheIcon) {
          {kRecordingFilesPreparedWaitConvert, kRecordingFileSavedSuccess, kRecordingFileConvertFailed}) {
         const auto view = makeView(text(key));
         const auto& frame = view->contentField()->frame();
-        const platform::qt::TextLines lines(QString::fromStdString(text(key)), platform::qt::toolkitFont(kBodyFont),
+        const platform::qt::TextLines lines(QString::fromStdString(text(key)), platform::qt::toolkitFont(bodyFont),
                                             frame.width);
         for (int i = 0; i < lines.layout().lineCount(); ++i) {
             EXPECT_LE(lines.layout().lineAt(i).naturalTextWidth(), frame.width) << text(key);
@@ -106,11 +106,11 @@ TEST_P(LanguageLayout, NoLineBeginsWithWhatBelongsToTheOneBefore) {
     for (const auto& key :
          {kRecordingFilesPreparedWaitConvert, kRecordingFileSavedSuccess, kRecordingFileConvertFailed}) {
         for (int width = 60; width <= 199; ++width) {
-            const platform::qt::TextLines lines(QString::fromStdString(text(key)), platform::qt::toolkitFont(kBodyFont),
+            const platform::qt::TextLines lines(QString::fromStdString(text(key)), platform::qt::toolkitFont(bodyFont),
                                                 width);
             for (const auto& line : linesOf(lines)) {
                 ASSERT_FALSE(line.isEmpty());
-                EXPECT_FALSE(kNotFirst.contains(line.front())) << line.toStdString();
+                EXPECT_FALSE(notFirst.contains(line.front())) << line.toStdString();
             }
         }
     }
@@ -122,7 +122,7 @@ class EastAsianLayout : public LanguageLayout {};
 
 TEST_P(EastAsianLayout, ATextWithoutBlanksIsBrokenWhereALineIsFull) {
     auto sentence = QString::fromStdString(text(kRecordingFilesPreparedWaitConvert)).remove(QLatin1Char(' '));
-    const platform::qt::TextLines lines(sentence, platform::qt::toolkitFont(kBodyFont), 100);
+    const platform::qt::TextLines lines(sentence, platform::qt::toolkitFont(bodyFont), 100);
     EXPECT_GE(lines.layout().lineCount(), 2);
     EXPECT_EQ(linesOf(lines).join(QString()), sentence);
     // A line that ended too early would leave room for two more letters.
@@ -140,7 +140,7 @@ TEST_F(WideTitles, WidenTheBubbleAndItsTextUntilBothFit) {
     const auto view = makeView("Ihre Aufzeichnung wurde auf Ihrem Computer gespeichert.", titles);
     std::vector<double> widths;
     for (const auto& button : view->buttonsArray()) {
-        widths.push_back(measure.sizeOfText(*button->title(), button->font(), kUnlimited).width);
+        widths.push_back(measure.sizeOfText(*button->title(), button->font(), unlimited).width);
     }
     ASSERT_GT(widthFor(widths), 300);
     EXPECT_EQ(static_cast<double>(view->bubbleWidth()), widthFor(widths));

@@ -106,11 +106,11 @@ TEST(LostBus, WhoHuntsForMistakesIsHeeded) {
 
 // A call that could no longer be sent once ended the process.
 TEST(LostBus, ABusThatGoesAwayWhileServicesAreBeingWatchedEndsNothing) {
-    constexpr int kTrials = 20;
-    constexpr int kServices = 500;
+    constexpr int trials = 20;
+    constexpr int services = 500;
     const platform::qt::QtApplication application(1, programArguments);
     QObject watcher;
-    for (int trial = 0; trial < kTrials; ++trial) {
+    for (int trial = 0; trial < trials; ++trial) {
         test::PrivateBus bus;
         const auto name = QStringLiteral("trial %1").arg(trial);
         auto connection = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), name);
@@ -119,7 +119,7 @@ TEST(LostBus, ABusThatGoesAwayWhileServicesAreBeingWatchedEndsNothing) {
             std::this_thread::sleep_for(1ms * trial);
             bus.stop();
         });
-        for (int service = 0; service < kServices; ++service) {
+        for (int service = 0; service < services; ++service) {
             connection.connect(QStringLiteral("org.recordconverter.Service%1").arg(service), QStringLiteral("/"),
                                QStringLiteral("org.recordconverter.Test"), QStringLiteral("Heard"), &watcher,
                                SLOT(deleteLater()));

@@ -23,7 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const std::string kSaved = "Your recording has been saved to your computer.";
+const std::string savedText = "Your recording has been saved to your computer.";
 
 class NotificationBubble : public test::BubbleKit {
 protected:
@@ -41,10 +41,10 @@ protected:
 };
 
 TEST_F(NotificationBubble, SaysTheTextAndTheFilesNameWithButtonsTimeAndKind) {
-    const auto view = makeView(kSaved, {"Open", "View in Folder"});
+    const auto view = makeView(savedText, {"Open", "View in Folder"});
     view->setToolTip("talk.mp4");
     notify(view, 15);
-    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_EQ(last().summary.toStdString(), savedText);
     EXPECT_EQ(last().body, QStringLiteral("talk.mp4"));
     EXPECT_EQ(last().actions, (QStringList{"default", "Open", "0", "Open", "1", "View in Folder"}));
     EXPECT_GE(last().timeout, 15000) << "the bubble closes it, not the server";
@@ -76,7 +76,7 @@ QColor colorOfPicture(const QVariantMap& hints) {
 }
 
 TEST_F(NotificationBubble, ShowsThePictureOfItsKind) {
-    notify(makeView(kSaved));
+    notify(makeView(savedText));
     const auto saved = colorOfPicture(last().hints);
     EXPECT_GT(saved.green(), saved.red() + 50);
     bubbleKind = AuroraBubbleKind::failure;
@@ -97,7 +97,7 @@ TEST_F(NotificationBubble, TellsAFailureApart) {
 }
 
 TEST_F(NotificationBubble, KeepsMarkupInANameFromBeingMarkup) {
-    const auto view = makeView(kSaved);
+    const auto view = makeView(savedText);
     view->setToolTip("<b>& a \"name\"</b>");
     notify(view);
     EXPECT_EQ(last().body, QStringLiteral("&lt;b&gt;&amp; a &quot;name&quot;&lt;/b&gt;"));
@@ -106,16 +106,16 @@ TEST_F(NotificationBubble, KeepsMarkupInANameFromBeingMarkup) {
 TEST_F(NotificationBubble, LeavesOutWhatTheServerCannotShow) {
     server.reset();
     server = std::make_unique<test::NotificationServer>(QStringList());
-    const auto view = makeView(kSaved, {"Open"});
+    const auto view = makeView(savedText, {"Open"});
     view->setToolTip("talk.mp4");
     notify(view);
-    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_EQ(last().summary.toStdString(), savedText);
     EXPECT_TRUE(last().body.isEmpty());
     EXPECT_TRUE(last().actions.empty());
 }
 
 TEST_F(NotificationBubble, AnActionPressesItsButtonAndTheBubbleCloses) {
-    const auto bubble = notify(makeView(kSaved, {"Open", "View in Folder"}));
+    const auto bubble = notify(makeView(savedText, {"Open", "View in Folder"}));
     server->press(last().id, QStringLiteral("1"));
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(pressed, std::vector<std::string>{"View in Folder"});
@@ -123,14 +123,14 @@ TEST_F(NotificationBubble, AnActionPressesItsButtonAndTheBubbleCloses) {
 }
 
 TEST_F(NotificationBubble, APressOnTheNotificationItselfIsTheFirstButton) {
-    notify(makeView(kSaved, {"Open", "View in Folder"}));
+    notify(makeView(savedText, {"Open", "View in Folder"}));
     server->press(last().id, QStringLiteral("default"));
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(pressed, std::vector<std::string>{"Open"});
 }
 
 TEST_F(NotificationBubble, HandsTheActivationTokenToWhatThePressOpens) {
-    const auto view = makeView(kSaved, {"Open"});
+    const auto view = makeView(savedText, {"Open"});
     QString token;
     view->buttonsArray().front()->setAction([&] { token = platform::qt::takeActivationToken(); });
     notify(view);
@@ -141,14 +141,14 @@ TEST_F(NotificationBubble, HandsTheActivationTokenToWhatThePressOpens) {
 }
 
 TEST_F(NotificationBubble, ClosesWhenTheServerPutsItAway) {
-    const auto bubble = notify(makeView(kSaved));
+    const auto bubble = notify(makeView(savedText));
     server->expire(last().id);
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(closed, std::vector<const void*>{bubble.get()});
 }
 
 TEST_F(NotificationBubble, PaysNoHeedToOtherNotifications) {
-    notify(makeView(kSaved, {"Open"}));
+    notify(makeView(savedText, {"Open"}));
     server->press(last().id + 1, QStringLiteral("0"));
     server->expire(last().id + 1);
     test::turnFor(200ms);
@@ -157,7 +157,7 @@ TEST_F(NotificationBubble, PaysNoHeedToOtherNotifications) {
 }
 
 TEST_F(NotificationBubble, PaysNoHeedToSignalsOfAnotherSender) {
-    notify(makeView(kSaved, {"Open"}));
+    notify(makeView(savedText, {"Open"}));
     auto forged =
         QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/Notifications"),
                                    QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
@@ -168,7 +168,7 @@ TEST_F(NotificationBubble, PaysNoHeedToSignalsOfAnotherSender) {
 }
 
 TEST_F(NotificationBubble, TakesItsNotificationAwayWhenItIsClosed) {
-    const auto bubble = notify(makeView(kSaved));
+    const auto bubble = notify(makeView(savedText));
     bubble->close();
     EXPECT_TRUE(closed.empty());
     ASSERT_TRUE(waitUntilClosed(1));
@@ -179,7 +179,7 @@ TEST_F(NotificationBubble, TakesItsNotificationAwayWhenItIsClosed) {
 }
 
 TEST_F(NotificationBubble, EndsByItselfWhenTheServerForgetsToEndIt) {
-    notify(makeView(kSaved), 0.4);
+    notify(makeView(savedText), 0.4);
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_TRUE(test::turnUntil([&] { return server->closedByClient.size() == 1; }));
 }
@@ -187,7 +187,7 @@ TEST_F(NotificationBubble, EndsByItselfWhenTheServerForgetsToEndIt) {
 TEST_F(NotificationBubble, LeavesItsNotificationToAServerThatKeepsThemForLater) {
     server.reset();
     server = std::make_unique<test::NotificationServer>(QStringList{QStringLiteral("persistence")});
-    notify(makeView(kSaved), 0.4);
+    notify(makeView(savedText), 0.4);
     ASSERT_TRUE(waitUntilClosed(1));
     test::turnFor(100ms);
     EXPECT_TRUE(server->closedByClient.empty());
@@ -198,20 +198,20 @@ TEST_F(NotificationBubble, LeavesNoButtonThatNobodyAnswers) {
     server.reset();
     server = std::make_unique<test::NotificationServer>(
         QStringList{QStringLiteral("persistence"), QStringLiteral("actions")});
-    notify(makeView(kSaved, {"Open"}), 0.4);
+    notify(makeView(savedText, {"Open"}), 0.4);
     const auto id = last().id;
     EXPECT_FALSE(last().actions.empty());
     ASSERT_TRUE(waitUntilClosed(1));
     ASSERT_TRUE(test::turnUntil([&] { return server->shown.size() == 2; }));
     EXPECT_EQ(last().replaces, id);
-    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_EQ(last().summary.toStdString(), savedText);
     EXPECT_TRUE(last().actions.empty());
     EXPECT_EQ(last().hints.value("urgency").toUInt(), 0U) << "it need not be seen twice";
     EXPECT_TRUE(server->closedByClient.empty());
 }
 
 TEST_F(NotificationBubble, IsTakenAwayAlsoWhenItIsClosedBeforeItsNumberCame) {
-    const auto bubble = open(makeView(kSaved), {0.1, 60, 0.1});
+    const auto bubble = open(makeView(savedText), {0.1, 60, 0.1});
     while (server->shown.empty()) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
     }
@@ -231,37 +231,37 @@ protected:
 
 TEST_F(DoNotDisturb, ABubbleHeldBackIsToldWhenThatEnds) {
     server->setInhibited(true);
-    notify(makeView(kSaved), 0.5);
+    notify(makeView(savedText), 0.5);
     test::turnFor(1500ms);
     EXPECT_TRUE(closed.empty()) << "the user has not seen it yet";
     server->setInhibited(false);
     ASSERT_TRUE(test::turnUntil([&] { return server->shown.size() == 2; }));
     EXPECT_EQ(last().replaces, server->shown.front().id);
-    EXPECT_EQ(last().summary.toStdString(), kSaved);
+    EXPECT_EQ(last().summary.toStdString(), savedText);
     EXPECT_TRUE(waitUntilClosed(1));
 }
 
 TEST_F(DoNotDisturb, OneThatIsNotHeldBackIsToldOnce) {
-    notify(makeView(kSaved), 0.5);
+    notify(makeView(savedText), 0.5);
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_EQ(server->shown.size(), 1U);
 }
 
 TEST_F(NotificationBubble, AServerThatVanishesClosesTheBubble) {
-    notify(makeView(kSaved));
+    notify(makeView(savedText));
     server.reset();
     EXPECT_TRUE(waitUntilClosed(1));
 }
 
 TEST_F(NotificationBubble, EachBubbleLooksForAServerAnew) {
     server.reset();
-    const auto text = kSaved;
+    const auto text = savedText;
     show(makeView(text));
     EXPECT_EQ(windows().size(), 1U);
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines().front(), text) << "without display and server the log reports it in one sentence";
     server = std::make_unique<test::NotificationServer>();
-    open(makeView(kSaved), {0.1, 60, 0.1});
+    open(makeView(savedText), {0.1, 60, 0.1});
     EXPECT_TRUE(test::turnUntil([&] { return server->shown.size() == 1; }));
     EXPECT_EQ(windows().size(), 1U);
 }

@@ -7,8 +7,8 @@ namespace test {
 
 namespace {
 
-const auto kName = QStringLiteral("org.freedesktop.Notifications");
-const auto kPath = QStringLiteral("/org/freedesktop/Notifications");
+const auto serviceName = QStringLiteral("org.freedesktop.Notifications");
+const auto objectPath = QStringLiteral("/org/freedesktop/Notifications");
 
 QString newConnectionName() {
     static int count = 0;
@@ -21,15 +21,15 @@ NotificationServer::NotificationServer(QStringList capabilities)
     : capabilities_(std::move(capabilities)),
       connectionName_(newConnectionName()),
       connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName_)) {
-    connection_.registerObject(kPath, this,
+    connection_.registerObject(objectPath, this,
                                QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
                                    QDBusConnection::ExportAllProperties);
-    connection_.registerService(kName);
+    connection_.registerService(serviceName);
 }
 
 NotificationServer::~NotificationServer() {
-    connection_.unregisterService(kName);
-    connection_.unregisterObject(kPath);
+    connection_.unregisterService(serviceName);
+    connection_.unregisterObject(objectPath);
     QDBusConnection::disconnectFromBus(connectionName_);
 }
 
@@ -43,9 +43,9 @@ uint NotificationServer::Notify(const QString&, uint replaces, const QString& ic
 
 void NotificationServer::setInhibited(bool isInhibited) {
     isInhibited_ = isInhibited;
-    auto change = QDBusMessage::createSignal(kPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+    auto change = QDBusMessage::createSignal(objectPath, QStringLiteral("org.freedesktop.DBus.Properties"),
                                              QStringLiteral("PropertiesChanged"));
-    change << kName << QVariantMap{{QStringLiteral("Inhibited"), isInhibited}} << QStringList();
+    change << serviceName << QVariantMap{{QStringLiteral("Inhibited"), isInhibited}} << QStringList();
     connection_.send(change);
 }
 

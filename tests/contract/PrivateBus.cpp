@@ -14,7 +14,7 @@ namespace test {
 
 namespace {
 
-constexpr const char* kConfiguration =
+constexpr const char* configurationText =
     R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -36,7 +36,7 @@ std::string writeConfiguration() {
         throw std::runtime_error("no temporary file");
     }
     close(descriptor);
-    std::ofstream(file) << kConfiguration;
+    std::ofstream(file) << configurationText;
     return file;
 }
 

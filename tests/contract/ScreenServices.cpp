@@ -7,26 +7,26 @@ namespace test {
 
 namespace {
 
-const auto kSaver = QStringLiteral("org.freedesktop.ScreenSaver");
-const auto kSaverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
-const auto kSaverConnection = QStringLiteral("screen saver");
-const auto kManager = QStringLiteral("org.freedesktop.login1");
-const auto kManagerPath = QStringLiteral("/org/freedesktop/login1");
-const auto kManagerConnection = QStringLiteral("login manager");
-const auto kSessionPath = QStringLiteral("/org/freedesktop/login1/session/_37");
+const auto saverName = QStringLiteral("org.freedesktop.ScreenSaver");
+const auto saverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
+const auto saverConnection = QStringLiteral("screen saver");
+const auto managerName = QStringLiteral("org.freedesktop.login1");
+const auto managerPath = QStringLiteral("/org/freedesktop/login1");
+const auto managerConnection = QStringLiteral("login manager");
+const auto sessionPath = QStringLiteral("/org/freedesktop/login1/session/_37");
 
 }  // namespace
 
 ScreenSaver::ScreenSaver(bool isActive)
-    : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, kSaverConnection)), isActive_(isActive) {
-    connection_.registerObject(kSaverPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
-    connection_.registerService(kSaver);
+    : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, saverConnection)), isActive_(isActive) {
+    connection_.registerObject(saverPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+    connection_.registerService(saverName);
 }
 
 ScreenSaver::~ScreenSaver() {
-    connection_.unregisterService(kSaver);
-    connection_.unregisterObject(kSaverPath);
-    QDBusConnection::disconnectFromBus(kSaverConnection);
+    connection_.unregisterService(saverName);
+    connection_.unregisterObject(saverPath);
+    QDBusConnection::disconnectFromBus(saverConnection);
 }
 
 void ScreenSaver::setActive(bool isActive) {
@@ -35,23 +35,23 @@ void ScreenSaver::setActive(bool isActive) {
 }
 
 LoginManager::LoginManager(const QString& typeOfSession)
-    : connection_(QDBusConnection::connectToBus(QDBusConnection::SystemBus, kManagerConnection)) {
+    : connection_(QDBusConnection::connectToBus(QDBusConnection::SystemBus, managerConnection)) {
     session_.type = typeOfSession;
-    connection_.registerObject(kManagerPath, this, QDBusConnection::ExportAllSlots);
-    connection_.registerObject(kSessionPath, &session_, QDBusConnection::ExportAllProperties);
-    connection_.registerService(kManager);
+    connection_.registerObject(managerPath, this, QDBusConnection::ExportAllSlots);
+    connection_.registerObject(sessionPath, &session_, QDBusConnection::ExportAllProperties);
+    connection_.registerService(managerName);
 }
 
 LoginManager::~LoginManager() {
-    connection_.unregisterService(kManager);
-    connection_.unregisterObject(kSessionPath);
-    connection_.unregisterObject(kManagerPath);
-    QDBusConnection::disconnectFromBus(kManagerConnection);
+    connection_.unregisterService(managerName);
+    connection_.unregisterObject(sessionPath);
+    connection_.unregisterObject(managerPath);
+    QDBusConnection::disconnectFromBus(managerConnection);
 }
 
 void LoginManager::setHint(const QString& name, bool value) {
     session_.setProperty(name.toLatin1().constData(), value);
-    auto signal = QDBusMessage::createSignal(kSessionPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+    auto signal = QDBusMessage::createSignal(sessionPath, QStringLiteral("org.freedesktop.DBus.Properties"),
                                              QStringLiteral("PropertiesChanged"));
     signal << QStringLiteral("org.freedesktop.login1.Session") << QVariantMap{{name, value}} << QStringList();
     connection_.send(signal);
@@ -59,7 +59,7 @@ void LoginManager::setHint(const QString& name, bool value) {
 
 QDBusObjectPath LoginManager::GetSession(const QString& id) {
     ++asked;
-    return QDBusObjectPath(id == QLatin1String("auto") ? kSessionPath : QStringLiteral("/none"));
+    return QDBusObjectPath(id == QLatin1String("auto") ? sessionPath : QStringLiteral("/none"));
 }
 
 }  // namespace test

@@ -4,23 +4,22 @@ namespace test {
 
 namespace {
 
-const auto kConnection = QStringLiteral("settings portal");
-const auto kName = QStringLiteral("org.freedesktop.portal.Desktop");
-const auto kPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const auto connection = QStringLiteral("settings portal");
+const auto serviceName = QStringLiteral("org.freedesktop.portal.Desktop");
+const auto objectPath = QStringLiteral("/org/freedesktop/portal/desktop");
 
 }  // namespace
 
-SettingsPortal::SettingsPortal()
-    : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnection)) {
+SettingsPortal::SettingsPortal() : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection)) {
     qRegisterMetaType<QDBusVariant>();
-    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
-    connection_.registerService(kName);
+    connection_.registerObject(objectPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+    connection_.registerService(serviceName);
 }
 
 SettingsPortal::~SettingsPortal() {
-    connection_.unregisterService(kName);
-    connection_.unregisterObject(kPath);
-    QDBusConnection::disconnectFromBus(kConnection);
+    connection_.unregisterService(serviceName);
+    connection_.unregisterObject(objectPath);
+    QDBusConnection::disconnectFromBus(connection);
 }
 
 void SettingsPortal::change(const QString& group, const QString& key, const QVariant& value) {

@@ -11,8 +11,8 @@ namespace test {
 
 namespace {
 
-const auto kName = QStringLiteral("org.kde.StatusNotifierWatcher");
-const auto kPath = QStringLiteral("/StatusNotifierWatcher");
+const auto serviceName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const auto objectPath = QStringLiteral("/StatusNotifierWatcher");
 
 QString newConnectionName() {
     static int count = 0;
@@ -24,13 +24,14 @@ QString newConnectionName() {
 StatusWatcher::StatusWatcher()
     : connectionName_(newConnectionName()),
       connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName_)) {
-    connection_.registerObject(kPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
-    connection_.registerService(kName);
+    connection_.registerObject(objectPath, this,
+                               QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
+    connection_.registerService(serviceName);
 }
 
 StatusWatcher::~StatusWatcher() {
-    connection_.unregisterService(kName);
-    connection_.unregisterObject(kPath);
+    connection_.unregisterService(serviceName);
+    connection_.unregisterObject(objectPath);
     QDBusConnection::disconnectFromBus(connectionName_);
 }
 

@@ -9,13 +9,13 @@
 namespace {
 
 const std::string kOpen = "Open";
-const std::string kOpenInGerman = "Öffnen";
-const std::string kTable = "Localizable";
+const std::string openInGerman = "Öffnen";
+const std::string table = "Localizable";
 
 struct FakeHost {
     test::FakeStringTables tables;
 
-    void useGerman() { tables.setText(kOpen, kTable, kOpenInGerman); }
+    void useGerman() { tables.setText(kOpen, table, openInGerman); }
 };
 
 struct QtHost {
@@ -36,12 +36,12 @@ TYPED_TEST_SUITE(StringTablesContract, Hosts);
 
 TYPED_TEST(StringTablesContract, GivesTheTextOfTheTable) {
     this->host.useGerman();
-    EXPECT_EQ(this->host.tables.localizedString(kOpen, kTable), kOpenInGerman);
+    EXPECT_EQ(this->host.tables.localizedString(kOpen, table), openInGerman);
 }
 
 TYPED_TEST(StringTablesContract, GivesTheKeyThatTheTableLacks) {
     this->host.useGerman();
-    EXPECT_EQ(this->host.tables.localizedString("No such text", kTable), "No such text");
+    EXPECT_EQ(this->host.tables.localizedString("No such text", table), "No such text");
 }
 
 TYPED_TEST(StringTablesContract, GivesTheKeyWhereThereIsNoSuchTable) {
@@ -50,14 +50,14 @@ TYPED_TEST(StringTablesContract, GivesTheKeyWhereThereIsNoSuchTable) {
 }
 
 TYPED_TEST(StringTablesContract, GivesTheKeyWithoutAnyLanguage) {
-    EXPECT_EQ(this->host.tables.localizedString(kOpen, kTable), kOpen);
+    EXPECT_EQ(this->host.tables.localizedString(kOpen, table), kOpen);
 }
 
 class QtStringTables : public ::testing::Test {
 protected:
     std::string openIn(const std::vector<std::string>& languages) {
         defaults.setStringList("AppleLanguages", languages);
-        return tables.localizedString(kOpen, kTable);
+        return tables.localizedString(kOpen, table);
     }
 
     test::FakeUserDefaults defaults;
@@ -65,7 +65,7 @@ protected:
 };
 
 TEST_F(QtStringTables, TakesTheFirstLanguageOfTheListThatHasATable) {
-    EXPECT_EQ(openIn({"xx", "de", "en"}), kOpenInGerman);
+    EXPECT_EQ(openIn({"xx", "de", "en"}), openInGerman);
 }
 
 TEST_F(QtStringTables, EndsAtEnglishWhoseTextsAreTheKeys) {
@@ -87,9 +87,9 @@ TEST_F(QtStringTables, NeverLeavesItsFolderForALanguage) {
 }
 
 TEST_F(QtStringTables, FollowsALanguageThatChangesWhileItRuns) {
-    EXPECT_EQ(openIn({"de", "en"}), kOpenInGerman);
+    EXPECT_EQ(openIn({"de", "en"}), openInGerman);
     EXPECT_EQ(openIn({"en"}), kOpen);
-    EXPECT_EQ(openIn({"de", "en"}), kOpenInGerman);
+    EXPECT_EQ(openIn({"de", "en"}), openInGerman);
 }
 
 }  // namespace

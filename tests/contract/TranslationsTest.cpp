@@ -8,8 +8,8 @@
 
 namespace {
 
-const std::string kKeys[] = {kRecordingFilesPreparedWaitConvert, kRecordingFileSavedSuccess,
-                             kRecordingFileConvertFailed, kViewInFolder, kOpen};
+const std::string keys[] = {kRecordingFilesPreparedWaitConvert, kRecordingFileSavedSuccess, kRecordingFileConvertFailed,
+                            kViewInFolder, kOpen};
 
 class Translations : public ::testing::TestWithParam<int> {
 protected:
@@ -20,7 +20,7 @@ protected:
 TEST_P(Translations, EveryTextIsThereInTheClientsLanguage) {
     ASSERT_TRUE(LanguageManager::setActiveLanguage(GetParam()));
     const auto language = defaults.stringList("AppleLanguages").front();
-    for (const auto& key : kKeys) {
+    for (const auto& key : keys) {
         const auto text = tables.localizedString(key, "Localizable");
         if (language == "en") {
             EXPECT_EQ(text, key);

@@ -42,6 +42,8 @@ class SecondLaunch(world.World):
         self.line.wait_confirmed(0)
         late = self.launch()
         self.assertEqual(self.wait_ended(late, 20), 0)
+        # It has left the bus before this process has read what it posted last.
+        self.line.wait(lambda: len(self.line.confirmations(0)) > 1, 20, "confirmation of the second launch")
         self.assertEqual([n.info[bus.ACK_FROM] for n in self.line.confirmations(0)], [converter.pid, converter.pid])
         self.assertEqual([n for n in self.line.heard if n.name == bus.STARTED], [])
         self.assertIsNone(converter.poll())

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/ObserverList.h"
 
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,17 +34,10 @@ public:
         onPost_ = std::move(onPost);
     }
 
-    std::size_t observerCount(const std::string& name) const;
+    std::size_t observerCount(const std::string& name) const { return observers_.count(name); }
 
 private:
-    struct Registration {
-        const void* observer;
-        std::string name;
-        Callback callback;
-        bool active = true;
-    };
-
-    std::vector<std::shared_ptr<Registration>> registrations_;
+    platform::ObserverList<platform::DistributedNotification> observers_;
     std::vector<platform::DistributedNotification> posted_;
     std::vector<platform::DistributedNotification> undelivered_;
     std::function<void(const platform::DistributedNotification&)> onPost_;
