@@ -69,19 +69,19 @@ bool MeetingBus::waitUntil(const std::function<bool()>& done, std::chrono::milli
 }
 
 pid_t MeetingBus::acknowledgedBy(const QString& name, pid_t pid) const {
-    for (const Notification& heard : heard_) {
-        if (heard.name == kMeetingRecordNotificationName_AckNotification && isAddressedTo(heard, pid) &&
-            heard.userInfo.value(kMeetingRecordNotificationKey_AckNotificationName) == name) {
-            return senderOf(heard);
+    for (const Notification& received : received_) {
+        if (received.name == kMeetingRecordNotificationName_AckNotification && isAddressedTo(received, pid) &&
+            received.userInfo.value(kMeetingRecordNotificationKey_AckNotificationName) == name) {
+            return senderOf(received);
         }
     }
     return 0;
 }
 
 pid_t MeetingBus::confirmedBy(pid_t pid) const {
-    for (const Notification& heard : heard_) {
-        if (heard.name == kMeetingRecordNotificationName_AppSpawnConfirm && isAddressedTo(heard, pid)) {
-            return senderOf(heard);
+    for (const Notification& received : received_) {
+        if (received.name == kMeetingRecordNotificationName_AppSpawnConfirm && isAddressedTo(received, pid)) {
+            return senderOf(received);
         }
     }
     return 0;
@@ -98,6 +98,6 @@ void MeetingBus::onPosted(const QDBusMessage& message) {
     if (listener_) {
         listener_(notification);
     } else {
-        heard_.push_back(notification);
+        received_.push_back(notification);
     }
 }

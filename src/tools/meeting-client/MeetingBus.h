@@ -40,12 +40,12 @@ public:
     /// The converter that has confirmed its start to `pid` since the last `forget`, or 0.
     pid_t confirmedBy(pid_t pid) const;
 
-    void forget() { heard_.clear(); }
+    void forget() { received_.clear(); }
 
 private:
     Q_SLOT void onPosted(const QDBusMessage& message);
 
     QDBusConnection connection_;
     std::function<void(const Notification&)> listener_;
-    std::vector<Notification> heard_;
+    std::vector<Notification> received_;
 };
