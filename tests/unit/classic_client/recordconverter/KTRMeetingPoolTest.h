@@ -23,32 +23,32 @@ protected:
     /// Writes down what the pool reports.
     class Jobs final : public KTRMeetingPoolDelegate {
     public:
-        void meetingPoolDidReceiveJobFromProcessWritingTo(KTRMeetingPool& pool, std::int32_t pid,
+        void meetingPoolDidReceiveJobFromProcessWritingTo(KTRMeetingPool& sender, std::int32_t pid,
                                                           const std::optional<std::string>& path) override {
-            note("job of " + std::to_string(pid) + ": " + path.value_or("(absent)"), pool);
+            note("job of " + std::to_string(pid) + ": " + path.value_or("(absent)"), sender);
         }
-        void meetingPoolDidStashJobFromProcessSavedAt(KTRMeetingPool& pool, std::int32_t pid,
+        void meetingPoolDidStashJobFromProcessSavedAt(KTRMeetingPool& sender, std::int32_t pid,
                                                       const std::optional<std::string>& path) override {
-            note("stash of " + std::to_string(pid) + ": " + path.value_or("(absent)"), pool);
+            note("stash of " + std::to_string(pid) + ": " + path.value_or("(absent)"), sender);
         }
-        void meetingPoolDidReceiveRequestFromProcessToConvertRecords(KTRMeetingPool& pool, std::int32_t pid,
+        void meetingPoolDidReceiveRequestFromProcessToConvertRecords(KTRMeetingPool& sender, std::int32_t pid,
                                                                      const std::vector<std::string>& paths) override {
             std::string text = "request of " + std::to_string(pid) + ":";
             for (const auto& path : paths) {
                 text += ' ' + path;
             }
-            note(text, pool);
-            countAtRequest = pool.countOfMeetingProcesses();
+            note(text, sender);
+            countAtRequest = sender.countOfMeetingProcesses();
         }
-        void meetingPoolDidExhaust(KTRMeetingPool& pool) override { note("exhausted", pool); }
+        void meetingPoolDidExhaust(KTRMeetingPool& sender) override { note("exhausted", sender); }
 
         Log log;
         const KTRMeetingPool* expectedPool = nullptr;
         std::size_t countAtRequest = 99;
 
     private:
-        void note(const std::string& event, const KTRMeetingPool& pool) {
-            EXPECT_EQ(&pool, expectedPool);
+        void note(const std::string& event, const KTRMeetingPool& sender) {
+            EXPECT_EQ(&sender, expectedPool);
             log.push_back(event);
         }
     };

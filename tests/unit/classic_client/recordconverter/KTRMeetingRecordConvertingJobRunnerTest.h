@@ -24,29 +24,29 @@ protected:
     /// Writes down what the runner reports.
     class Reports final : public KTRMeetingRecordConvertingJobRunnerDelegate {
     public:
-        void recordConvertingJobRunnerDidStartConvertingRecordItem(Runner& runner, const Item& item) override {
-            note("start", runner, item);
+        void recordConvertingJobRunnerDidStartConvertingRecordItem(Runner& sender, const Item& item) override {
+            note("start", sender, item);
             if (onStart) {
                 onStart();
             }
         }
-        void recordConvertingJobRunnerUpdatesConvertingProgressForRecordItem(Runner& runner, double progress,
+        void recordConvertingJobRunnerUpdatesConvertingProgressForRecordItem(Runner& sender, double progress,
                                                                              const Item& item) override {
-            note("progress " + std::to_string(progress), runner, item);
+            note("progress " + std::to_string(progress), sender, item);
         }
-        void recordConvertingJobRunnerDidStopConvertingRecordItem(Runner& runner, const Item& item) override {
-            note("stop", runner, item);
+        void recordConvertingJobRunnerDidStopConvertingRecordItem(Runner& sender, const Item& item) override {
+            note("stop", sender, item);
         }
-        void recordConvertingJobRunnerHitsConvertingErrorForRecordItem(Runner& runner, int error,
+        void recordConvertingJobRunnerHitsConvertingErrorForRecordItem(Runner& sender, int error,
                                                                        const Item& item) override {
-            note("error " + std::to_string(error), runner, item);
+            note("error " + std::to_string(error), sender, item);
         }
-        void recordConvertingJobRunnerDidRunOutOfJobs(Runner& runner) override {
+        void recordConvertingJobRunnerDidRunOutOfJobs(Runner& sender) override {
             log.push_back("ran out");
-            EXPECT_EQ(&runner, expectedRunner);
+            EXPECT_EQ(&sender, expectedRunner);
         }
-        bool recordConvertingJobRunnderShouldKeepIntermediateItem(Runner& runner, const Item& item) override {
-            note("keep?", runner, item);
+        bool recordConvertingJobRunnderShouldKeepIntermediateItem(Runner& sender, const Item& item) override {
+            note("keep?", sender, item);
             return keeps;
         }
 
@@ -58,11 +58,11 @@ protected:
         bool keeps = false;
 
     private:
-        void note(const std::string& report, const Runner& runner, const Item& item) {
-            EXPECT_EQ(&runner, expectedRunner) << "the first argument is the runner";
+        void note(const std::string& report, const Runner& sender, const Item& item) {
+            EXPECT_EQ(&sender, expectedRunner) << "the first argument is the runner";
             log.push_back(report + ' ' + item->srcPath());
             items.push_back(item.get());
-            running.push_back(runner.hasJobRunning());
+            running.push_back(sender.hasJobRunning());
         }
     };
 

@@ -25,21 +25,22 @@ protected:
     /// Writes down what the queue reports.
     class Reports final : public KTRMeetingRecordConvertingQueueDelegate {
     public:
-        void recordConvertingQueueDidStartConvertingRecordItem(Queue& queue, const Item& item) override {
-            note("start", queue, item);
+        void recordConvertingQueueDidStartConvertingRecordItem(Queue& sender, const Item& item) override {
+            note("start", sender, item);
         }
-        void recordConvertingQueueUpdatesConvertingProgressForRecordItem(Queue& queue, double progress,
+        void recordConvertingQueueUpdatesConvertingProgressForRecordItem(Queue& sender, double progress,
                                                                          const Item& item) override {
-            note("progress " + std::to_string(progress), queue, item);
+            note("progress " + std::to_string(progress), sender, item);
         }
-        void recordConvertingQueueDidStopConvertingRecordItem(Queue& queue, const Item& item) override {
-            note("stop", queue, item);
+        void recordConvertingQueueDidStopConvertingRecordItem(Queue& sender, const Item& item) override {
+            note("stop", sender, item);
         }
-        void recordConvertingQueueHitsConvertingErrorForRecordItem(Queue& queue, int error, const Item& item) override {
-            note("error " + std::to_string(error), queue, item);
+        void recordConvertingQueueHitsConvertingErrorForRecordItem(Queue& sender, int error,
+                                                                   const Item& item) override {
+            note("error " + std::to_string(error), sender, item);
         }
-        void recordConvertingQueueDidRunOutOfJobs(Queue& queue) override {
-            EXPECT_EQ(&queue, expectedQueue);
+        void recordConvertingQueueDidRunOutOfJobs(Queue& sender) override {
+            EXPECT_EQ(&sender, expectedQueue);
             log.emplace_back("ran out");
             if (onRunOut) {
                 onRunOut();
@@ -53,11 +54,11 @@ protected:
         std::function<void()> onRunOut;
 
     private:
-        void note(const std::string& report, const Queue& queue, const Item& item) {
-            EXPECT_EQ(&queue, expectedQueue);
+        void note(const std::string& report, const Queue& sender, const Item& item) {
+            EXPECT_EQ(&sender, expectedQueue);
             log.push_back(report + ' ' + item->srcPath());
             items.push_back(item.get());
-            running.push_back(queue.hasJobRunning());
+            running.push_back(sender.hasJobRunning());
         }
     };
 
