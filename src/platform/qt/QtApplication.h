@@ -26,7 +26,8 @@ public:
     /// Decides whether `terminate` may end the application now; without a check it always may.
     void setTerminationCheck(std::function<bool()> check);
 
-    /// Runs at once when the application is to end, whoever has asked, before the events that are still queued.
+    /// Runs as soon as a signal, the desktop session or `terminate` has asked the application to end, before the events
+    /// that are still queued.
     void setTerminationHandler(std::function<void()> handler);
 
     /// Runs last, just before the process ends through its exit handlers, whatever made it end.
@@ -43,7 +44,7 @@ public:
 private:
     struct Toolkit;
 
-    /// The one way to the end.
+    /// Every request to end comes here.
     void end();
 
     const std::unique_ptr<Toolkit> toolkit_;

@@ -19,8 +19,8 @@ public:
     /// `track` must outlive this, and have its final time base before the first packet.
     explicit StorableTimes(const AVStream& track) : track_(&track) {}
 
-    /// Corrects the packet's times, which are in the track's time base, after those of the packet before. Throws
-    /// LongPause if `throwsAtPauses`.
+    /// Corrects the packet's times, which are in the track's time base, so that they fit after those of the packet
+    /// before. With `throwsAtPauses`, throws LongPause at a pause that the track's clock cannot count.
     void correct(AVPacket& packet, bool throwsAtPauses);
 
 private:
