@@ -6,6 +6,8 @@
 // Only calls on regular files and pipes that the conversion itself makes are counted. The worker is given none of these
 // variables; it looks for them in its parent's environment.
 
+#include "mediaconverter/NextFunction.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -13,7 +15,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
@@ -25,6 +26,8 @@
 #define INTERPOSE extern "C" __attribute__((visibility("default")))
 
 namespace {
+
+using mediaconverter::nextFunction;
 
 struct Fault {
     char call[32] = {};
@@ -105,17 +108,7 @@ bool strikes(const char* call) {
     return true;
 }
 
-/// The allocator's function that ours replaces: the C library's, or in the worker that of its own allocator.
-template<typename Function>
-Function next(std::atomic<Function>& known, const char* name) {
-    Function function = known.load(std::memory_order_relaxed);
-    if (function == nullptr) {
-        function = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
-        known.store(function, std::memory_order_relaxed);
-    }
-    return function;
-}
-
+// The allocator's: the C library's, or in the worker that of its own allocator.
 std::atomic<void* (*)(std::size_t)> nextMalloc{nullptr};
 std::atomic<int (*)(void**, std::size_t, std::size_t)> nextAligned{nullptr};
 std::atomic<void* (*)(void*, std::size_t)> nextRealloc{nullptr};
@@ -245,19 +238,19 @@ INTERPOSE void* malloc(size_t size) {
     if (fault.number != 0 && strikes("malloc")) {
         return nullptr;
     }
-    return next(nextMalloc, "malloc")(size);
+    return nextFunction(nextMalloc, "malloc")(size);
 }
 
 INTERPOSE int posix_memalign(void** result, size_t alignment, size_t size) noexcept {
     if (fault.number != 0 && strikes("malloc")) {
         return ENOMEM;
     }
-    return next(nextAligned, "posix_memalign")(result, alignment, size);
+    return nextFunction(nextAligned, "posix_memalign")(result, alignment, size);
 }
 
 INTERPOSE void* realloc(void* block, size_t size) {
     if (fault.number != 0 && strikes("malloc")) {
         return nullptr;
     }
-    return next(nextRealloc, "realloc")(block, size);
+    return nextFunction(nextRealloc, "realloc")(block, size);
 }

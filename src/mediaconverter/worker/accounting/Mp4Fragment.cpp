@@ -1,5 +1,5 @@
+#include "mediaconverter/BoxFields.h"
 #include "mediaconverter/Boxes.h"
-#include "mediaconverter/ByteOrder.h"
 #include "mediaconverter/worker/accounting/Mp4Samples.h"
 
 #include <algorithm>
@@ -10,36 +10,13 @@ namespace worker {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-using mediaconverter::bigEndian;
+using mediaconverter::BoxFields;
 using mediaconverter::boxType;
 using mediaconverter::childOf;
 using mediaconverter::popBox;
 
 constexpr std::array<std::uint32_t, 6> inFragment = {boxType("mfhd"), boxType("traf"), boxType("pssh"),
                                                      boxType("uuid"), boxType("free"), boxType("meta")};
-
-/// Reads the numbers of a full box one after the other, and remembers whether all of them existed.
-class Fields {
-public:
-    explicit Fields(Bytes box) : bytes_(box) {}
-
-    std::uint64_t next(std::size_t width) {
-        if (bytes_.size() < width) {
-            isShort_ = true;
-            return 0;
-        }
-        const std::uint64_t value = bigEndian(bytes_, 0, width);
-        bytes_ = bytes_.subspan(width);
-        return value;
-    }
-
-    bool isShort() const { return isShort_; }
-    std::size_t left() const { return bytes_.size(); }
-
-private:
-    Bytes bytes_;
-    bool isShort_ = false;
-};
 
 /// The tracks of one fragment, each of which may continue where the data of the last one ended.
 class FragmentWalk {
@@ -63,7 +40,7 @@ public:
 private:
     /// 8.8.7
     bool readHeader(Bytes box) {
-        Fields fields(box);
+        BoxFields fields(box);
         const std::uint64_t flags = fields.next(4);
         track_ = static_cast<std::uint32_t>(fields.next(4));
         const auto known =
@@ -84,7 +61,7 @@ private:
 
     /// 8.8.8
     bool readRun(Bytes box) {
-        Fields fields(box);
+        BoxFields fields(box);
         const std::uint64_t flags = fields.next(4);
         const std::uint64_t count = fields.next(4);
         if ((flags & 0x1U) != 0) {

@@ -1,14 +1,17 @@
 #include "mediaconverter/worker/confinement/AllocationWatch.h"
 
+#include "mediaconverter/NextFunction.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <dlfcn.h>
 
-// The C library's allocation functions, with a check of each result: the media libraries resolve to these first,
-// because the program precedes all libraries.
+// The allocation functions, with a check of each result: the media libraries resolve to these first, because the
+// program precedes all libraries, the allocator's too.
 
 namespace {
+
+using mediaconverter::nextFunction;
 
 std::atomic<bool> refused{false};
 
@@ -22,17 +25,6 @@ void* watched(void* block, std::size_t size) {
         refused = true;
     }
     return block;
-}
-
-/// The C library's function that ours replaces.
-template<typename Function>
-Function next(std::atomic<Function>& known, const char* name) {
-    Function function = known.load(std::memory_order_relaxed);
-    if (function == nullptr) {
-        function = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
-        known.store(function, std::memory_order_relaxed);
-    }
-    return function;
 }
 
 std::atomic<void* (*)(std::size_t)> nextMalloc{nullptr};
@@ -50,19 +42,19 @@ std::atomic<int (*)(void**, std::size_t, std::size_t)> nextAligned{nullptr};
 extern "C" {
 
 void* malloc(std::size_t size) noexcept {
-    return watched(next(nextMalloc, "malloc")(size), size);
+    return watched(nextFunction(nextMalloc, "malloc")(size), size);
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept {
-    return watched(next(nextCalloc, "calloc")(count, size), count * size);
+    return watched(nextFunction(nextCalloc, "calloc")(count, size), count * size);
 }
 
 void* realloc(void* block, std::size_t size) noexcept {
-    return watched(next(nextRealloc, "realloc")(block, size), size);
+    return watched(nextFunction(nextRealloc, "realloc")(block, size), size);
 }
 
 int posix_memalign(void** result, std::size_t alignment, std::size_t size) noexcept {
-    const int error = next(nextAligned, "posix_memalign")(result, alignment, size);
+    const int error = nextFunction(nextAligned, "posix_memalign")(result, alignment, size);
     if (error == ENOMEM) {
         watched(nullptr, size);
     }

@@ -1,5 +1,6 @@
 #include "mediaconverter/worker/reading/FragmentHeader.h"
 
+#include "mediaconverter/BoxFields.h"
 #include "mediaconverter/Boxes.h"
 #include "mediaconverter/ByteOrder.h"
 
@@ -14,6 +15,7 @@ namespace {
 using Bytes = std::span<const std::uint8_t>;
 using mediaconverter::bigEndian;
 using mediaconverter::boxesThatFill;
+using mediaconverter::BoxFields;
 using mediaconverter::boxType;
 using mediaconverter::MemoryBox;
 using mediaconverter::versionAndFlags;
@@ -31,28 +33,6 @@ bool areAllOf(const std::vector<MemoryBox>& boxes, const std::array<std::uint32_
         return std::find(types.begin(), types.end(), box.type) != types.end();
     });
 }
-
-/// Reads the fields of a box one after the other, and remembers whether all of them existed.
-class Fields {
-public:
-    explicit Fields(Bytes content) : bytes_(content), at_(versionAndFlags) {}
-
-    std::uint64_t next(std::size_t width) {
-        if (bytes_.size() - std::min(at_, bytes_.size()) < width) {
-            isShort_ = true;
-            return 0;
-        }
-        at_ += width;
-        return bigEndian(bytes_, at_ - width, width);
-    }
-
-    bool areExact() const { return !isShort_ && at_ == bytes_.size(); }
-
-private:
-    Bytes bytes_;
-    std::size_t at_;
-    bool isShort_ = false;
-};
 
 std::uint32_t flagsOf(Bytes content) {
     return static_cast<std::uint32_t>(bigEndian(content, 1, 3));
@@ -99,7 +79,7 @@ public:
 private:
     bool readHeader(Bytes content) {
         const std::uint32_t flags = flagsOf(content);
-        Fields fields(content);
+        BoxFields fields(content.subspan(versionAndFlags));
         track_.track = static_cast<std::uint32_t>(fields.next(4));
         if ((flags & 0x1U) != 0) {
             track_.base = fields.next(8);
@@ -120,7 +100,7 @@ private:
     }
 
     bool readTime(Bytes content) {
-        Fields fields(content);
+        BoxFields fields(content.subspan(versionAndFlags));
         track_.decodeTime = fields.next(content[0] == 0 ? 4 : 8);
         return fields.areExact();
     }
@@ -129,7 +109,7 @@ private:
         constexpr std::uint32_t durations = 0x100;
         constexpr std::uint32_t sizes = 0x200;
         const std::uint32_t flags = flagsOf(content);
-        Fields fields(content);
+        BoxFields fields(content.subspan(versionAndFlags));
         const std::uint64_t count = fields.next(4);
         track_.samples += count;
         if ((flags & 0x1U) != 0) {
