@@ -6,6 +6,9 @@
 // Only calls on regular files and pipes that the conversion itself makes are counted. The worker is given none of these
 // variables; it looks for them in its parent's environment.
 
+// With it the C library defines read, pread and poll inline, which leaves no room for the definitions here.
+#undef _FORTIFY_SOURCE
+
 #include "mediaconverter/NextFunction.h"
 
 #include <atomic>

@@ -60,8 +60,8 @@ protected:
             applications.try_emplace(how, how);
         }
         std::map<std::string, std::future<Ending>> running;
-        for (const auto& [how, application] : applications) {
-            running[how] = std::async(std::launch::async, [&application] { return convertIn(application); });
+        for (const auto& entry : applications) {
+            running[entry.first] = std::async(std::launch::async, [&entry] { return convertIn(entry.second); });
         }
         for (auto& [how, ending] : running) {
             endings()[how] = ending.get();

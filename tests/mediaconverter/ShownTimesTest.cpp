@@ -246,7 +246,8 @@ INSTANTIATE_TEST_SUITE_P(Containers, UntimedTest, testing::ValuesIn(untimed),
 class LongPauseTest : public ShownTimesTest, public testing::WithParamInterface<std::tuple<Kind, const char*>> {};
 
 TEST_P(LongPauseTest, StaysAsLongAsItWas) {
-    const auto& [kind, hours] = GetParam();
+    const auto& kind = std::get<Kind>(GetParam());
+    const char* const hours = std::get<const char*>(GetParam());
     const std::string base = record(kind, {"", "0", "0", "0"});
     const auto later = [&](const char* count) {
         return std::string("setts=ts=TS+gte(N\\,") + count + ")*3600*" + hours + "/TB";

@@ -13,7 +13,7 @@
 
 namespace {
 
-std::string formatted(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
     const int size = std::vsnprintf(nullptr, 0, format, arguments);
