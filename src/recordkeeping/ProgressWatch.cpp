@@ -9,15 +9,23 @@
 
 namespace recordkeeping {
 
-std::string describedProgress(const WorkProgress& progress) {
+std::vector<ShownRecording> shownRecordings(const WorkProgress& progress) {
+    std::vector<ShownRecording> shown;
     if (progress.recording.empty()) {
-        return "";
+        return shown;
     }
-    std::string text =
-        std::string(platform::lastPathComponent(progress.recording)) + ": " + std::to_string(progress.percent) + "%";
+    const auto nameOf = [](const std::string& path) { return std::string(platform::lastPathComponent(path)); };
+    shown.push_back({progress.recording, nameOf(progress.recording) + ": " + std::to_string(progress.percent) + "%"});
     for (const auto& recording : progress.waiting) {
-        text += '\n';
-        text += platform::lastPathComponent(recording);
+        shown.push_back({recording, nameOf(recording)});
+    }
+    return shown;
+}
+
+std::string describedProgress(const WorkProgress& progress) {
+    std::string text;
+    for (const auto& recording : shownRecordings(progress)) {
+        text += (text.empty() ? "" : "\n") + recording.text;
     }
     return text;
 }

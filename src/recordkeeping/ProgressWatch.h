@@ -23,7 +23,16 @@ struct WorkProgress {
     bool operator==(const WorkProgress&) const = default;
 };
 
-/// File names, one per line, the first with its percentage; empty if nothing is being converted.
+/// One recording, as it is shown to the user.
+struct ShownRecording {
+    std::string path;
+    std::string text;  ///< the file's name, with the percentage if it is being converted
+};
+
+/// The recording being converted, then those that wait; empty if nothing is being converted.
+std::vector<ShownRecording> shownRecordings(const WorkProgress& progress);
+
+/// The texts of `shownRecordings`, one per line.
 std::string describedProgress(const WorkProgress& progress);
 
 /// Reports the progress only when it has changed by a whole percent or by a recording; nothing is polled.

@@ -3,6 +3,7 @@
 #include "contract/EventLoop.h"
 
 #include <QDBusMessage>
+#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
@@ -12,6 +13,9 @@ namespace test {
 namespace {
 
 const auto serviceName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const auto itemPath = QStringLiteral("/StatusNotifierItem");
+const auto itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
+const auto menuInterface = QStringLiteral("com.canonical.dbusmenu");
 const auto objectPath = QStringLiteral("/StatusNotifierWatcher");
 
 QString newConnectionName() {
@@ -35,11 +39,23 @@ StatusWatcher::~StatusWatcher() {
     QDBusConnection::disconnectFromBus(connectionName_);
 }
 
+QDBusMessage StatusWatcher::askMenu(const QString& item, const QString& method, const QVariantList& arguments) {
+    const auto path = property(item, QStringLiteral("Menu")).value<QDBusObjectPath>().path();
+    auto call = QDBusMessage::createMethodCall(item, path, menuInterface, method);
+    call.setArguments(arguments);
+    const QDBusPendingCallWatcher watcher(connection_.asyncCall(call));
+    turnUntil([&] { return watcher.isFinished(); });
+    return watcher.reply();
+}
+
+bool StatusWatcher::listenToMenu(const QString& item, const QString& signal, QObject* receiver, const char* slot) {
+    return connection_.connect(item, QString(), menuInterface, signal, receiver, slot);
+}
+
 QVariant StatusWatcher::property(const QString& item, const QString& name) {
-    auto question =
-        QDBusMessage::createMethodCall(item, QStringLiteral("/StatusNotifierItem"),
-                                       QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    question << QStringLiteral("org.kde.StatusNotifierItem") << name;
+    auto question = QDBusMessage::createMethodCall(item, itemPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                                   QStringLiteral("Get"));
+    question << itemInterface << name;
     // This very thread sends the reply, so the call must not block.
     const QDBusPendingCallWatcher watcher(connection_.asyncCall(question));
     turnUntil([&] { return watcher.isFinished(); });
@@ -48,10 +64,16 @@ QVariant StatusWatcher::property(const QString& item, const QString& name) {
 }
 
 void StatusWatcher::activate(const QString& item) {
-    auto call =
-        QDBusMessage::createMethodCall(item, QStringLiteral("/StatusNotifierItem"),
-                                       QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
-    call << 0 << 0;
+    callItem(item, QStringLiteral("Activate"), {0, 0});
+}
+
+void StatusWatcher::provideActivationToken(const QString& item, const QString& token) {
+    callItem(item, QStringLiteral("ProvideXdgActivationToken"), {token});
+}
+
+void StatusWatcher::callItem(const QString& item, const QString& method, const QVariantList& arguments) {
+    auto call = QDBusMessage::createMethodCall(item, itemPath, itemInterface, method);
+    call.setArguments(arguments);
     connection_.send(call);
 }
 

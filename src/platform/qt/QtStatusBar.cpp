@@ -6,7 +6,9 @@
 #include "platform/qt/VectorPicture.h"
 #include "platform/ui/ImageView.h"
 
+#include <QCursor>
 #include <QGuiApplication>
+#include <QMenu>
 #include <QMetaObject>
 #include <QObject>
 #include <QSystemTrayIcon>
@@ -46,10 +48,31 @@ struct QtStatusBar::Items {
         }
     }
 
+    /// On the screen, at `place`; for panels that draw no menus.
+    void popUpMenu(QPoint place) const;
+
     std::vector<std::weak_ptr<Item>> made;
+    std::vector<StatusMenuEntry> menu;
     std::function<void()> moved;
     std::function<void()> activated;
 };
+
+void QtStatusBar::Items::popUpMenu(QPoint place) const {
+    if (!canBeEmbedded()) {
+        return;
+    }
+    auto* const shown = new QMenu;
+    shown->setAttribute(Qt::WA_DeleteOnClose);
+    shown->addAction(iconTitle)->setEnabled(false);
+    if (!menu.empty()) {
+        shown->addSeparator();
+    }
+    for (const auto& entry : menu) {
+        QObject::connect(shown->addAction(menuLabel(entry.text, QLatin1Char('&'))), &QAction::triggered, shown,
+                         [chosen = entry.chosen] { chosen(); });
+    }
+    shown->popup(place);
+}
 
 // The bus is tried first: on a host that keeps such icons, an embedded one would be a second icon. The toolkit's tray
 // icon would look for the bus too, but only once; because it is created only while there is no host, it is always the
@@ -87,6 +110,12 @@ public:
         }
     }
 
+    void updateMenu() {
+        if (overBus_) {
+            overBus_->setMenu(items_->menu);
+        }
+    }
+
     std::optional<ui::Rect> desktopFrame() { return embedded_ ? embedded_->window.desktopFrame() : std::nullopt; }
 
 private:
@@ -100,8 +129,11 @@ private:
     void goOverBus() {
         if (view_ != nullptr && !overBus_) {
             overBus_ = std::make_unique<StatusNotifierItem>(
-                icon_, iconTitle, [this] { chooseFace(); }, [items = items_] { items->tellActivated(); });
+                icon_, iconTitle,
+                StatusNotifierItem::Handlers{[this] { chooseFace(); }, [items = items_] { items->tellActivated(); },
+                                             [items = items_](QPoint place) { items->popUpMenu(place); }});
             overBus_->setText(text_);
+            updateMenu();
         }
     }
 
@@ -112,7 +144,10 @@ private:
             embedded_->icon.setIcon(icon_);
             embedded_->icon.setToolTip(toolTipOfEmbedded(text_));
             QObject::connect(&embedded_->icon, &QSystemTrayIcon::activated,
-                             [items = items_] { items->tellActivated(); });
+                             [items = items_](QSystemTrayIcon::ActivationReason reason) {
+                                 reason == QSystemTrayIcon::Context ? items->popUpMenu(QCursor::pos())
+                                                                    : items->tellActivated();
+                             });
             embedded_->icon.show();
         } else if (!isEmbedded) {
             embedded_.reset();
@@ -153,6 +188,15 @@ void QtStatusBar::setToolTip(const std::string& text) {
     for (const auto& made : items_->made) {
         if (const auto item = made.lock()) {
             item->setText(QString::fromStdString(text));
+        }
+    }
+}
+
+void QtStatusBar::setMenu(std::vector<StatusMenuEntry> entries) {
+    items_->menu = std::move(entries);
+    for (const auto& made : items_->made) {
+        if (const auto item = made.lock()) {
+            item->updateMenu();
         }
     }
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "platform/StatusBar.h"
+#include "platform/qt/StatusMenuEntry.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace platform::qt {
 
@@ -24,6 +26,10 @@ public:
 
     /// Sets the items' tooltip, which is shown in addition to the application's name; lines of plain text.
     void setToolTip(const std::string& text);
+
+    /// Sets what the items' menu offers below the application's name. The panel draws the menu where it can, else the
+    /// toolkit does, on X11. A menu that the toolkit has opened stays as it is.
+    void setMenu(std::vector<StatusMenuEntry> entries);
 
     /// Calls `moved` whenever the frame of an item may have changed; an empty function stops that.
     void setItemsMovedHandler(std::function<void()> moved);

@@ -1,5 +1,8 @@
 #include "platform/qt/StatusNotifierItem.h"
 
+#include "platform/qt/ActivationToken.h"
+#include "platform/qt/BusStructure.h"
+
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
@@ -19,6 +22,9 @@ namespace {
 const auto watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
 const auto watcherPath = QStringLiteral("/StatusNotifierWatcher");
 const auto itemPath = QStringLiteral("/StatusNotifierItem");
+const auto menuPath = QStringLiteral("/Menu");
+const auto exported =
+    QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals;
 
 IconPixels pixelsOf(const QIcon& icon, int side) {
     auto image = icon.pixmap(QSize(side, side), 1.0).toImage().convertToFormat(QImage::Format_ARGB32);
@@ -34,39 +40,26 @@ IconPixels pixelsOf(const QIcon& icon, int side) {
 }  // namespace
 
 QDBusArgument& operator<<(QDBusArgument& argument, const IconPixels& pixels) {
-    argument.beginStructure();
-    argument << pixels.width << pixels.height << pixels.bytes;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, pixels.width, pixels.height, pixels.bytes);
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixels& pixels) {
-    argument.beginStructure();
-    argument >> pixels.width >> pixels.height >> pixels.bytes;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, pixels.width, pixels.height, pixels.bytes);
 }
 
 QDBusArgument& operator<<(QDBusArgument& argument, const IconToolTip& toolTip) {
-    argument.beginStructure();
-    argument << toolTip.iconName << toolTip.iconPixels << toolTip.title << toolTip.text;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, toolTip.iconName, toolTip.iconPixels, toolTip.title, toolTip.text);
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& argument, IconToolTip& toolTip) {
-    argument.beginStructure();
-    argument >> toolTip.iconName >> toolTip.iconPixels >> toolTip.title >> toolTip.text;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, toolTip.iconName, toolTip.iconPixels, toolTip.title, toolTip.text);
 }
 
-StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged,
-                                       std::function<void()> activated)
+StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, Handlers handlers)
     : icon_(std::move(icon)),
       title_(std::move(title)),
-      hostChanged_(std::move(hostChanged)),
-      activated_(std::move(activated)),
+      handlers_(std::move(handlers)),
+      menu_(title_),
       connection_(QDBusConnection::SessionBus, QStringLiteral("record-converter status icon")),
       watcher_(watcherName, connection_.bus(),
                QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration),
@@ -78,9 +71,8 @@ StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<
     qDBusRegisterMetaType<IconPixels>();
     qDBusRegisterMetaType<IconPixelsList>();
     qDBusRegisterMetaType<IconToolTip>();
-    connection_.bus().registerObject(itemPath, this,
-                                     QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
-                                         QDBusConnection::ExportAllSignals);
+    connection_.bus().registerObject(itemPath, this, exported);
+    connection_.bus().registerObject(menuPath, &menu_, exported);
     connection_.bus().registerService(service_);
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierItem::askWatcher);
     connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, &StatusNotifierItem::watcherGone);
@@ -94,6 +86,7 @@ StatusNotifierItem::StatusNotifierItem(QIcon icon, QString title, std::function<
 StatusNotifierItem::~StatusNotifierItem() {
     if (connection_.isConnected()) {
         connection_.bus().unregisterObject(itemPath);
+        connection_.bus().unregisterObject(menuPath);
     }
 }
 
@@ -103,6 +96,28 @@ void StatusNotifierItem::setText(const QString& text) {
     if (isShown()) {
         Q_EMIT NewToolTip();
     }
+}
+
+void StatusNotifierItem::setMenu(std::vector<StatusMenuEntry> entries) {
+    menu_.setEntries(std::move(entries), isShown());
+}
+
+QDBusObjectPath StatusNotifierItem::menu() const {
+    return QDBusObjectPath(menuPath);
+}
+
+void StatusNotifierItem::Activate(int, int) {
+    handlers_.activated();
+    // The bubble's own window needs none, and what is opened later must not use up an old one.
+    takeActivationToken();
+}
+
+void StatusNotifierItem::ContextMenu(int x, int y) {
+    handlers_.menuWanted(QPoint(x, y));
+}
+
+void StatusNotifierItem::ProvideXdgActivationToken(const QString& token) {
+    setActivationToken(token);
 }
 
 IconPixelsList StatusNotifierItem::iconPixmap() const {
@@ -138,7 +153,7 @@ void StatusNotifierItem::watcherGone() {
 
 void StatusNotifierItem::setShown(bool isShown) {
     if (std::exchange(isShown_, isShown) != std::optional(isShown)) {
-        hostChanged_();
+        handlers_.hostChanged();
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "platform/qt/BusMenu.h"
 #include "platform/qt/PrivateConnection.h"
+#include "platform/qt/StatusMenuEntry.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
@@ -8,9 +10,11 @@
 #include <QIcon>
 #include <QList>
 #include <QObject>
+#include <QPoint>
 #include <QString>
 #include <functional>
 #include <optional>
+#include <vector>
 
 namespace platform::qt {
 
@@ -54,13 +58,24 @@ class StatusNotifierItem final : public QObject {
     Q_PROPERTY(QDBusObjectPath Menu READ menu)
 
 public:
-    /// `hostChanged` is called once it is known whether a host shows such icons, and when a host appears or disappears;
-    /// never from inside this call. `activated` is called when the user presses the icon, with pointer or keyboard.
-    StatusNotifierItem(QIcon icon, QString title, std::function<void()> hostChanged, std::function<void()> activated);
+    /// None is called from inside the constructor.
+    struct Handlers {
+        /// It is known whether a host shows such icons, or a host has appeared or disappeared.
+        std::function<void()> hostChanged;
+        /// The user has pressed the icon, with pointer or keyboard.
+        std::function<void()> activated;
+        /// The user wants the menu, in a panel that draws none; a point on the desktop, in its own pixels.
+        std::function<void(QPoint)> menuWanted;
+    };
+
+    StatusNotifierItem(QIcon icon, QString title, Handlers handlers);
     ~StatusNotifierItem() override;
 
     /// Sets the text of the tooltip below the title; lines of plain text.
     void setText(const QString& text);
+
+    /// Sets what the menu offers below the title.
+    void setMenu(std::vector<StatusMenuEntry> entries);
 
     /// Whether a host shows this icon now.
     bool isShown() const { return isShown_.value_or(false); }
@@ -74,12 +89,13 @@ public:
     IconPixelsList iconPixmap() const;
     IconToolTip toolTip() const { return {{}, {}, title_, text_.toHtmlEscaped()}; }
     bool itemIsMenu() const { return false; }
-    QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
+    QDBusObjectPath menu() const;
 
-    Q_SLOT void Activate(int, int) { activated_(); }
+    Q_SLOT void Activate(int, int);
     // A secondary press does nothing.
     Q_SLOT void SecondaryActivate(int, int) {}
-    Q_SLOT void ContextMenu(int, int) {}
+    Q_SLOT void ContextMenu(int x, int y);
+    Q_SLOT void ProvideXdgActivationToken(const QString& token);
     Q_SLOT void Scroll(int, const QString&) {}
 
 Q_SIGNALS:
@@ -95,8 +111,8 @@ private:
     const QIcon icon_;
     const QString title_;
     QString text_;
-    const std::function<void()> hostChanged_;
-    const std::function<void()> activated_;
+    const Handlers handlers_;
+    BusMenu menu_;
     PrivateConnection connection_;
     QDBusServiceWatcher watcher_;
     QString service_;

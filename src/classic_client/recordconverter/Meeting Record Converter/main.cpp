@@ -6,6 +6,7 @@
 #include "mediaconverter/providers/ConvertedFileManager.h"
 #include "mediaconverter/providers/ConvertedWorkspace.h"
 #include "platform/BusySerialQueueMaker.h"
+#include "platform/FileURL.h"
 #include "platform/GatedSerialQueueMaker.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PathOperations.h"
@@ -91,6 +92,16 @@ struct Providers {
                 convertedWorkspace};
     }
 
+    /// Each entry of the status icon's menu shows a recording in its folder.
+    std::vector<platform::qt::StatusMenuEntry> menuOf(const recordkeeping::WorkProgress& progress) {
+        std::vector<platform::qt::StatusMenuEntry> entries;
+        for (const auto& [path, text] : recordkeeping::shownRecordings(progress)) {
+            const auto folder = platform::FileURL::fileURLWithPath(path, false).deletingLastPathComponent();
+            entries.push_back({path, text, [this, folder] { workspace.openURL(folder); }});
+        }
+        return entries;
+    }
+
     platform::qt::QtApplication application;
     platform::qt::QtRunLoop runLoop;
     platform::qt::QtMainQueue mainQueue;
@@ -122,6 +133,7 @@ struct Providers {
          pendingFolder, processIdentities,
          [this](const recordkeeping::WorkProgress& progress) {
              statusBar.setToolTip(recordkeeping::describedProgress(progress));
+             statusBar.setMenu(menuOf(progress));
              taskbar.show(progress.recording, progress.percent / 100.0);
          }}};
 };
