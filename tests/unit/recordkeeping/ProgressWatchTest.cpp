@@ -49,12 +49,12 @@ protected:
 using Shown = std::vector<WorkProgress>;
 
 TEST_F(ProgressWatchTest, EachRecordingIsShownByItsNameAndKnowsItsPath) {
-    const auto shown = recordkeeping::shownRecordings({"/one/a.mkv", 45, {"/two/b.mkv"}});
-    ASSERT_EQ(shown.size(), 2U);
-    EXPECT_EQ(shown[0].path, "/one/a.mkv");
-    EXPECT_EQ(shown[0].text, "a.mkv: 45%");
-    EXPECT_EQ(shown[1].path, "/two/b.mkv");
-    EXPECT_EQ(shown[1].text, "b.mkv");
+    const auto recordings = recordkeeping::shownRecordings({"/one/a.mkv", 45, {"/two/b.mkv"}});
+    ASSERT_EQ(recordings.size(), 2U);
+    EXPECT_EQ(recordings[0].path, "/one/a.mkv");
+    EXPECT_EQ(recordings[0].text, "a.mkv: 45%");
+    EXPECT_EQ(recordings[1].path, "/two/b.mkv");
+    EXPECT_EQ(recordings[1].text, "b.mkv");
     EXPECT_TRUE(recordkeeping::shownRecordings({"", 0, {"/two/b.mkv"}}).empty());
 }
 
