@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Luk</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Optagelsen kunne ikke åbnes.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Mappen kunne ikke åbnes.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Schließen</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Die Aufzeichnung konnte nicht geöffnet werden.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Der Ordner konnte nicht geöffnet werden.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Cerrar</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>No se ha podido abrir la grabación.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>No se ha podido abrir la carpeta.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Sulje</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Tallennetta ei voitu avata.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Kansiota ei voitu avata.</translation>
+    </message>
 </context>
 </TS>

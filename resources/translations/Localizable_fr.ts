@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Fermer</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Impossible d’ouvrir l’enregistrement.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Impossible d’ouvrir le dossier.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Chiudi</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Non è stato possibile aprire la registrazione.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Non è stato possibile aprire la cartella.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>閉じる</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>レコーディングを開けませんでした。</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>フォルダーを開けませんでした。</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>닫기</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>녹화 파일을 열지 못했습니다.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>폴더를 열지 못했습니다.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Sluiten</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>De opname kon niet worden geopend.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>De map kon niet worden geopend.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Zamknij</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Nie udało się otworzyć nagrania.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Nie udało się otworzyć folderu.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Fechar</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Não foi possível abrir a gravação.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Não foi possível abrir a pasta.</translation>
+    </message>
 </context>
 </TS>

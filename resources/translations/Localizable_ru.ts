@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Закрыть</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Не удалось открыть запись.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Не удалось открыть папку.</translation>
+    </message>
 </context>
 </TS>

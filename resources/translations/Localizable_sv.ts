@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Stäng</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Inspelningen kunde inte öppnas.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Mappen kunde inte öppnas.</translation>
+    </message>
 </context>
 </TS>

@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>Kapat</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>Kayıt açılamadı.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>Klasör açılamadı.</translation>
+    </message>
 </context>
 </TS>

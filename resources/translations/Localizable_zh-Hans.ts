@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>关闭</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>无法打开录制内容。</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>无法打开文件夹。</translation>
+    </message>
 </context>
 </TS>

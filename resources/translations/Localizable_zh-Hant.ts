@@ -27,5 +27,13 @@
         <source>Close</source>
         <translation>關閉</translation>
     </message>
+    <message>
+        <source>The recording could not be opened.</source>
+        <translation>無法開啟錄製內容。</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>無法開啟資料夾。</translation>
+    </message>
 </context>
 </TS>

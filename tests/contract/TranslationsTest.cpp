@@ -1,4 +1,5 @@
 #include "KTRMeetingRecordConverterLocalizableStrings.h"
+#include "OpeningFailureBubbles.h"
 #include "framework_art/commonmgr/LanguageManager.h"
 #include "platform/qt/QtStringTables.h"
 #include "support/FakeUserDefaults.h"
@@ -8,8 +9,14 @@
 
 namespace {
 
-const std::string keys[] = {kRecordingFilesPreparedWaitConvert, kRecordingFileSavedSuccess, kRecordingFileConvertFailed,
-                            kViewInFolder, kOpen};
+const std::string keys[] = {kRecordingFilesPreparedWaitConvert,
+                            kRecordingFileSavedSuccess,
+                            kRecordingFileConvertFailed,
+                            kViewInFolder,
+                            kOpen,
+                            OpeningFailureBubbles::recordingFailed,
+                            OpeningFailureBubbles::folderFailed,
+                            "Close"};
 
 class Translations : public ::testing::TestWithParam<int> {
 protected:

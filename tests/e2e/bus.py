@@ -129,6 +129,10 @@ class NotificationServer:
         self._connection.emit_signal(None, self._PATH, self.NAME, "NotificationClosed",
                                      GLib.Variant("(uu)", (number, 2)))
 
+    def press(self, key):
+        """Presses a button of the newest notification: "default", or the button's number."""
+        self._connection.emit_signal(None, self._PATH, self.NAME, "ActionInvoked", GLib.Variant("(us)", (self._last, key)))
+
     def close_all(self):
         for number in range(1, self._last + 1):
             self._tell_closed(number)

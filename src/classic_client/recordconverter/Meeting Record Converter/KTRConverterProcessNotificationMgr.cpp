@@ -153,7 +153,7 @@ void KTRConverterProcessNotificationMgr::showConvertBubbleWithExternalClientView
     bubble->showAtAndBindInViewOption({middle, 0}, anchor, CAuroraBubble::hangBelow);
 }
 
-std::shared_ptr<CAuroraBubbleDescription> KTRConverterProcessNotificationMgr::createCAuroraBubbleDescription() const {
+std::shared_ptr<CAuroraBubbleDescription> KTRConverterProcessNotificationMgr::createCAuroraBubbleDescription() {
     auto description = CAuroraBubbleDescription::defaultDescription();
     description->setBHasArrow(true);
     description->setArrowDescription(description->packArrowDescription({6, 20.0, 10.0, 40.0, 40.0}));

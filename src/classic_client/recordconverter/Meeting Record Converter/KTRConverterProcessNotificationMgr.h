@@ -60,7 +60,7 @@ public:
         const std::shared_ptr<KTRMeetingRecordingSavedBubbleView>& view, bool isFilesPreparedBubble);
 
     /// The look that all bubbles share; a new object on each call.
-    std::shared_ptr<CAuroraBubbleDescription> createCAuroraBubbleDescription() const;
+    static std::shared_ptr<CAuroraBubbleDescription> createCAuroraBubbleDescription();
 
     /// Closes the result bubbles that show `view`. The close button of the being-prepared bubble therefore does
     /// nothing.

@@ -2,6 +2,7 @@
 
 #include "AppDelegate.h"
 #include "KTRAppLaunchingEnv.h"
+#include "OpeningFailureBubbles.h"
 #include "answerToUser.h"
 #include "mediaconverter/providers/ConvertedFileManager.h"
 #include "mediaconverter/providers/ConvertedWorkspace.h"
@@ -121,6 +122,8 @@ struct Providers {
     platform::qt::QtWorkspace workspace;
     mediaconverter::ConvertedWorkspace convertedWorkspace{workspace};
     uilib::qt::QtAuroraBubbleMaker bubbleMaker{notificationCenter, statusBar};
+    const std::shared_ptr<OpeningFailureBubbles> openingFailures =
+        std::make_shared<OpeningFailureBubbles>(application, notificationCenter, bubbleMaker);
     platform::qt::OwnScope ownScope;
     platform::qt::WorkInhibitor inhibitor{platform::programTitle, "Converting a meeting recording to MP4"};
     platform::LinuxProcessIdentities processIdentities;
@@ -152,8 +155,13 @@ void connectProviders(Providers& providers) {
         }
     });
     // A quit check that started just before a recording arrived would end the process in the middle of it. The check
-    // asks again every second, so refusing once loses nothing.
-    providers.application.setTerminationCheck([&] { return providers.recordkeeper.mayTerminate(); });
+    // asks again every second, so refusing once loses nothing. It also waits until the user knows what became of a
+    // press on Open.
+    providers.application.setTerminationCheck([&] {
+        return providers.recordkeeper.mayTerminate() && !providers.workspace.isOpening() &&
+               !providers.openingFailures->isAnyOpen();
+    });
+    providers.workspace.setFailureHandler([&](const platform::FileURL& url) { providers.openingFailures->show(url); });
     providers.exitWatch.setGoneHandler([&](std::int32_t processId) { providers.recordkeeper.noteGone(processId); });
     // A converter that goes on waiting for a meeting does not need the many small blocks that the bubbles have freed.
     providers.bubbleMaker.setAllGoneHandler([&] {

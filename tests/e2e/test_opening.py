@@ -1,0 +1,67 @@
+"""What the user learns when nothing on the desktop can open the recording or its folder."""
+
+import os
+import time
+
+import bubbleworld
+import display
+import world
+from test_languages import SAVED, text_in
+
+# As on a desktop where no program is registered for the file.
+FAILING_OPENER = "#!/bin/sh\nexit 3\n"
+
+
+class NothingOpensABubblesFile(bubbleworld.BubbleWorld):
+    def test_the_user_is_told_and_the_application_stays_until_the_bubble_has_closed(self):
+        with open(os.path.join(self.root, "programs", "xdg-open"), "w", encoding="utf-8") as script:
+            script.write(FAILING_OPENER)
+        converter = self.converts("talk.mkv")
+        result = self.wait_for_bubbles(1, bubbleworld.SAVED)[0]
+        self.click(result.open_button())
+        self.wait_for(lambda: "nothing on this desktop can open" in self.log_text(), 20, "the log says so")
+        self.wait_for(lambda: result.window not in [bubble.window for bubble in self.bubbles()], 20,
+                      "the result's bubble has closed")
+        bubble = self.wait_for_bubbles(1, bubbleworld.PLAIN)[0]
+        self.keep_picture()
+        self.check_below(bubble, self.icon())
+        # The application asks every second whether it may quit.
+        time.sleep(3.5)
+        self.assertIsNone(converter.poll())
+        self.click(bubble.close_button())
+        self.check_quits_soon(converter)
+
+
+class NothingOpensANotificationsFile(world.World):
+    def setUp(self):
+        super().setUp()
+        programs = os.path.join(self.root, "programs")
+        os.mkdir(programs)
+        with open(os.path.join(programs, "xdg-open"), "w", encoding="utf-8") as script:
+            script.write(FAILING_OPENER)
+        os.chmod(os.path.join(programs, "xdg-open"), 0o755)
+        self.environment["PATH"] = programs + ":" + self.environment["PATH"]
+        self.server = self.line.play_notification_server()
+
+    def check_tells(self, button, sentence):
+        meeting = self.meeting()
+        converter = self.launch("-pid", str(meeting.pid), "-path", self.recording(), "-locale", "9")
+        self.line.wait_confirmed(meeting.pid)
+        meeting.die()
+        self.wait_for(lambda: [said for said in self.server.shown if said.text == text_in("de", SAVED)], 40, "the result")
+        self.server.press(button)
+        failure = self.wait_for(lambda: [said for said in self.server.shown if said.text == text_in("de", sentence)],
+                                20, f"the failure; {self.server.shown}")[0]
+        self.assertEqual(failure.body, "talk.mp4")
+        self.server.close_all()
+        self.assertEqual(self.wait_ended(converter), 0)
+
+    def test_a_recording_is_named_in_the_users_language(self):
+        self.check_tells("0", "The recording could not be opened.")
+
+    def test_a_folder_is_named_in_the_users_language(self):
+        self.check_tells("1", "The folder could not be opened.")
+
+
+if __name__ == "__main__":
+    display.world.main()
