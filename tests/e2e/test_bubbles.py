@@ -117,16 +117,6 @@ class Bubbles(bubbleworld.BubbleWorld):
         self.assertEqual(self.opened()[0].rstrip("/"), f"file://{self.folder}", "the second button")
         self.check_quits_soon(converter)
 
-    def test_an_opener_that_does_not_exist_changes_nothing_else(self):
-        nowhere = os.path.join(self.root, "nowhere")
-        os.mkdir(nowhere)
-        self.environment = {**self.environment, "PATH": nowhere}
-        converter = self.converts("talk.mkv")
-        self.click(self.wait_for_bubbles(1, SAVED)[0].open_button())
-        self.check_quits_soon(converter)
-        self.assertIn(f"nothing on this desktop can open file://{self.folder}/talk.mp4", self.log_text())
-        self.assertEqual(self.files(), ["talk.mp4"])
-
     def test_without_any_font_it_is_shown_all_the_same(self):
         fonts = os.path.join(self.root, "fonts.conf")
         with open(fonts, "w", encoding="utf-8") as file:

@@ -13,23 +13,37 @@ FAILING_OPENER = "#!/bin/sh\nexit 3\n"
 
 
 class NothingOpensABubblesFile(bubbleworld.BubbleWorld):
-    def test_the_user_is_told_and_the_application_stays_until_the_bubble_has_closed(self):
-        with open(os.path.join(self.root, "programs", "xdg-open"), "w", encoding="utf-8") as script:
-            script.write(FAILING_OPENER)
+    def check_is_told_before_the_quit(self):
         converter = self.converts("talk.mkv")
         result = self.wait_for_bubbles(1, bubbleworld.SAVED)[0]
         self.click(result.open_button())
-        self.wait_for(lambda: "nothing on this desktop can open" in self.log_text(), 20, "the log says so")
+        self.wait_for(lambda: f"nothing on this desktop can open file://{self.folder}/talk.mp4" in self.log_text(), 20,
+                      "the log says so")
         self.wait_for(lambda: result.window not in [bubble.window for bubble in self.bubbles()], 20,
                       "the result's bubble has closed")
+        # If it came before the result's bubble went, it takes that one's place after a moment.
+        self.wait_for(lambda: self.bubbles() and self.bubbles()[0].arrow_tip < self.icon().bottom + 8, 20,
+                      "it stands at the icon")
         bubble = self.wait_for_bubbles(1, bubbleworld.PLAIN)[0]
-        self.keep_picture()
         self.check_below(bubble, self.icon())
+        self.keep_picture()
         # The application asks every second whether it may quit.
         time.sleep(3.5)
         self.assertIsNone(converter.poll())
         self.click(bubble.close_button())
         self.check_quits_soon(converter)
+        self.assertEqual(self.files(), ["talk.mp4"])
+
+    def test_an_opener_that_fails(self):
+        with open(os.path.join(self.root, "programs", "xdg-open"), "w", encoding="utf-8") as script:
+            script.write(FAILING_OPENER)
+        self.check_is_told_before_the_quit()
+
+    def test_an_opener_that_does_not_exist(self):
+        nowhere = os.path.join(self.root, "nowhere")
+        os.mkdir(nowhere)
+        self.environment = {**self.environment, "PATH": nowhere}
+        self.check_is_told_before_the_quit()
 
 
 class NothingOpensANotificationsFile(world.World):
