@@ -17,6 +17,8 @@ class NothingOpensABubblesFile(bubbleworld.BubbleWorld):
         converter = self.converts("talk.mkv")
         result = self.wait_for_bubbles(1, bubbleworld.SAVED)[0]
         self.click(result.open_button())
+        # The stack would stand still under the pointer.
+        self.ask("xdotool", "mousemove", "10", "700")
         self.wait_for(lambda: f"nothing on this desktop can open file://{self.folder}/talk.mp4" in self.log_text(), 20,
                       "the log says so")
         self.wait_for(lambda: result.window not in [bubble.window for bubble in self.bubbles()], 20,
