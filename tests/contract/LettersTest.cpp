@@ -7,6 +7,9 @@
 #include "platform/qt/TextLines.h"
 
 #include <QGlyphRun>
+#include <QImage>
+#include <QLabel>
+#include <QPainter>
 #include <QProcessEnvironment>
 #include <QRawFont>
 #include <cstdlib>
@@ -46,6 +49,54 @@ TEST_P(Letters, AreThoseOfTheClientsLanguage) {
     auto environment = QProcessEnvironment::systemEnvironment();
     platform::qt::forgetLettersIn(environment);
     EXPECT_FALSE(environment.contains(QStringLiteral("FC_LANG"))) << "programs that are opened do not inherit it";
+}
+
+const auto sentence = QString::fromUtf8("将レコーディング录制내용을 저장했습니다");
+constexpr QSize paper(280, 40);
+
+/// White on black, at twice the size in pixels.
+template<typename Draw>
+QImage drawn(Draw draw) {
+    QImage image(paper * 2, QImage::Format_RGB32);
+    image.setDevicePixelRatio(2);
+    image.fill(Qt::black);
+    draw(image);
+    return image;
+}
+
+/// The sum of all brightness.
+double weightOf(const QImage& image) {
+    double sum = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            sum += qGray(image.pixel(x, y));
+        }
+    }
+    return sum;
+}
+
+TEST_P(Letters, AreAsHeavyAsTheToolkitsOwn) {
+    unsetenv("FC_LANG");
+    platform::UserDefaults::standard().setStringList("AppleLanguages", {GetParam().language, "en"});
+    const platform::qt::QtApplication application(1, programArguments);
+    const auto font = platform::qt::toolkitFont({"", 12});
+    const auto ours = drawn([&](QImage& image) {
+        QPainter painter(&image);
+        platform::qt::TextLines(sentence, font, paper.width()).draw(painter, QRectF({}, paper), Qt::white);
+    });
+    const auto theirs = drawn([&](QImage& image) {
+        QLabel label(sentence);
+        label.setFont(font);
+        label.setAlignment(Qt::AlignTop);
+        auto palette = label.palette();
+        palette.setColor(QPalette::Window, Qt::black);
+        palette.setColor(QPalette::WindowText, Qt::white);
+        label.setPalette(palette);
+        label.resize(paper);
+        label.render(&image);
+    });
+    ASSERT_GT(weightOf(theirs), 0);
+    EXPECT_NEAR(weightOf(ours) / weightOf(theirs), 1, 0.01);
 }
 
 INSTANTIATE_TEST_SUITE_P(Shared, Letters,
