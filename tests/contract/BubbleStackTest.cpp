@@ -96,6 +96,36 @@ TEST_F(BubbleStack, ThePointerMayCrossTheGapBetweenTwoBubbles) {
     EXPECT_EQ(second()->pos(), place);
 }
 
+TEST_F(BubbleStack, ABubbleWaitsForRoomOnAFullScreenAndItsTimeOnlyStartsThen) {
+    const AuroraFadeRecord stays{0.05, 60, 0.05};
+    while (true) {
+        const auto before = windows().size();
+        open(makeView(savedText), stays);
+        test::turnFor(100ms);
+        if (windows().size() == before) {
+            break;
+        }
+        ASSERT_LT(before, 100U);
+    }
+    const auto full = windows();
+    for (auto left = full.begin(); left != full.end(); ++left) {
+        for (auto right = left + 1; right != full.end(); ++right) {
+            EXPECT_FALSE((*left)
+                             ->geometry()
+                             .adjusted(14, 24, -14, -24)
+                             .intersects((*right)->geometry().adjusted(14, 24, -14, -24)));
+        }
+    }
+    open(makeView("last"), {0.05, 1, 0.05});
+    test::turnFor(2000ms);
+    EXPECT_TRUE(closed.empty()) << "nobody has seen it yet";
+    // Both that wait get room.
+    press(full[0], Qt::Key_Escape);
+    press(full[1], Qt::Key_Escape);
+    EXPECT_TRUE(waitUntilClosed(3)) << "the last one closes by itself";
+    EXPECT_EQ(windows().size(), full.size() - 1);
+}
+
 TEST_F(BubbleStack, ClosesUpInAMotionUnlessLessIsAskedFor) {
     class Steps final : public QObject {
     public:

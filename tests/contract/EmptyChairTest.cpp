@@ -58,6 +58,19 @@ TEST_F(EmptyChair, AScreenSaverThatDiesCoversNothing) {
     expectThatItStaysThreeSecondsLonger();
 }
 
+TEST_F(EmptyChair, OneOfTwoScreenSaversThatGoesLeavesTheScreenToTheOther) {
+    test::ScreenSaver saver;
+    test::ScreenSaver other(false, QStringLiteral("org.gnome.ScreenSaver"));
+    showBriefly();
+    saver.setActive(true);
+    other.setActive(true);
+    test::turnFor(200ms);
+    saver.setActive(false);
+    expectThatItStays();
+    other.setActive(false);
+    expectThatItStaysThreeSecondsLonger();
+}
+
 TEST_F(EmptyChair, EveryOpenBubbleWaitsAndOneThatComesMeanwhileToo) {
     test::ScreenSaver saver;
     showBriefly();

@@ -2,14 +2,12 @@
 
 #include <QDBusMessage>
 #include <QVariantMap>
+#include <utility>
 
 namespace test {
 
 namespace {
 
-const auto saverName = QStringLiteral("org.freedesktop.ScreenSaver");
-const auto saverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
-const auto saverConnection = QStringLiteral("screen saver");
 const auto managerName = QStringLiteral("org.freedesktop.login1");
 const auto managerPath = QStringLiteral("/org/freedesktop/login1");
 const auto managerConnection = QStringLiteral("login manager");
@@ -17,21 +15,30 @@ const auto sessionPath = QStringLiteral("/org/freedesktop/login1/session/_37");
 
 }  // namespace
 
-ScreenSaver::ScreenSaver(bool isActive)
-    : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, saverConnection)), isActive_(isActive) {
-    connection_.registerObject(saverPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
-    connection_.registerService(saverName);
+// The service's name also distinguishes the connection.
+ScreenSaver::ScreenSaver(bool isActive, QString service)
+    : service_(std::move(service)),
+      connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, service_)),
+      isActive_(isActive) {
+    connection_.registerObject(path(), service_, this, QDBusConnection::ExportAllSlots);
+    connection_.registerService(service_);
 }
 
 ScreenSaver::~ScreenSaver() {
-    connection_.unregisterService(saverName);
-    connection_.unregisterObject(saverPath);
-    QDBusConnection::disconnectFromBus(saverConnection);
+    connection_.unregisterService(service_);
+    connection_.unregisterObject(path());
+    QDBusConnection::disconnectFromBus(service_);
+}
+
+QString ScreenSaver::path() const {
+    return QLatin1Char('/') + QString(service_).replace(QLatin1Char('.'), QLatin1Char('/'));
 }
 
 void ScreenSaver::setActive(bool isActive) {
     isActive_ = isActive;
-    Q_EMIT ActiveChanged(isActive);
+    auto signal = QDBusMessage::createSignal(path(), service_, QStringLiteral("ActiveChanged"));
+    signal << isActive;
+    connection_.send(signal);
 }
 
 LoginManager::LoginManager(const QString& typeOfSession)

@@ -10,10 +10,10 @@ namespace test {
 /// A desktop's screen saver, on its own bus connection.
 class ScreenSaver final : public QObject {
     Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
 
 public:
-    explicit ScreenSaver(bool isActive = false);
+    /// The interface has the name of the service.
+    explicit ScreenSaver(bool isActive = false, QString service = QStringLiteral("org.freedesktop.ScreenSaver"));
     ~ScreenSaver() override;
 
     void setActive(bool isActive);
@@ -21,10 +21,10 @@ public:
 public Q_SLOTS:
     bool GetActive() const { return isActive_; }
 
-Q_SIGNALS:
-    void ActiveChanged(bool isActive);
-
 private:
+    QString path() const;
+
+    const QString service_;
     QDBusConnection connection_;
     bool isActive_;
 };

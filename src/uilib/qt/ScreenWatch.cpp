@@ -1,6 +1,5 @@
 #include "uilib/qt/ScreenWatch.h"
 
-#include <QDBusMessage>
 #include <array>
 #include <utility>
 
@@ -36,32 +35,36 @@ ScreenWatch::ScreenWatch(std::function<void(bool)> changed)
     saverWatch_.setConnection(connection_.bus());
     saverWatch_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     // A saver that has died covers nothing any more.
-    connect(&saverWatch_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { onSaverActiveChanged(false); });
+    connect(&saverWatch_, &QDBusServiceWatcher::serviceUnregistered, this,
+            [this](const QString& service) { setSaverActive(service, false); });
     for (const auto& saver : savers()) {
         saverWatch_.addWatchedService(saver.service);
         connection_.bus().connect(saver.service, saver.path, saver.service, QStringLiteral("ActiveChanged"), this,
-                                  SLOT(onSaverActiveChanged(bool)));
+                                  SLOT(onSaverActiveChanged(bool, QDBusMessage)));
         askSaver(saver.service, saver.path);
     }
 }
 
 void ScreenWatch::askSaver(const QString& service, const QString& path) {
     const auto question = QDBusMessage::createMethodCall(service, path, service, QStringLiteral("GetActive"));
-    connection_.ask<bool>(*this, question, [this](bool isActive) {
-        // If one of the two is inactive, the other may still be active.
-        if (isActive) {
-            onSaverActiveChanged(true);
-        }
-    });
+    connection_.ask<bool>(*this, question, [this, service](bool isActive) { setSaverActive(service, isActive); });
 }
 
-void ScreenWatch::onSaverActiveChanged(bool isActive) {
-    isSaverActive_ = isActive;
+void ScreenWatch::onSaverActiveChanged(bool isActive, const QDBusMessage& message) {
+    setSaverActive(message.interface(), isActive);
+}
+
+void ScreenWatch::setSaverActive(const QString& interface, bool isActive) {
+    if (isActive) {
+        activeSavers_.insert(interface);
+    } else {
+        activeSavers_.erase(interface);
+    }
     notifyChange();
 }
 
 void ScreenWatch::notifyChange() {
-    const bool isVisible = !isSaverActive_ && !isUserAway_;
+    const bool isVisible = activeSavers_.empty() && !isUserAway_;
     if (std::exchange(isVisible_, isVisible) != isVisible) {
         changed_(isVisible);
     }

@@ -3,10 +3,12 @@
 #include "platform/qt/PrivateConnection.h"
 #include "uilib/qt/LoginSession.h"
 
+#include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
 #include <functional>
+#include <set>
 
 namespace uilib::qt {
 
@@ -22,15 +24,17 @@ public:
     bool isVisible() const { return isVisible_; }
 
 private:
-    Q_SLOT void onSaverActiveChanged(bool isActive);
+    Q_SLOT void onSaverActiveChanged(bool isActive, const QDBusMessage& message);
 
     void askSaver(const QString& service, const QString& path);
+    void setSaverActive(const QString& interface, bool isActive);
     void notifyChange();
 
     const std::function<void(bool)> changed_;
     platform::qt::PrivateConnection connection_;
     QDBusServiceWatcher saverWatch_;
-    bool isSaverActive_ = false;
+    /// By their interfaces, which have the names of their services.
+    std::set<QString> activeSavers_;
     bool isUserAway_ = false;
     bool isVisible_ = true;
     LoginSession session_;
