@@ -40,6 +40,29 @@ class EmbeddedIconMenu(_Waiting, bubbleworld.BubbleWorld):
         return [rectangle for _, rectangle in self._own_windows()
                 if rectangle.width > 64 and rectangle.overlaps(display.Rectangle(*self.pointer, 2, 2))]
 
+    def tool_tips(self):
+        return [rectangle for window, rectangle in self._own_windows()
+                if "_NET_WM_WINDOW_TYPE_TOOLTIP" in self.ask("xprop", "-id", window, "_NET_WM_WINDOW_TYPE")]
+
+    def test_a_tooltip_has_a_line_for_each_recording(self):
+        """Title, the one that is converted, the one that waits; without them the title alone."""
+        meeting = self.meeting()
+        idle = self.launch_for(meeting)
+        alone = self.hover()
+        self.terminate(idle)
+        with self.two_recordings_wait():
+            three = self.hover()
+        self.assertGreater(three.height, alone.height + 2 * 10, "two more lines")
+
+    def hover(self):
+        icon = self.wait_for(self.icon, 20, "the icon")
+        self.ask("xdotool", "mousemove", "10", "700")
+        for step in (6, 4):
+            self.ask("xdotool", "mousemove", str(int(icon.middle) - step), str(int(icon.y + icon.height / 2)))
+        tool_tip = self.wait_for(self.tool_tips, 20, "the tooltip")[0]
+        self.keep_picture()
+        return tool_tip
+
     def test_opens_the_folder_of_a_recording(self):
         with self.two_recordings_wait():
             icon = self.wait_for(self.icon, 20, "the icon")

@@ -8,6 +8,9 @@ namespace test {
 std::shared_ptr<CAuroraBubble> FakeAuroraBubbleMaker::makeBubbleWithDescriptionExternalClientView(
     std::shared_ptr<const CAuroraBubbleDescription> description, std::shared_ptr<platform::ui::View> clientView) {
     bubbles_.push_back(std::make_shared<FakeAuroraBubble>(std::move(description), std::move(clientView)));
+    if (onMake_) {
+        onMake_(*bubbles_.back());
+    }
     return bubbles_.back();
 }
 

@@ -4,6 +4,7 @@
 #include "uilib/CAuroraBubble.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -25,7 +26,13 @@ public:
     void showAtAndBindInViewOption(const platform::ui::Point& point, const std::shared_ptr<platform::ui::View>& anchor,
                                    int option) override {
         showings_.push_back({point, anchor, option});
+        if (onShow_) {
+            onShow_();
+        }
     }
+
+    /// Called from inside each call that shows the bubble.
+    void setOnShow(std::function<void()> onShow) { onShow_ = std::move(onShow); }
 
     std::shared_ptr<platform::ui::View> clientView() const override { return clientView_; }
 
@@ -43,6 +50,7 @@ private:
     const std::shared_ptr<const CAuroraBubbleDescription> description_;
     const std::shared_ptr<platform::ui::View> clientView_;
     std::vector<Showing> showings_;
+    std::function<void()> onShow_;
     int closeCount_ = 0;
 };
 
@@ -54,6 +62,9 @@ public:
     std::shared_ptr<CAuroraBubble>
     makeBubbleWithDescriptionExternalClientView(std::shared_ptr<const CAuroraBubbleDescription> description,
                                                 std::shared_ptr<platform::ui::View> clientView) override;
+
+    /// Called for each bubble that is made, before anyone else has it.
+    void setOnMake(std::function<void(FakeAuroraBubble&)> onMake) { onMake_ = std::move(onMake); }
 
     /// In the order of creation.
     const std::vector<std::shared_ptr<FakeAuroraBubble>>& bubbles() const { return bubbles_; }
@@ -73,6 +84,7 @@ private:
 
     platform::NotificationCenter& center_;
     std::vector<std::shared_ptr<FakeAuroraBubble>> bubbles_;
+    std::function<void(FakeAuroraBubble&)> onMake_;
     std::vector<const FakeAuroraBubble*> announced_;
 };
 

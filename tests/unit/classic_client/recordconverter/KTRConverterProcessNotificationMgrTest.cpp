@@ -4,10 +4,12 @@
 
 #include "KTRMeetingRecordingBubbleButtonModel.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -178,6 +180,23 @@ TEST_F(KTRConverterProcessNotificationMgrTest, WithoutAnAnchorViewABubbleIsShown
         EXPECT_EQ(each->showings().at(0).point, (Point{0, 0}));
         EXPECT_EQ(each->showings().at(0).anchor, nullptr);
     }
+}
+
+/// A bubble that closes while it is being shown must find itself in the list.
+TEST_F(KTRConverterProcessNotificationMgrTest, ABubbleIsKeptBeforeItIsShown) {
+    std::vector<bool> wasKept;
+    fake.bubbleMaker.setOnMake([&](test::FakeAuroraBubble& made) {
+        made.setOnShow([&] {
+            const auto& kept = manager->auroraBubblesArray();
+            wasKept.push_back(
+                manager->filesPreparedBubble().get() == &made ||
+                std::any_of(kept.begin(), kept.end(), [&](const auto& open) { return open.get() == &made; }));
+        });
+    });
+    manager->reportProcessStart();
+    manager->reportProcessDoneWithFilePath("/talk.mp4");
+    manager->reportProcessDoneWithFilePath(std::nullopt);
+    EXPECT_EQ(wasKept, std::vector<bool>(3, true));
 }
 
 TEST_F(KTRConverterProcessNotificationMgrTest, TheViewIsLaidOutOnceBeforeTheBubbleIsMade) {
