@@ -230,9 +230,10 @@ class Line:
                 raise AssertionError(f"waited {seconds} s in vain: {what}; heard {self.heard}")
             time.sleep(0.01)
 
-    def call(self, service, path, interface, method):
-        return self._connection.call_sync(service, path, interface, method, None, None, Gio.DBusCallFlags.NONE, 20000,
-                                          None).unpack()[0]
+    def call(self, service, path, interface, method, arguments=None):
+        """What the method returns: a list."""
+        return self._connection.call_sync(service, path, interface, method, arguments, None, Gio.DBusCallFlags.NONE, 20000,
+                                          None).unpack()
 
     def play_notification_server(self):
         """Acts as the desktop's notification server from now on."""

@@ -62,7 +62,7 @@ class ScreenReader(bubbleworld.BubbleWorld):
         super().setUp()
         self.start_program("/usr/libexec/at-spi-bus-launcher", "--launch-immediately")
         self.wait_for(lambda: self.line.has_owner("org.a11y.Bus"), 30, "the accessibility bus")
-        self.reader = accessible.Reader(self.line.call("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress"))
+        self.reader = accessible.Reader(self.line.call("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress")[0])
         self.addCleanup(self.reader.close)
         self.environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
 

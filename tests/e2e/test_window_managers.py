@@ -11,23 +11,26 @@ import test_desktops
 BLACK = (0, 0, 0)
 
 
-class _WindowManager(bubbleworld.BubbleWorld):
+class WindowManagerWorld(bubbleworld.BubbleWorld):
     with_tray = False
+    # Of the user's window, which covers half of the screen and the bubble's place.
+    window_place = f"+{display.WIDTH // 2 - 40}+60"
 
     def work_in_a_window(self):
-        """Opens a window as large as half the screen below the bubble's place, and gives it the keyboard."""
-        size, place = f"{display.WIDTH // 2}x{display.HEIGHT // 2}", f"+{display.WIDTH // 2 - 40}+60"
-        self.start_shown(("--name", "Event Tester"), "xev", "-geometry", size + place)
+        """Opens the user's window and gives it the keyboard."""
+        size = f"{display.WIDTH // 2}x{display.HEIGHT // 2}"
+        self.start_shown(("--name", "Event Tester"), "xev", "-geometry", size + self.window_place)
         window = self.windows("--name", "Event Tester")[0]
         self.ask("xdotool", "windowactivate", "--sync", window)
-        self.wait_for(lambda: self.focus() == window, 20, "it has the keyboard")
-        return window
+        self.wait_for(lambda: self.standing() == [window, str(self.rectangle(window))], 20, "it has the keyboard")
 
     def wait_for_icon(self):
         """Here nobody takes the status icon."""
 
-    def focus(self):
-        return self.ask("xdotool", "getwindowfocus").strip()
+    def standing(self):
+        """The window that has the keyboard, and the place of the user's window."""
+        window = (self.windows("--name", "Event Tester") or [None])[0]
+        return [self.ask("xdotool", "getwindowfocus").strip(), window and str(self.rectangle(window))]
 
     def check_is_on_the_screen(self, bubble, before):
         body = bubble.body
@@ -40,10 +43,14 @@ class _WindowManager(bubbleworld.BubbleWorld):
         self.assertLessEqual(bottom - top, body.height + 2 * (display.SHADOW + display.ARROW))
         self.assertGreater(after.share_of(BLACK, body.x + 2, body.y + 2, body.right - 2, body.bottom - 2), 0.5)
 
+    def check_does_not_press(self, bubble):
+        """The desktop asks nobody to attend to the bubble."""
+        self.assertNotIn("DEMANDS_ATTENTION", self.ask("xprop", "-id", bubble.window, "_NET_WM_STATE"))
+
     def check_the_outcome_is_seen(self):
         self.ask("xsetroot", "-solid", "#406080")
-        window = self.work_in_a_window()
-        place = str(self.rectangle(window))
+        self.work_in_a_window()
+        standing = self.standing()
         meeting = self.meeting()
         converter = self.launch_for(meeting, self.recording())
         self.wait_for_icon()
@@ -52,18 +59,17 @@ class _WindowManager(bubbleworld.BubbleWorld):
         bubble = self.wait_for_bubbles(1, bubbleworld.SAVED)[0]
         self.check_is_on_the_screen(bubble, before)
         self.assertIn("bubble shown as a window", self.log_text())
-        self.assertEqual(self.focus(), window, "the user's window keeps the keyboard")
-        self.assertEqual(str(self.rectangle(window)), place)
-        self.assertNotIn("DEMANDS_ATTENTION", self.ask("xprop", "-id", bubble.window, "_NET_WM_STATE"))
+        self.assertEqual(self.standing(), standing, "the user's window keeps its place and the keyboard")
+        self.check_does_not_press(bubble)
         self.click(bubble.open_button())
         self.wait_for(self.opened, 10, "xdg-open runs")
         self.assertEqual(self.opened(), [f"file://{self.folder}/talk.mp4"])
-        self.assertEqual(self.focus(), window, "a click on a button leaves the keyboard where it is")
+        self.assertEqual(self.standing(), standing, "a click on a button leaves the keyboard where it is")
         self.check_quits_soon(converter)
         return bubble
 
 
-class _KWin(_WindowManager):
+class _KWin(WindowManagerWorld):
     def check_the_outcome_is_seen_in_the_corner(self):
         bubble = self.check_the_outcome_is_seen()
         self.assertTrue(self.in_the_corner(bubble), bubble.body)
@@ -133,7 +139,7 @@ class KWinOnWayland(_KWin):
 
 
 
-class Xfwm(test_desktops.PanelWithItems, _WindowManager):
+class Xfwm(test_desktops.PanelWithItems, WindowManagerWorld):
     """The window manager of a light desktop, with the panel of the same."""
 
     def start_window_manager(self):
