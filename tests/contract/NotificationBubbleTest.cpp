@@ -46,7 +46,7 @@ TEST_F(NotificationBubble, SaysTheTextAndTheFilesNameWithButtonsTimeAndKind) {
     notify(view, 15);
     EXPECT_EQ(last().summary.toStdString(), savedText);
     EXPECT_EQ(last().body, QStringLiteral("talk.mp4"));
-    EXPECT_EQ(last().actions, (QStringList{"default", "Open", "0", "Open", "1", "View in Folder"}));
+    EXPECT_EQ(last().actions, (QStringList{"default", "", "0", "Open", "1", "View in Folder"}));
     EXPECT_GE(last().timeout, 15000) << "the bubble closes it, not the server";
     EXPECT_EQ(last().hints.value("category").toString(), QStringLiteral("transfer.complete"));
     EXPECT_EQ(last().hints.value("desktop-entry").toString(), QStringLiteral("org.recordconverter.RecordConverter"));

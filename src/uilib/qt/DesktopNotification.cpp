@@ -167,8 +167,9 @@ QStringList DesktopNotification::actions() const {
     if (!can("actions") || content_.buttons.empty()) {
         return list;
     }
-    // A press on the notification itself acts like the first button.
-    list << defaultAction << QString::fromStdString(content_.buttons.front().title);
+    // A press on the notification itself acts like the first button. Without a title, because some servers make a button
+    // of this one too.
+    list << defaultAction << QString();
     for (std::size_t i = 0; i < content_.buttons.size(); ++i) {
         list << QString::number(i) << QString::fromStdString(content_.buttons[i].title);
     }
