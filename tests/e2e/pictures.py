@@ -13,6 +13,11 @@ class Picture:
     def _rows(self):
         return [self._pixels[start:start + self._row] for start in range(0, len(self._pixels), self._row)]
 
+    def without_rows(self, top, bottom):
+        """The same image, black between these rows."""
+        return Picture(self._row // 3, self._pixels[:top * self._row] + bytes((bottom - top) * self._row)
+                       + self._pixels[bottom * self._row:])
+
     def changed_since(self, before):
         """(left, top, right, bottom) of the smallest rectangle that holds every changed pixel; None without any."""
         top, bottom, left, right = None, None, self._row, 0

@@ -120,8 +120,7 @@ class _GnomeShell(bubbleworld.BubbleWorld):
         path = os.path.join(self.root, "screen.png")
         self.take_picture(path)
         pixels = subprocess.run(["convert", path, "-depth", "8", "rgb:-"], stdout=subprocess.PIPE, check=True).stdout
-        hidden = 3 * display.WIDTH * BAR_HEIGHT
-        return pictures.Picture(display.WIDTH, bytes(hidden) + pixels[hidden:])
+        return pictures.Picture(display.WIDTH, pixels).without_rows(0, BAR_HEIGHT)
 
     def point_at(self, x, y):
         self.evaluate(POINTER % (MOVE % (x, y)))

@@ -1,6 +1,7 @@
 """The outcome is seen under real window managers on X11: on the screen's own picture, on top, whole, and beside the
 window that the user works in, which keeps its place and the keyboard."""
 
+import glob
 import os
 import shutil
 
@@ -105,8 +106,11 @@ class KWinOnWayland(_KWin):
     """The same as a Wayland compositor, in a window of the display that the test looks at and points on. Our windows
     and the user's come through Xwayland."""
 
+    has_layer_surfaces = False
+
     def start_window_manager(self):
-        self.leave_layer_surfaces_out()
+        if not self.has_layer_surfaces:
+            self.leave_layer_surfaces_out()
         self.outside = dict(self.environment)
         # The installed program has a capability that a container refuses; a copy has none. It runs under no other name.
         compositor, told = (os.path.join(self.root, name) for name in ("kwin_wayland", "kwin.environment"))
@@ -139,8 +143,13 @@ class KWinOnWayland(_KWin):
 
 
 
-class Xfwm(test_desktops.PanelWithItems, WindowManagerWorld):
-    """The window manager of a light desktop, with the panel of the same."""
+class Xfce(test_desktops.PanelWithItems, WindowManagerWorld):
+    """A light desktop: window manager, panel and notification server."""
+
+    def setUp(self):
+        super().setUp()
+        self.start_program(glob.glob("/usr/lib/*/xfce4/notifyd/xfce4-notifyd")[0])
+        self.wait_for(lambda: self.line.has_owner("org.freedesktop.Notifications"), 30, "the notification server")
 
     def start_window_manager(self):
         self.start_program("xfwm4", "--compositor=off")
@@ -148,8 +157,39 @@ class Xfwm(test_desktops.PanelWithItems, WindowManagerWorld):
     def wait_for_icon(self):
         self.wait_for(self.items, 20, "the item is registered")
 
+    def notification(self):
+        """The rectangle of the only notification on the screen; None if there are others, or none."""
+        windows = self.windows("--class", "xfce4-notifyd")
+        return self.rectangle(windows[0]) if len(windows) == 1 else None
+
     def test_the_outcome_is_seen(self):
         self.check_in_the_corner_below_the_panel(self.check_the_outcome_is_seen())
+        self.assertIsNone(self.notification(), "not both")
+
+    def test_where_no_window_can_be_placed_the_notification_server_shows_it(self):
+        self.work_in_a_window()
+        standing, before = self.standing(), self.wait_for_rest()
+        self.environment = {key: value for key, value in self.environment.items() if key != "DISPLAY"}
+        converter = self.converts("talk.mkv")
+        # How often the preparing notification is shown depends on the machine.
+        self.wait_for(lambda: self.files() == ["talk.mp4"], 40, "it is converted")
+        self.wait_for(lambda: "bubble shown as a desktop notification" in self.log_text(), 20, "it is told")
+        self.wait_for(self.notification, 20, "the earlier one has gone")
+        after, place = self.wait_for_rest(), self.notification()
+        self.keep_picture()
+        panel = 0, test_desktops.PANEL_HEIGHT
+        left, top, right, bottom = after.without_rows(*panel).changed_since(before.without_rows(*panel))
+        self.assertGreater(left, display.WIDTH / 2)
+        self.assertLess(bottom, display.HEIGHT / 3)
+        self.assertLessEqual(abs(place.right - right), 2, "whole and above the window")
+        self.assertLessEqual(abs(place.y - top), 2)
+        self.assertEqual(self.standing(), standing)
+        # This server makes a button of every action that has a title, from right to left.
+        self.click((place.right - 180, place.bottom - 30))
+        self.wait_for(self.opened, 20, "xdg-open runs")
+        self.assertEqual(self.opened(), [f"file://{self.folder}/talk.mp4"])
+        self.assertEqual(self.wait_ended(converter, 20), 0)
+        self.assertEqual(self.standing(), standing)
 
 
 if __name__ == "__main__":
