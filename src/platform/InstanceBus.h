@@ -21,6 +21,10 @@ public:
         /// `sender` is the address of the process that has posted it.
         virtual void notificationArrived(const DistributedNotification& notification, const std::string& sender) = 0;
 
+        /// Something was posted whose arguments do not have the types of a notification; `signature` has theirs. Nobody
+        /// else gets it.
+        virtual void malformedArrived(const std::string& signature, const std::string& sender) = 0;
+
         /// The process with the address `owner` owns the name no longer.
         virtual void ownerLeft(const std::string& busName, const std::string& owner) = 0;
 

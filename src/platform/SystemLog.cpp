@@ -9,8 +9,7 @@ namespace platform {
 namespace {
 
 class StandardErrorLog final : public SystemLog {
-public:
-    void write(const std::string& text) override {
+    void writeLine(const std::string& text, Severity) override {
         static_cast<void>(std::fprintf(stderr, "record-converter: %s\n", text.c_str()));
     }
 };

@@ -74,8 +74,9 @@ LaunchHandOver::Outcome LaunchHandOver::run() {
             }
             if (answer == Answer::none) {
                 platform::SystemLog::standard().write("the running record converter, process " +
-                                                      std::to_string(*processId) +
-                                                      ", has not acknowledged; the recording waits in its queue");
+                                                          std::to_string(*processId) +
+                                                          ", has not acknowledged; the recording waits in its queue",
+                                                      platform::Severity::warning);
             }
         }
         confirmSpawn(*processId);

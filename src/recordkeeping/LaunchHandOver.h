@@ -34,6 +34,7 @@ private:
     enum class Answer { none, acknowledged, ownerLeft, busLost };
 
     void notificationArrived(const platform::DistributedNotification& notification, const std::string& sender) override;
+    void malformedArrived(const std::string&, const std::string&) override {}
     void ownerLeft(const std::string& busName, const std::string& owner) override;
     void busLost() override;
 

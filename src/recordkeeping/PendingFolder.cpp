@@ -268,9 +268,10 @@ void PendingFolder::sayTrouble(const std::string& what) {
     const int error = errno;
     const std::lock_guard lock(mutex_);
     if (!std::exchange(hasSaidTrouble_, true)) {
-        platform::SystemLog::standard().write("can't " + what + " " + path_ + ": " +
-                                              std::generic_category().message(error) +
-                                              "; recordings that wait when this process is killed are not remembered");
+        platform::SystemLog::standard().write(
+            "can't " + what + " " + path_ + ": " + std::generic_category().message(error) +
+                "; recordings that wait when this process is killed are not remembered",
+            platform::Severity::error);
     }
 }
 

@@ -198,7 +198,8 @@ bool Recordkeeper::mayTerminate() const {
 bool Recordkeeper::noteEnding() {
     const auto left = pending_.noteEnding();
     for (const auto& source : left) {
-        platform::SystemLog::standard().write("left for the next start of the record converter: " + source);
+        platform::SystemLog::standard().write("left for the next start of the record converter: " + source,
+                                              platform::Severity::warning);
     }
     return !left.empty();
 }

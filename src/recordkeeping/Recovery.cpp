@@ -13,8 +13,8 @@ namespace recordkeeping {
 
 namespace {
 
-void logLine(const std::string& text) {
-    platform::SystemLog::standard().write(text);
+void logLine(const std::string& text, platform::Severity severity = platform::Severity::notice) {
+    platform::SystemLog::standard().write(text, severity);
 }
 
 }  // namespace
@@ -48,12 +48,13 @@ void Recovery::bringOne(const PendingEntry& entry) {
     } else if (entry.state < PendingEntry::State::due && processes_.isAlive(entry.meeting)) {
         announceAgain(entry);
     } else if (!files_.fileExistsAtPath(entry.source, nullptr)) {
-        logLine("the recording " + entry.source + " no longer exists and is forgotten");
+        logLine("the recording " + entry.source + " no longer exists and is forgotten", platform::Severity::warning);
         pending_.remove(entry.source);
         hasWork_ = true;
     } else if (entry.attempts >= PendingRecordings::mostAttempts) {
         logLine("the converter has ended " + std::to_string(entry.attempts) + " times while it converted " +
-                entry.source + "; it is left alone: convert-recording --pending converts it by hand");
+                    entry.source + "; it is left alone: convert-recording --pending converts it by hand",
+                platform::Severity::error);
         if (entry.state != PendingEntry::State::left) {
             application_.converterReporter()->reportProcessDoneWithFilePath(std::nullopt);
             pending_.noteLeft(entry.source);

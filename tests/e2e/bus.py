@@ -203,6 +203,11 @@ class Line:
                                      GLib.Variant("(ssa{sv})", (name, obj, info or {})))
         self._connection.flush_sync(None)
 
+    def emit_other_arguments(self):
+        """The signal of a notification, but with a single string."""
+        self._connection.emit_signal(None, PATH, INTERFACE, "Posted", GLib.Variant("(s)", ("a name",)))
+        self._connection.flush_sync(None)
+
     def started(self, pid, path):
         value = GLib.Variant("ay", path) if isinstance(path, bytes) else GLib.Variant("s", path)
         self.post(STARTED, {PID: GLib.Variant("i", pid), FILE: value})

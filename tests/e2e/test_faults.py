@@ -93,6 +93,26 @@ class FailingConversions(world.World):
         self.assertEqual(self.wait_ended(converter), 0)
 
 
+class ClientsMistakes(world.World):
+    def test_each_is_in_the_log_with_its_sender_and_harms_nothing(self):
+        meeting = self.meeting()
+        converter = self.launch("-pid", str(meeting.pid), "-locale", "German")
+        self.line.wait_confirmed(meeting.pid)
+        self.line.started(meeting.pid, "talk.mkv")
+        self.line.stopped(meeting.pid)
+        self.line.post("RecordingStarted")
+        self.line.emit_other_arguments()
+        for mistake in ('-locale "German" is no language: give a number from 1 to 20',
+                        'is the relative path "talk.mkv": send the full path',
+                        'a mistake in "RecordingStarted" from :', "has the arguments (s); it is ignored"):
+            self.wait_for(lambda: mistake in self.log_text(), 20, mistake)
+        self.assertEqual(self.log_text().count(f"(process {os.getpid()})"), 3, "each names who posted it")
+        self.line.started(meeting.pid, self.recording())
+        meeting.die()
+        self.assertEqual(self.wait_ended(converter), 0)
+        self.assertEqual(self.files(), ["talk.mp4"])
+
+
 class NoBus(world.World):
     with_bus = False
 

@@ -50,7 +50,8 @@ void ConversionJob::run() {
     }
     DamagedSource kept(source);
     note((damage_ ? "parts of the recording could not be read (" + *damage_ + ")" : "it may be written to later") +
-         "; its data stays as " + printable(kept.path()));
+             "; its data stays as " + printable(kept.path()),
+         LOG_WARNING);
     output.publish();
     kept.keep();
 }
@@ -61,8 +62,8 @@ void ConversionJob::requireNotAbandoned() const {
     }
 }
 
-void ConversionJob::note(const std::string& text) const {
-    logLine(sourcePath_ + ": " + text);
+void ConversionJob::note(const std::string& text, int priority) const {
+    logLine(sourcePath_ + ": " + text, priority);
 }
 
 }  // namespace mediaconverter

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <syslog.h>
 #include <utility>
 
 namespace mediaconverter {
@@ -25,7 +26,7 @@ public:
 
 private:
     void requireNotAbandoned() const;
-    void note(const std::string& text) const;
+    void note(const std::string& text, int priority = LOG_NOTICE) const;
 
     JobOwner& owner_;
     const std::string sourcePath_;

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
-#include <syslog.h>
 #include <unistd.h>
 
 namespace mediaconverter {
@@ -38,12 +37,15 @@ std::string printable(const std::string& bytes) {
     return out;
 }
 
-void logLine(const std::string& text) {
-    const std::string line = "mediaconverter: " + printable(text) + "\n";
+void logLine(const std::string& text, int priority) {
+    const bool isJournal = isStandardErrorTheJournal();
+    // The journal reads the priority from the start of a line (sd-daemon(3)).
+    const std::string prefix = isJournal ? "<" + std::to_string(priority) + ">" : "";
+    const std::string line = prefix + "mediaconverter: " + printable(text) + "\n";
     // One write, so that lines of several threads do not mix; a failure cannot be reported anywhere.
     static_cast<void>(!::write(STDERR_FILENO, line.data(), line.size()));
-    if (!isStandardErrorTheJournal()) {
-        ::syslog(LOG_USER | LOG_NOTICE, "mediaconverter: %s", printable(text).c_str());
+    if (!isJournal) {
+        ::syslog(LOG_USER | priority, "mediaconverter: %s", printable(text).c_str());
     }
 }
 

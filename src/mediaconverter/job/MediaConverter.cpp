@@ -93,8 +93,9 @@ void MediaConverter::jobProgress(float percent) {
 int MediaConverter::report(const char* source, ConversionError error, const std::string& detail) {
     try {
         logLine(std::string(source == nullptr ? "(no path)" : source) + ": error " +
-                std::to_string(static_cast<int>(error)) + ": " + sentence(error) +
-                (detail.empty() ? std::string() : " (" + detail + ")"));
+                    std::to_string(static_cast<int>(error)) + ": " + sentence(error) +
+                    (detail.empty() ? std::string() : " (" + detail + ")"),
+                LOG_ERR);
     } catch (const std::exception&) {
         // No memory even for a line: the code must suffice.
     }

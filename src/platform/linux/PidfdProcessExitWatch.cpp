@@ -27,7 +27,8 @@ void PidfdProcessExitWatch::watch(std::int32_t processId, std::function<void(std
             }
         } else {
             SystemLog::standard().write("can't watch the exit of process " + std::to_string(processId) + ": " +
-                                        std::generic_category().message(errno));
+                                            std::generic_category().message(errno),
+                                        Severity::error);
         }
         return;
     }

@@ -27,6 +27,18 @@ std::string asOneLine(std::string text) {
     return text;
 }
 
+int priorityOf(Severity severity) {
+    switch (severity) {
+    case Severity::error:
+        return LOG_ERR;
+    case Severity::warning:
+        return LOG_WARNING;
+    case Severity::notice:
+        break;
+    }
+    return LOG_NOTICE;
+}
+
 void writeAll(int descriptor, const std::string& text) {
     std::size_t written = 0;
     while (written < text.size()) {
@@ -49,12 +61,15 @@ SyslogSystemLog::~SyslogSystemLog() {
     closelog();
 }
 
-void SyslogSystemLog::write(const std::string& text) {
+void SyslogSystemLog::writeLine(const std::string& text, Severity severity) {
     const auto line = asOneLine(text);
+    const int priority = priorityOf(severity);
+    // The journal reads the priority from the start of a line (sd-daemon(3)).
+    const auto prefix = standardErrorIsJournal_ ? "<" + std::to_string(priority) + ">" : std::string();
     // One call, so that lines of several threads do not mix.
-    writeAll(STDERR_FILENO, std::string(programName) + ": " + line + "\n");
+    writeAll(STDERR_FILENO, prefix + programName + ": " + line + "\n");
     if (!standardErrorIsJournal_) {
-        syslog(LOG_NOTICE, "%s", line.c_str());
+        syslog(priority, "%s", line.c_str());
     }
 }
 

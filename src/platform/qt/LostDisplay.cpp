@@ -33,7 +33,7 @@ void startAgain() {
     if (!arguments) {
         return;
     }
-    SystemLog::standard().write("the display has gone: starting again off-screen");
+    SystemLog::standard().write("the display has gone: starting again off-screen", Severity::warning);
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv(restartMark, "1", 1);
     sigset_t none;

@@ -31,9 +31,9 @@ QDBusMessage roundTrip() {
 
 void sayThatThereIsNoBus(const QString& reason) {
     SystemLog::standard().write("no session bus (" + reason.toStdString() +
-                                "): notifications of meeting clients can be neither received nor acknowledged; the "
-                                "command line and the exit watch "
-                                "still work");
+                                    "): notifications of meeting clients can be neither received nor acknowledged; the "
+                                    "command line and the exit watch still work",
+                                Severity::warning);
 }
 
 DistributedNotification notificationOf(const QDBusMessage& message) {
@@ -71,8 +71,8 @@ void NotificationBus::runOnBusThread(std::function<void()> work) {
 
 void NotificationBus::listen() {
     // The bus processes a connection's messages in order, so these are in effect before any later call is answered.
-    connection_.bus().connect({}, notificationPath, notificationInterface, notificationSignal,
-                              QStringLiteral("ssa{sv}"), this, SLOT(onPosted(QDBusMessage)));
+    connection_.bus().connect({}, notificationPath, notificationInterface, notificationSignal, QString(), this,
+                              SLOT(onPosted(QDBusMessage)));
     connection_.bus().connect({}, QStringLiteral("/org/freedesktop/DBus/Local"),
                               QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                               SLOT(onDisconnected()));
@@ -142,7 +142,8 @@ bool NotificationBus::acquireName(const std::string& busName) {
                                                                       QDBusConnectionInterface::DontAllowReplacement);
     if (!reply.isValid()) {
         SystemLog::standard().write("the session bus refuses the name " + busName + ": " +
-                                    reply.error().message().toStdString());
+                                        reply.error().message().toStdString(),
+                                    Severity::warning);
         return true;
     }
     return reply.value() == QDBusConnectionInterface::ServiceRegistered;
@@ -172,6 +173,12 @@ void NotificationBus::wait(std::chrono::milliseconds limit) {
 }
 
 void NotificationBus::onPosted(const QDBusMessage& message) {
+    if (message.signature() != QLatin1String("ssa{sv}")) {
+        if (listener_ != nullptr) {
+            listener_->malformedArrived(message.signature().toStdString(), message.service().toStdString());
+        }
+        return;
+    }
     const auto notification = notificationOf(message);
     if (listener_ != nullptr) {
         listener_->notificationArrived(notification, message.service().toStdString());

@@ -57,7 +57,8 @@ void QtWorkspace::end(int opening) {
 }
 
 void QtWorkspace::fail(const FileURL& url, const std::string& reason) {
-    SystemLog::standard().write("nothing on this desktop can open " + url.absoluteString() + ": " + reason);
+    SystemLog::standard().write("nothing on this desktop can open " + url.absoluteString() + ": " + reason,
+                                Severity::warning);
     if (failed_) {
         failed_(url);
     }
@@ -89,7 +90,8 @@ bool QtWorkspace::asksFileManager(const FileURL& folder) {
         end(opening);
         if (answer->isError()) {
             SystemLog::standard().write("the file manager can't show " + folder.item() + ": " +
-                                        answer->error().message().toStdString());
+                                            answer->error().message().toStdString(),
+                                        Severity::warning);
             opensByProgram(folder);
         }
     });

@@ -51,7 +51,7 @@ struct VectorPicture::Drawing {
 
 VectorPicture::VectorPicture(const ui::Image& image) : drawing_(std::make_unique<Drawing>()) {
     if (!drawing_->renderer.load(QFile::decodeName(image.file.c_str()))) {
-        SystemLog::standard().write("can't read the image " + image.file);
+        SystemLog::standard().write("can't read the image " + image.file, Severity::warning);
     }
     drawing_->renderer.setAspectRatioMode(Qt::KeepAspectRatio);
 }

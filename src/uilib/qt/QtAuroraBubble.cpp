@@ -24,8 +24,8 @@ bool isOffScreen() {
     return QGuiApplication::platformName() == QLatin1String("offscreen");
 }
 
-void log(const std::string& text) {
-    platform::SystemLog::standard().write(text);
+void log(const std::string& text, platform::Severity severity = platform::Severity::notice) {
+    platform::SystemLog::standard().write(text, severity);
 }
 
 }  // namespace
@@ -125,7 +125,8 @@ void QtAuroraBubble::showAsNotification(const std::string& reason) {
 }
 
 void QtAuroraBubble::showAsSentence() {
-    log(contentOf(*description_, clientView_).text);
+    log(contentOf(*description_, clientView_).text,
+        description_->kind() == AuroraBubbleKind::failure ? platform::Severity::error : platform::Severity::notice);
     if (isOffScreen()) {
         // Invisible, but it takes its time like any other bubble.
         showAsWindow(BubbleWindow::Host::desktop, {});

@@ -261,7 +261,7 @@ void AppDelegate::updateUI_ConvertingErrorForRecordItem(int error, const std::sh
     if (error == 0) {
         return;
     }
-    platform::SystemLog::standard().write("convert error " + std::to_string(error));
+    platform::SystemLog::standard().write("convert error " + std::to_string(error), platform::Severity::error);
     platform_.mainQueue.async(
         [self = shared_from_this()] { self->converterReporter()->reportProcessDoneWithFilePath(std::nullopt); });
 }

@@ -35,6 +35,7 @@
 #include "platform/qt/WorkInhibitor.h"
 #include "platform/ui/Image.h"
 #include "recordkeeping/LaunchHandOver.h"
+#include "recordkeeping/MistakeLog.h"
 #include "recordkeeping/PendingFolder.h"
 #include "recordkeeping/Recordkeeper.h"
 #include "recordmeeting/KTRMeetingRecordNotifications.h"
@@ -113,11 +114,12 @@ struct Providers {
     platform::BusySerialQueueMaker conversionQueues{gatedQueues, mainQueue};
     platform::qt::NotificationBus bus;
     platform::qt::QtDistributedNotificationCenter distributedCenter{bus};
+    recordkeeping::MistakeLog mistakeLog{bus};
     platform::NotificationCenter notificationCenter;
     platform::PidfdProcessExitWatch exitWatch{runLoop};
     platform::MainProcessInformation processInformation;
     mediaconverter::ConvertedFileManager fileManager{
-        [](const std::string& text) { platform::SystemLog::standard().write(text); }};
+        [](const std::string& text) { platform::SystemLog::standard().write(text, platform::Severity::warning); }};
     platform::qt::QtStatusBar statusBar;
     platform::qt::QtWorkspace workspace;
     mediaconverter::ConvertedWorkspace convertedWorkspace{workspace};
@@ -145,9 +147,11 @@ void connectProviders(Providers& providers) {
     // Whatever launched the converter waits for the spawn confirmation; these can come after it.
     providers.application.setLaunchedHandler([&] {
         providers.recordkeeper.noteLaunched();
+        providers.mistakeLog.noteLaunch(providers.processInformation.arguments());
         providers.ownScope.ask(kMeetingRecordConverterBundleIdentifier);
         providers.bubbleMaker.prepare();
     });
+    providers.bus.setListener(&providers.mistakeLog);
     providers.conversionQueues.setBusyHandler([&](bool busy) {
         busy ? providers.inhibitor.hold() : providers.inhibitor.release();
         if (!busy) {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -19,6 +20,7 @@
 #include <string>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
@@ -127,17 +129,52 @@ TEST(LinuxProcessIdentitiesTest, AProcessWhoseNameLooksLikeAnEndedOnesStateIsAli
     EXPECT_TRUE(identities.isAlive(identity));
 }
 
+/// Standard error as a file, for the lifetime of this object.
+class StandardErrorFile {
+public:
+    StandardErrorFile() { ::dup2(file_, STDERR_FILENO); }
+    ~StandardErrorFile() {
+        ::dup2(former_, STDERR_FILENO);
+        ::close(file_);
+        ::close(former_);
+        ::unsetenv("JOURNAL_STREAM");
+    }
+    StandardErrorFile(const StandardErrorFile&) = delete;
+    StandardErrorFile& operator=(const StandardErrorFile&) = delete;
+
+    /// From here on it looks like a stream into the journal.
+    void becomeJournal() const {
+        struct stat status = {};
+        ASSERT_EQ(::fstat(file_, &status), 0);
+        const auto name = std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+        ASSERT_EQ(::setenv("JOURNAL_STREAM", name.c_str(), 1), 0);
+    }
+
+    std::string written() const {
+        std::string text(400, '\0');
+        text.resize(static_cast<std::size_t>(::pread(file_, text.data(), text.size(), 0)));
+        return text;
+    }
+
+private:
+    const int former_ = ::dup(STDERR_FILENO);
+    const int file_ = ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+};
+
 TEST(SyslogSystemLogTest, ALineStaysOneLineWhateverIsInIt) {
-    const int former = ::dup(STDERR_FILENO);
-    const int file = ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-    ASSERT_GE(::dup2(file, STDERR_FILENO), 0);
+    const StandardErrorFile file;
     platform::SyslogSystemLog().write("one\ntwo\x1b[31m\x7f");
-    ::dup2(former, STDERR_FILENO);
-    std::string written(200, '\0');
-    written.resize(static_cast<std::size_t>(::pread(file, written.data(), written.size(), 0)));
-    EXPECT_EQ(written, "record-converter: one two [31m \n");
-    ::close(file);
-    ::close(former);
+    EXPECT_EQ(file.written(), "record-converter: one two [31m \n");
+}
+
+TEST(SyslogSystemLogTest, TheJournalGetsTheSeverityOfEachLine) {
+    const StandardErrorFile file;
+    file.becomeJournal();
+    platform::SyslogSystemLog log;
+    log.write("a");
+    log.write("b", platform::Severity::warning);
+    log.write("c", platform::Severity::error);
+    EXPECT_EQ(file.written(), "<5>record-converter: a\n<4>record-converter: b\n<3>record-converter: c\n");
 }
 
 TEST(LinuxRunningApplicationsTest, ThisProcessRuns) {
