@@ -3,6 +3,7 @@
 #include "contract/BubbleKit.h"
 #include "contract/EventLoop.h"
 #include "contract/SettingsPortal.h"
+#include "uilib/qt/BubbleShape.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -162,6 +163,21 @@ TEST_F(BubbleLooks, KeepsAnOutlineOnBlackAroundBodyAndArrow) {
                               QPoint(body.right(), body.center().y())}) {
         EXPECT_GE(contrastOf(onBlack.pixelColor(place), Qt::black), 3) << place.x() << ", " << place.y();
     }
+}
+
+TEST_F(BubbleLooks, ItsOutlineIncludesTheArrowUpToItsTip) {
+    const QRectF body(12, 22, 255, 79);
+    const AuroraArrowRecord arrow{6, 20, 10, 40, 40};
+    const auto outlineWith = [&](uilib::qt::ArrowEdge edge) {
+        return uilib::qt::bubbleOutline(body, 4, arrow, edge, 100);
+    };
+    const QPointF aboveTheBody(112, 16);
+    const QPointF belowTheBody(112, 107);
+    EXPECT_TRUE(outlineWith(uilib::qt::ArrowEdge::top).contains(aboveTheBody));
+    EXPECT_FALSE(outlineWith(uilib::qt::ArrowEdge::top).contains(belowTheBody));
+    EXPECT_TRUE(outlineWith(uilib::qt::ArrowEdge::bottom).contains(belowTheBody));
+    EXPECT_EQ(outlineWith(uilib::qt::ArrowEdge::top).boundingRect().top(), 12) << "the tip";
+    EXPECT_EQ(outlineWith(uilib::qt::ArrowEdge::none).boundingRect(), body);
 }
 
 TEST_F(BubbleLooks, ShowsThePictureOfItsKind) {

@@ -211,11 +211,9 @@ TEST_F(NotificationBubble, LeavesNoButtonThatNobodyAnswers) {
 }
 
 TEST_F(NotificationBubble, IsTakenAwayAlsoWhenItIsClosedBeforeItsNumberCame) {
-    const auto bubble = open(makeView(savedText), {0.1, 60, 0.1});
-    while (server->shown.empty()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
-    }
-    bubble->close();
+    std::shared_ptr<CAuroraBubble> bubble;
+    server->setOnNotify([&] { bubble->close(); });
+    bubble = open(makeView(savedText), {0.1, 60, 0.1});
     ASSERT_TRUE(waitUntilClosed(1));
     EXPECT_TRUE(test::turnUntil([&] { return server->closedByClient.size() == 1; }));
     EXPECT_EQ(server->closedByClient.front(), last().id);

@@ -38,6 +38,9 @@ uint NotificationServer::Notify(const QString&, uint replaces, const QString& ic
                                 int timeout) {
     const uint id = replaces != 0 ? replaces : ++lastId_;
     shown.push_back({id, replaces, icon, summary, body, actions, hints, timeout});
+    if (onNotify_) {
+        onNotify_();
+    }
     return id;
 }
 

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
+#include <functional>
+#include <utility>
 #include <vector>
 
 namespace test {
@@ -37,6 +39,9 @@ public:
     void press(uint id, const QString& key, const QString& token = {});
     void expire(uint id);
 
+    /// Called while each notification is being received: its client does not know its number yet.
+    void setOnNotify(std::function<void()> onNotify) { onNotify_ = std::move(onNotify); }
+
     /// Sets whether the user does not want to be disturbed; notifies its clients of a change.
     void setInhibited(bool isInhibited);
     bool isInhibited() const { return isInhibited_; }
@@ -56,6 +61,7 @@ private:
     const QStringList capabilities_;
     const QString connectionName_;
     QDBusConnection connection_;
+    std::function<void()> onNotify_;
     uint lastId_ = 40;
     bool isInhibited_ = false;
 };

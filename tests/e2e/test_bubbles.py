@@ -11,11 +11,24 @@ import trace
 from bubbleworld import PLAIN, SAVED
 
 
+BLACK = (0, 0, 0)
+
+
 class Bubbles(bubbleworld.BubbleWorld):
     def test_stands_below_the_icon(self):
         self.converts("talk.mkv")
         bubble = self.wait_for_bubbles(1, SAVED)[0]
         self.check_below(bubble, self.icon())
+
+    def test_the_arrow_is_drawn_between_icon_and_body(self):
+        """Under the icon the arrow is as black as the body; beside it the desktop shows."""
+        self.ask("xsetroot", "-solid", "#c06020")
+        self.converts("talk.mkv")
+        bubble, icon = self.wait_for_bubbles(1, SAVED)[0], self.icon()
+        picture, top = self.wait_for_rest(), bubble.body.y - 4
+        self.assertEqual(picture.share_of(BLACK, icon.middle - 3, top, icon.middle - 1, top + 2), 1)
+        beside = bubble.body.x + bubble.body.width / 2
+        self.assertEqual(picture.share_of(BLACK, beside, top, beside + 4, top + 2), 0)
 
     def test_a_failure_stands_below_the_icon_too(self):
         meeting = self.meeting()
