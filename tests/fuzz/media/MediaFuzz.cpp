@@ -1,15 +1,14 @@
+#include "Mutator.h"
 #include "mediaconverter/Samples.h"
 #include "mediaconverter/worker/Conversion.h"
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/Reporter.h"
 #include "support/TemporaryFolder.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <random>
 #include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -25,7 +24,8 @@
 
 namespace {
 
-using Bytes = std::string;
+using mediafuzz::Bytes;
+using mediafuzz::Mutator;
 
 /// In processor time, and in wall-clock time for what waits forever: the machine may be busy.
 constexpr rlim_t mostComputing = 30;
@@ -54,54 +54,6 @@ std::vector<Bytes> seeds() {
     result.push_back(mediatest::contentOf(make("aac", {"-vn", "-c:a", "aac"}, 1)));
     return result;
 }
-
-class Mutator {
-public:
-    explicit Mutator(unsigned seed) : random_(seed) {}
-
-    std::size_t below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random_); }
-
-    Bytes mutated(Bytes bytes, const Bytes& other) {
-        for (std::size_t round = 1 + below(6); round > 0 && bytes.size() > 64; --round) {
-            mutate(bytes, other);
-        }
-        return bytes;
-    }
-
-private:
-    void mutate(Bytes& bytes, const Bytes& other) {
-        // Headers are where decisions are made.
-        const std::size_t at = below(2) == 0 ? below(std::min<std::size_t>(bytes.size(), 2000)) : below(bytes.size());
-        const std::size_t length = std::min(bytes.size() - at, 1 + below(200));
-        switch (below(7)) {
-        case 0:
-            bytes.resize(std::max<std::size_t>(at, 1));
-            break;
-        case 1:
-            bytes[at] = static_cast<char>(bytes[at] ^ static_cast<char>(1U << below(8)));
-            break;
-        case 2:
-            std::generate_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), length,
-                            [this] { return static_cast<char>(random_()); });
-            break;
-        case 3:
-            bytes.erase(at, length);
-            break;
-        case 4:
-            bytes.insert(at, bytes.substr(below(bytes.size()), length));
-            break;
-        case 5:
-            std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), std::min<std::size_t>(length, 8),
-                        below(2) == 0 ? '\xFF' : '\0');
-            break;
-        default:
-            bytes.replace(at, length, other.substr(below(other.size()), length));
-            break;
-        }
-    }
-
-    std::mt19937 random_;
-};
 
 [[noreturn]] void convertHere(const Bytes& bytes) {
     constexpr rlimit computing = {mostComputing, mostComputing};
