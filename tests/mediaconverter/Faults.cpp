@@ -168,6 +168,21 @@ INTERPOSE int fallocate(int descriptor, int mode, off_t position, off_t length) 
     return strikes("fallocate") ? -1 : static_cast<int>(::syscall(SYS_fallocate, descriptor, mode, position, length));
 }
 
+INTERPOSE ssize_t copy_file_range(int from, off64_t* fromPosition, int to, off64_t* toPosition, size_t length,
+                                  unsigned flags) {
+    return strikes("copy_file_range")
+               ? -1
+               : ::syscall(SYS_copy_file_range, from, fromPosition, to, toPosition, length, flags);
+}
+
+INTERPOSE int ioctl(int descriptor, unsigned long request, ...) noexcept {
+    va_list list;
+    va_start(list, request);
+    void* const argument = va_arg(list, void*);
+    va_end(list);
+    return strikes("ioctl") ? -1 : static_cast<int>(::syscall(SYS_ioctl, descriptor, request, argument));
+}
+
 INTERPOSE int fsync(int descriptor) {
     return strikes("fsync") ? -1 : static_cast<int>(::syscall(SYS_fsync, descriptor));
 }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iostream>
 #include <sys/stat.h>
+#include <unistd.h>
 
 // Real file systems: full ones, read-only ones, ones without unnamed files and links. Injected faults simulate the
 // other cases in a test of its own, which everyone can run; these tests need the right to mount.
@@ -29,6 +30,14 @@ protected:
     std::string copied() {
         return put("a.mkv",
                    contentOf(samples::make("mkv", {"-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac"}, 15)));
+    }
+
+    /// Much more than the index in front of it.
+    static std::string large() {
+        return samples::make("mkv",
+                             {"-c:v", "libx264", "-preset", "ultrafast", "-b:v", "20M", "-minrate", "20M", "-maxrate",
+                              "20M", "-bufsize", "20M", "-nal-hrd", "cbr", "-c:a", "aac"},
+                             10);
     }
 
     /// Quiet audio that takes more room as AAC than as samples: its size cannot be predicted.
@@ -140,6 +149,48 @@ TEST_F(FileSystemsTest, WithoutUnnamedFilesLinksOrModesTheResultIsTheSame) {
     EXPECT_EQ(again.onlyError(), static_cast<int>(destinationExists));
     EXPECT_TRUE(contentOf(mounted.file("talk.mp4")) == bytes);
 }
+
+/// File systems that share blocks.
+class SharedBlocksTest : public FileSystemsTest, public testing::WithParamInterface<const char*> {
+protected:
+    static constexpr std::int64_t size = 320 * mebibyte;
+
+    /// Bytes that are in use on the disk itself.
+    static std::int64_t usedOf(const MountedFolder& mounted) {
+        ::sync();
+        return -mounted.freeBytes();
+    }
+};
+
+TEST_P(SharedBlocksTest, AnMp4TakesOnlyTheRoomOfItsIndex) {
+    const MountedFolder mounted(GetParam(), size);
+    const std::string source = mounted.file("talk.mkv");
+    writeFile(source, contentOf(large()));
+    const auto length = static_cast<std::int64_t>(fs::file_size(source));
+    const std::int64_t before = usedOf(mounted);
+    convert(source, mounted.file("talk.mp4"), sink_);
+    ASSERT_TRUE(sink_.isSuccess());
+    EXPECT_EQ(packetHashes(mounted.file("talk.mp4")), packetHashes(source));
+    ASSERT_GT(length, 8 * mebibyte);
+    EXPECT_LT(usedOf(mounted) - before, length / 10);
+}
+
+TEST_F(FileSystemsTest, AFullDiskIsNoObstacleWhereBlocksAreShared) {
+    const MountedFolder mounted("xfs", 320 * mebibyte);
+    const std::string source = mounted.file("talk.mkv");
+    writeFile(source, contentOf(large()));
+    ::sync();
+    mounted.leaveFree(2 * mebibyte);
+    ASSERT_LT(mounted.freeBytes(), static_cast<std::int64_t>(fs::file_size(source)) / 2);
+    testing::internal::CaptureStderr();
+    convert(source, mounted.file("talk.mp4"), sink_);
+    const std::string log = testing::internal::GetCapturedStderr();
+    ASSERT_TRUE(sink_.isSuccess()) << log;
+    EXPECT_EQ(packetHashes(mounted.file("talk.mp4")), packetHashes(source));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, SharedBlocksTest, testing::Values("xfs", "btrfs"),
+                         [](const auto& test) { return std::string(test.param); });
 
 class RemovalTest : public FileSystemsTest, public testing::WithParamInterface<const char*> {};
 

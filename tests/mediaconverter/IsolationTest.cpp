@@ -1,4 +1,5 @@
 #include "mediaconverter/FaultTest.h"
+#include "mediaconverter/InsideWorker.h"
 #include "mediaconverter/Processes.h"
 #include "mediaconverter/WorkerMessage.h"
 #include "mediaconverter/worker/confinement/Barriers.h"
@@ -33,30 +34,6 @@ namespace {
 using namespace mediatest;
 using enum ConversionError;
 namespace fs = std::filesystem;
-
-/// Runs `inside` in a separate process and returns its result.
-bool holdsInside(const std::function<bool(worker::Reporter&)>& inside) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        worker::Reporter reporter(::open("/dev/null", O_WRONLY));
-        ::_exit(inside(reporter) ? 0 : 1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-/// Runs `inside`, with its expectations, in a separate process. That process prints those that fail.
-void expectInside(const std::function<void(worker::Reporter&)>& inside) {
-    EXPECT_TRUE(holdsInside([&](worker::Reporter& reporter) {
-        inside(reporter);
-        return !testing::Test::HasFailure();
-    }));
-}
-
-bool isRefused(long result) {
-    return result < 0 && (errno == EPERM || errno == EACCES);
-}
 
 TEST(IsolationTest, LandlockClosesTheFileSystem) {
     const TemporaryFolder folder;

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sched.h>
 #include <stdexcept>
 #include <sys/mount.h>
@@ -67,8 +68,13 @@ void MountedFolder::mountImage(const std::string& kind, std::int64_t bytes) {
         mountThroughFuse(image);
         return;
     }
-    run(kind == "xfs" ? std::vector<std::string>{"mkfs.xfs", "-q", "-f", image}
-                      : std::vector<std::string>{"mkfs.ext4", "-q", "-m", "0", image});
+    const std::map<std::string, std::vector<std::string>> makers = {
+        {"ext4", {"mkfs.ext4", "-q", "-m", "0"}},
+        {"xfs", {"mkfs.xfs", "-q", "-f"}},
+        {"btrfs", {"mkfs.btrfs", "-q", "-f", "-M", "-m", "single", "-d", "single"}}};
+    std::vector<std::string> maker = makers.at(kind);
+    maker.push_back(image);
+    run(maker);
     run({"mount", "-t", kind, "-o", "loop", image, path_});
 }
 

@@ -16,8 +16,8 @@ public:
     /// Whether this process may mount; the first call moves it into a mount namespace of its own.
     static bool isPermitted();
 
-    /// `kind` is "tmpfs", "ext4", "xfs" or "exfat" (through FUSE: no unnamed files, no links, no rename that replaces
-    /// nothing). Throws if it cannot be created.
+    /// `kind` is "tmpfs", "ext4", "xfs", "btrfs" or "exfat" (through FUSE: no unnamed files, no links, no rename that
+    /// replaces nothing). Throws if it cannot be created.
     MountedFolder(const std::string& kind, std::int64_t bytes);
     ~MountedFolder();
 

@@ -2,10 +2,12 @@
 
 #include "mediaconverter/worker/Failure.h"
 #include "mediaconverter/worker/proof/Proof.h"
+#include "mediaconverter/worker/sharing/NotShareable.h"
 #include "mediaconverter/worker/tracks/TrackPlan.h"
 #include "mediaconverter/worker/tracks/TranscodedText.h"
 #include "mediaconverter/worker/tracks/TranscodedTrack.h"
 #include "mediaconverter/worker/writing/FileDescription.h"
+#include "mediaconverter/worker/writing/Mp4File.h"
 #include "mediaconverter/worker/writing/OutputSpace.h"
 
 #include <algorithm>
@@ -31,9 +33,29 @@ Conversion::Conversion(int source, int output, Reporter& reporter, const Forekno
       recording_(source, known.lookAhead, known.patches),
       choice_(recording_.format(), known),
       beginning_(recording_),
-      writer_(output, estimateIndex(recording_.format(), recording_.size())),
+      shared_(tryToShare(source)),
+      writer_(makeFile()),
       timeline_(std::min(known.start.value_or(INT64_MAX), beginning_.time()),
                 (recording_.format().iformat->flags & AVFMT_TS_DISCONT) != 0) {}
+
+std::unique_ptr<SharedLane> Conversion::tryToShare(int source) {
+    if (known_.copiesPackets || !SharedLane::isPossible(recording_.format())) {
+        return nullptr;
+    }
+    try {
+        return std::make_unique<SharedLane>(source, output_, recording_, beginning_, choice_);
+    } catch (const NotShareable& obstacle) {
+        reporter_.note("its packets are copied one by one: " + obstacle.why);
+        return nullptr;
+    }
+}
+
+std::unique_ptr<MuxerFile> Conversion::makeFile() {
+    if (shared_) {
+        return shared_->makeFile();
+    }
+    return std::make_unique<Mp4File>(output_, estimateIndex(recording_.format(), recording_.size()));
+}
 
 void Conversion::run() {
     try {
@@ -94,7 +116,7 @@ void Conversion::addTracks() {
     if (!hasContent) {
         throw Failure(nothingRecorded);
     }
-    if (onlyCopies_) {
+    if (onlyCopies_ && !(shared_ && shared_->sharesBlocks())) {
         reserveSpace(output_, recording_.size());
     }
 }
@@ -128,7 +150,7 @@ void Conversion::addCopy(const AVStream& stream, AVStream& target) {
 
 void Conversion::convert() {
     const PacketPointer packet = newPacket();
-    for (std::int64_t count = 0; beginning_.read(*packet); ++count) {
+    for (std::int64_t count = 0; read(*packet); ++count) {
         try {
             passToTrack(*packet);
         } catch (const OutgrownForm&) {
@@ -136,10 +158,13 @@ void Conversion::convert() {
         }
         av_packet_unref(packet.get());
         if (count % 64 == 0) {
-            reporter_.progress(recording_.fractionRead() * conversionShare);
+            reporter_.progress(fractionRead() * conversionShare);
         }
     }
-    settleAccount();
+    // A recording whose packets are not copied has been read completely, by a stricter reader.
+    if (!shared_) {
+        settleAccount();
+    }
     try {
         for (const auto& track : tracks_) {
             track->finish(writer_);
@@ -259,7 +284,11 @@ void Conversion::prove(int output) {
         tracks.push_back({*writer_.format().streams[index], writer_.tallies()[index], tracks_[index]->sourceTimes(),
                           tracks_[index]->isCopy()});
     }
-    if (const std::string difference = proveMp4(output, tracks); !difference.empty()) {
+    const std::string difference = proveMp4(output, tracks);
+    if (shared_) {
+        shared_->prove();
+    }
+    if (!difference.empty()) {
         recording_.addDamage(difference);
     }
     reporter_.progress(1);

@@ -24,6 +24,7 @@ struct Foreknowledge {
     bool formsAreFinal = false;         ///< the streams exceeded these again; larger frames are scaled down
     bool hasLongPauses = false;         ///< longer than the exact clocks of an MP4 can count
     bool copiesNothing = false;         ///< there were so many of these that nothing is copied any more
+    bool copiesPackets = false;         ///< their payload cannot stay where it is
     std::optional<std::int64_t> start;  ///< earlier than the first packets suggest; microseconds
     bool startIsFinal = false;          ///< even if something turns out to be earlier
     std::vector<Patch> patches;         ///< they lead the library past damage

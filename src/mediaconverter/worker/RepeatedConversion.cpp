@@ -1,5 +1,8 @@
 #include "mediaconverter/worker/Conversion.h"
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/sharing/NotShareable.h"
+
+#include <utility>
 
 namespace worker {
 
@@ -22,6 +25,8 @@ constexpr int mostGrowths = 3;
 /// Learns from the failures of the attempts. Each kind of lesson is bounded, so the attempts end.
 class Lessons {
 public:
+    explicit Lessons(Foreknowledge known) : known_(std::move(known)) {}
+
     const Foreknowledge& known() const { return known_; }
 
     void learn(const ChangedStream& changed) {
@@ -36,6 +41,8 @@ public:
         }
         known_.copiesNothing = known_.unstorableStreams.size() >= mostUnstorableStreams;
     }
+
+    void learn(const NotShareable&) { known_.copiesPackets = true; }
 
     void learn(const LongPause&) { known_.hasLongPauses = true; }
 
@@ -79,8 +86,8 @@ private:
 
 }  // namespace
 
-void convertRecording(int source, int output, Reporter& reporter) {
-    Lessons lessons;
+void convertRecording(int source, int output, Reporter& reporter, const Foreknowledge& known) {
+    Lessons lessons(known);
     while (true) {
         try {
             Conversion(source, output, reporter, lessons.known()).run();
@@ -88,6 +95,9 @@ void convertRecording(int source, int output, Reporter& reporter) {
         } catch (const ChangedStream& lesson) {
             lessons.learn(lesson);
         } catch (const UnstorableStream& lesson) {
+            lessons.learn(lesson);
+        } catch (const NotShareable& lesson) {
+            reporter.note("its packets are copied one by one: " + lesson.why);
             lessons.learn(lesson);
         } catch (const LongPause& lesson) {
             lessons.learn(lesson);

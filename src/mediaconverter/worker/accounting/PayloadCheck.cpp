@@ -58,8 +58,10 @@ bool isWithoutEmptyPackets(AVCodecID codec) {
     return isWithoutZeros(codec) || std::find(codecs.begin(), codecs.end(), codec) != codecs.end();
 }
 
-/// Width of a unit's size in bytes; the configuration records state it (ISO/IEC 14496-15, 5.3.3.1 and 8.3.3.1).
-std::size_t lengthWidthOf(const AVCodecParameters& stream) {
+}  // namespace
+
+std::size_t unitLengthWidth(const AVCodecParameters& stream) {
+    // The configuration records state it (ISO/IEC 14496-15, 5.3.3.1 and 8.3.3.1).
     const std::size_t at = stream.codec_id == AV_CODEC_ID_H264 ? 4 : 21;
     const bool isCounted = stream.codec_id == AV_CODEC_ID_H264 || stream.codec_id == AV_CODEC_ID_HEVC;
     if (!isCounted || static_cast<std::size_t>(stream.extradata_size) <= at || stream.extradata[0] != 1) {
@@ -68,14 +70,12 @@ std::size_t lengthWidthOf(const AVCodecParameters& stream) {
     return (stream.extradata[at] & 3U) + 1U;
 }
 
-}  // namespace
-
 PayloadCheck::PayloadCheck(const AVStream& stream)
     : hasNoZeros_(isWithoutZeros(stream.codecpar->codec_id)),
       isCompressed_(isWithoutEmptyPackets(stream.codecpar->codec_id)),
       hasChecksum_(stream.codecpar->codec_id == AV_CODEC_ID_FLAC),
       mayBeCut_(hasChecksum_ && stream.duration <= 0),
-      lengthWidth_(lengthWidthOf(*stream.codecpar)) {}
+      lengthWidth_(unitLengthWidth(*stream.codecpar)) {}
 
 bool PayloadCheck::isEmpty(std::span<const std::uint8_t> packet, const AVCodecParameters& stream) {
     return packet.size() >= leastEmpty && isAllZero(packet) && isWithoutEmptyPackets(stream.codec_id);

@@ -10,6 +10,9 @@ extern "C" {
 
 namespace worker {
 
+/// Number of bytes that state the size of each unit of H.264 or HEVC; 0 if the stream is another one, or has start codes.
+std::size_t unitLengthWidth(const AVCodecParameters& stream);
+
 /// Finds impossible content in the packets of one stream: holes that a file system or a disk has left, and noise where
 /// H.264 and HEVC count the bytes of their units. The packets are passed on unchanged; they only count as damaged.
 class PayloadCheck {

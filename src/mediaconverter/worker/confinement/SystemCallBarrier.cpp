@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <memory>
 #include <sched.h>
 #include <seccomp.h>
@@ -60,6 +61,17 @@ int allowReserving(scmp_filter_ctx context, std::uint64_t mostOutput) {
     return result == 0 ? allow(FALLOC_FL_INSERT_RANGE, std::min(mostOutput, mostIndex)) : result;
 }
 
+/// The source's bytes may be moved into the output, shared or copied, and nowhere else.
+int allowMoving(scmp_filter_ctx context) {
+    constexpr auto source = static_cast<scmp_datum_t>(mediaconverter::descriptor::source);
+    constexpr auto output = static_cast<scmp_datum_t>(mediaconverter::descriptor::output);
+    const int result = seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(ioctl), 2, argument(0, SCMP_CMP_EQ, output),
+                                        argument(1, SCMP_CMP_EQ, FICLONERANGE));
+    return result == 0 ? seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(copy_file_range), 2,
+                                          argument(0, SCMP_CMP_EQ, source), argument(2, SCMP_CMP_EQ, output))
+                       : result;
+}
+
 int addRules(scmp_filter_ctx context, std::uint64_t mostOutput) {
     int result = 0;
     const auto keep = [&result](int step) { result = result == 0 ? step : result; };
@@ -67,6 +79,7 @@ int addRules(scmp_filter_ctx context, std::uint64_t mostOutput) {
         keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, call, 0));
     }
     keep(allowReserving(context, mostOutput));
+    keep(allowMoving(context));
     // Threads, not processes. The newer call hides its flags from the filter; if it is refused, the older one is used.
     keep(seccomp_rule_add(context, SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
                           argument(0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)));

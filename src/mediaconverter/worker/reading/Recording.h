@@ -45,6 +45,9 @@ public:
 
     std::int64_t size() const { return reader_.size(); }
 
+    /// Throws Failure if a read has failed.
+    void requireNoError() const { reader_.requireNoError(); }
+
     /// Call after the last packet: compares what is in the recording with what has been read. The notes are for the
     /// log.
     const std::vector<std::string>& settle();

@@ -52,6 +52,10 @@ void Track::accept(AVPacket& packet, Mp4Writer& writer) {
         pass(packet, writer);
     } else if (isLeap) {
         av_packet_move_ref(waiting_.get(), &packet);
+        // Its payload may be valid only until the next packet is read.
+        if (av_packet_make_refcounted(waiting_.get()) < 0) {
+            throw std::bad_alloc();
+        }
         isWaiting_ = true;
     } else {
         pass(packet, writer);
@@ -80,7 +84,6 @@ void Track::passWaiting(Mp4Writer& writer) {
 void Track::send(AVPacket& packet, AVRational base, Mp4Writer& writer) {
     av_packet_rescale_ts(&packet, base, target_.time_base);
     packet.stream_index = target_.index;
-    packet.pos = -1;
     writer.write(packet);
 }
 
@@ -125,7 +128,6 @@ void CopiedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
         return;
     }
     packet.stream_index = target().index;
-    packet.pos = -1;
     writer.write(packet);
 }
 

@@ -2,6 +2,7 @@
 
 #include "mediaconverter/worker/FfmpegVersions.h"
 #include "mediaconverter/worker/writing/BlockWriter.h"
+#include "mediaconverter/worker/writing/MuxerFile.h"
 
 extern "C" {
 #include <libavformat/avio.h>
@@ -17,30 +18,30 @@ namespace worker {
 /// Writes the MP4 to the descriptor. The muxer writes the data first and the index last; the index is kept in memory
 /// and then put in front of the data: by inserting a range if the file system can, which moves no data through memory,
 /// else into reserved space, else by moving the data up. Throws Failure.
-class Mp4File {
+class Mp4File final : public MuxerFile {
 public:
     /// `descriptor` is open for reading and writing, and empty; the caller keeps it. `reserve` is the expected size of
     /// the index, in bytes: used if the file system cannot insert a range.
     Mp4File(int descriptor, std::int64_t reserve);
-    ~Mp4File();
+    ~Mp4File() override;
 
     Mp4File(const Mp4File&) = delete;
     Mp4File& operator=(const Mp4File&) = delete;
 
-    AVIOContext* context() { return context_; }
+    AVIOContext* context() override { return context_; }
 
     /// The muxer has written its header: the file type box, followed by the start of the data box.
-    void headerWritten();
+    void headerWritten() override;
 
     /// From here on the muxer finishes the data and writes the index.
-    void dataWritten();
+    void dataWritten() override;
 
     /// The muxer is done. Puts the index in front, which completes the file. `channelMasks` has the form that
     /// addChannelLayouts() takes.
-    void placeIndex(std::span<const std::uint32_t> channelMasks);
+    void placeIndex(std::span<const std::uint32_t> channelMasks) override;
 
     /// Throws the first write error, as the error that it means for the user.
-    void requireNoError();
+    void requireNoError() override;
 
 private:
     /// What the muxer writes.

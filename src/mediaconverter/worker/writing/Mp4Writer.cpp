@@ -58,13 +58,13 @@ std::uint32_t channelMaskOf(const AVCodecParameters& track) {
 
 }  // namespace
 
-Mp4Writer::Mp4Writer(int descriptor, std::int64_t indexEstimate) : file_(descriptor, indexEstimate) {
+Mp4Writer::Mp4Writer(std::unique_ptr<MuxerFile> file) : file_(std::move(file)) {
     AVFormatContext* context = nullptr;
     if (const int made = avformat_alloc_output_context2(&context, nullptr, "mp4", nullptr); made < 0) {
         throw Failure::ofLibrary(containerFailed, made);
     }
     format_.reset(context);
-    context->pb = file_.context();
+    context->pb = file_->context();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
     context->flush_packets = 0;
     // Formats that the muxer still calls experimental (such as FLAC) are supported by every current player.
@@ -87,7 +87,7 @@ void Mp4Writer::start(bool keepOrder, Clocks clocks) {
         blameTrack(written);
     }
     queue_.start(*format_);
-    file_.headerWritten();
+    file_->headerWritten();
 }
 
 int Mp4Writer::writeHeader() {
@@ -114,7 +114,7 @@ int Mp4Writer::writeHeader() {
 
 void Mp4Writer::write(AVPacket& packet) {
     times_[static_cast<std::size_t>(packet.stream_index)].correct(packet, clocks_ == Clocks::exact);
-    if (keepOrder_ && isOutOfOrder(packet)) {
+    if (keepOrder_ && file_->keepsOrder() && isOutOfOrder(packet)) {
         keepOrder_ = false;
     }
     if (keepOrder_) {
@@ -141,10 +141,12 @@ void Mp4Writer::store(AVPacket& packet) {
     if (!firstPackets_[index]) {
         firstPackets_[index].reset(present(av_packet_clone(&packet)));
     }
+    file_->packetFollows(packet);
     const int written = av_write_frame(format_.get(), &packet);
+    file_->packetWritten(packet);
     av_packet_unref(&packet);
     if (format_->pb->error < 0) {
-        file_.requireNoError();
+        file_->requireNoError();
     }
     if (written < 0) {
         refuse(index, written);
@@ -170,11 +172,11 @@ void Mp4Writer::storeRest() {
 }
 
 void Mp4Writer::finish() {
-    file_.dataWritten();
+    file_->dataWritten();
     if (const int ended = writeTrailer(*format_); ended < 0) {
         blameTrack(ended);
     }
-    file_.placeIndex(channelMasks());
+    file_->placeIndex(channelMasks());
 }
 
 std::vector<std::uint32_t> Mp4Writer::channelMasks() const {
@@ -199,7 +201,7 @@ void Mp4Writer::requireTracksWithPackets() const {
 }
 
 void Mp4Writer::blameTrack(int error) {
-    file_.requireNoError();
+    file_->requireNoError();
     const Failure why = Failure::ofLibrary(containerFailed, error);
     for (std::size_t track = 0; why.error == containerFailed && track < firstPackets_.size(); ++track) {
         if (!isTakenByMuxer(*format_->streams[track], firstPackets_[track].get())) {

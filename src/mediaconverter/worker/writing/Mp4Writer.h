@@ -3,9 +3,10 @@
 #include "mediaconverter/worker/AvPointers.h"
 #include "mediaconverter/worker/times/StorableTimes.h"
 #include "mediaconverter/worker/writing/Interleaver.h"
-#include "mediaconverter/worker/writing/Mp4File.h"
+#include "mediaconverter/worker/writing/MuxerFile.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace worker {
@@ -25,7 +26,7 @@ struct TrackTally {
 /// Failure, and TrackFailure if the muxer refuses one track's header or many of its packets.
 class Mp4Writer {
 public:
-    Mp4Writer(int descriptor, std::int64_t indexEstimate);
+    explicit Mp4Writer(std::unique_ptr<MuxerFile> file);
 
     AVFormatContext& format() { return *format_; }
 
@@ -65,7 +66,7 @@ private:
     void blameTrack(int error);
     std::vector<std::uint32_t> channelMasks() const;
 
-    Mp4File file_;
+    std::unique_ptr<MuxerFile> file_;
     OutputPointer format_;
     Interleaver queue_;
     std::vector<TrackTally> tallies_;
