@@ -1,7 +1,12 @@
 #include "mediaconverter/LanesTest.h"
 
+#include "mediaconverter/worker/reading/SourceReader.h"
+#include "mediaconverter/worker/structure/MatroskaPackets.h"
+
 #include <algorithm>
 #include <cstdint>
+#include <fcntl.h>
+#include <unistd.h>
 
 // Recordings whose payload stays where it is become the same MP4, but for the places of the packets, as when each
 // packet is copied; and recordings whose payload cannot stay are copied.
@@ -122,8 +127,23 @@ TEST_F(LanesTest, DamagedRecordingsAreCopied) {
     const auto middle = bytes.size() / 2;
     expectCopied(put("noise.mkv", std::string(bytes).replace(middle, 30'000, std::string(30'000, '\x5A'))), "");
     expectCopied(put("cut.mkv", bytes.substr(0, middle)), "");
-    expectCopied(put("hole.mkv", std::string(bytes).replace(middle, 3000, std::string(3000, '\0'))), "");
     expectCopied(put("tail.mkv", bytes + std::string(5000, '\0')), "no segment up to the end");
+}
+
+TEST_F(LanesTest, ARecordingWithAHoleInsideAPacketIsCopied) {
+    const std::string source = usual();
+    std::string bytes = contentOf(source);
+    const int file = ::open(source.c_str(), O_RDONLY | O_CLOEXEC);
+    const worker::SourceReader reader(file);
+    worker::MatroskaPackets packets(reader);
+    worker::StructuredPacket largest;
+    for (worker::StructuredPacket packet; packets.next(packet);) {
+        largest = packet.size > largest.size ? packet : largest;
+    }
+    ::close(file);
+    ASSERT_GT(largest.size, 2000);
+    bytes.replace(static_cast<std::size_t>(largest.position) + 1000, 600, std::string(600, '\0'));
+    expectCopied(put("hole.mkv", bytes), "holes or noise");
 }
 
 TEST_F(LanesTest, OtherCodecsAreCopiedOrReencoded) {
