@@ -94,6 +94,8 @@ class _GnomeShell(bubbleworld.BubbleWorld):
         self.wait_for(lambda: self.line.has_owner("org.freedesktop.Notifications"), 30, "the notification server")
         self.evaluate("Main.overview.hide()")
         self.clear_notifications()
+        # Programs learn early that there is a mouse.
+        self.point_at(20, display.HEIGHT - 20)
         self.environment["XDG_CURRENT_DESKTOP"] = "GNOME"
         self.environment["WAYLAND_DISPLAY"] = "wayland-test"
         if self.with_x11:
