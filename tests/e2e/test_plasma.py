@@ -26,10 +26,13 @@ class _Plasma:
 
     def start_window_manager(self):
         super().start_window_manager()
-        self.environment.update({"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5"})
+        services = _installed("/usr/bin/kded[56]")
+        # The services keep their modules to themselves in a session of another version.
+        self.environment.update({"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true",
+                                 "KDE_SESSION_VERSION": services[-1]})
         # Nothing is started by its name on this bus: the shell's services are, here.
         self.start_program(_installed("/usr/lib/*/libexec/kactivitymanagerd", "/usr/libexec/kactivitymanagerd"))
-        self.start_program(_installed("/usr/bin/kded[56]"))
+        self.start_program(services)
         self.wait_for(lambda: self.line.has_owner("org.kde.ActivityManager"), 60, "the activities")
         self.wait_for(lambda: self.line.has_owner("org.kde.StatusNotifierWatcher"), 60, "the keeper of status icons")
         self.start_program("plasmashell")
