@@ -73,7 +73,8 @@ TEST_F(JobLogTest, ALineGoesToStandardErrorAndToTheSystemsLog) {
 TEST_F(JobLogTest, ALineGoesOnlyOnceToTheJournal) {
     standardErrorIsSaidToBe(status().st_dev, status().st_ino);
     mediaconverter::logLine("one");
-    EXPECT_EQ(written(), "mediaconverter: one\n");
+    mediaconverter::logLine("two", LOG_ERR);
+    EXPECT_EQ(written(), "<5>mediaconverter: one\n<3>mediaconverter: two\n") << "with its priority";
     EXPECT_EQ(systemLines, 0);
 }
 

@@ -147,7 +147,10 @@ TEST_F(LanesTest, ARecordingWithAHoleInsideAPacketIsCopied) {
 }
 
 TEST_F(LanesTest, OtherCodecsAreCopiedOrReencoded) {
-    expectCopied(samples::make("mkv", plus(h264, {"-c:a", "pcm_s16le"})), "is re-encoded");
+    const Conversion reencoded = convertHere(samples::make("mkv", plus(h264, {"-c:a", "pcm_s16le"})), false);
+    EXPECT_FALSE(reencoded.isShared);
+    ASSERT_EQ(reencoded.notes.size(), 1U);
+    EXPECT_NE(reencoded.notes.front().find(" is re-encoded"), std::string::npos) << "which says enough";
     expectCopied(samples::make("mkv", plus(h264, {"-c:a", "flac"})), "may not be stored as it is");
     expectCopied(samples::make("mkv", {"-c:v", "mpeg4", "-c:a", "aac"}), "may not be stored as it is");
 }

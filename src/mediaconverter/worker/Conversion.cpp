@@ -45,7 +45,9 @@ std::unique_ptr<SharedLane> Conversion::tryToShare(int source) {
     try {
         return std::make_unique<SharedLane>(source, output_, recording_, beginning_, choice_);
     } catch (const NotShareable& obstacle) {
-        reporter_.note("its packets are copied one by one: " + obstacle.why);
+        if (!obstacle.isNotedElsewhere) {
+            reporter_.note("its packets are copied one by one: " + obstacle.why);
+        }
         return nullptr;
     }
 }

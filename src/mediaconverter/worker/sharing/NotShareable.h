@@ -8,6 +8,7 @@ namespace worker {
 /// copied one by one.
 struct NotShareable {
     std::string why;
+    bool isNotedElsewhere = false;  ///< another note gives this reason
 };
 
 }  // namespace worker

@@ -27,7 +27,7 @@ std::vector<int> assignTracks(const AVFormatContext& format, const TrackChoice& 
             continue;
         }
         if (treatment == Treatment::transcode || !choice.isCopied(stream)) {
-            throw NotShareable{describe(stream) + " is re-encoded"};
+            throw NotShareable{describe(stream) + " is re-encoded", true};
         }
         if (!LibraryFields::arePredictable(stream)) {
             throw NotShareable{describe(stream) + " may not be stored as it is"};
