@@ -134,7 +134,7 @@ class Packages(world.World):
         self.folder = PACKAGES
         development, trace, application = (self._package(end) for end in ("-dev", "-trace", ""))
         self._package("-dbgsym")
-        for library in ("libqt6widgets6", "libavformat", "libseccomp2", "libjemalloc2", "libc6"):
+        for library in ("libqt6widgets6", "libavformat", "libseccomp2", "libjemalloc2", "libxxhash0", "libc6"):
             self.assertIn(library, self._depends(application))
         self.assertEqual([name for name in self._contents(application).splitlines() if "PlugIns" in name], [])
         # The plug-in is a separate package, because the application must start without it, and adds no library.

@@ -1,6 +1,7 @@
 // A library to preload: lets the n-th call of one function fail, in the converting process or in its worker.
 //   FAULT=who:call:n:errno[:all]   who is "library" or "worker", "all" lets every call from the n-th on fail
 //   FAULT_HIT=path                 a file that gets a byte for every fault that has happened
+//   FLIP=bit                       the bit of the worker's file that is flipped whenever the file gets its final size
 //   CLOCK_BACK=1                   the time of day goes back by an hour with every look at it
 //   NO_UNNAMED_FILES=1, NO_RENAME_NOREPLACE=1, NO_LINKS=1   a file system without them
 // Only calls on regular files and pipes that the conversion itself makes are counted. The worker is given none of these
@@ -45,6 +46,7 @@ Fault fault;
 
 bool isWorker = false;
 bool clockGoesBack = false;
+long flippedBit = -1;
 char environmentOfParent[65536];
 
 void readEnvironmentOfParent() {
@@ -71,6 +73,8 @@ __attribute__((constructor)) void readFault() {
         readEnvironmentOfParent();
     }
     clockGoesBack = setting("CLOCK_BACK") != nullptr;
+    const char* const flip = setting("FLIP");
+    flippedBit = isWorker && flip != nullptr ? std::strtol(flip, nullptr, 10) : -1;
     const char* const text = setting("FAULT");
     if (text == nullptr) {
         return;
@@ -109,6 +113,13 @@ bool strikes(const char* call) {
     }
     errno = fault.error;
     return true;
+}
+
+void flipBit(int descriptor) {
+    unsigned char byte = 0;
+    ::syscall(SYS_pread64, descriptor, &byte, 1, flippedBit / 8);
+    byte = static_cast<unsigned char>(byte ^ 1U << flippedBit % 8);
+    ::syscall(SYS_pwrite64, descriptor, &byte, 1, flippedBit / 8);
 }
 
 // The allocator's: the C library's, or in the worker that of its own allocator.
@@ -158,7 +169,14 @@ INTERPOSE pid_t wait4(pid_t process, int* status, int options, rusage* usage) {
 }
 
 INTERPOSE int ftruncate(int descriptor, off_t length) noexcept {
-    return strikes("ftruncate") ? -1 : static_cast<int>(::syscall(SYS_ftruncate, descriptor, length));
+    if (strikes("ftruncate")) {
+        return -1;
+    }
+    const auto result = static_cast<int>(::syscall(SYS_ftruncate, descriptor, length));
+    if (flippedBit >= 0 && flippedBit / 8 < length) {
+        flipBit(descriptor);
+    }
+    return result;
 }
 
 INTERPOSE int fallocate(int descriptor, int mode, off_t position, off_t length) {

@@ -51,16 +51,28 @@ TEST_F(InjectedFaultsTest, EveryLinkThatFailsIsAnError) {
 }
 
 TEST_F(InjectedFaultsTest, ADiskThatIsFullWhenRoomIsReservedIsSaidToBeFull) {
-    // The first call tests the file system; the second one reserves.
-    EXPECT_TRUE(convertWith("worker:fallocate:2:" + std::to_string(ENOSPC)).result.saidError(diskFull));
+    EXPECT_TRUE(convertWith("worker:fallocate:1:" + std::to_string(ENOSPC)).result.saidError(diskFull));
 }
 
-TEST_F(InjectedFaultsTest, WithoutInsertingRangesTheIndexGoesIntoReservedRoom) {
-    const auto outcome = convertWith("worker:insert:1:" + std::to_string(EOPNOTSUPP) + ":all");
+TEST_F(InjectedFaultsTest, TheIndexGoesIntoReservedRoom) {
+    const auto outcome = convertWith("worker:insert:1:" + std::to_string(EIO));
     EXPECT_TRUE(outcome.result.saidHundred());
-    EXPECT_EQ(outcome.hits, 1U) << "the room reserved was enough";
+    EXPECT_EQ(outcome.hits, 0U) << "the room reserved was enough";
     const std::string bytes = contentOf(destination());
     EXPECT_LT(bytes.find("moov"), bytes.find("mdat"));
+}
+
+TEST_F(InjectedFaultsTest, ABitThatFlipsBeforeTheProofIsNoSuccess) {
+    // In the file type, in the index, and in the data of both tracks.
+    const auto bits = [](std::size_t byte) { return byte * 8 + byte % 8; };
+    ASSERT_TRUE(convertWith("nobody:none:1:1").result.saidHundred());
+    const std::string bytes = contentOf(destination());
+    const std::size_t data = bytes.find("mdat");
+    for (const std::size_t byte : {std::size_t{9}, bytes.find("stts") + 9, bytes.find("avcC") + 6, data + 10,
+                                   data + (bytes.size() - data) / 2, bytes.size() - 1}) {
+        const auto outcome = convertWith("nobody:none:1:1", {"FLIP=" + std::to_string(bits(byte))});
+        EXPECT_TRUE(outcome.result.saidError(proofFailed)) << byte << ": " << outcome.result.output;
+    }
 }
 
 TEST_F(InjectedFaultsTest, WithoutUnnamedFilesAHiddenOneIsRenamed) {
@@ -125,7 +137,7 @@ TEST_F(InjectedFaultsTest, AClockThatIsSetBackAgainAndAgainChangesNothing) {
     EXPECT_EQ(fs::last_write_time(destination()), time);
 }
 
-TEST_F(InjectedFaultsTest, ReservedRoomThatIsTooSmallIsMadeByMovingTheData) {
+TEST_F(InjectedFaultsTest, ReservedRoomThatIsTooSmallIsMadeByInsertingARangeOrMovingTheData) {
     // A thousand frames a second, and a header that announces a moment: the index exceeds any estimate.
     const std::string base = samples::make(
         "mkv", {"-vf", "scale=32:32,fps=1000", "-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-c:a", "ac3"},
@@ -137,12 +149,14 @@ TEST_F(InjectedFaultsTest, ReservedRoomThatIsTooSmallIsMadeByMovingTheData) {
     source_ = put("a.mkv", bytes);
     content_ = bytes;
     const std::string noInserting = "worker:insert:1:" + std::to_string(EOPNOTSUPP) + ":all";
-    const auto outcome = convertWith(noInserting);
-    EXPECT_TRUE(outcome.result.saidHundred());
-    EXPECT_EQ(outcome.hits, 2U) << "the reserved room should have been too small";
-    const std::string result = contentOf(destination());
-    EXPECT_LT(result.find("moov"), result.find("mdat"));
-    EXPECT_EQ(packetCounts(destination()).front(), 30000);
+    for (const std::string& fault : {std::string("nobody:none:1:1"), noInserting}) {
+        const auto outcome = convertWith(fault);
+        EXPECT_TRUE(outcome.result.saidHundred());
+        EXPECT_EQ(outcome.hits, fault == noInserting ? 1U : 0U) << "the reserved room should have been too small";
+        const std::string result = contentOf(destination());
+        EXPECT_LT(result.find("moov"), result.find("mdat"));
+        EXPECT_EQ(packetCounts(destination()).front(), 30000);
+    }
 }
 
 class DamagedCopyTest : public InjectedFaultsTest {

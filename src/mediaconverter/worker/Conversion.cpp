@@ -286,7 +286,7 @@ void Conversion::prove(int output) {
         tracks.push_back({*writer_.format().streams[index], writer_.tallies()[index], tracks_[index]->sourceTimes(),
                           tracks_[index]->isCopy()});
     }
-    const std::string difference = proveMp4(output, tracks);
+    const std::string difference = proveMp4(output, tracks, writer_.writtenByMuxer());
     if (shared_) {
         shared_->prove();
     }

@@ -1,10 +1,12 @@
 #include "mediaconverter/worker/proof/Proof.h"
 
 #include "mediaconverter/worker/Failure.h"
+#include "mediaconverter/worker/proof/SampleReader.h"
 #include "mediaconverter/worker/proof/ShownDifference.h"
 #include "mediaconverter/worker/reading/SourceReader.h"
 #include "mediaconverter/worker/times/MicrosecondBase.h"
 #include "mediaconverter/worker/tracks/TrackPlan.h"
+#include "mediaconverter/worker/writing/StoredPayload.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -14,9 +16,14 @@ namespace worker {
 
 namespace {
 
-bool isJoinedByTheMuxer(const AVStream& stream) {
-    // Frames that are not shown, and substreams.
+/// Whether one sample may hold several of the recording's packets: frames that are not shown, and substreams.
+bool isJoined(const AVStream& stream) {
     return stream.codecpar->codec_id == AV_CODEC_ID_VP9 || stream.codecpar->codec_id == AV_CODEC_ID_EAC3;
+}
+
+/// Whether the muxer itself does this, after the packets have been counted.
+bool isJoinedByTheMuxer(const AVStream& stream) {
+    return stream.codecpar->codec_id == AV_CODEC_ID_EAC3;
 }
 
 /// Tracks without packets are not written, and covers are not tracks.
@@ -24,9 +31,17 @@ bool isWritten(const ProvedTrack& track) {
     return !isAttachedPicture(track.written) && track.tally.packets > 0;
 }
 
+/// False if the muxer has stored no payloads of the track: the recording itself is the data then.
+bool isDigested(const ProvedTrack& track) {
+    return track.tally.digest.bytes() > 0;
+}
+
+std::string nameOf(const AVStream& stream) {
+    return "track " + std::to_string(stream.index) + ": ";
+}
+
 [[noreturn]] void disprove(const AVStream& stream, const std::string& what) {
-    throw TrackFailure{stream.index,
-                       Failure(ConversionError::proofFailed, "track " + std::to_string(stream.index) + ": " + what)};
+    throw TrackFailure{stream.index, Failure(ConversionError::proofFailed, nameOf(stream) + what)};
 }
 
 /// MP4 has one object type for all layers of MPEG audio (ISO/IEC 14496-1, 7.2.6.6.2): only the packets say which it is.
@@ -34,11 +49,22 @@ AVCodecID nameInMp4(AVCodecID codec) {
     return codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 ? AV_CODEC_ID_MP3 : codec;
 }
 
+void requireRanges(const SourceReader& file, std::span<const WrittenRange> ranges) {
+    for (const WrittenRange& range : ranges) {
+        if (!range.isIn(file)) {
+            throw Failure(ConversionError::proofFailed, "the index is not what was written");
+        }
+    }
+}
+
 class Proof {
 public:
     explicit Proof(int descriptor);
 
+    /// Compares what the index says of the track, and adds it to those whose packets are compared.
     void compare(const ProvedTrack& track);
+
+    void comparePackets();
 
     const SourceReader& reader() const { return reader_; }
 
@@ -47,12 +73,14 @@ public:
 
 private:
     AVStream& nextTrack(const AVStream& written);
-    void comparePackets(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
+    void compareNumber(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
     void compareDuration(const AVStream& read, const AVStream& written, const TrackTally& tally) const;
     void readAt(AVStream& read, const AVStream& written, int entry);
 
     SourceReader reader_;
     InputPointer format_;
+    SampleReader samples_{reader_};
+    std::vector<const ProvedTrack*> compared_;
     unsigned next_ = 0;
 };
 
@@ -77,7 +105,11 @@ void Proof::compare(const ProvedTrack& track) {
         return;
     }
     AVStream& read = nextTrack(written);
-    comparePackets(read, written, tally);
+    compareNumber(read, written, tally);
+    if (isDigested(track)) {
+        samples_.addTrack(read, StoredPayload(*written.codecpar).leastSize());
+        compared_.push_back(&track);
+    }
     if (written.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
         return;
     }
@@ -85,6 +117,24 @@ void Proof::compare(const ProvedTrack& track) {
     const int entries = avformat_index_get_entries_count(&read);
     for (const int entry : {0, entries / 2, entries - 1}) {
         readAt(read, written, entry);
+    }
+}
+
+void Proof::comparePackets() {
+    if (!samples_.read()) {
+        throw Failure(ConversionError::proofFailed, "a packet is beyond the end of the file");
+    }
+    for (std::size_t index = 0; index < compared_.size(); ++index) {
+        const AVStream& written = compared_[index]->written;
+        const TrackDigest& wanted = compared_[index]->tally.digest;
+        const TrackDigest& found = samples_.digest(index);
+        // Another encoding would not help: memory or a disk has failed.
+        if (wanted.bytes() != found.bytes() || wanted.payload() != found.payload()) {
+            throw Failure(ConversionError::proofFailed, nameOf(written) + "its packets have another content");
+        }
+        if (!isJoinedByTheMuxer(written) && wanted.places() != found.places()) {
+            disprove(written, "its packets have other sizes or times");
+        }
     }
 }
 
@@ -111,7 +161,7 @@ AVStream& Proof::nextTrack(const AVStream& written) {
     return read;
 }
 
-void Proof::comparePackets(const AVStream& read, const AVStream& written, const TrackTally& tally) const {
+void Proof::compareNumber(const AVStream& read, const AVStream& written, const TrackTally& tally) const {
     const std::int64_t found = avformat_index_get_entries_count(&read);
     const bool joins = isJoinedByTheMuxer(written);
     // The muxer ends texts with empty samples.
@@ -152,7 +202,7 @@ Likeness likenessOf(const ProvedTrack& track) {
     if (!track.isCopy && track.written.codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
         return Likeness::otherFrames;
     }
-    return isJoinedByTheMuxer(track.written) ? Likeness::fewer : Likeness::sameNumber;
+    return isJoined(track.written) ? Likeness::fewer : Likeness::sameNumber;
 }
 
 std::int64_t primingOf(const ProvedTrack& track) {
@@ -171,8 +221,12 @@ std::string findShownDifference(const SourceReader& reader, const std::vector<Pr
         if (next == shown.size()) {
             disprove(track.written, "it is missing");
         }
-        const std::string difference =
-            findShownDifference(track.source, shown[next++], likenessOf(track), primingOf(track));
+        const ShownTimes& found = shown[next++];
+        if (isDigested(track) && !isJoinedByTheMuxer(track.written) &&
+            found.delays.value() != track.tally.digest.delays()) {
+            disprove(track.written, "its packets are shown at other times");
+        }
+        const std::string difference = findShownDifference(track.source, found, likenessOf(track), primingOf(track));
         if (!difference.empty()) {
             return "track " + std::to_string(track.written.index) + " is not shown as recorded: " + difference;
         }
@@ -182,13 +236,16 @@ std::string findShownDifference(const SourceReader& reader, const std::vector<Pr
 
 }  // namespace
 
-std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks) {
+std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks,
+                     std::span<const WrittenRange> writtenByMuxer) {
     Proof proof(descriptor);
     std::string difference;
     try {
+        requireRanges(proof.reader(), writtenByMuxer);
         for (const ProvedTrack& track : tracks) {
             proof.compare(track);
         }
+        proof.comparePackets();
         difference = findShownDifference(proof.reader(), tracks);
     } catch (const TrackFailure&) {
         // A failing disk says nothing about a track: another encoding would not help.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mediaconverter/worker/proof/WrittenRange.h"
 #include "mediaconverter/worker/times/SourceTimes.h"
 #include "mediaconverter/worker/writing/Mp4Writer.h"
 
@@ -16,10 +17,12 @@ struct ProvedTrack {
     bool isCopy;
 };
 
-/// Reads the finished file again and compares it with what was written: the tracks, the packets of each, their
-/// durations, and a packet at the start, in the middle and at the end. Throws Failure, and TrackFailure if one track is
-/// wrong. Then compares what a player shows, with edit lists applied, with the times of the recording; returns the
-/// first difference in words, or an empty text.
-std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks);
+/// Reads the whole finished file again and compares it with what was written: every byte of the index and of what else
+/// the muxer has added (`writtenByMuxer`), the tracks, the size, times and payload of each packet, where the library's
+/// demuxer finds them, the durations, and a packet at the start, in the middle and at the end as that demuxer delivers
+/// it. Throws Failure, and TrackFailure if one track is wrong. Then compares what a player shows, with edit lists
+/// applied, with the times of the recording; returns the first difference in words, or an empty text.
+std::string proveMp4(int descriptor, const std::vector<ProvedTrack>& tracks,
+                     std::span<const WrittenRange> writtenByMuxer);
 
 }  // namespace worker

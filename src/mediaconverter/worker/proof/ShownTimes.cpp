@@ -200,6 +200,7 @@ ShownTimes TrackReader::shown() const {
         const auto ticks = static_cast<std::int64_t>(read(durations, duration.valueAt(), 4));
         const std::int64_t delay = offset.next() ? readSigned32(offsets, offset.valueAt()) : 0;
         if (!isEmptyText(sample)) {
+            shown.delays.add(delay);
             const std::int64_t start = toMicroseconds(decodingTime + delay, scale_);
             show(shown, start, toMicroseconds(decodingTime + delay + ticks, scale_) - start);
         }

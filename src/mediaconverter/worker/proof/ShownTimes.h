@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mediaconverter/worker/proof/TrackDigest.h"
 #include "mediaconverter/worker/reading/SourceReader.h"
 
 #include <cstdint>
@@ -12,6 +13,8 @@ namespace worker {
 struct ShownTimes {
     std::vector<std::int64_t> starts;  ///< in no order
     std::int64_t end = INT64_MIN;      ///< of the packet that ends last; INT64_MIN if no packet is shown
+    NumberDigest
+        delays;  ///< of an MP4's samples: how much later than it is decoded each is shown, in the track's clock
 
     void add(std::int64_t start, std::int64_t duration);
 };

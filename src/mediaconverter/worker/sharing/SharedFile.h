@@ -37,6 +37,7 @@ public:
     void packetFollows(const AVPacket& packet) override;
     void packetWritten(const AVPacket& packet) override;
     bool keepsOrder() const override { return false; }
+    bool storesPayloads() const override { return false; }
     void dataWritten() override;
     void placeIndex(std::span<const std::uint32_t> channelMasks) override;
     void requireNoError() override;

@@ -8,12 +8,14 @@
 namespace worker {
 
 std::int64_t estimateIndex(const AVFormatContext& format, std::int64_t size) {
-    // Sizes, times and positions take about this many bytes per packet.
+    // Sizes, times and positions take about this many bytes per packet, and the descriptions of all tracks this many.
     constexpr double bytesOfPacket = 20;
     constexpr double usualPacketRate = 50;
+    constexpr std::int64_t descriptions = std::int64_t{16} * 1024;
     const double seconds =
         format.duration > 0 ? static_cast<double>(format.duration) / AV_TIME_BASE : static_cast<double>(size) / 20'000;
     double packets = 0;
+    std::int64_t covers = 0;
     for (unsigned index = 0; index < format.nb_streams; ++index) {
         const AVStream& stream = *format.streams[index];
         const AVCodecParameters& parameters = *stream.codecpar;
@@ -22,8 +24,11 @@ std::int64_t estimateIndex(const AVFormatContext& format, std::int64_t size) {
                             : stream.avg_frame_rate.den > 0 ? av_q2d(stream.avg_frame_rate)
                                                             : usualPacketRate;
         packets += seconds * std::clamp(rate, 1.0, 1000.0);
+        covers += stream.attached_pic.size;
     }
-    return std::int64_t{64} * 1024 + static_cast<std::int64_t>(std::min(packets * bytesOfPacket, 256e6));
+    // A recording that pauses for hours has fewer packets.
+    const double most = std::min(static_cast<double>(size) / 4, 256e6);
+    return descriptions + covers + static_cast<std::int64_t>(std::min(packets * bytesOfPacket, most));
 }
 
 void copyMetadata(const AVFormatContext& source, AVFormatContext& target) {

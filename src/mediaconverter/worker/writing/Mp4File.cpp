@@ -23,8 +23,6 @@ namespace {
 /// For the muxer's own small writes.
 constexpr int bufferSize = 32 * 1024;
 constexpr std::int64_t boxHeader = mediaconverter::shortBoxHeader;
-/// The box has two words and one for each brand.
-constexpr std::int64_t mostFileType = 64;
 constexpr std::int64_t moveStep = std::int64_t{4} * 1024 * 1024;
 
 std::int64_t roundUp(std::int64_t value, std::int64_t unit) {
@@ -41,24 +39,14 @@ std::int64_t blockSizeOf(int descriptor) {
                                                                     : 4096;
 }
 
-/// Tried on the file itself, which is empty, because file systems differ by more than their type.
-bool canInsertRange(int descriptor) {
-    const std::int64_t block = blockSizeOf(descriptor);
-    const std::array<std::uint8_t, 1> byte = {};
-    if (const int number = writeAt(descriptor, block, byte.data(), byte.size()); number != 0) {
-        throw failureOfWriting(number);
-    }
-    const bool can = ::fallocate(descriptor, FALLOC_FL_INSERT_RANGE, 0, block) == 0;
-    if (::ftruncate(descriptor, 0) != 0) {
-        throw failureOfWriting(errno);
-    }
-    return can;
-}
-
 }  // namespace
 
 Mp4File::Mp4File(int descriptor, std::int64_t reserve)
-    : descriptor_(descriptor), front_(canInsertRange(descriptor) ? 0 : roundUp(reserve, 4096)), writer_(descriptor) {
+    : descriptor_(descriptor), front_(roundUp(reserve, 4096)), writer_(descriptor) {
+    // An earlier attempt may have written to the file.
+    if (::ftruncate(descriptor_, 0) != 0) {
+        throw failureOfWriting(errno);
+    }
     auto* const buffer = static_cast<unsigned char*>(present(av_malloc(bufferSize)));
     context_ = present(avio_alloc_context(buffer, bufferSize, 1, this, nullptr, writeCallback, seekCallback));
     // Our writer joins the packets; the library need not do it first.
@@ -73,6 +61,7 @@ Mp4File::~Mp4File() {
 void Mp4File::headerWritten() {
     avio_flush(context_);
     requireNoError();
+    phase_ = Phase::data;
 }
 
 void Mp4File::dataWritten() {
@@ -111,8 +100,10 @@ int Mp4File::writeCallback(void* self, ffmpeg::WrittenByte* bytes, int length) {
 
 int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
     const int result = static_cast<int>(length);
-    keepFileType(bytes, length);
-    if (phase_ != Phase::data && position_ >= tailStart_) {
+    if (phase_ == Phase::header) {
+        keepStart(bytes, length);
+    }
+    if ((phase_ == Phase::tail || phase_ == Phase::sealed) && position_ >= tailStart_) {
         return keep(bytes, length) ? result : AVERROR(ENOMEM);
     }
     if (phase_ == Phase::tail) {
@@ -126,14 +117,11 @@ int Mp4File::write(const std::uint8_t* bytes, std::size_t length) {
     return result;
 }
 
-void Mp4File::keepFileType(const std::uint8_t* bytes, std::size_t length) {
-    // The muxer writes the size of the box last.
-    if (position_ >= 0 && position_ < mostFileType) {
-        const auto offset = static_cast<std::size_t>(position_);
-        const std::size_t kept = std::min(length, static_cast<std::size_t>(mostFileType) - offset);
-        fileType_.resize(std::max(fileType_.size(), offset + kept));
-        std::copy_n(bytes, kept, fileType_.begin() + position_);
-    }
+void Mp4File::keepStart(const std::uint8_t* bytes, std::size_t length) {
+    // The muxer writes the size of a box last.
+    const auto offset = static_cast<std::size_t>(position_);
+    start_.resize(std::max(start_.size(), offset + length));
+    std::memcpy(start_.data() + offset, bytes, length);
 }
 
 bool Mp4File::keep(const std::uint8_t* bytes, std::size_t length) {
@@ -177,6 +165,7 @@ std::vector<std::uint8_t> Mp4File::extractIndex() {
     }
     // Before the index come the last samples, which the muxer writes when it finishes.
     writeNow(front_ + tailStart_, tail_.data(), dataLength);
+    ranges_.push_back(WrittenRange(tailStart_, {Bytes(tail_).first(dataLength)}));
     end_ = std::max(end_, tailStart_ + static_cast<std::int64_t>(dataLength));
     tail_.erase(tail_.begin(), tail_.begin() + static_cast<std::ptrdiff_t>(dataLength));
     return std::move(tail_);
@@ -222,22 +211,35 @@ void Mp4File::moveUp(std::int64_t by) {
 }
 
 void Mp4File::writeFront(const std::vector<std::uint8_t>& index) {
-    const auto header = mediaconverter::readBoxHeader(fileType_);
-    const auto typeLength = header ? static_cast<std::int64_t>(header->size) : 0;
-    if (typeLength < boxHeader || typeLength > static_cast<std::int64_t>(fileType_.size())) {
+    Bytes boxes = start_;
+    const auto type = mediaconverter::popBox(boxes);
+    if (!type || !type->is("ftyp")) {
         throw Failure(ConversionError::containerFailed, "the file type is not where it should be");
     }
-    const auto indexLength = static_cast<std::int64_t>(index.size());
-    writeNow(0, fileType_.data(), static_cast<std::size_t>(typeLength));
-    writeNow(typeLength, index.data(), index.size());
+    const Bytes data = dataWithHeader();
+    ranges_.push_back(WrittenRange(static_cast<std::int64_t>(start_.size() - data.size()), {data}));
+    for (WrittenRange& range : ranges_) {
+        range.moveBy(front_);
+    }
     // The free box covers the muxer's own file type box, up to the data.
-    writeFreeBox(typeLength + indexLength, front_ - indexLength);
+    std::vector<std::uint8_t> freeHeader;
+    mediaconverter::appendBoxHeader(freeHeader, mediaconverter::boxType("free"),
+                                    static_cast<std::uint64_t>(front_) - index.size());
+    std::int64_t position = 0;
+    for (const Bytes part : {type->whole, Bytes(index), Bytes(freeHeader)}) {
+        writeNow(position, part.data(), part.size());
+        position += static_cast<std::int64_t>(part.size());
+    }
+    ranges_.push_back(WrittenRange(0, {type->whole, index, freeHeader}));
 }
 
-void Mp4File::writeFreeBox(std::int64_t position, std::int64_t length) {
-    std::vector<std::uint8_t> header;
-    mediaconverter::appendBoxHeader(header, mediaconverter::boxType("free"), static_cast<std::uint64_t>(length));
-    writeNow(position, header.data(), header.size());
+/// The data that the muxer has written with its header: chapters.
+Mp4File::Bytes Mp4File::dataWithHeader() const {
+    Bytes rest = start_;
+    // The box of the data, which comes last, has no size yet.
+    while (mediaconverter::popBox(rest)) {
+    }
+    return rest.subspan(std::min(rest.size(), mediaconverter::shortBoxHeader));
 }
 
 void Mp4File::writeNow(std::int64_t position, const std::uint8_t* bytes, std::size_t length) {

@@ -35,9 +35,13 @@ int writeTrailer(AVFormatContext& format) {
     return av_write_trailer(&format);
 }
 
-void count(const AVPacket& packet, TrackTally& tally) {
+void count(const AVPacket& packet, const StoredPayload* stored, TrackTally& tally) {
+    const std::span payload(packet.data, static_cast<std::size_t>(packet.size));
+    if (stored != nullptr && packet.size >= stored->leastSize()) {
+        tally.digest.addPlace(stored->addTo(tally.digest, payload), packet.dts);
+        tally.digest.addDelay(packet.pts - packet.dts);
+    }
     ++tally.packets;
-    tally.bytes += packet.size;
     tally.lastDecodingTime = packet.dts;
     tally.lastDuration = packet.duration;
     if (tally.firstDecodingTime == AV_NOPTS_VALUE) {
@@ -66,6 +70,9 @@ Mp4Writer::Mp4Writer(std::unique_ptr<MuxerFile> file) : file_(std::move(file)) {
     format_.reset(context);
     context->pb = file_->context();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    if (file_->storesPayloads()) {
+        context->flags &= ~AVFMT_FLAG_AUTO_BSF;
+    }
     context->flush_packets = 0;
     // Formats that the muxer still calls experimental (such as FLAC) are supported by every current player.
     context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
@@ -77,6 +84,7 @@ AVStream& Mp4Writer::addTrack() {
     times_.emplace_back(track);
     refusals_.emplace_back();
     firstPackets_.emplace_back();
+    filters_.emplace_back(track);
     return track;
 }
 
@@ -85,6 +93,9 @@ void Mp4Writer::start(bool keepOrder, Clocks clocks) {
     clocks_ = clocks;
     if (const int written = writeHeader(); written < 0) {
         blameTrack(written);
+    }
+    for (unsigned track = 0; track < format_->nb_streams; ++track) {
+        stored_.emplace_back(*format_->streams[track]->codecpar);
     }
     queue_.start(*format_);
     file_->headerWritten();
@@ -133,26 +144,33 @@ void Mp4Writer::storeQueued(bool all) {
 
 void Mp4Writer::store(AVPacket& packet) {
     const auto index = static_cast<std::size_t>(packet.stream_index);
-    TrackTally tally = tallies_[index];
-    // The muxer accepts the side data of an empty packet, but stores nothing.
-    if (packet.size > 0) {
-        count(packet, tally);
-    }
     if (!firstPackets_[index]) {
         firstPackets_[index].reset(present(av_packet_clone(&packet)));
     }
+    // Where payloads are not stored, the muxer must not change them either, and the file notices if it does.
+    const int stored =
+        file_->storesPayloads()
+            ? filters_[index].pass(packet, [this](AVPacket& filtered) { return storeFiltered(filtered); })
+            : storeFiltered(packet);
+    av_packet_unref(&packet);
+    if (stored < 0) {
+        refuse(index, stored);
+    }
+}
+
+int Mp4Writer::storeFiltered(AVPacket& packet) {
     file_->packetFollows(packet);
     const int written = av_write_frame(format_.get(), &packet);
     file_->packetWritten(packet);
-    av_packet_unref(&packet);
     if (format_->pb->error < 0) {
         file_->requireNoError();
     }
-    if (written < 0) {
-        refuse(index, written);
-        return;
+    // The muxer accepts the side data of an empty packet, but stores nothing.
+    if (written >= 0 && packet.size > 0) {
+        const auto index = static_cast<std::size_t>(packet.stream_index);
+        count(packet, file_->storesPayloads() ? &stored_[index] : nullptr, tallies_[index]);
     }
-    tallies_[index] = tally;
+    return written;
 }
 
 void Mp4Writer::refuse(std::size_t track, int error) {

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "mediaconverter/worker/AvPointers.h"
+#include "mediaconverter/worker/proof/TrackDigest.h"
 #include "mediaconverter/worker/times/StorableTimes.h"
 #include "mediaconverter/worker/writing/Interleaver.h"
 #include "mediaconverter/worker/writing/MuxerFile.h"
+#include "mediaconverter/worker/writing/MuxerFilter.h"
+#include "mediaconverter/worker/writing/StoredPayload.h"
 
 #include <cstdint>
 #include <memory>
@@ -14,7 +17,7 @@ namespace worker {
 /// What was written to one track, for the verification.
 struct TrackTally {
     std::int64_t packets = 0;
-    std::int64_t bytes = 0;
+    TrackDigest digest;
     std::int64_t firstDecodingTime = AV_NOPTS_VALUE;  ///< in the track's time base
     std::int64_t lastDecodingTime = AV_NOPTS_VALUE;
     std::int64_t lastDuration = 0;
@@ -56,11 +59,15 @@ public:
 
     const std::vector<TrackTally>& tallies() const { return tallies_; }
 
+    /// What the file holds beside the packets. Call after finish().
+    std::span<const WrittenRange> writtenByMuxer() const { return file_->writtenByMuxer(); }
+
 private:
     int writeHeader();
     bool isOutOfOrder(const AVPacket& packet);
     void storeQueued(bool all);
     void store(AVPacket& packet);
+    int storeFiltered(AVPacket& packet);
     void refuse(std::size_t track, int error);
     void requireTracksWithPackets() const;
     void blameTrack(int error);
@@ -73,6 +80,8 @@ private:
     std::vector<StorableTimes> times_;         ///< per track
     std::vector<std::int64_t> refusals_;       ///< per track
     std::vector<PacketPointer> firstPackets_;  ///< per track
+    std::vector<MuxerFilter> filters_;         ///< per track
+    std::vector<StoredPayload> stored_;        ///< per track
     bool keepOrder_ = false;
     Clocks clocks_ = Clocks::exact;
     std::int64_t furthest_ = INT64_MIN;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "mediaconverter/worker/proof/WrittenRange.h"
+
 extern "C" {
 #include <libavcodec/packet.h>
 #include <libavformat/avio.h>
@@ -26,6 +28,12 @@ public:
 
     /// Whether the order in which packets arrive decides where they are in the file.
     virtual bool keepsOrder() const { return true; }
+
+    /// Whether the muxer stores payloads, so that they can be read again and compared.
+    virtual bool storesPayloads() const { return true; }
+
+    /// What the file holds beside the packets, to be compared. Call after placeIndex().
+    virtual std::span<const WrittenRange> writtenByMuxer() const { return {}; }
 
     /// From here on the muxer finishes the data and writes the index.
     virtual void dataWritten() = 0;
