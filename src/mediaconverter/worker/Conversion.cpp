@@ -147,7 +147,10 @@ void Conversion::addCopy(const AVStream& stream, AVStream& target) {
         reporter_.note(describe(stream) +
                        " changes its parameters in mid-stream; they are repeated with its key frames");
     }
-    tracks_.push_back(std::make_unique<CopiedTrack>(stream, target, timeline_, changes));
+    // Clocks of milliseconds cannot count such frames.
+    const bool hasGrid = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !known_.hasLongPauses;
+    const auto grid = hasGrid ? FrameGrid::of(stream, beginning_.timesOf(stream.index)) : std::nullopt;
+    tracks_.push_back(std::make_unique<CopiedTrack>(stream, target, timeline_, changes, grid));
 }
 
 void Conversion::convert() {

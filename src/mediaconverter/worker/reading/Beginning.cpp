@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <map>
-#include <vector>
 
 namespace worker {
 
@@ -127,6 +126,16 @@ void Beginning::findTime() {
             time_ = std::max(time_, times.earliest());
         }
     }
+}
+
+std::vector<std::int64_t> Beginning::timesOf(int stream) const {
+    std::vector<std::int64_t> times;
+    for (const PacketPointer& packet : packets_) {
+        if (packet->stream_index == stream && packet->pts != AV_NOPTS_VALUE) {
+            times.push_back(packet->pts);
+        }
+    }
+    return times;
 }
 
 bool Beginning::read(AVPacket& packet) {

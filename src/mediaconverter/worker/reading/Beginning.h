@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <vector>
 
 namespace worker {
 
@@ -20,6 +21,9 @@ public:
     /// The earliest time at which audio or video is shown, in microseconds; if a few streams start together except for
     /// a rounded millisecond, the latest of these. 0 if no packet has a time.
     std::int64_t time() const { return time_; }
+
+    /// The presentation times of the stream's packets that were read ahead, in its time base.
+    std::vector<std::int64_t> timesOf(int stream) const;
 
     /// The next packet of the recording; false at the end.
     bool read(AVPacket& packet);

@@ -87,7 +87,8 @@ void Track::send(AVPacket& packet, AVRational base, Mp4Writer& writer) {
     writer.write(packet);
 }
 
-CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters)
+CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters,
+                         const std::optional<FrameGrid>& grid)
     : Track(source, target, timeline),
       form_(*source.codecpar),
       countsSamples_(SampleTimes::areNeeded(source)),
@@ -103,6 +104,10 @@ CopiedTrack::CopiedTrack(const AVStream& source, AVStream& target, Timeline& tim
     target.codecpar->codec_tag = tagFor(source.codecpar->codec_id);
     target.time_base = source.time_base;
     target.start_time = AV_NOPTS_VALUE;
+    if (grid) {
+        target.time_base = grid->timeBase();
+        frames_.emplace(source, target, *grid);
+    }
     copySideData();
     if (repeatsParameters_) {
         parameters_ = inBandParameterSets(*source.codecpar, parametersOf(*source.codecpar)).value_or(parameters_);
@@ -123,9 +128,10 @@ void CopiedTrack::pass(AVPacket& packet, Mp4Writer& writer) {
     witness().add(packet);
     if (countsSamples_) {
         samples_.place(packet);
+    } else if (frames_) {
+        frames_->place(packet);
     } else {
-        send(packet, source().time_base, writer);
-        return;
+        av_packet_rescale_ts(&packet, source().time_base, target().time_base);
     }
     packet.stream_index = target().index;
     writer.write(packet);

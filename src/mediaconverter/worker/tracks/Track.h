@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mediaconverter/worker/times/FrameTimes.h"
 #include "mediaconverter/worker/times/SampleTimes.h"
 #include "mediaconverter/worker/times/SourceTimes.h"
 #include "mediaconverter/worker/times/Timeline.h"
@@ -13,6 +14,7 @@ extern "C" {
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -107,7 +109,9 @@ class CopiedTrack final : public Track {
 public:
     /// With `repeatsParameters`, the current parameters precede every frame at which playback can start, so that they
     /// may change in mid-stream; otherwise a change throws ChangedStream.
-    CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters);
+    /// `grid` holds the exact times of video whose container rounds them.
+    CopiedTrack(const AVStream& source, AVStream& target, Timeline& timeline, bool repeatsParameters,
+                const std::optional<FrameGrid>& grid = std::nullopt);
 
     /// Whether the stream's parameters can be repeated.
     static bool canRepeatParameters(const AVStream& stream);
@@ -123,6 +127,7 @@ private:
     FormWatch form_;
     bool countsSamples_;
     SampleTimes samples_;
+    std::optional<FrameTimes> frames_;
     bool repeatsParameters_;
     std::vector<std::uint8_t> parameters_;  ///< the current ones, as units of the stream
 };
